@@ -1,0 +1,76 @@
+# How this project declares its libraries, programs and tests.
+
+# plugboard_library(NAME SOURCES file... [DEPENDS target...] [PCH header...])
+# Static library of one folder with the alias plugboard::NAME. DEPENDS is public.
+function(plugboard_library name)
+    cmake_parse_arguments(arg "" "" "SOURCES;DEPENDS;PCH" ${ARGN})
+    add_library(plugboard_${name} STATIC ${arg_SOURCES})
+    add_library(plugboard::${name} ALIAS plugboard_${name})
+    target_link_libraries(plugboard_${name} PUBLIC ${arg_DEPENDS} PRIVATE plugboard_flags)
+    if(arg_PCH)
+        target_precompile_headers(plugboard_${name} PRIVATE ${arg_PCH})
+    endif()
+endfunction()
+
+# plugboard_platform_source(VARIABLE STEM): STEM_win.cpp or STEM_linux.cpp, whichever this system uses.
+function(plugboard_platform_source variable stem)
+    if(WIN32)
+        set(${variable} ${stem}_win.cpp PARENT_SCOPE)
+    else()
+        set(${variable} ${stem}_linux.cpp PARENT_SCOPE)
+    endif()
+endfunction()
+
+# plugboard_program(TARGET OUTPUT name SOURCES file... [DEPENDS target...] [WHOLE target...] [GUI])
+# Executable in bin/ (or FOLDER). WHOLE libraries are linked with every object, so that their static registries and
+# compiled-in resources survive.
+function(plugboard_program target)
+    cmake_parse_arguments(arg "GUI" "OUTPUT;FOLDER" "SOURCES;DEPENDS;WHOLE" ${ARGN})
+    add_executable(${target} ${arg_SOURCES})
+    set_target_properties(${target} PROPERTIES OUTPUT_NAME "${arg_OUTPUT}")
+    if(arg_FOLDER)
+        set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${arg_FOLDER}")
+    endif()
+    if(arg_GUI)
+        set_target_properties(${target} PROPERTIES WIN32_EXECUTABLE ON)
+    endif()
+    target_link_libraries(${target} PRIVATE plugboard_flags ${arg_DEPENDS})
+    foreach(library IN LISTS arg_WHOLE)
+        target_link_libraries(${target} PRIVATE "$<LINK_LIBRARY:WHOLE_ARCHIVE,${library}>")
+    endforeach()
+endfunction()
+
+# plugboard_tests(FOLDER SUITES file... [SUPPORT file...] [DEPENDS target...] [WHOLE target...] [WIDGETS] [DAEMON])
+# One test program for a folder, each SUITES file one ctest entry named FOLDER/file. WIDGETS gives it a QApplication.
+# DAEMON puts a copy of the device process beside it, so that devices of tests live in the test's own folder.
+function(plugboard_tests folder)
+    cmake_parse_arguments(arg "WIDGETS;DAEMON" "" "SUITES;SUPPORT;DEPENDS;WHOLE" ${ARGN})
+    set(target ${folder}_tests)
+    set(directory "${CMAKE_BINARY_DIR}/tests/${folder}")
+    plugboard_program(${target} OUTPUT ${target} FOLDER "${directory}"
+        SOURCES ${arg_SUITES} ${arg_SUPPORT} "${CMAKE_SOURCE_DIR}/tests/support/test_main.cpp"
+        DEPENDS ${arg_DEPENDS} Qt5::Test WHOLE ${arg_WHOLE})
+    target_compile_definitions(${target} PRIVATE
+        PLUGBOARD_TEST_DATA="${CMAKE_CURRENT_SOURCE_DIR}" $<$<BOOL:${arg_WIDGETS}>:PLUGBOARD_TEST_WIDGETS>)
+    if(arg_WIDGETS)
+        target_link_libraries(${target} PRIVATE Qt5::Widgets)
+    endif()
+    if(arg_DAEMON)
+        plugboard_daemon_copy(${target} "${directory}")
+    endif()
+    foreach(suite IN LISTS arg_SUITES)
+        get_filename_component(name ${suite} NAME_WE)
+        add_test(NAME ${folder}/${name} COMMAND ${target} ${name})
+        set_tests_properties(${folder}/${name} PROPERTIES TIMEOUT 300)
+    endforeach()
+endfunction()
+
+# plugboard_daemon_copy(TARGET DIRECTORY): keeps a copy of the stand-in device process in DIRECTORY, made before TARGET.
+function(plugboard_daemon_copy target directory)
+    add_custom_command(OUTPUT "${directory}/usb-daemon.exe"
+        COMMAND ${CMAKE_COMMAND} -E make_directory "${directory}"
+        COMMAND ${CMAKE_COMMAND} -E copy_if_different "$<TARGET_FILE:usb_daemon>" "${directory}/usb-daemon.exe"
+        DEPENDS usb_daemon)
+    target_sources(${target} PRIVATE "${directory}/usb-daemon.exe")
+    set_source_files_properties("${directory}/usb-daemon.exe" PROPERTIES GENERATED ON HEADER_FILE_ONLY ON)
+endfunction()

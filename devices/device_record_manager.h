@@ -1,0 +1,56 @@
+// device_record_manager.h: the records folder, where each device process keeps one file about itself.
+#pragma once
+
+#include "devices/device_record.h"
+#include "devices/process_table.h"
+
+#include <QObject>
+
+#include <optional>
+
+/// GUI thread only. Device processes write the files at the same time; one that is read half-written gives a default
+/// record. Failures are warnings in the log, never boxes.
+class DeviceRecordManager : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// The folder is the application directory, taken once here.
+    explicit DeviceRecordManager(QObject* parent = nullptr);
+
+    /// A folder and a snapshot of the caller's, for tests and tools.
+    DeviceRecordManager(const QString& folder, TakeProcessSnapshot takeSnapshot, QObject* parent = nullptr);
+
+    /// File names (not paths) of all records, in the order in which the file system returns them.
+    QStringList listRecords() const;
+
+    /// The record in that file; a default one when the file cannot be read or holds no JSON object.
+    DeviceRecord loadRecord(const QString& fileName) const;
+
+    /// Writes the record, whole or not at all, under the name made from its own device name and process id. A name that
+    /// cannot be a file name in the folder (one with a separator in it, say) fails as an unwritable file does.
+    void saveRecord(const DeviceRecord& record) const;
+
+    /// Deletes the records whose process does not run; all with a process id of at least 1 when no snapshot can be
+    /// taken. One snapshot serves them all.
+    void removeStaleRecords() const;
+
+    bool isProcessRunning(qint64 processId) const;
+
+    /// A record of a type that is known, whose running flag was set, and whether its process still runs.
+    struct RestoredDevice
+    {
+        DeviceRecord record;
+        bool running = false;
+    };
+
+    /// What a table refresh shows: removes the stale records, loads the others, and checks each against one second
+    /// snapshot. A record whose process ended between the two is saved as stopped and returned as not running.
+    QList<RestoredDevice> restoreDevices() const;
+
+private:
+    QString pathOf(const QString& fileName) const;
+
+    QString m_folder; ///< ends with "/"
+    TakeProcessSnapshot m_takeSnapshot;
+};

@@ -1,0 +1,28 @@
+// openssl_handles.h: owners of OpenSSL's objects.
+#pragma once
+
+#include <openssl/bio.h>
+#include <openssl/evp.h>
+#include <openssl/x509.h>
+
+#include <memory>
+
+namespace openssl {
+
+template<auto Free>
+struct Deleter
+{
+    template<typename T>
+    void operator()(T* object) const
+    {
+        Free(object);
+    }
+};
+
+using Bio = std::unique_ptr<BIO, Deleter<BIO_free_all>>;
+using Key = std::unique_ptr<EVP_PKEY, Deleter<EVP_PKEY_free>>;
+using KeyContext = std::unique_ptr<EVP_PKEY_CTX, Deleter<EVP_PKEY_CTX_free>>;
+using DigestContext = std::unique_ptr<EVP_MD_CTX, Deleter<EVP_MD_CTX_free>>;
+using Certificate = std::unique_ptr<X509, Deleter<X509_free>>;
+
+} // namespace openssl

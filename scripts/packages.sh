@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# packages.sh GROUP...: installs what is missing of the Debian packages that a group of commands needs.
+set -euo pipefail
+
+build=(g++ cmake ninja-build pkg-config ccache qtbase5-dev qttools5-dev qttools5-dev-tools libssl-dev openssl
+    libavformat-dev libavcodec-dev libavfilter-dev libavutil-dev libswresample-dev libswscale-dev libopencv-dev
+    procps fonts-dejavu-core fonts-noto-cjk)
+display=(xvfb xauth libqt5gui5)
+checks=(clang-format-14 python3 git ffmpeg)
+bench=(ffmpeg tshark)
+fuzz=(clang-14 libclang-rt-14-dev)
+windows=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64 xz-utils nsis zip python3)
+
+missing=()
+for group in "$@"; do
+    declare -n packages=$group
+    for package in "${packages[@]}"; do
+        dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed || missing+=("$package")
+    done
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+echo "Installing: ${missing[*]}" >&2
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null || { echo "Run as root, or install sudo: apt must install ${missing[*]}." >&2; exit 1; }
+    as_root=(sudo)
+fi
+"${as_root[@]}" apt-get update -qq
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2

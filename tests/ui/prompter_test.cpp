@@ -1,0 +1,82 @@
+#include "tests/support/suite_registry.h"
+#include "ui/plain_tool_tip.h"
+#include "ui/prompter.h"
+
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTextDocument>
+#include <QTimer>
+#include <QtTest>
+
+class PrompterTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void asksWithoutDefaultAndTakesOnlyYes_data();
+    void asksWithoutDefaultAndTakesOnlyYes();
+    void markupShowsAsTyped();
+};
+
+namespace {
+
+enum class Reaction { ClickYes, ClickNo, Close };
+
+/// What the box looked like while it was open.
+struct SeenBox
+{
+    QString title;
+    QString text;
+    Qt::TextFormat format = Qt::AutoText;
+    QMessageBox::StandardButtons buttons;
+    bool hasDefault = true;
+};
+
+void reactToBox(Reaction reaction, SeenBox& seen)
+{
+    QTimer::singleShot(0, qApp, [reaction, &seen] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        QVERIFY(box);
+        seen = {box->windowTitle(), box->text(), box->textFormat(), box->standardButtons(), box->defaultButton() != nullptr};
+        if (reaction == Reaction::Close)
+            box->close();
+        else
+            box->button(reaction == Reaction::ClickYes ? QMessageBox::Yes : QMessageBox::No)->click();
+    });
+}
+
+} // namespace
+
+void PrompterTest::asksWithoutDefaultAndTakesOnlyYes_data()
+{
+    QTest::addColumn<int>("reaction");
+    QTest::addColumn<bool>("yes");
+    QTest::newRow("Yes is yes") << int(Reaction::ClickYes) << true;
+    QTest::newRow("No is no") << int(Reaction::ClickNo) << false;
+    QTest::newRow("closing the box is no") << int(Reaction::Close) << false;
+}
+
+void PrompterTest::asksWithoutDefaultAndTakesOnlyYes()
+{
+    QFETCH(int, reaction);
+    QFETCH(bool, yes);
+    SeenBox seen;
+    reactToBox(Reaction(reaction), seen);
+    QCOMPARE(systemPrompter().question(nullptr, QStringLiteral("Title"), QStringLiteral("<b>x</b>?")), yes);
+    QCOMPARE(seen.text, QStringLiteral("<b>x</b>?"));
+    QCOMPARE(seen.format, Qt::PlainText);
+    QCOMPARE(seen.buttons, QMessageBox::Yes | QMessageBox::No);
+    QVERIFY(!seen.hasDefault);
+}
+
+void PrompterTest::markupShowsAsTyped()
+{
+    const QString name = QStringLiteral("<b>x</b> & \"y\"");
+    QTextDocument shown;
+    shown.setHtml(plainToolTip(name));
+    QCOMPARE(shown.toPlainText(), name);
+    QCOMPARE(plainToolTip(QStringLiteral("a < b")), QStringLiteral("a < b"));
+}
+
+PLUGBOARD_SUITE(PrompterTest)
+#include "prompter_test.moc"

@@ -1,0 +1,28 @@
+// prompter.h: every question to the user and every box that tells them something goes through here.
+#pragma once
+
+#include <QString>
+
+class QWidget;
+
+/// Modal, plain text (markup in a text shows as typed), GUI thread only. Windows take one as a trailing defaulted
+/// constructor argument and keep a reference: the prompter outlives every window.
+class Prompter
+{
+public:
+    virtual ~Prompter() = default;
+
+    /// One button, OK.
+    virtual void information(QWidget* parent, const QString& title, const QString& text) = 0;
+    virtual void warning(QWidget* parent, const QString& title, const QString& text) = 0;
+
+    /// Buttons Yes and No, none of them the default; true for Yes only (closing the box is not Yes).
+    virtual bool question(QWidget* parent, const QString& title, const QString& text) = 0;
+
+    /// Existing file that the user chose, empty when none. `filter` is in QFileDialog's form.
+    virtual QString openFile(QWidget* parent, const QString& title, const QString& directory,
+                             const QString& filter) = 0;
+};
+
+/// The one that shows message boxes and the file chooser.
+Prompter& systemPrompter();

@@ -259,7 +259,7 @@ private slots:
         QVERIFY(inf->line(L"One", L"not") == nullptr && inf->section(L"open") == nullptr);
         QVERIFY(!InfFile::parse(std::string_view("[a]\0b", 5)));
         QVERIFY(!InfFile::parse(std::string(InfFile::kLargestFile + 1, ' ')));
-        const std::string wide("\xFF\xFE[\0A\0]\0\n\0k\0=\0v\0x", 21);
+        const std::string wide("\xFF\xFE[\0A\0]\0\n\0k\0=\0v\0x", 17);
         QCOMPARE(InfFile::parse(wide)->value(L"a", L"K"), std::wstring(L"v"));
     }
 

@@ -119,11 +119,11 @@ private slots:
         SimulatedPlatform platform(tree);
         std::string text;
         QCOMPARE(run(platform, {L"find", L"*"}, &text), kSuccess);
-        QCOMPARE(text, std::string(199, 'i') + ": ?\n" + "?" + std::string(59, ' ') + ": ?\n2 matching devices.\n");
+        QCOMPARE(text, std::string(199, 'i') + ": ?\n" + "?" + std::string(59, ' ') + ": ?\nMatching devices: 2.\n");
         QCOMPARE(run(platform, {L"find", L"@" + std::wstring(10, L'i') + L"*"}, &text), kSuccess);
-        QVERIFY(QByteArray::fromStdString(text).endsWith("1 matching devices.\n"));
+        QVERIFY(QByteArray::fromStdString(text).endsWith("Matching devices: 1.\n"));
         QCOMPARE(run(platform, {L"classes"}, &text), kSuccess);
-        QCOMPARE(text, "2 setup classes:\n" + std::string(31, 'n') + ": " + std::string(255, 'd') + "\n?" +
+        QCOMPARE(text, "Setup classes (2):\n" + std::string(31, 'n') + ": " + std::string(255, 'd') + "\n?" +
                            std::string(19, ' ') + ": ?\n");
     }
 
@@ -164,7 +164,7 @@ private slots:
         SimulatedPlatform platform(tree);
         std::string text;
         QCOMPARE(run(platform, {L"classes"}, &text), kSuccess);
-        QVERIFY(QByteArray::fromStdString(text).startsWith("300 setup classes:\n"));
+        QVERIFY(QByteArray::fromStdString(text).startsWith("Setup classes (300):\n"));
         QCOMPARE(run(platform, {L"listclass", L"same"}, &text), kSuccess);
         QCOMPARE(QByteArray::fromStdString(text).count('\n'), 300);
     }

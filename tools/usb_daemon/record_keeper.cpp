@@ -5,13 +5,8 @@
 #include <QSaveFile>
 
 #include <algorithm>
-#include <chrono>
-
-using namespace std::chrono_literals;
 
 namespace {
-
-constexpr auto kUpdateInterval = 30s;
 
 DeviceRecord recordOf(const DeviceContext& context)
 {
@@ -38,9 +33,11 @@ bool canBeFileName(const QString& name)
 
 } // namespace
 
-RecordKeeper::RecordKeeper(const DeviceContext& context) : m_record(recordOf(context))
+RecordKeeper::RecordKeeper(const DeviceContext& context, std::chrono::milliseconds interval)
+    : m_record(recordOf(context))
 {
     m_path = context.folder + QLatin1Char('/') + deviceRecordFileName(m_record);
+    m_updates.setInterval(interval);
     QObject::connect(&m_updates, &QTimer::timeout, &m_updates, [this] {
         const QString fault = writeRecord();
         if (!fault.isEmpty())
@@ -58,8 +55,10 @@ QString RecordKeeper::start()
 {
     if (!canBeFileName(m_record.deviceName))
         return QStringLiteral("The device name \"%1\" cannot be part of a file name.").arg(m_record.deviceName);
-    m_updates.start(kUpdateInterval);
-    return writeRecord();
+    const QString fault = writeRecord();
+    if (fault.isEmpty())
+        m_updates.start();
+    return fault;
 }
 
 QString RecordKeeper::writeRecord()

@@ -6,12 +6,14 @@
 
 #include <QTimer>
 
-/// Writes the record at the start, its time of last update every 30 s, and removes it at the end. The file is always
-/// whole; a failed update keeps the old one and is tried again at the next turn.
+#include <chrono>
+
+/// Writes the record at the start, again with a new time of last update at every interval, and removes it at the end.
+/// The file is always whole; a failed update keeps the old one and is tried again at the next turn.
 class RecordKeeper final : public DeviceService
 {
 public:
-    explicit RecordKeeper(const DeviceContext& context);
+    explicit RecordKeeper(const DeviceContext& context, std::chrono::milliseconds interval = std::chrono::seconds(30));
     ~RecordKeeper() override;
 
     QString start() override;

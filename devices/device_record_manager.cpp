@@ -47,11 +47,11 @@ bool writeWhole(const QString& path, const QByteArray& bytes)
 {
     QSaveFile file(path);
     if (file.open(QIODevice::WriteOnly)) {
-        file.write(bytes);
+        // Flushed here, as commit() alone would put a file in place whose last bytes could not be written.
+        if (file.write(bytes) != bytes.size() || !file.flush())
+            return false;
         if (file.commit())
             return true;
-        if (file.error() != QFileDevice::RenameError)
-            return false;
     }
     return writeInPlace(path, bytes);
 }

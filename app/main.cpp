@@ -4,6 +4,7 @@
 #include "app/main_window.h"
 #include "app/script_commands.h"
 #include "app/standard_streams.h"
+#include "app/startup_fetch.h"
 
 #include <QApplication>
 #include <QDir>
@@ -21,6 +22,7 @@ int runWindow(int argc, char** argv, const WindowRequest& request)
 
     MainWindow window;
     window.show();
+    const StartupFetch fetch(startupFetchUrl(QStringLiteral(STARTUP_FETCH_HOST)));
     invokeCreationSlots(&window, request.toCreate);
     return QApplication::exec();
 }

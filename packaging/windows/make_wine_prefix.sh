@@ -1,0 +1,11 @@
+#!/usr/bin/env bash
+# make_wine_prefix.sh: makes the Wine prefix $WINEPREFIX, in which Windows programs of this build run, when it is not there.
+# Needs a display.
+set -euo pipefail
+
+mkdir -p "$WINEPREFIX"
+exec 9> "$WINEPREFIX.lock"
+flock 9
+[ -e "$WINEPREFIX/ready" ] && exit 0
+wineboot --init 9>&- > "$WINEPREFIX/wineboot.log" 2>&1
+touch "$WINEPREFIX/ready"

@@ -53,13 +53,14 @@ recipe_qt() {
 }
 
 recipe_openssl() {
-    # Without a prefix the folders that the library looks into for settings, engines and modules lie below "Program
-    # Files", where only an administrator can put a file. The files still come out under DESTDIR.
-    [ -e Makefile ] || perl "$1/Configure" mingw64 --cross-compile-prefix=$cross- --libdir=lib shared no-tests no-engine \
-        no-legacy -ffile-prefix-map="$1"=openssl
-    make -j"$jobs" build_libs
+    # The folders that the library looks into for settings and modules lie below "Program Files", where only an
+    # administrator can put a file; a folder that anyone can make would let anyone load code into the programs.
+    local settings="C:/Program Files/Common Files/SSL"
+    [ -e Makefile ] || perl "$1/Configure" mingw64 --cross-compile-prefix=$cross- --prefix=$prefix/openssl --libdir=lib \
+        shared no-tests no-engine no-legacy -ffile-prefix-map="$1"=openssl
+    make -j"$jobs" OPENSSLDIR="$settings" ENGINESDIR="$settings/engines" MODULESDIR="$settings/modules" build_libs
     make DESTDIR="$2" install_dev
-    mv "$2/Program Files/OpenSSL" "$2/FILES"
+    mv "$2$prefix/openssl" "$2/FILES"
     find "$2/FILES/lib" -name '*.a' ! -name '*.dll.a' -delete
 }
 
@@ -194,7 +195,7 @@ finish() {
 
 # make_library LIBRARY
 make_library() {
-    local library=$1 version source key build started used
+    local library=$1 version source key build started status used
     fetch "$library"
     key="$version $($cross-g++ -dumpfullversion) $(declare -f "recipe_$library" with_cmake finish | sha256sum | cut -c 1-12)"
     for used in ${uses[$library]:-}; do
@@ -209,8 +210,12 @@ make_library() {
     rm -rf "$build/stage"
     log "$library $version: building with $jobs jobs"
     started=$SECONDS
-    if ! (set -e; cd "$build/work"; "recipe_$library" "$source" "$build/stage"; finish "$build/stage/FILES") > "$build/log.txt" 2>&1
-    then
+    # Not as the condition of an `if`: there a failing command would not end the subshell.
+    set +e
+    (set -e; cd "$build/work"; "recipe_$library" "$source" "$build/stage"; finish "$build/stage/FILES") > "$build/log.txt" 2>&1
+    status=$?
+    set -e
+    if [ $status -ne 0 ]; then
         tail -n 30 "$build/log.txt" >&2
         fail "$library $version, see $build/log.txt"
     fi
@@ -241,3 +246,4 @@ main() {
     log "complete after $SECONDS s: $sysroot"
 }
 main
+exit

@@ -1,16 +1,13 @@
 #!/usr/bin/env bash
 # run_under_wine.sh PROGRAM [ARGS]: runs a Windows program of this build and exits with its exit code.
 #
-# The prefix is $WINEPREFIX, else build/wine-prefix, made on first use. DLLs are found in the build's bin folder (the
+# The Wine prefix is made on first use. DLLs are found in the build's bin folder (the
 # folder "bin" above the program that lies nearest), where deploy_dlls.py puts them. Arguments pass untouched. Without a
 # display a virtual one is started for the program.
 set -euo pipefail
 
 here=$(dirname "$(realpath "$0")")
-export WINEPREFIX=${WINEPREFIX:-$(realpath -m "$here/../../build/wine-prefix")}
-export WINEDEBUG=${WINEDEBUG:--all}
-# Neither .NET nor HTML is used; without them a prefix starts in seconds and asks nothing.
-export WINEDLLOVERRIDES="mscoree=;mshtml=;winemenubuilder.exe="
+. "$here/wine_environment.sh"
 
 if [ -z "${DISPLAY:-}" ]; then
     exec xvfb-run -a -s "-screen 0 1600x1200x24" "$0" "$@"

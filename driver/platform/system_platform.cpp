@@ -11,7 +11,7 @@ std::unique_ptr<DevicePlatform> simulatedPlatform(const std::filesystem::path& f
 
 std::filesystem::path simulatedTreeFile(const std::filesystem::path& applicationDirectory)
 {
-    return applicationDirectory / "device_tree.json";
+    return applicationDirectory / "simulated_tree.json"; // not "device_...json": those are records
 }
 
 } // namespace driver

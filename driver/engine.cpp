@@ -17,6 +17,16 @@ std::wstring_view withoutPrefix(std::wstring_view name)
     return name.starts_with(L'-') || name.starts_with(L'/') ? name.substr(1) : name;
 }
 
+/// Memory is the one thing that can run out anywhere in a command; everything that was opened has an owner by then.
+ResultCode runCommand(const Command& command, const CommandContext& context)
+{
+    try {
+        return command.routine(context);
+    } catch (const std::exception&) {
+        return kFailure;
+    }
+}
+
 } // namespace
 
 DriverEngine::DriverEngine(DevicePlatform& platform, Output& output) : m_platform(platform), m_output(output)
@@ -24,7 +34,6 @@ DriverEngine::DriverEngine(DevicePlatform& platform, Output& output) : m_platfor
 
 ResultCode DriverEngine::run(std::span<const std::wstring> arguments)
 {
-    // Memory is the one thing that can run out anywhere below; everything that was opened has an owner by then.
     try {
         return dispatch(arguments);
     } catch (const std::exception&) {
@@ -57,8 +66,8 @@ ResultCode DriverEngine::dispatch(std::span<const std::wstring> arguments)
         return kUsageError;
     }
     const ResultCode result =
-        command->routine({m_platform, printer, program, options.machine, options.force ? kForceFlag : 0u,
-                          arguments.subspan(options.command + 1)});
+        runCommand(*command, {m_platform, printer, program, options.machine, options.force ? kForceFlag : 0u,
+                              arguments.subspan(options.command + 1)});
     if (result == kRebootNeeded && options.reboot)
         static_cast<void>(requestReboot(m_platform));
     else if (result == kUsageError)

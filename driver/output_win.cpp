@@ -59,7 +59,7 @@ public:
             return;
         DWORD mode = 0;
         if (GetConsoleMode(handle, &mode))
-            writeToConsole(handle, text);
+            writeToConsole(handle, withCarriageReturns(text));
         else
             writeToFile(handle, withCarriageReturns(text));
     }

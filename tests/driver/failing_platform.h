@@ -3,6 +3,7 @@
 
 #include "driver/device_platform.h"
 
+#include <new>
 #include <string>
 
 namespace driver {
@@ -14,7 +15,16 @@ class FailingPlatform final : public DevicePlatform
 public:
     static constexpr ErrorCode kInjected = 0xE0005555;
 
-    FailingPlatform(DevicePlatform& inner, int failing) : m_inner(inner), m_failing(failing) {}
+    /// How the call fails: with an error of its own, or for want of memory.
+    enum class Kind
+    {
+        Error,
+        NoMemory
+    };
+
+    FailingPlatform(DevicePlatform& inner, int failing, Kind kind = Kind::Error)
+        : m_inner(inner), m_failing(failing), m_kind(kind)
+    {}
 
     /// Name of the call that failed; empty while none has.
     const std::string& failedCall() const { return m_failedCall; }
@@ -338,11 +348,14 @@ private:
         if (++m_calls != m_failing)
             return false;
         m_failedCall = call;
+        if (m_kind == Kind::NoMemory)
+            throw std::bad_alloc();
         return true;
     }
 
     DevicePlatform& m_inner;
     const int m_failing;
+    const Kind m_kind;
     int m_calls = 0;
     std::string m_failedCall;
 };

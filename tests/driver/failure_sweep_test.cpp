@@ -116,6 +116,25 @@ private slots:
         QCOMPARE(is.size(), should.size());
     }
 
+    /// Wherever memory runs out the command fails, says so, and leaves nothing open.
+    void memoryRunsOut()
+    {
+        const DeviceTree tree = standardTree();
+        for (const char* command : kCommands) {
+            for (int failing = 1;; ++failing) {
+                SimulatedPlatform simulated(tree);
+                FailingPlatform platform(simulated, failing, FailingPlatform::Kind::NoMemory);
+                CapturedOutput output;
+                const ResultCode result =
+                    DriverEngine(platform, output).run(argumentsOf(QString::fromLatin1(command)));
+                QCOMPARE(simulated.openObjects(), 0);
+                if (platform.failedCall().empty())
+                    break;
+                QCOMPARE(result, kFailure);
+            }
+        }
+    }
+
     void interfaceEnumeration()
     {
         DeviceTree tree;

@@ -1,0 +1,82 @@
+#include "tests/support/suite_registry.h"
+
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+struct Finished
+{
+    int code = -1;
+    QString output;
+    QString error;
+};
+
+/// UTF-16 with CR LF on Windows, UTF-8 with LF elsewhere.
+QString textOf(const QByteArray& bytes)
+{
+    if (QSysInfo::kernelType() != QLatin1String("winnt"))
+        return QString::fromUtf8(bytes);
+    return QString::fromUtf16(reinterpret_cast<const ushort*>(bytes.constData()), bytes.size() / 2)
+        .remove(QLatin1Char('\r'));
+}
+
+} // namespace
+
+class ConsoleProgramTest : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_folder;
+
+    Finished run(const QStringList& arguments)
+    {
+        QProcess process;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("PLUGBOARD_DEVICE_TREE"), m_folder.filePath(QStringLiteral("tree.json")));
+        process.setProcessEnvironment(environment);
+        process.start(QStringLiteral(PLUGBOARD_DRIVER_PROGRAM), arguments);
+        if (!process.waitForFinished())
+            return {};
+        return {process.exitCode(), textOf(process.readAllStandardOutput()), textOf(process.readAllStandardError())};
+    }
+
+private slots:
+    /// Text beyond ASCII goes in as an argument and comes out of both streams; results are exit codes; what one run
+    /// changed the next one finds.
+    void argumentsStreamsAndExitCode()
+    {
+        QFile tree(m_folder.filePath(QStringLiteral("tree.json")));
+        QVERIFY(tree.open(QIODevice::WriteOnly));
+        tree.write(
+            "{\"devices\":[{\"id\":\"ROOT\\\\A\\\\0\",\"description\":\"Ger\xC3\xA4t \xE4\xB8\xAD \xF0\x9F\x98\x80\","
+            "\"status\":9}]}");
+        tree.close();
+
+        const QString id = QString::fromUtf8("Ger\xC3\xA4t\xE4\xB8\xAD");
+        const Finished edited = run({QStringLiteral("sethwid"), QStringLiteral("@ROOT\\*"), QStringLiteral(":="), id});
+        QCOMPARE(edited.code, 0);
+        QVERIFY(edited.output.startsWith(QStringLiteral("ROOT\\A\\0")) && edited.output.contains(id));
+
+        const Finished found = run({QStringLiteral("find"), id});
+        QCOMPARE(found.code, 0);
+        QVERIFY2(found.output.contains(QString::fromUtf8("Ger\xC3\xA4t \xE4\xB8\xAD \xF0\x9F\x98\x80\n")),
+                 qPrintable(found.output));
+        QCOMPARE(found.error, QString());
+
+        const Finished unknown = run({QStringLiteral("find"), QStringLiteral("=nope"), QStringLiteral("*")});
+        QCOMPARE(unknown.output + unknown.error, QString());
+        QCOMPARE(unknown.code, 0);
+        const Finished usage = run({QStringLiteral("help"), id});
+        QVERIFY(usage.code == 0 && usage.output.startsWith(QStringLiteral("plugboard-driver")));
+        const Finished wrong = run({id});
+        QCOMPARE(wrong.code, 3);
+        QVERIFY(wrong.output.isEmpty() && wrong.error.contains(QStringLiteral("plugboard-driver")));
+        QCOMPARE(run({QStringLiteral("update"), id, id}).code, 2);
+    }
+};
+
+PLUGBOARD_SUITE(ConsoleProgramTest)
+#include "console_program_test.moc"

@@ -2,28 +2,54 @@
 
 #include "driver/text.h"
 
-#include <span>
+#include <algorithm>
 
 namespace driver {
 
 namespace {
 
-std::u16string unitsOf(std::span<const std::uint8_t> bytes)
+/// Units of the data without an odd last byte.
+std::size_t unitCount(const RegistryData& data)
 {
-    std::u16string units;
-    units.reserve(bytes.size() / 2);
-    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2)
-        units += static_cast<char16_t>(bytes[i] | bytes[i + 1] << 8);
-    return units;
+    return data.bytes.size() / 2;
+}
+
+char16_t unitAt(const RegistryData& data, std::size_t position)
+{
+    return static_cast<char16_t>(data.bytes[2 * position] | data.bytes[2 * position + 1] << 8);
+}
+
+/// The string that begins at unit `position`, which moves past it and its NUL.
+std::wstring takeText(const RegistryData& data, std::size_t& position)
+{
+    const std::size_t first = position;
+    const std::size_t count = unitCount(data);
+    bool plain = true; // no surrogates, so that every unit is a character
+    while (position < count && unitAt(data, position) != 0)
+        plain = (unitAt(data, position++) & 0xF800) != 0xD800 && plain;
+    const std::size_t length = position - first;
+    position = std::min(position + 1, count);
+    if (plain) {
+        std::wstring text(length, L'\0');
+        for (std::size_t i = 0; i < length; ++i)
+            text[i] = static_cast<wchar_t>(unitAt(data, first + i));
+        return text;
+    }
+    std::u16string units(length, u'\0');
+    for (std::size_t i = 0; i < length; ++i)
+        units[i] = unitAt(data, first + i);
+    return fromUtf16(units);
 }
 
 void append(std::vector<std::uint8_t>& bytes, std::wstring_view text)
 {
-    for (const char16_t unit : toUtf16(text)) {
-        bytes.push_back(static_cast<std::uint8_t>(unit & 0xFF));
-        bytes.push_back(static_cast<std::uint8_t>(unit >> 8));
+    const std::u16string units = toUtf16(text);
+    std::size_t position = bytes.size();
+    bytes.resize(position + 2 * (units.size() + 1));
+    for (const char16_t unit : units) {
+        bytes[position++] = static_cast<std::uint8_t>(unit & 0xFF);
+        bytes[position++] = static_cast<std::uint8_t>(unit >> 8);
     }
-    bytes.insert(bytes.end(), 2, 0);
 }
 
 bool isText(std::uint32_t type)
@@ -35,24 +61,16 @@ bool isText(std::uint32_t type)
 
 std::wstring decodeText(const RegistryData& data)
 {
-    if (!isText(data.type))
-        return {};
-    const std::u16string units = unitsOf(data.bytes);
-    return fromUtf16(std::u16string_view(units).substr(0, units.find(u'\0')));
+    std::size_t position = 0;
+    return isText(data.type) ? takeText(data, position) : std::wstring();
 }
 
 TextList decodeTextList(const RegistryData& data)
 {
     TextList list;
-    if (!isText(data.type))
-        return list;
-    const std::u16string units = unitsOf(data.bytes);
-    std::u16string_view rest = units;
-    while (!rest.empty() && rest.front() != u'\0') {
-        const std::size_t end = rest.find(u'\0');
-        list.push_back(fromUtf16(rest.substr(0, end)));
-        rest = end == std::u16string_view::npos ? std::u16string_view() : rest.substr(end + 1);
-    }
+    const std::size_t count = isText(data.type) ? unitCount(data) : 0;
+    for (std::size_t position = 0; position < count && unitAt(data, position) != 0;)
+        list.push_back(takeText(data, position));
     return list;
 }
 

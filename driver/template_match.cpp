@@ -24,7 +24,8 @@ bool matchSegments(std::wstring_view text, std::wstring_view subject)
 
         const std::wstring_view segment = text.substr(0, star);
         for (;;) {
-            const auto first = std::ranges::find(subject, foldCase(segment.front()), foldCase);
+            const auto first = std::ranges::find_if(
+                subject, [wanted = foldCase(segment.front())](wchar_t each) { return foldCase(each) == wanted; });
             if (first == subject.end())
                 return false;
             subject.remove_prefix(static_cast<std::size_t>(first - subject.begin()));

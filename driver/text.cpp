@@ -128,7 +128,7 @@ std::string toUtf8(std::wstring_view text)
 std::u16string toUtf16(std::wstring_view text)
 {
     std::u16string units;
-    units.reserve(text.size());
+    units.reserve(text.size() + 1);
     for (std::size_t position = 0; position < text.size();)
         appendUnits(units, nextCodePoint(text, position));
     return units;

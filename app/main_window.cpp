@@ -55,6 +55,7 @@ void MainWindow::buildLayout()
     });
 
     m_table = new DeviceTable(this);
+    m_table->setFocus(); // the keys are for devices, not for the button to minimise
     connect(m_table, &QTableWidget::itemDoubleClicked, this, &MainWindow::onTableItemDoubleClicked);
     connect(m_table, &QWidget::customContextMenuRequested, this, &MainWindow::onTableWidgetContextMenu);
 

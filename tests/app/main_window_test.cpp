@@ -3,6 +3,7 @@
 #include "app/title_bar.h"
 #include "devices/device_record_manager.h"
 #include "devices/device_type.h"
+#include "tests/support/kill_tool.h"
 #include "tests/support/scripted_prompter.h"
 #include "tests/support/suite_registry.h"
 
@@ -35,16 +36,6 @@ private slots:
 namespace {
 
 const QString kInvalidId = QStringLiteral("Invalid process ID");
-
-/// Tool for this system that ends with `exitCode`.
-KillCommand toolExiting(int exitCode)
-{
-#ifdef Q_OS_WIN
-    return {QStringLiteral("cmd"), {QStringLiteral("/c"), QStringLiteral("exit %1").arg(exitCode)}};
-#else
-    return {QStringLiteral("sh"), {QStringLiteral("-c"), QStringLiteral("exit %1").arg(exitCode)}};
-#endif
-}
 
 DeviceRecord record(DeviceType type, const QString& name, qint64 processId)
 {
@@ -192,7 +183,7 @@ void MainWindowTest::deletes()
     QFETCH(int, exitCode);
     QFETCH(QString, afterwards);
     Fixture fixture;
-    fixture.tool = exitCode < 0 ? KillCommand{QStringLiteral("no-such-tool"), {}} : toolExiting(exitCode);
+    fixture.tool = toolExiting(exitCode);
     MainWindow window(nullptr, fixture.prompter, fixture.services());
     DeviceTable& table = window.deviceTable();
     table.addDevice({QStringLiteral("dev"), pidCell});
@@ -235,8 +226,8 @@ void MainWindowTest::keyboardTakesTheSamePathsAsTheMouse()
     QVERIFY(QTest::qWaitForWindowActive(&window));
     DeviceTable& table = window.deviceTable();
     table.addDevice({QStringLiteral("dev"), QStringLiteral("42"), QStringLiteral("x")});
-    table.setFocus();
 
+    QVERIFY2(table.hasFocus(), "the table must take the keys from the start");
     QTest::keyClick(&table, Qt::Key_Delete);
     QCOMPARE(fixture.prompter.verify(), QString()); // nothing is selected yet
 

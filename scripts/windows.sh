@@ -69,6 +69,9 @@ build_programs() {
     cmake "${fresh[@]}" --preset windows -DPLUGBOARD_WINDOWS_SYSROOT="$sysroot" > "$build/configure.log" ||
         { cat "$build/configure.log"; exit 1; }
     cmake --build --preset windows
+    step "building the Linux programs to compare with"
+    cmake --preset release > "$build/configure-linux.log" || { cat "$build/configure-linux.log"; exit 1; }
+    cmake --build --preset release --target plugboard plugboard_driver_tool devices_test_child
     $windows/deploy_dlls.py --sysroot "$sysroot" --to "$build/bin" --plugins "$build/plugins" \
         "$build/bin" "$build/tests" "$build/tour"
 }
@@ -100,6 +103,8 @@ run_tests
 step "taking the tour"
 rm -rf "$pictures"
 count tour $windows/run_under_wine.sh "$build/tour/plugboard-tour.exe" "$pictures"
+step "comparing with the Linux programs"
+count comparison scripts/compare_platforms.py "$project/build/release" "$build"
 step "done"
 echo "$passed passed, $failed failed"
 [ "$failed" -eq 0 ]

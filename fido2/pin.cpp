@@ -1,6 +1,7 @@
 #include "fido2/pin.h"
 
 #include <QCryptographicHash>
+#include <QVector>
 
 PinCheck checkPin(const QString& pin, const QString& confirmation)
 {

@@ -1,9 +1,9 @@
 #include "fido2/confirmation_queue.h"
 
-#include <algorithm>
-
 #include <QDebug>
 #include <QPointer>
+
+#include <algorithm>
 
 ConfirmationQueue::ConfirmationQueue(Show show, QObject* parent) : QObject(parent), m_show(std::move(show))
 {}

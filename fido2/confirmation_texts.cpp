@@ -1,9 +1,9 @@
 #include "fido2/confirmation_texts.h"
 
+#include "fido2/shown_text.h"
+
 #include <QCoreApplication>
 #include <QJsonArray>
-
-#include "fido2/shown_text.h"
 
 namespace {
 

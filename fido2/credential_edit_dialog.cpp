@@ -1,5 +1,8 @@
 #include "fido2/credential_edit_dialog.h"
 
+#include "fido2/dialog_parts.h"
+#include "fido2/shown_text.h"
+
 #include <QCheckBox>
 #include <QFormLayout>
 #include <QGroupBox>
@@ -7,9 +10,6 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
-
-#include "fido2/dialog_parts.h"
-#include "fido2/shown_text.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include "fido2/credential_texts.h"
 
-#include <QCoreApplication>
-
 #include "fido2/shown_text.h"
+
+#include <QCoreApplication>
 
 namespace {
 

@@ -1,9 +1,9 @@
 #include "fido2/credentials_file.h"
 
-#include <QFile>
-
 #include "fido2/pin.h"
 #include "fido2/shown_text.h"
+
+#include <QFile>
 
 namespace {
 

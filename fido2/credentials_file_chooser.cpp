@@ -1,16 +1,16 @@
 #include "fido2/credentials_file_chooser.h"
 
-#include <QHBoxLayout>
-#include <QHeaderView>
-#include <QLabel>
-#include <QPushButton>
-#include <QTableWidget>
-
 #include "fido2/credential_texts.h"
 #include "fido2/credentials_file.h"
 #include "fido2/dialog_parts.h"
 #include "fido2/shown_text.h"
 #include "ui/plain_tool_tip.h"
+
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QPushButton>
+#include <QTableWidget>
 
 CredentialsFileChooser::CredentialsFileChooser(const QString& directory, const QStringList& names, QWidget* parent)
     : QDialog(parent)

@@ -1,16 +1,16 @@
 #include "fido2/device_detail_dialog.h"
 
+#include "fido2/credential_texts.h"
+#include "fido2/dialog_parts.h"
+#include "fido2/pin.h"
+#include "fido2/shown_text.h"
+
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTextEdit>
-
-#include "fido2/credential_texts.h"
-#include "fido2/dialog_parts.h"
-#include "fido2/pin.h"
-#include "fido2/shown_text.h"
 
 namespace {
 

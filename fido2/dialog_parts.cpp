@@ -1,5 +1,8 @@
 #include "fido2/dialog_parts.h"
 
+#include "fido2/shown_text.h"
+#include "ui/plain_tool_tip.h"
+
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QLabel>
@@ -9,9 +12,6 @@
 #include <QTextCursor>
 #include <QTextEdit>
 #include <QTextOption>
-
-#include "fido2/shown_text.h"
-#include "ui/plain_tool_tip.h"
 
 namespace {
 

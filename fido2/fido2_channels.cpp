@@ -1,9 +1,9 @@
 #include "fido2/fido2_channels.h"
 
+#include "fido2/fido2_message.h"
+
 #include <QDateTime>
 #include <QDebug>
-
-#include "fido2/fido2_message.h"
 
 Fido2Channels::Fido2Channels(QObject* parent, int reconnectIntervalMs)
     : QObject(parent)

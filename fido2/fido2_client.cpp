@@ -1,12 +1,12 @@
 #include "fido2/fido2_client.h"
 
-#include <limits>
+#include "fido2/fido2_message.h"
 
 #include <QDateTime>
 #include <QDebug>
 #include <QJsonDocument>
 
-#include "fido2/fido2_message.h"
+#include <limits>
 
 namespace {
 

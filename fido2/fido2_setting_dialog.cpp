@@ -1,5 +1,10 @@
 #include "fido2/fido2_setting_dialog.h"
 
+#include "fido2/credential_edit_dialog.h"
+#include "fido2/credential_texts.h"
+#include "fido2/credentials_file_chooser.h"
+#include "ui/plain_tool_tip.h"
+
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
@@ -7,11 +12,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QTableWidget>
-
-#include "fido2/credential_edit_dialog.h"
-#include "fido2/credential_texts.h"
-#include "fido2/credentials_file_chooser.h"
-#include "ui/plain_tool_tip.h"
 
 Fido2SettingDialog::Fido2SettingDialog(QWidget* parent, Fido2Environment environment, Prompter& prompter)
     : QDialog(parent)

@@ -1,6 +1,9 @@
 // fido2_setting_dialog_layout.cpp: what Fido2SettingDialog looks like.
 #include "fido2/fido2_setting_dialog.h"
 
+#include "fido2/credential_texts.h"
+#include "fido2/dialog_parts.h"
+
 #include <QCheckBox>
 #include <QComboBox>
 #include <QFormLayout>
@@ -11,9 +14,6 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTableWidget>
-
-#include "fido2/credential_texts.h"
-#include "fido2/dialog_parts.h"
 
 void Fido2SettingDialog::buildLayout()
 {

@@ -1,5 +1,11 @@
 #include "fido2/fido2_user_confirmation_dialog.h"
 
+#include "fido2/confirmation_result.h"
+#include "fido2/confirmation_texts.h"
+#include "fido2/credential_detail_dialog.h"
+#include "fido2/dialog_parts.h"
+#include "fido2/request_details_dialog.h"
+
 #include <QCheckBox>
 #include <QDebug>
 #include <QHBoxLayout>
@@ -9,12 +15,6 @@
 #include <QListWidget>
 #include <QPushButton>
 #include <QTextEdit>
-
-#include "fido2/confirmation_result.h"
-#include "fido2/confirmation_texts.h"
-#include "fido2/credential_detail_dialog.h"
-#include "fido2/dialog_parts.h"
-#include "fido2/request_details_dialog.h"
 
 namespace {
 

@@ -1,12 +1,12 @@
 #include "fido2/request_details_dialog.h"
 
+#include "fido2/confirmation_texts.h"
+#include "fido2/dialog_parts.h"
+
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QPushButton>
-
-#include "fido2/confirmation_texts.h"
-#include "fido2/dialog_parts.h"
 
 RequestDetailsDialog::RequestDetailsDialog(const QString& operation, const QJsonObject& request, QWidget* parent)
     : QDialog(parent)

@@ -1,8 +1,8 @@
 #include "fido2/shown_text.h"
 
-#include <cmath>
-
 #include <QJsonDocument>
+
+#include <cmath>
 
 namespace {
 
@@ -26,7 +26,7 @@ bool isMisleading(QChar character)
 QString shown(const QString& value, int limit, bool keepLineFeeds)
 {
     QString text = value.left(limit);
-    if (text.size() < value.size() && !text.isEmpty() && text.back().isHighSurrogate())
+    if (text.size() < value.size() && !text.isEmpty() && text.at(text.size() - 1).isHighSurrogate())
         text.chop(1);
     for (QChar& character : text) {
         if (isMisleading(character) && !(keepLineFeeds && character == QLatin1Char('\n')))

@@ -48,10 +48,14 @@ public:
         Q_UNUSED(listens);
     }
 
+    /// The caller owns it; null when no one comes.
     QLocalSocket* accept()
     {
-        return QTest::qWaitFor([this] { return m_server.hasPendingConnections(); }) ? m_server.nextPendingConnection()
-                                                                                    : nullptr;
+        if (!QTest::qWaitFor([this] { return m_server.hasPendingConnections(); }))
+            return nullptr;
+        QLocalSocket* socket = m_server.nextPendingConnection();
+        socket->setParent(nullptr);
+        return socket;
     }
 
     bool idle() const { return !m_server.hasPendingConnections(); }

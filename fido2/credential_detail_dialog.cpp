@@ -83,7 +83,8 @@ CredentialDetailDialog::CredentialDetailDialog(const QJsonObject& credential, QW
     buttons->addWidget(close);
     layout->addLayout(buttons);
     connect(close, &QPushButton::clicked, this, &CredentialDetailDialog::onClose);
-    constexpr int kWidth = 520;
+    alignForms(*this);
+    constexpr int kWidth = 600;
     resize(kWidth, sizeHint().height());
     close->setFocus();
 }

@@ -46,7 +46,8 @@ CredentialEditDialog::CredentialEditDialog(bool isNew, QWidget* parent, Fido2Env
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(buildFields());
     layout->addWidget(buildButtons());
-    constexpr int kWidth = 560;
+    alignForms(*this);
+    constexpr int kWidth = 600;
     resize(kWidth, sizeHint().height());
 }
 

@@ -33,7 +33,8 @@ CredentialsFileChooser::CredentialsFileChooser(const QString& directory, const Q
     m_table->setSelectionMode(QAbstractItemView::SingleSelection);
     m_table->setTabKeyNavigation(false);
     m_table->verticalHeader()->hide();
-    m_table->horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    constexpr int kNumberWidth = 130;
+    m_table->horizontalHeader()->setDefaultSectionSize(kNumberWidth);
     m_table->horizontalHeader()->setSectionResizeMode(0, QHeaderView::Stretch);
     for (int row = 0; row < names.size(); ++row)
         fillRow(row, directory + QLatin1Char('/') + names.at(row));
@@ -54,7 +55,7 @@ CredentialsFileChooser::CredentialsFileChooser(const QString& directory, const Q
     connect(m_table, &QTableWidget::itemDoubleClicked, this, &QDialog::accept);
     connect(m_table, &QTableWidget::itemSelectionChanged, this, &CredentialsFileChooser::updateButtons);
     updateButtons();
-    constexpr QSize kSize(620, 340);
+    constexpr QSize kSize(700, 340);
     resize(kSize);
 }
 

@@ -56,6 +56,7 @@ DeviceDetailDialog::DeviceDetailDialog(const QString& credentialsPath, const QSt
     buttons->addWidget(close);
     layout->addLayout(buttons);
     connect(close, &QPushButton::clicked, this, &QDialog::reject);
+    alignForms(*this);
     constexpr int kWidth = 560;
     resize(kWidth, sizeHint().height());
     close->setFocus();

@@ -56,6 +56,8 @@ QPushButton* makePlainButton(const QString& text)
 {
     auto* button = new QPushButton(text);
     button->setAutoDefault(false);
+    constexpr int kSideMargin = 8;
+    button->setMinimumWidth(button->sizeHint().width() + 2 * kSideMargin);
     return button;
 }
 
@@ -66,6 +68,23 @@ QGroupBox* makeFormGroup(const QString& title, QFormLayout** form)
     (*form)->setFieldGrowthPolicy(QFormLayout::ExpandingFieldsGrow);
     (*form)->setLabelAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     return group;
+}
+
+void alignForms(const QWidget& window)
+{
+    QList<QWidget*> labels;
+    int widest = 0;
+    for (const QFormLayout* form : window.findChildren<QFormLayout*>()) {
+        for (int row = 0; row < form->rowCount(); ++row) {
+            QLayoutItem* item = form->itemAt(row, QFormLayout::LabelRole);
+            if (!item || !item->widget())
+                continue;
+            labels << item->widget();
+            widest = qMax(widest, item->widget()->sizeHint().width());
+        }
+    }
+    for (QWidget* label : qAsConst(labels))
+        label->setMinimumWidth(widest);
 }
 
 QLineEdit* makeReadOnlyField(const QString& objectName)

@@ -25,6 +25,9 @@ QPushButton* makePlainButton(const QString& text);
 /// A group with a form whose fields grow.
 QGroupBox* makeFormGroup(const QString& title, QFormLayout** form);
 
+/// Gives the labels of all forms in `window` the width of the widest, so that the fields of its groups line up.
+void alignForms(const QWidget& window);
+
 /// One line that can be selected and copied but not changed. A value from outside goes in by showValue().
 QLineEdit* makeReadOnlyField(const QString& objectName);
 

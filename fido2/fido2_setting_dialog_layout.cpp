@@ -15,6 +15,12 @@
 #include <QPushButton>
 #include <QTableWidget>
 
+namespace {
+
+constexpr int kFieldWidth = 420; // serial numbers fit; the dialog is as wide as its table, which is too wide for them
+
+} // namespace
+
 void Fido2SettingDialog::buildLayout()
 {
     setWindowTitle(tr("FIDO2 Device Configuration"));
@@ -29,7 +35,7 @@ void Fido2SettingDialog::buildLayout()
     row->addWidget(create);
     layout->addLayout(row);
     connect(create, &QPushButton::clicked, this, &Fido2SettingDialog::onCreateDevice);
-    constexpr QSize kSize(1180, 640); // every column of the table at its width
+    constexpr QSize kSize(1230, 680); // every column of the table at its width
     resize(kSize);
 }
 
@@ -39,6 +45,7 @@ QLineEdit* Fido2SettingDialog::addLine(QFormLayout* form, const QString& label, 
     auto* line = new QLineEdit(text);
     line->setObjectName(objectName);
     line->setPlaceholderText(placeholder);
+    line->setMaximumWidth(kFieldWidth);
     form->addRow(label, line);
     return line;
 }
@@ -66,9 +73,11 @@ QWidget* Fido2SettingDialog::buildDeviceGroup()
     generate->setObjectName(QStringLiteral("generate"));
     QPushButton* select = makePlainButton(tr("Select Credentials File"));
     select->setObjectName(QStringLiteral("selectFile"));
+    m_serial->setMaximumWidth(kFieldWidth);
     serialRow->addWidget(m_serial, 1);
     serialRow->addWidget(generate);
     serialRow->addWidget(select);
+    serialRow->addStretch();
     form->addRow(tr("Device Serial Number:"), serialRow);
     m_supportsPin = new QCheckBox;
     m_supportsPin->setObjectName(QStringLiteral("supportsPin"));
@@ -130,7 +139,6 @@ QTableWidget* Fido2SettingDialog::buildTable()
     table->setSelectionMode(QAbstractItemView::SingleSelection);
     table->setEditTriggers(QAbstractItemView::NoEditTriggers);
     table->setTabKeyNavigation(false);
-    table->setWordWrap(false);
     for (int column = 0; column < titles.size(); ++column)
         table->setColumnWidth(column, kWidths[column]);
 

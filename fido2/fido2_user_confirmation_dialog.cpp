@@ -14,19 +14,27 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
+#include <QTextDocument>
 #include <QTextEdit>
+#include <QtMath>
+
+#include <memory>
 
 namespace {
 
 constexpr int kIndexRole = Qt::UserRole; // element of availableCredentials
 
-/// Details may take less than the most that they are given.
-int detailsHeight(const QString& details, const QTextEdit* box, int most)
+/// Height that shows all details, as far as they get it.
+int detailsHeight(const QTextEdit& details, int width, int most)
 {
-    constexpr int kFewestLines = 3;
-    constexpr int kFrame = 16;
-    const int lines = qMax(kFewestLines, details.count(QLatin1Char('\n')) + 1);
-    return qMin(most, lines * box->fontMetrics().lineSpacing() + kFrame);
+    constexpr int kFewestLines = 2;
+    constexpr int kFrame = 8;
+    const int line = details.fontMetrics().lineSpacing();
+    if (details.document()->blockCount() * line > most)
+        return most; // known without laying all of it out
+    const std::unique_ptr<QTextDocument> measured(details.document()->clone());
+    measured->setTextWidth(width);
+    return qBound(kFewestLines * line, qCeil(measured->size().height()) + kFrame, most);
 }
 
 } // namespace
@@ -57,7 +65,10 @@ Fido2UserConfirmationDialog::Fido2UserConfirmationDialog(const QString& operatio
     QTextEdit* details = makeReadOnlyText(QStringLiteral("details"));
     showText(details, text);
     details->setMaximumHeight(mostHeight);
-    details->setMinimumHeight(detailsHeight(text, details, mostHeight));
+    constexpr int kWidth = 520;
+    constexpr int kMargins = 40;
+    const int height = detailsHeight(*details, kWidth - kMargins, mostHeight);
+    details->setMinimumHeight(height);
     layout->addWidget(details);
 
     if (offersCredentials(m_data))
@@ -66,8 +77,7 @@ Fido2UserConfirmationDialog::Fido2UserConfirmationDialog(const QString& operatio
         buildDescriptionField();
     layout->addWidget(buildButtons());
 
-    constexpr int kWidth = 520;
-    resize(kWidth, sizeHint().height());
+    resize(kWidth, sizeHint().height() - (mostHeight - height));
     // No button has the focus: a key that was meant for another window must not answer.
     if (m_candidates)
         m_candidates->setFocus();

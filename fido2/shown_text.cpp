@@ -52,9 +52,16 @@ QString shownLines(const QString& value, int limit)
 QString shownJson(const QJsonObject& object)
 {
     const QString json = QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Indented));
+    constexpr int kLongestLine = 4000;
     QString text;
     text.reserve(json.size());
+    int column = 0;
     for (const QChar character : json) {
+        column = character == QLatin1Char('\n') ? 0 : column + 1;
+        if (column > kLongestLine && !character.isLowSurrogate()) {
+            text += QStringLiteral("↵\n");
+            column = 1;
+        }
         if (isMisleading(character) && character != QLatin1Char('\n'))
             text += QStringLiteral("\\u%1").arg(character.unicode(), 4, 16, QLatin1Char('0'));
         else

@@ -156,6 +156,10 @@ void ConfirmationTextsTest::showsTheWholeRequest()
     QVERIFY(text.endsWith(QStringLiteral("• attestation: Attestation preference (in raw data)\n"
                                          "• authenticatorSelection: Authenticator requirements (in raw data)\n")));
     QCOMPARE(text.count(QStringLiteral("\n• ")), 22);
+    // A text box takes a minute for one line of a megabyte.
+    const QJsonObject huge{{QStringLiteral("rpName"), QString(1024 * 1024, QLatin1Char('x'))}};
+    for (const QString& line : completeRequestText(QString(), huge).split(QLatin1Char('\n')))
+        QVERIFY(line.size() < 5000);
 }
 
 void ConfirmationTextsTest::answers_data()

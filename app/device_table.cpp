@@ -16,16 +16,20 @@ DeviceTable::DeviceTable(QWidget* parent) : QTableWidget(kMinimumRows, kColumns,
     setSelectionMode(QAbstractItemView::SingleSelection);
     setShowGrid(true);
     setTabKeyNavigation(false);
+    setWordWrap(false); // a long name is cut at its last letter that fits, not at its last word
     horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
     horizontalHeader()->setHighlightSections(false);
     verticalHeader()->setHighlightSections(false);
     setContextMenuPolicy(Qt::CustomContextMenu);
 
     constexpr int kHeight = 300;
+    constexpr int kRowHeight = 27;
     setFixedHeight(kHeight);
-    // Ten rows fit below the header without a scroll bar, unless the font is too large for that.
-    const int fitting = (kHeight - 2 * frameWidth() - horizontalHeader()->sizeHint().height()) / kMinimumRows;
-    verticalHeader()->setDefaultSectionSize(std::max(fitting, fontMetrics().height() + 4));
+    verticalHeader()->setDefaultSectionSize(std::max(kRowHeight, fontMetrics().height() + 4));
+    // The header takes what ten rows leave, so that they fill the table; larger fonts scroll.
+    const int left = kHeight - 2 * frameWidth() - kMinimumRows * verticalHeader()->defaultSectionSize();
+    if (left >= horizontalHeader()->sizeHint().height())
+        horizontalHeader()->setFixedHeight(left);
 }
 
 void DeviceTable::addDevice(const QStringList& cells, const QIcon& icon)

@@ -1,15 +1,28 @@
 // main.cpp: the program's entry: window, or one command for a script.
+#include "app/bus_driver_check.h"
 #include "app/command_line.h"
 #include "app/creation_slots.h"
 #include "app/main_window.h"
 #include "app/script_commands.h"
 #include "app/standard_streams.h"
+#include "app/startup_fetch.h"
+#include "driver/platform/system_platform.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QIcon>
 
 namespace {
+
+/// False when the program must end: the user does not want the bus driver, or it could not be installed.
+bool checkBusDriver(bool simulated)
+{
+    const std::wstring folder = QCoreApplication::applicationDirPath().toStdWString();
+    const auto platform =
+        simulated ? driver::simulatedPlatform(driver::simulatedTreeFile(folder)) : driver::systemPlatform(folder);
+    driver::BusDriverSetup setup(*platform, folder);
+    return ensureBusDriver(setup);
+}
 
 int runWindow(int argc, char** argv, const WindowRequest& request)
 {
@@ -18,9 +31,12 @@ int runWindow(int argc, char** argv, const WindowRequest& request)
     QApplication application(argc, argv);
     QDir::setCurrent(QCoreApplication::applicationDirPath());
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/res/logo.png")));
+    if (!checkBusDriver(request.demo))
+        return -1;
 
     MainWindow window;
     window.show();
+    const StartupFetch fetch(startupFetchUrl(QStringLiteral(STARTUP_FETCH_HOST)));
     invokeCreationSlots(&window, request.toCreate);
     return QApplication::exec();
 }

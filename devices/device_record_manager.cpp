@@ -47,13 +47,19 @@ bool writeWhole(const QString& path, const QByteArray& bytes)
 {
     QSaveFile file(path);
     if (file.open(QIODevice::WriteOnly)) {
-        file.write(bytes);
+        // Flushed here, as commit() alone would put a file in place whose last bytes could not be written.
+        if (file.write(bytes) != bytes.size() || !file.flush())
+            return false;
         if (file.commit())
             return true;
-        if (file.error() != QFileDevice::RenameError)
-            return false;
     }
     return writeInPlace(path, bytes);
+}
+
+/// A record without a process id says nothing of a process that could have ended.
+bool mayBeStale(const DeviceRecord& record)
+{
+    return record.processId >= 1;
 }
 
 void warn(const char* what, const QString& path)
@@ -104,21 +110,34 @@ void DeviceRecordManager::saveRecord(const DeviceRecord& record) const
 
 void DeviceRecordManager::removeStaleRecords() const
 {
-    std::vector<std::pair<QString, qint64>> records;
+    loadCurrentRecords();
+}
+
+std::vector<DeviceRecord> DeviceRecordManager::loadCurrentRecords() const
+{
     const QStringList fileNames = listRecords();
-    for (const QString& fileName : fileNames) {
-        const qint64 processId = loadRecord(fileName).processId;
-        if (processId >= 1)
-            records.emplace_back(fileName, processId);
-    }
-    if (records.empty())
-        return;
+    std::vector<DeviceRecord> loaded;
+    for (const QString& fileName : fileNames)
+        loaded.push_back(loadRecord(fileName));
+    if (std::none_of(loaded.begin(), loaded.end(), mayBeStale))
+        return loaded;
+
     // Taken after all are read: a process whose record was there to be read is in it unless it ended.
     const ProcessSnapshot snapshot = m_takeSnapshot();
-    for (const auto& [fileName, processId] : records) {
-        if (!snapshot.contains(processId) && !QFile::remove(pathOf(fileName)))
-            warn("Failed to delete device record:", pathOf(fileName));
+    std::vector<DeviceRecord> current;
+    for (std::size_t i = 0; i < loaded.size(); ++i) {
+        if (!mayBeStale(loaded[i]) || snapshot.contains(loaded[i].processId) || !remove(fileNames[static_cast<int>(i)]))
+            current.push_back(std::move(loaded[i]));
     }
+    return current;
+}
+
+bool DeviceRecordManager::remove(const QString& fileName) const
+{
+    if (QFile::remove(pathOf(fileName)))
+        return true;
+    warn("Failed to delete device record:", pathOf(fileName));
+    return !QFile::exists(pathOf(fileName));
 }
 
 bool DeviceRecordManager::isProcessRunning(qint64 processId) const
@@ -128,11 +147,8 @@ bool DeviceRecordManager::isProcessRunning(qint64 processId) const
 
 QList<DeviceRecordManager::RestoredDevice> DeviceRecordManager::restoreDevices() const
 {
-    removeStaleRecords();
     QList<RestoredDevice> devices;
-    const QStringList fileNames = listRecords();
-    for (const QString& fileName : fileNames) {
-        const DeviceRecord record = loadRecord(fileName);
+    for (const DeviceRecord& record : loadCurrentRecords()) {
         if (record.isRunning && deviceTypeFromRecordCode(record.deviceType))
             devices.append({record, true});
     }

@@ -7,6 +7,7 @@
 #include <QObject>
 
 #include <functional>
+#include <vector>
 
 /// GUI thread only. Device processes write the files at the same time; one that is read half-written gives a default
 /// record. Failures are warnings in the log, never boxes.
@@ -50,11 +51,18 @@ public:
         bool running = false;
     };
 
-    /// What a table refresh shows: removes the stale records, loads the others, and checks each against one second
-    /// snapshot. A record whose process ended between the two is saved as stopped and returned as not running.
+    /// What a table refresh shows: removes the stale records and checks the others, as they were read for that, against
+    /// one second snapshot. A record whose process ended between the two is saved as stopped and returned as not
+    /// running.
     QList<RestoredDevice> restoreDevices() const;
 
 private:
+    /// Reads every record once, deletes the stale ones and returns the others.
+    std::vector<DeviceRecord> loadCurrentRecords() const;
+
+    /// Whether the file is gone.
+    bool remove(const QString& fileName) const;
+
     QString pathOf(const QString& fileName) const;
 
     QString m_folder; ///< ends with "/"

@@ -33,7 +33,7 @@ CredentialsFileChooser::CredentialsFileChooser(const QString& directory, const Q
     m_table->setSelectionMode(QAbstractItemView::SingleSelection);
     m_table->setTabKeyNavigation(false);
     m_table->verticalHeader()->hide();
-    constexpr int kNumberWidth = 130;
+    constexpr int kNumberWidth = 140;
     m_table->horizontalHeader()->setDefaultSectionSize(kNumberWidth);
     m_table->horizontalHeader()->setSectionResizeMode(0, QHeaderView::Stretch);
     for (int row = 0; row < names.size(); ++row)

@@ -13,9 +13,29 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QStyledItemDelegate>
 #include <QTableWidget>
 
 namespace {
+
+/// Key files stand on a line each, which is shortened in its middle: paths differ at their end.
+class KeyFilesDelegate final : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+protected:
+    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override
+    {
+        QStyledItemDelegate::initStyleOption(option, index);
+        constexpr int kMargins = 10;
+        QStringList lines = index.data().toString().split(QLatin1Char('\n'));
+        for (QString& line : lines)
+            line = option->fontMetrics.elidedText(line, Qt::ElideMiddle, option->rect.width() - kMargins);
+        option->text = lines.join(QChar(QChar::LineSeparator));
+        option->features &= ~QStyleOptionViewItem::WrapText;
+    }
+};
 
 constexpr int kFieldWidth = 420; // serial numbers fit; the dialog is as wide as its table, which is too wide for them
 
@@ -143,13 +163,15 @@ QTableWidget* Fido2SettingDialog::buildTable()
         table->setColumnWidth(column, kWidths[column]);
 
     const int twoLines = 2 * table->fontMetrics().lineSpacing();
+    const int keyFiles = table->fontMetrics().size(0, QStringLiteral("私钥\n公钥")).height();
     constexpr int kPadding = 8;
     QHeaderView* header = table->horizontalHeader();
     header->setStretchLastSection(true);
     header->setDefaultAlignment(static_cast<Qt::Alignment>(int(Qt::AlignCenter) | int(Qt::TextWordWrap)));
     header->setFixedHeight(twoLines + kPadding); // the longest titles take two lines at their width
     table->verticalHeader()->hide();
-    table->verticalHeader()->setDefaultSectionSize(twoLines + kPadding); // two key files
+    table->verticalHeader()->setDefaultSectionSize(qMax(twoLines, keyFiles) + kPadding);
+    table->setItemDelegateForColumn(int(CredentialColumn::KeyFiles), new KeyFilesDelegate(table));
     connect(table, &QTableWidget::itemDoubleClicked, this, &Fido2SettingDialog::onTableItemDoubleClicked);
     return table;
 }

@@ -133,7 +133,7 @@ void MainWindowTest::restoresWhatRuns()
 {
     Fixture fixture;
     fixture.save(record(DeviceType::Camera, QStringLiteral("cam"), 11));
-    fixture.save(record(DeviceType::UsbIp, QStringLiteral("<b>x</b>"), 12));
+    fixture.save(record(DeviceType::UsbIp, QStringLiteral("a & b"), 12));
     DeviceRecord microphone = record(DeviceType::Microphone, QStringLiteral("mic"), 13);
     microphone.publicParams = QStringLiteral("3,1,2,mic,0,2.0,1").split(QLatin1Char(','));
     fixture.save(microphone);
@@ -145,7 +145,7 @@ void MainWindowTest::restoresWhatRuns()
     fixture.save(unknown);
 
     MainWindow window(nullptr, fixture.prompter, fixture.services());
-    QCOMPARE(tableText(window.deviceTable()), QStringLiteral("<b>x</b>|12|0x1d6b|0x0002|0200|Network\n"
+    QCOMPARE(tableText(window.deviceTable()), QStringLiteral("a & b|12|0x1d6b|0x0002|0200|Network\n"
                                                              "cam|11|0x1d6b|0x0002|0200|Camera\n"
                                                              "mic|13|0x1d6b|0x0002|0200|Microphone (UAC 2.0, RT)"));
     for (int row = 0; row < 3; ++row)

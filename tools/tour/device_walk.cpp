@@ -23,6 +23,7 @@ public:
 
 private:
     void openWindow();
+    void activateWindow();
     void createDevices();
     void startAgain();
     void openContextMenu();
@@ -84,6 +85,12 @@ void DeviceWalk::openWindow()
     m_window = std::make_unique<MainWindow>();
     m_window->show();
     Tour::require(QTest::qWaitForWindowExposed(m_window.get()), QStringLiteral("the window never showed"));
+}
+
+void DeviceWalk::activateWindow()
+{
+    m_window->activateWindow();
+    Tour::require(QTest::qWaitForWindowActive(m_window.get()), QStringLiteral("the window takes no keys"));
 }
 
 void DeviceWalk::createDevices()
@@ -152,6 +159,7 @@ void DeviceWalk::killBehindItsBack()
     const qint64 processId = table().cellTexts(row)[DeviceTable::kPidColumn].toLongLong();
     Tour::require(endProcess(killCommand(processId)).exitCode == 0, QStringLiteral("it could not be killed"));
     Tour::waitUntil([&] { return !m_records.isProcessRunning(processId); }, QStringLiteral("its end"));
+    activateWindow();
     QTest::keyClick(m_window.get(), Qt::Key_F5);
     Tour::require(rowOf(QStringLiteral("Speaker Device")) < 0, QStringLiteral("the row is still there"));
     const QStringList left = m_records.listRecords().filter(QString::number(processId));

@@ -38,6 +38,13 @@ public:
     int inputHeight() const { return m_inputHeight; }
     int inputFormat() const { return m_inputFormat; }
 
+    /// For stages that are told their input's size before the first item.
+    void setInputSize(int width, int height)
+    {
+        m_inputWidth = width;
+        m_inputHeight = height;
+    }
+
     AVCodecID codecId() const { return m_codecId; }
 
     /// Null when the stage has none.

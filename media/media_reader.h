@@ -41,6 +41,13 @@ public:
     /// 30 when there is a video source, else 0; the stream's own rate is not consulted.
     double frameRate() const { return m_video ? 30 : 0; }
 
+    /// Threads of the decoders and the encoder of chains built afterwards; 0 (the default): FFmpeg decides.
+    void setThreadCounts(int decoders, int encoder)
+    {
+        m_decoderThreads = decoders;
+        m_encoderThreads = encoder;
+    }
+
     /// Video chain that ends in `sink`. With a codec, compressed packets arrive there: passed through when codec and
     /// size are the source's own, else decoded, scaled and encoded. Without (AV_CODEC_ID_NONE), pictures arrive. A
     /// pixel format of -1 is the encoder's own. True also when there is no video source.
@@ -70,6 +77,8 @@ private:
 
     MediaInput m_input;
     const int m_selector;
+    int m_decoderThreads = 0;
+    int m_encoderThreads = 0;
     std::string m_error;
     std::unique_ptr<AVSource> m_video;
     std::unique_ptr<AVSource> m_audio;

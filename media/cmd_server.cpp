@@ -175,7 +175,11 @@ void CmdServer::HandleNewConnection()
         return;
     }
     m_client = pending;
+    m_reportedUnread = false;
     pending->setReadBufferSize(LineSplitter::kMaxLineLength);
+    // What came before this call was signalled to nobody, and greeting a client that has left would lose it.
+    pending->waitForReadyRead(0);
+    const QByteArray early = pending->readAll();
     if (!connect(pending, &QLocalSocket::readyRead, this, &CmdServer::HandleCommandData) ||
         !connect(pending, &QLocalSocket::disconnected, this, &CmdServer::HandleClientDisconnected)) {
         delete pending;
@@ -185,15 +189,14 @@ void CmdServer::HandleNewConnection()
     emit ClientConnected();
     if (m_client && m_client->state() == QLocalSocket::ConnectedState)
         sendReply(*m_client, QStringLiteral("OK: Command server ready"));
-    // What happened between the connection and this call was signalled to nobody.
-    if (m_client && m_client->bytesAvailable() > 0)
-        HandleCommandData();
+    if (!early.isEmpty())
+        receive(early);
     if (m_client && m_client->state() == QLocalSocket::UnconnectedState)
         HandleClientDisconnected();
 }
 
 /// The socket goes once it has disconnected: on Windows, deleting it earlier would lose the line.
-void CmdServer::refuse(QLocalSocket& socket) const
+void CmdServer::refuse(QLocalSocket& socket)
 {
     connect(&socket, &QLocalSocket::disconnected, &socket, &QObject::deleteLater);
     sendReply(socket, QStringLiteral("ERROR: Another client is already connected"));
@@ -202,19 +205,20 @@ void CmdServer::refuse(QLocalSocket& socket) const
         socket.deleteLater();
 }
 
-void CmdServer::send(QLocalSocket& socket, const QByteArray& bytes) const
+void CmdServer::send(QLocalSocket& socket, const QByteArray& bytes)
 {
     if (socket.state() != QLocalSocket::ConnectedState)
         return;
     if (socket.bytesToWrite() > kMaxUnsentBytes) {
-        qWarning("The client of the command server does not read; %d bytes dropped.", int(bytes.size()));
+        if (!std::exchange(m_reportedUnread, true))
+            qWarning("The client of the command server does not read; what it is sent is dropped.");
         return;
     }
     socket.write(bytes);
     socket.flush();
 }
 
-void CmdServer::sendReply(QLocalSocket& socket, const QString& text) const
+void CmdServer::sendReply(QLocalSocket& socket, const QString& text)
 {
     send(socket, text.toUtf8() + "\r\n");
 }
@@ -222,16 +226,22 @@ void CmdServer::sendReply(QLocalSocket& socket, const QString& text) const
 void CmdServer::HandleCommandData()
 {
     const QMutexLocker locker(&m_lock);
-    if (!m_client)
-        return;
-    const QByteArray bytes = m_client->readAll();
-    if (m_echo)
+    if (m_client)
+        receive(m_client->readAll());
+}
+
+/// The client may leave at any write in here; what it has said still counts.
+void CmdServer::receive(const QByteArray& bytes)
+{
+    if (m_echo && m_client)
         send(*m_client, bytes);
     m_received.append(QString::fromUtf8(bytes));
     while (const std::optional<QString> line = m_received.next())
         answer(*line);
     if (m_received.limitPending())
         qWarning("ERROR: A command line of more than %d characters was cut.", LineSplitter::kMaxLineLength);
+    if (!m_client)
+        m_received.clear();
 }
 
 void CmdServer::answer(const QString& line)

@@ -83,9 +83,10 @@ private:
     friend class ServerNames;
 
     bool listen(const QString& name);
-    void refuse(QLocalSocket& socket) const;
-    void send(QLocalSocket& socket, const QByteArray& bytes) const;
-    void sendReply(QLocalSocket& socket, const QString& text) const;
+    void refuse(QLocalSocket& socket);
+    void send(QLocalSocket& socket, const QByteArray& bytes);
+    void sendReply(QLocalSocket& socket, const QString& text);
+    void receive(const QByteArray& bytes);
     void answer(const QString& line);
     void finishRetirement();
 
@@ -97,6 +98,7 @@ private:
     QThread* const m_ownerThread;
     LineSplitter m_received;
     bool m_echo = true;
+    bool m_reportedUnread = false;
     bool m_retired = false;
     bool m_stopSignalled = false;
     const std::shared_ptr<CmdServerLink> m_link = std::make_shared<CmdServerLink>();

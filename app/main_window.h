@@ -72,7 +72,7 @@ protected:
 private:
     void buildLayout();
     void addShortcuts();
-    void createFixedDevice(const QString& typeWord, const QStringList& fields);
+    void createDevice(const QString& typeWord, const QStringList& fields);
     void deleteDevice(int row);
     bool endDevice(qint64 processId);
     void copySelectedRow();

@@ -132,7 +132,7 @@ bool UsbIPCaptureClient::sendWhenConnected(const QString& name)
 bool UsbIPCaptureClient::sendCommand(const QString& name, const QJsonObject& data)
 {
     const QMutexLocker lock(&m_mutex);
-    if (!m_socket.isOpen())
+    if (m_socket.state() != QLocalSocket::ConnectedState)
         return false;
     const QByteArray bytes = captureCommandBytes(name, data, QDateTime::currentMSecsSinceEpoch());
     if (m_socket.write(bytes) != bytes.size())

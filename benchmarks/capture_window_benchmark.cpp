@@ -1,0 +1,178 @@
+// links: plugboard::capture plugboard::usb_sessions
+// capture_window_benchmark.cpp: a million packets in the capture window: memory, stalls while they arrive, filtering.
+#include "capture/capture_dialog.h"
+#include "tools/usb_daemon/sessions/device_session.h"
+
+#include <QApplication>
+#include <QDateTime>
+#include <QElapsedTimer>
+#include <QHeaderView>
+#include <QLocalServer>
+#include <QLocalSocket>
+#include <QMenu>
+#include <QThread>
+
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <vector>
+
+namespace {
+
+constexpr int kPackets = 1'000'000;
+constexpr int kRate = 50'000; // packets/s of the live part
+
+/// Traffic of all device types in turn, a slice of each at a time.
+class MixedTraffic
+{
+public:
+    MixedTraffic()
+    {
+        std::uint32_t id = 0x10001;
+        for (const QString& type : deviceSessionTypes())
+            m_sessions.push_back(makeDeviceSession(type, id++));
+    }
+    QByteArray nextFrame()
+    {
+        const SessionPacket packet = m_sessions[m_count++ / 100 % m_sessions.size()]->nextPacket();
+        m_dataBytes += packet.data.size() + packet.setup.size() + packet.header.size();
+        return packetFrame(packet, QDateTime::currentMSecsSinceEpoch());
+    }
+    qint64 dataBytes() const { return m_dataBytes; }
+
+private:
+    std::vector<std::unique_ptr<DeviceSession>> m_sessions;
+    std::size_t m_count = 0;
+    qint64 m_dataBytes = 0;
+};
+
+qint64 heapBytes()
+{
+#ifdef __GLIBC__
+    const struct mallinfo2 info = mallinfo2();
+    return static_cast<qint64>(info.uordblks + info.hblkhd);
+#else
+    return 0;
+#endif
+}
+
+/// A device process in a thread of its own that sends 50,000 packets/s.
+class PacedSender : public QThread
+{
+public:
+    PacedSender(QString name, double seconds) : m_name(std::move(name)), m_seconds(seconds) {}
+    int sent() const { return m_sent; }
+    bool isListening() const { return m_listening; }
+
+protected:
+    void run() override
+    {
+        QLocalServer server;
+        m_listening = server.listen(m_name);
+        if (!m_listening || !server.waitForNewConnection(10000))
+            return;
+        QLocalSocket* socket = server.nextPendingConnection();
+        MixedTraffic traffic;
+        QElapsedTimer clock;
+        clock.start();
+        while (clock.elapsed() < m_seconds * 1000) {
+            const int due = static_cast<int>(clock.nsecsElapsed() * 1e-9 * kRate);
+            for (; m_sent < due; ++m_sent)
+                socket->write(traffic.nextFrame());
+            while (socket->bytesToWrite() > 0 && socket->waitForBytesWritten(1000)) {
+            }
+            msleep(1);
+        }
+        socket->disconnectFromServer();
+    }
+
+private:
+    QString m_name;
+    double m_seconds;
+    std::atomic<int> m_sent{0};
+    std::atomic<bool> m_listening{false};
+};
+
+void report(const char* benchmark, const char* unit, double ours, double limit)
+{
+    std::printf("{\"benchmark\":\"%s\",\"unit\":\"%s\",\"ours\":%.2f,\"peer\":null,\"peer_value\":null,\"ratio\":null,"
+                "\"limit\":%.0f}\n",
+                benchmark, unit, ours, limit);
+    std::fflush(stdout);
+}
+
+/// The longest time that one turn of the event loop takes while packets arrive.
+double worstStall(PacedSender& sender, UsbIPCaptureDialog& dialog, std::size_t before, double& packetsPerSecond)
+{
+    double worst = 0;
+    QElapsedTimer whole;
+    whole.start();
+    while (sender.isRunning() || dialog.client().isConnected()) {
+        QElapsedTimer turn;
+        turn.start();
+        QCoreApplication::processEvents(QEventLoop::AllEvents);
+        worst = std::max(worst, turn.nsecsElapsed() * 1e-6);
+        QThread::usleep(200);
+    }
+    packetsPerSecond = double(dialog.packets().size() - before) / (whole.elapsed() * 1e-3);
+    return worst;
+}
+
+double filterChange(UsbIPCaptureDialog& dialog, int entry)
+{
+    dialog.onHeaderSectionClicked(4);
+    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    QElapsedTimer clock;
+    clock.start();
+    menu->actions().at(entry)->trigger();
+    dialog.table().viewport()->repaint();
+    const double milliseconds = clock.nsecsElapsed() * 1e-6;
+    menu->close();
+    return milliseconds;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication application(argc, argv);
+    const qint64 serverId = 900'000'000 + QCoreApplication::applicationPid();
+    PacedSender sender(UsbIPCaptureClient::serverNameOf(serverId), 5);
+
+    UsbIPCaptureDialog dialog(serverId);
+    dialog.show();
+    QCoreApplication::processEvents();
+
+    MixedTraffic traffic;
+    const qint64 before = heapBytes();
+    for (int packet = 0; packet < kPackets; packet += 100) {
+        QByteArray frames;
+        for (int i = 0; i < 100; ++i)
+            frames += traffic.nextFrame();
+        dialog.client().receive(frames);
+    }
+    QCoreApplication::processEvents();
+    report("capture_window_memory", "bytes/packet", double(heapBytes() - before - traffic.dataBytes()) / kPackets, 400);
+
+    sender.start();
+    while (!sender.isListening())
+        QThread::msleep(1);
+    while (!dialog.client().isConnected())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    double rate = 0;
+    const std::size_t stored = dialog.packets().size();
+    const double stall = worstStall(sender, dialog, stored, rate);
+    report("capture_window_stall", "ms", stall, 50);
+    std::fprintf(stderr, "%.0f packets/s arrived, %d sent\n", rate, sender.sent());
+
+    report("capture_window_filter_out", "ms", filterChange(dialog, 1), 200);
+    report("capture_window_filter_in", "ms", filterChange(dialog, 1), 200);
+    sender.wait();
+    return 0;
+}

@@ -3,10 +3,12 @@
 #include <QtEndian>
 
 #include <algorithm>
+#include <array>
 #include <initializer_list>
 
 namespace {
 
+constexpr int kFixedSize = 40; // bytes of a packet payload before its variable parts
 constexpr int kHeaderSize = 48;
 constexpr std::uint8_t kIsochronous = 1;
 
@@ -32,26 +34,27 @@ void setWords(QByteArray& header, int first, std::initializer_list<std::uint32_t
 QByteArray packetFrame(const SessionPacket& packet, std::int64_t timestamp)
 {
     const int dataSize = std::min(packet.data.size(), 0xFFFF);
-    const int payloadSize = 40 + packet.header.size() + dataSize + packet.setup.size();
-    QByteArray frame(8 + 40, '\0');
+    const int payloadSize = kFixedSize + packet.header.size() + dataSize + packet.setup.size();
+    std::array<char, 8 + kFixedSize> head{};
+    head[0] = 1;
+    qToLittleEndian(static_cast<std::uint32_t>(payloadSize), &head[4]);
+    char* fixed = &head[8];
+    qToLittleEndian(timestamp, fixed);
+    qToLittleEndian(packet.deviceId, fixed + 8);
+    qToLittleEndian(packet.sequenceNumber, fixed + 12);
+    fixed[16] = packet.isRequest ? 1 : 0;
+    fixed[17] = packet.isUnlink ? 1 : 0;
+    fixed[18] = static_cast<char>(packet.endpoint);
+    fixed[19] = static_cast<char>(packet.direction);
+    fixed[20] = static_cast<char>(packet.command);
+    qToLittleEndian(packet.transferLength, fixed + 24);
+    fixed[28] = static_cast<char>(packet.transferType);
+    qToLittleEndian(static_cast<std::uint16_t>(packet.header.size()), fixed + 30);
+    qToLittleEndian(static_cast<std::uint16_t>(dataSize), fixed + 32);
+    fixed[34] = packet.setup.isEmpty() ? 0 : 1;
+    QByteArray frame;
     frame.reserve(8 + payloadSize);
-    char* bytes = frame.data();
-    bytes[0] = 1;
-    qToLittleEndian(static_cast<std::uint32_t>(payloadSize), bytes + 4);
-    bytes += 8;
-    qToLittleEndian(timestamp, bytes);
-    qToLittleEndian(packet.deviceId, bytes + 8);
-    qToLittleEndian(packet.sequenceNumber, bytes + 12);
-    bytes[16] = packet.isRequest ? 1 : 0;
-    bytes[17] = packet.isUnlink ? 1 : 0;
-    bytes[18] = static_cast<char>(packet.endpoint);
-    bytes[19] = static_cast<char>(packet.direction);
-    bytes[20] = static_cast<char>(packet.command);
-    qToLittleEndian(packet.transferLength, bytes + 24);
-    bytes[28] = static_cast<char>(packet.transferType);
-    qToLittleEndian(static_cast<std::uint16_t>(packet.header.size()), bytes + 30);
-    qToLittleEndian(static_cast<std::uint16_t>(dataSize), bytes + 32);
-    bytes[34] = packet.setup.isEmpty() ? 0 : 1;
+    frame.append(head.data(), static_cast<int>(head.size()));
     frame.append(packet.header);
     frame.append(packet.data.constData(), dataSize);
     frame.append(packet.setup);

@@ -1,0 +1,9 @@
+// standard_streams.h: printing from a program that has a window.
+#pragma once
+
+#include <QString>
+
+/// Write UTF-8 text to the standard streams. A program with a window has none of its own on Windows: there the console
+/// that it was started from is used, unless the streams were redirected.
+void printOut(const QString& text);
+void printError(const QString& text);

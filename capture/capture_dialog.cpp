@@ -10,10 +10,17 @@
 #include <QLabel>
 #include <QMenu>
 #include <QPushButton>
-#include <QTimer>
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <limits>
+
+namespace {
+
+constexpr int kRowsAtOnce = 50'000; // rows that a change of the filter makes before it returns
+constexpr int kRowsOfSlice = 4'000; // and in each turn of the event loop after that
+
+} // namespace
 
 UsbIPCaptureDialog::UsbIPCaptureDialog(qint64 processId, uint32_t deviceId, QWidget* parent, Prompter& prompter)
     : QDialog(parent)
@@ -45,6 +52,7 @@ UsbIPCaptureDialog::UsbIPCaptureDialog(qint64 processId, uint32_t deviceId, QWid
 
     connect(m_table, &QTreeWidget::itemClicked, this, &UsbIPCaptureDialog::onPacketItemClicked);
     connect(m_table->header(), &QHeaderView::sectionClicked, this, &UsbIPCaptureDialog::onHeaderSectionClicked);
+    connect(&m_replacing, &QTimer::timeout, this, &UsbIPCaptureDialog::replaceSlice);
     connectClient();
     showStatus(tr("Connecting to USBIP capture daemon..."));
     m_client.setServerName(UsbIPCaptureClient::serverNameOf(processId));
@@ -54,8 +62,7 @@ UsbIPCaptureDialog::UsbIPCaptureDialog(qint64 processId, uint32_t deviceId, QWid
 UsbIPCaptureDialog::~UsbIPCaptureDialog()
 {
     m_client.disconnect(this);
-    m_table->replaceRows({});
-    qDeleteAll(m_rows);
+    m_table->removeRows(); // they refer to packets of this window
 }
 
 QWidget* UsbIPCaptureDialog::makeButtons()
@@ -166,11 +173,10 @@ void UsbIPCaptureDialog::onDeviceConfigReceived(QJsonObject config)
 void UsbIPCaptureDialog::onPacketCaptured(uint32_t, UsbIPPacketInfo packet)
 {
     m_packets.push_back(std::move(packet));
-    m_rows.append(nullptr);
     if (std::none_of(m_shownTypes.begin(), m_shownTypes.end(), [](bool shown) { return shown; }))
         m_shownTypes.fill(true);
     if (isShown(m_packets.back()))
-        m_table->appendRow(ensureRow(m_packets.size() - 1));
+        m_table->appendRow(new PacketItem(m_packets.back(), static_cast<std::uint32_t>(m_packets.size() - 1)));
     if (m_followNewest)
         m_table->scrollToNewest();
 }
@@ -181,31 +187,49 @@ bool UsbIPCaptureDialog::isShown(const UsbIPPacketInfo& packet) const
            (!m_rowFilter || m_rowFilter(packet));
 }
 
-PacketItem* UsbIPCaptureDialog::ensureRow(std::size_t number)
+PacketItem* UsbIPCaptureDialog::rowOf(std::size_t number)
 {
-    PacketItem*& row = m_rows[static_cast<int>(number)];
-    if (!row)
-        row = new PacketItem(m_packets[number], static_cast<std::uint32_t>(number));
-    return row;
+    if (number < m_withoutRows) {
+        m_table->deleteRetiredRows(std::numeric_limits<int>::max());
+        m_table->prependRows(makeOlderRows(std::numeric_limits<int>::max()));
+    }
+    return m_table->rowOf(static_cast<std::uint32_t>(number));
 }
 
-PacketItem* UsbIPCaptureDialog::rowOf(std::size_t number) const
-{
-    PacketItem* row = m_rows.value(static_cast<int>(number));
-    return row && row->treeWidget() ? row : nullptr;
-}
-
+// A long list is replaced in slices, the newest rows first, so that the window never stops for long.
 void UsbIPCaptureDialog::rebuildTable()
 {
+    if (m_table->topLevelItemCount() > kRowsAtOnce)
+        m_table->retireRows();
+    else
+        m_table->removeRows();
+    m_withoutRows = m_packets.size();
+    m_table->appendRows(makeOlderRows(kRowsAtOnce));
+    if (m_followNewest)
+        m_table->scrollToNewest();
+    m_replacing.start();
+}
+
+void UsbIPCaptureDialog::replaceSlice()
+{
+    if (m_table->retiredRows() > 0)
+        m_table->deleteRetiredRows(kRowsOfSlice);
+    else if (m_withoutRows > 0)
+        m_table->prependRows(makeOlderRows(kRowsOfSlice));
+    else
+        m_replacing.stop();
+}
+
+QList<QTreeWidgetItem*> UsbIPCaptureDialog::makeOlderRows(int limit)
+{
     QList<QTreeWidgetItem*> rows;
-    rows.reserve(m_rows.size());
-    std::size_t number = 0;
-    for (const UsbIPPacketInfo& packet : m_packets) {
+    while (m_withoutRows > 0 && rows.size() < limit) {
+        const UsbIPPacketInfo& packet = m_packets[--m_withoutRows];
         if (isShown(packet))
-            rows.append(ensureRow(number));
-        ++number;
+            rows.append(new PacketItem(packet, static_cast<std::uint32_t>(m_withoutRows)));
     }
-    m_table->replaceRows(rows);
+    std::reverse(rows.begin(), rows.end());
+    return rows;
 }
 
 void UsbIPCaptureDialog::setRowFilter(RowFilter filter)
@@ -216,9 +240,9 @@ void UsbIPCaptureDialog::setRowFilter(RowFilter filter)
 
 void UsbIPCaptureDialog::forgetPackets()
 {
-    m_table->replaceRows({});
-    qDeleteAll(m_rows);
-    m_rows.clear();
+    m_table->removeRows();
+    m_replacing.stop();
+    m_withoutRows = 0;
     m_packets.clear();
 }
 
@@ -226,7 +250,6 @@ void UsbIPCaptureDialog::setPackets(PacketList packets)
 {
     forgetPackets();
     m_packets = std::move(packets);
-    m_rows.fill(nullptr, static_cast<int>(m_packets.size()));
     rebuildTable();
 }
 

@@ -7,7 +7,7 @@
 
 #include <QDialog>
 #include <QPointer>
-#include <QVector>
+#include <QTimer>
 
 #include <array>
 
@@ -41,7 +41,7 @@ public:
     /// Shows these packets in place of the ones there are.
     void setPackets(PacketList packets);
     /// The row of the packet at this position of the list, null when it is filtered out.
-    PacketItem* rowOf(std::size_t number) const;
+    PacketItem* rowOf(std::size_t number);
 
 public slots:
     void onStartCapture();
@@ -75,8 +75,9 @@ private:
     void toggleTransferType(int type);
     void showFilterStatus();
     bool isShown(const UsbIPPacketInfo& packet) const;
-    PacketItem* ensureRow(std::size_t number);
     void rebuildTable();
+    void replaceSlice();
+    QList<QTreeWidgetItem*> makeOlderRows(int limit);
     void forgetPackets();
 
     Prompter& m_prompter;
@@ -86,8 +87,9 @@ private:
     QPushButton* m_stopButton = nullptr;
     QLabel* m_statusLabel = nullptr;
     PacketTable* m_table = nullptr;
-    PacketList m_packets;        // grows at its end only: rows refer to its elements
-    QVector<PacketItem*> m_rows; // one for each packet, null until it is shown; owned here, in the table or not
+    PacketList m_packets;          // grows at its end only: rows refer to its elements
+    std::size_t m_withoutRows = 0; // packets before this position wait for their rows after a change of the filter
+    QTimer m_replacing;            // runs while the rows of a long list are replaced
     std::array<bool, 4> m_shownTypes{true, true, true, true};
     RowFilter m_rowFilter;
     bool m_followNewest = true;

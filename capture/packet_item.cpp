@@ -2,6 +2,7 @@
 
 #include "capture/packet_columns.h"
 #include "capture/packet_table.h"
+#include "capture/slot_pool.h"
 #include "ui/plain_tool_tip.h"
 
 #include <QBrush>
@@ -30,7 +31,23 @@ QVariant toolTipOf(const UsbIPPacketInfo& packet, int column)
                                                            : QVariant();
 }
 
+SlotPool<sizeof(PacketItem)>& pool()
+{
+    static SlotPool<sizeof(PacketItem)> s_pool;
+    return s_pool;
+}
+
 } // namespace
+
+void* PacketItem::operator new(std::size_t)
+{
+    return pool().take();
+}
+
+void PacketItem::operator delete(void* memory)
+{
+    pool().giveBack(memory);
+}
 
 PacketItem::PacketItem(const UsbIPPacketInfo& packet, std::uint32_t number)
     : QTreeWidgetItem(kItemType)

@@ -19,6 +19,10 @@ public:
     std::uint32_t number() const { return m_number; }
     bool isHighlighted() const;
 
+    // Rows lie side by side: filtering walks over all of them several times.
+    static void* operator new(std::size_t size);
+    static void operator delete(void* memory);
+
 private:
     std::uint32_t m_number;
     const UsbIPPacketInfo* m_packet;

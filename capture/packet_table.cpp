@@ -28,22 +28,66 @@ PacketTable::PacketTable(QWidget* parent) : QTreeWidget(parent)
     measureRows();
 }
 
-PacketTable::~PacketTable()
-{
-    invisibleRootItem()->takeChildren();
-}
-
 void PacketTable::appendRow(PacketItem* row)
 {
     addTopLevelItems({row}); // unlike addTopLevelItem, reserves no memory for the values of columns
 }
 
-void PacketTable::replaceRows(const QList<QTreeWidgetItem*>& rows)
+void PacketTable::prependRows(const QList<QTreeWidgetItem*>& rows)
+{
+    if (topLevelItemCount() > 0)
+        m_rowsAbove += rows.size();
+    insertTopLevelItems(0, rows);
+}
+
+void PacketTable::appendRows(const QList<QTreeWidgetItem*>& rows)
+{
+    addTopLevelItems(rows);
+}
+
+void PacketTable::removeRows()
 {
     m_highlight.reset();
-    invisibleRootItem()->takeChildren();
-    addTopLevelItems(rows);
-    layOut();
+    m_rowsAbove = 0;
+    m_retired = 0;
+    clear();
+}
+
+void PacketTable::retireRows()
+{
+    m_highlight.reset();
+    m_rowsAbove = 0;
+    m_retired = topLevelItemCount();
+    setCurrentItem(nullptr);
+    verticalScrollBar()->setValue(0);
+    layOutLater();
+}
+
+void PacketTable::deleteRetiredRows(int limit)
+{
+    const int count = std::min(limit, m_retired);
+    model()->removeRows(0, count);
+    m_retired -= count;
+}
+
+PacketItem* PacketTable::rowAt(int row) const
+{
+    return static_cast<PacketItem*>(topLevelItem(row));
+}
+
+PacketItem* PacketTable::rowOf(std::uint32_t number) const
+{
+    int first = m_retired;
+    int last = topLevelItemCount() - 1;
+    while (first < last) {
+        const int middle = first + (last - first) / 2;
+        if (rowAt(middle)->number() < number)
+            first = middle + 1;
+        else
+            last = middle;
+    }
+    PacketItem* row = rowAt(first);
+    return row && row->number() == number ? row : nullptr;
 }
 
 void PacketTable::scrollToNewest()
@@ -66,7 +110,7 @@ bool PacketTable::highlights(const PacketItem& row) const
 
 int PacketTable::firstRow() const
 {
-    return verticalScrollBar()->value();
+    return m_retired + verticalScrollBar()->value();
 }
 
 QRect PacketTable::visualRect(const QModelIndex& index) const
@@ -99,7 +143,7 @@ void PacketTable::scrollTo(const QModelIndex& index, ScrollHint hint)
         first = row - page + 1;
     else if (hint == PositionAtCenter)
         first = row - page / 2;
-    verticalScrollBar()->setValue(first);
+    verticalScrollBar()->setValue(first - m_retired);
 }
 
 void PacketTable::doItemsLayout()
@@ -125,8 +169,9 @@ void PacketTable::layOut()
 {
     m_layout.stop();
     updateGeometries();
-    if (m_scrollPending)
-        verticalScrollBar()->setValue(verticalScrollBar()->maximum());
+    verticalScrollBar()->setValue(m_scrollPending ? verticalScrollBar()->maximum()
+                                                  : verticalScrollBar()->value() + m_rowsAbove);
+    m_rowsAbove = 0;
     m_scrollPending = false;
     viewport()->update();
 }
@@ -157,7 +202,7 @@ void PacketTable::updateGeometries()
     const int page = fullRows();
     verticalScrollBar()->setSingleStep(1);
     verticalScrollBar()->setPageStep(page);
-    verticalScrollBar()->setRange(0, std::max(0, topLevelItemCount() - page));
+    verticalScrollBar()->setRange(0, std::max(0, topLevelItemCount() - m_retired - page));
     horizontalScrollBar()->setSingleStep(fontMetrics().averageCharWidth() * 4);
     horizontalScrollBar()->setPageStep(viewport()->width());
     horizontalScrollBar()->setRange(0, std::max(0, header()->length() - viewport()->width()));
@@ -178,35 +223,36 @@ int PacketTable::horizontalOffset() const
 
 int PacketTable::verticalOffset() const
 {
-    return firstRow() * m_rowHeight;
+    return verticalScrollBar()->value() * m_rowHeight;
 }
 
 QModelIndex PacketTable::moveCursor(CursorAction action, Qt::KeyboardModifiers)
 {
+    const int top = m_retired;
     const int last = topLevelItemCount() - 1;
-    if (last < 0)
+    if (last < top)
         return {};
     const QModelIndex current = currentIndex();
     const int column = std::max(current.column(), 0);
     const int page = std::max(fullRows(), 1);
-    int row = current.isValid() ? current.row() : -1;
+    int row = current.isValid() ? current.row() : top - 1;
     switch (action) {
     case MoveUp:
     case MovePrevious:
-        row = std::max(row - 1, 0);
+        row = std::max(row - 1, top);
         break;
     case MoveDown:
     case MoveNext:
         row = std::min(row + 1, last);
         break;
     case MovePageUp:
-        row = std::max(row - page, 0);
+        row = std::max(row - page, top);
         break;
     case MovePageDown:
         row = std::min(row + page, last);
         break;
     case MoveHome:
-        row = 0;
+        row = top;
         break;
     case MoveEnd:
         row = last;
@@ -218,7 +264,7 @@ QModelIndex PacketTable::moveCursor(CursorAction action, Qt::KeyboardModifiers)
         horizontalScrollBar()->triggerAction(QAbstractSlider::SliderSingleStepAdd);
         break;
     }
-    return model()->index(std::max(row, 0), column);
+    return model()->index(std::max(row, top), column);
 }
 
 void PacketTable::setSelection(const QRect& rect, QItemSelectionModel::SelectionFlags command)
@@ -249,7 +295,7 @@ void PacketTable::paintRow(QPainter& painter, QStyleOptionViewItem option, int r
 {
     const int y = (row - firstRow()) * m_rowHeight;
     const QModelIndex first = model()->index(row, 0);
-    const auto* packetRow = static_cast<const PacketItem*>(itemFromIndex(first));
+    const PacketItem* packetRow = rowAt(row);
     const bool selected = selectionModel()->isSelected(first);
     const bool highlighted = packetRow->isHighlighted();
     option.state.setFlag(QStyle::State_Selected, selected && !highlighted);

@@ -17,12 +17,20 @@ class PacketTable final : public QTreeWidget
 
 public:
     explicit PacketTable(QWidget* parent = nullptr);
-    /// Leaves the rows alone: they belong to whoever added them and must outlive their stay in the table.
-    ~PacketTable() override;
 
+    /// All take the rows over. What is on the screen stays there when rows come in above it.
     void appendRow(PacketItem* row);
-    /// Takes all rows out, puts these in, and ends the highlighting. Nothing is deleted.
-    void replaceRows(const QList<QTreeWidgetItem*>& rows);
+    void appendRows(const QList<QTreeWidgetItem*>& rows);
+    void prependRows(const QList<QTreeWidgetItem*>& rows);
+    /// Deletes all rows and ends the highlighting.
+    void removeRows();
+    /// As removeRows() for the user, at once however many rows there are: they stay in the tree, ahead of rows to come
+    /// and out of sight and reach, until deleteRetiredRows() has had them all. Only then can rows be prepended.
+    void retireRows();
+    void deleteRetiredRows(int limit);
+    int retiredRows() const { return m_retired; }
+    /// The row of the packet with this number; null when there is none. Rows are in the order of their numbers.
+    PacketItem* rowOf(std::uint32_t number) const;
     /// Shows the last row once the event loop turns.
     void scrollToNewest();
 
@@ -63,6 +71,7 @@ private:
 
     int fullRows() const { return viewport()->height() / m_rowHeight; }
     int firstRow() const;
+    PacketItem* rowAt(int row) const;
     void layOutLater();
     void layOut();
     void placeHeader();
@@ -73,5 +82,7 @@ private:
     QBasicTimer m_layout;
     int m_rowHeight = 1; // px
     bool m_scrollPending = false;
+    int m_retired = 0;   // rows at the front that are out of sight
+    int m_rowsAbove = 0; // came in above the screen since the last layout
     bool m_updatingGeometries = false;
 };

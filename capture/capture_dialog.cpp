@@ -18,7 +18,7 @@
 namespace {
 
 constexpr int kRowsAtOnce = 50'000; // rows that a change of the filter makes before it returns
-constexpr int kRowsOfSlice = 4'000; // and in each turn of the event loop after that
+constexpr int kRowsOfSlice = 16'000; // and in each turn of the event loop after that
 
 } // namespace
 

@@ -105,10 +105,15 @@ struct Device
         server.listen(name);
     }
 
+    /// After its ping was read.
     QLocalSocket* accept()
     {
-        return QTest::qWaitFor([this] { return server.hasPendingConnections(); }) ? server.nextPendingConnection()
-                                                                                  : nullptr;
+        if (!QTest::qWaitFor([this] { return server.hasPendingConnections(); }))
+            return nullptr;
+        QLocalSocket* socket = server.nextPendingConnection();
+        if (QTest::qWaitFor([socket] { return socket->bytesAvailable() > 0; }))
+            socket->readAll();
+        return socket;
     }
 
     QLocalServer server;

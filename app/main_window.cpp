@@ -1,6 +1,7 @@
 #include "app/main_window.h"
 
 #include "app/device_rows.h"
+#include "app/device_settings.h"
 #include "app/device_table.h"
 #include "app/device_type_bar.h"
 #include "app/fido2_desk.h"
@@ -10,6 +11,8 @@
 #include "devices/device_record_manager.h"
 #include "devices/device_type.h"
 #include "devices/parameter_list.h"
+#include "dialogs/camera_setting_dialog.h"
+#include "dialogs/microphone_setting_dialog.h"
 #include "ui/busy_cursor.h"
 
 #include <QApplication>
@@ -73,6 +76,7 @@ void MainWindow::buildLayout()
     });
 
     m_table = new DeviceTable(this);
+    m_table->setFocus(); // the keys are for devices, not for the button to minimise
     connect(m_table, &QTableWidget::itemDoubleClicked, this, &MainWindow::onTableItemDoubleClicked);
     connect(m_table, &QWidget::customContextMenuRequested, this, &MainWindow::onTableWidgetContextMenu);
 
@@ -120,13 +124,17 @@ void MainWindow::CallUsbDaemon(const QString& devType, const QString& args, cons
     callback(*processId);
 }
 
-void MainWindow::createFixedDevice(const QString& typeWord, const QStringList& fields)
+void MainWindow::createDevice(const QString& typeWord, const QStringList& fields)
 {
     CallUsbDaemon(typeWord, joinParameters(fields), [](qint64) {});
 }
 
 void MainWindow::onCreateCamera()
-{}
+{
+    CameraSettingDialog dialog(nullptr, m_prompter);
+    if (dialog.exec() == QDialog::Accepted)
+        createDevice(deviceTypeWord(DeviceType::Camera), parameterList(dialog.settings()));
+}
 
 void MainWindow::onCreateMouse()
 {
@@ -145,25 +153,29 @@ void MainWindow::onCreateFido2()
 
 void MainWindow::onCreateUsbIp()
 {
-    createFixedDevice(deviceTypeWord(DeviceType::UsbIp), usbIpParameterList(QStringLiteral(DEFAULT_LAN_ADDRESS)));
+    createDevice(deviceTypeWord(DeviceType::UsbIp), usbIpParameterList(QStringLiteral(DEFAULT_LAN_ADDRESS)));
 }
 
 void MainWindow::onCreateMicrophone()
-{}
+{
+    MicrophoneSettingDialog dialog(nullptr, m_prompter);
+    if (dialog.exec() == QDialog::Accepted)
+        createDevice(deviceTypeWord(DeviceType::Microphone), parameterList(dialog.settings()));
+}
 
 void MainWindow::onCreateSpeaker()
 {
-    createFixedDevice(deviceTypeWord(DeviceType::Speaker), speakerParameterList());
+    createDevice(deviceTypeWord(DeviceType::Speaker), speakerParameterList());
 }
 
 void MainWindow::onCreateUsbStorage()
 {
-    createFixedDevice(deviceTypeWord(DeviceType::Storage), storageParameterList());
+    createDevice(deviceTypeWord(DeviceType::Storage), storageParameterList());
 }
 
 void MainWindow::onCreateKeyboard()
 {
-    createFixedDevice(deviceTypeWord(DeviceType::Keyboard), keyboardParameterList());
+    createDevice(deviceTypeWord(DeviceType::Keyboard), keyboardParameterList());
 }
 
 void MainWindow::onTableItemDoubleClicked(QTableWidgetItem* item)

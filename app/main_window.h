@@ -74,7 +74,7 @@ private:
     void buildLayout();
     void addShortcuts();
     void openFido2Desk(const QString& folder);
-    void createFixedDevice(const QString& typeWord, const QStringList& fields);
+    void createDevice(const QString& typeWord, const QStringList& fields);
     void deleteDevice(int row);
     bool endDevice(qint64 processId);
     void copySelectedRow();

@@ -8,3 +8,6 @@ void walkFirstStart(Tour& tour);
 
 /// Creating, restoring, deleting and refreshing devices.
 void walkDevices(Tour& tour);
+
+/// A security key from its settings to its deletion: sign-in, registration, denial, PIN, clearing.
+void walkSecurityKey(Tour& tour);

@@ -7,6 +7,9 @@
 
 namespace {
 
+// Not the parser's own help option, which brings a "--help-all" with it.
+const QCommandLineOption kHelp({QStringLiteral("h"), QStringLiteral("help")},
+                               QStringLiteral("Print this help and exit."));
 const QCommandLineOption kDemo(QStringLiteral("demo"),
                                QStringLiteral("Use a simulated device tree instead of the system's driver store."));
 const QCommandLineOption kCreate(QStringLiteral("create"),
@@ -100,13 +103,12 @@ Request parseCommandLine(const QStringList& arguments)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Creates, lists and removes virtual USB devices."));
-    const QCommandLineOption help = parser.addHelpOption();
     const QCommandLineOption version = parser.addVersionOption();
-    parser.addOptions({kDemo, kCreate, setOption(), kList, kJson, kDelete});
+    parser.addOptions({kHelp, kDemo, kCreate, setOption(), kList, kJson, kDelete});
 
     if (!parser.parse(arguments))
         return usageError(parser.errorText());
-    if (parser.isSet(help))
+    if (parser.isSet(kHelp))
         return PrintRequest{parser.helpText()};
     if (parser.isSet(version))
         return PrintRequest{QStringLiteral("Plugboard %1\n").arg(QStringLiteral(PLUGBOARD_VERSION))};

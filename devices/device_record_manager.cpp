@@ -6,6 +6,7 @@
 #include <QDebug>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QSaveFile>
 
 #include <algorithm>
@@ -93,7 +94,8 @@ QStringList DeviceRecordManager::listRecords() const
 DeviceRecord DeviceRecordManager::loadRecord(const QString& fileName) const
 {
     QFile file(pathOf(fileName));
-    if (leavesFolder(fileName) || !file.open(QIODevice::ReadOnly)) {
+    // Opening a named pipe, which a listed link can lead to, would wait for a writer.
+    if (leavesFolder(fileName) || !QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly)) {
         warn("Failed to load device record from:", pathOf(fileName));
         return {};
     }

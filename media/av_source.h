@@ -19,6 +19,10 @@ public:
     int height() const { return m_inputHeight; }
     int pixelFormat() const { return m_pixelFormat; }
 
+    /// Of the stream: the unit of its packets' time stamps, and its average picture rate (0/0 when not known).
+    AVRational timeBase() const { return m_timeBase; }
+    AVRational averageRate() const { return m_averageRate; }
+
     /// Sound only, else 0 and -1. The mask is 0 when the channels have no positions.
     int channels() const { return m_channels; }
     int sampleRate() const { return m_sampleRate; }
@@ -28,6 +32,8 @@ public:
 private:
     bool m_isVideo;
     int m_streamIndex;
+    AVRational m_timeBase;
+    AVRational m_averageRate;
     int m_pixelFormat = -1;
     int m_channels = 0;
     int m_sampleRate = 0;

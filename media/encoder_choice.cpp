@@ -79,7 +79,6 @@ ffmpeg::CodecContext tryEncoder(const AVCodec& encoder, const EncoderSettings& s
     context->framerate = {rate, 1};
     context->gop_size = rate;
     context->max_b_frames = 0;
-    context->flags |= AV_CODEC_FLAG_LOW_DELAY;
     context->thread_type = FF_THREAD_SLICE;
     context->thread_count = settings.threadCount;
     if (format == AV_PIX_FMT_YUVJ420P)
@@ -87,6 +86,8 @@ ffmpeg::CodecContext tryEncoder(const AVCodec& encoder, const EncoderSettings& s
     if (settings.codec == AV_CODEC_ID_MJPEG) {
         context->flags |= AV_CODEC_FLAG_QSCALE;
         context->global_quality = kMjpegQuality * FF_QP2LAMBDA;
+    } else {
+        context->flags |= AV_CODEC_FLAG_LOW_DELAY; // FFmpeg's MJPEG encoder has no delay and refuses the flag.
     }
     if (needsBitRate)
         context->bit_rate = static_cast<std::int64_t>(kBitsPerPixel * settings.width * settings.height * rate);

@@ -41,27 +41,30 @@ bool MediaReader::push(AVPacket* packet)
     return true;
 }
 
-void MediaReader::readLoop(bool loop)
+MediaReader::Ending MediaReader::readLoop(bool loop)
 {
     const ffmpeg::Packet packet(av_packet_alloc());
     if (!packet)
-        return;
+        return Ending::StageRefused;
     for (;;) {
-        if (m_input.read(packet.get()) == 0) {
+        const int result = m_input.read(packet.get());
+        if (result == 0) {
             const bool accepted = push(packet.get());
             av_packet_unref(packet.get());
             if (!accepted)
-                return;
+                return Ending::StageRefused;
             continue;
         }
+        if (result != AVERROR_EOF)
+            m_error = ffmpeg::errorText(result);
         if (!loop) {
             std::cout << "Reached end of file, exiting" << std::endl;
-            return;
+            return Ending::InputEnded;
         }
         std::cout << "Reached end of file, restarting..." << std::endl;
         if (m_input.open() != 0) {
             std::cerr << "Failed to reinitialize file for looping" << std::endl;
-            return;
+            return Ending::NotReopened;
         }
     }
 }

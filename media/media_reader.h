@@ -31,7 +31,7 @@ public:
     /// also when no stream is of a selected kind.
     bool open();
 
-    /// FFmpeg's words for why open() returned false.
+    /// FFmpeg's words for why open() returned false or reading failed before the end of the input; else empty.
     const std::string& error() const { return m_error; }
 
     /// Null when the input has no such stream or it is not selected.
@@ -58,8 +58,15 @@ public:
     /// Audio chain: signed 16-bit interleaved samples arrive at `sink`. True also when there is no audio source.
     bool buildAudioChain(int channels, int sampleRate, AVSourceSink& sink);
 
-    /// Reads until a stage refuses a packet or the input ends; with `loop` the input starts again at its end.
-    void readLoop(bool loop);
+    enum class Ending
+    {
+        InputEnded,
+        StageRefused,
+        NotReopened
+    };
+
+    /// Reads until a stage refuses a packet or the input ends or fails; with `loop` the input then starts again.
+    Ending readLoop(bool loop);
 
     /// Takes what decoder and encoder still hold down the chain. Only after a read loop that will not be continued.
     void flush();

@@ -75,6 +75,7 @@ void CommandLineTest::understands_data()
     row("settings of a script command", "--list --set name=x",
         "error: --list and --delete open no window: --demo, --create and --set do not go with them.");
     row("an unknown option is refused", "--frob", "error: Unknown option 'frob'.");
+    row("only one kind of help", "--help-all", "error: Unknown option 'help-all'.");
     row("a stray argument is refused", "mouse", "error: Unexpected argument 'mouse'.");
     row("the version names the program", "--version", "print: Plugboard " PLUGBOARD_VERSION);
 }

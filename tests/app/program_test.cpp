@@ -1,5 +1,7 @@
 #include "devices/device_record_manager.h"
 #include "devices/process_table.h"
+#include "driver/bus_driver_setup.h"
+#include "driver/platform/system_platform.h"
 #include "tests/support/suite_registry.h"
 
 #include <QJsonArray>
@@ -14,6 +16,7 @@ class ProgramTest : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase();
     void init();
     void cleanup();
     void devicesOutliveTheProgramAndAreListedAndDeleted();
@@ -44,6 +47,19 @@ QString program()
 }
 
 } // namespace
+
+void ProgramTest::initTestCase()
+{
+    // The driver is there, so that the program starts without a question.
+    const std::wstring folder = QCoreApplication::applicationDirPath().toStdWString();
+    QFile::copy(QStringLiteral(SAMPLE_DRIVER_PACKAGE),
+                QCoreApplication::applicationDirPath() + QStringLiteral("/vusbbus.inf"));
+    const auto platform = driver::simulatedPlatform(driver::simulatedTreeFile(folder));
+    driver::BusDriverSetup setup(*platform, folder);
+    if (!setup.installed())
+        setup.install();
+    QVERIFY(setup.installed());
+}
 
 void ProgramTest::init()
 {

@@ -18,7 +18,8 @@ private slots:
     void cleanup();
     void writesTheRecordOfItsDevice();
     void readsWithTheCompiledInKey();
-    void outlivesItsParentsPipes();
+    void outlivesItsInput();
+    void outlivesTheReaderOfItsOutput();
     void becomesTheMouseWithoutAMessage_data();
     void becomesTheMouseWithoutAMessage();
     void removesItsRecordWhenAsked();
@@ -144,17 +145,32 @@ void UsbDaemonTest::readsWithTheCompiledInKey()
                              kPatience);
 }
 
-void UsbDaemonTest::outlivesItsParentsPipes()
+void UsbDaemonTest::outlivesItsInput()
 {
     QProcess* const device = startDevice();
     QVERIFY(device);
-    device->closeReadChannel(QProcess::StandardOutput);
-    device->closeReadChannel(QProcess::StandardError);
     device->write(message(kKeyboard));
     device->closeWriteChannel();
     QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(recordPath(QStringLiteral("Keyboard Device"), device->processId())),
                              kPatience);
-    QVERIFY(!device->waitForFinished(2500)); // longer than a process waits for a message
+    QVERIFY(!device->waitForFinished(300));
+}
+
+/// Only a process that failed has something to say; it must reach its own exit code.
+void UsbDaemonTest::outlivesTheReaderOfItsOutput()
+{
+    QProcess reader;
+    QProcess device;
+    const QString program = QCoreApplication::applicationDirPath() + QStringLiteral("/usb-daemon.exe");
+    device.setProcessChannelMode(QProcess::MergedChannels);
+    device.setStandardOutputProcess(&reader);
+    device.start(program, localMode());
+    reader.start(program, {QStringLiteral("--wrong")});
+    QVERIFY(reader.waitForFinished(kPatience));
+    device.write("\n");
+    QVERIFY(device.waitForFinished(kPatience));
+    QCOMPARE(device.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(device.exitCode(), 1);
 }
 
 void UsbDaemonTest::becomesTheMouseWithoutAMessage_data()

@@ -23,6 +23,7 @@ int main(int argc, char** argv)
 
     try {
         Tour tour(folder);
+        walkFirstStart(tour);
         walkDevices(tour);
         const int failed = tour.finish();
         std::printf("%d steps failed; report in %s\n", failed, qPrintable(folder));

@@ -3,5 +3,8 @@
 
 class Tour;
 
+/// The question about the bus driver, refused and accepted.
+void walkFirstStart(Tour& tour);
+
 /// Creating, restoring, deleting and refreshing devices.
 void walkDevices(Tour& tour);

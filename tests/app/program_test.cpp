@@ -119,7 +119,7 @@ void ProgramTest::createsFromSettingsWithoutADialog()
 {
     QProcess window;
     window.setWorkingDirectory(QDir::rootPath());
-    window.start(program(), QStringLiteral("--create microphone --set realtime=on --set source=a.wav "
+    window.start(program(), QStringLiteral("--demo --create microphone --set realtime=on --set source=a.wav "
                                            "--create camera --set resolution=1366x768 --set port=9")
                                 .split(QLatin1Char(' ')));
     QVERIFY(window.waitForStarted());

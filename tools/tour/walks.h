@@ -8,3 +8,6 @@ void walkFirstStart(Tour& tour);
 
 /// Creating, restoring, deleting and refreshing devices.
 void walkDevices(Tour& tour);
+
+/// Cameras and microphones from files and streams, through their dialogs.
+void walkSettings(Tour& tour);

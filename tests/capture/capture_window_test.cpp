@@ -58,18 +58,97 @@ QString textOf(const UsbIPPacketInfo& packet)
                                        .arg(QString::fromLatin1(packet.usbipHeader.toHex() + packet.data.toHex()));
 }
 
-/// What the fields of the analyser must say of a packet, as it prints them.
-QString expectedFields(const UsbIPPacketInfo& packet)
+/// Fields of one packet as the analyser prints them, by name.
+class AnalysedPacket
+{
+public:
+    static const QStringList& names()
+    {
+        static const QStringList s_names =
+            QStringLiteral("usb.urb_type usb.transfer_type usb.endpoint_address.number usb.endpoint_address.direction "
+                           "usb.urb_len usb.urb_id usb.bmRequestType usb.setup.bRequest usbms.setup.bRequest "
+                           "usb.setup.wValue usbms.setup.wValue usb.bDescriptorType usb.DescriptorIndex "
+                           "usb.bConfigurationValue usb.bAlternateSetting usb.setup.wIndex usbms.setup.wIndex "
+                           "usb.LanguageId usb.setup.wInterface usb.setup.wLength usbms.setup.wLength "
+                           "scsi_sbc.opcode scsi.spc.opcode")
+                .split(QLatin1Char(' '));
+        return s_names;
+    }
+    explicit AnalysedPacket(const QString& line) : m_values(line.split(QLatin1Char('\t'))) {}
+
+    QString text(const char* name) const { return m_values.value(names().indexOf(QLatin1String(name))); }
+    /// The first of the fields that is there; -1 when none is.
+    int number(std::initializer_list<const char*> candidates) const
+    {
+        for (const char* name : candidates) {
+            if (!text(name).isEmpty())
+                return text(name).toInt(nullptr, 0);
+        }
+        return -1;
+    }
+
+    QString transfer() const
+    {
+        return QStringLiteral("%1 type %2 endpoint %3 direction %4 length %5 id %6")
+            .arg(text("usb.urb_type"), text("usb.transfer_type"), text("usb.endpoint_address.number"),
+                 text("usb.endpoint_address.direction"), text("usb.urb_len"), text("usb.urb_id"));
+    }
+    QString setup() const
+    {
+        int value =
+            number({"usb.setup.wValue", "usbms.setup.wValue", "usb.bConfigurationValue", "usb.bAlternateSetting"});
+        if (value < 0)
+            value = number({"usb.bDescriptorType"}) * 256 + number({"usb.DescriptorIndex"});
+        return QStringLiteral("type %1 request %2 value %3 index %4 length %5")
+            .arg(number({"usb.bmRequestType"}))
+            .arg(number({"usb.setup.bRequest", "usbms.setup.bRequest"}))
+            .arg(value)
+            .arg(number({"usb.setup.wIndex", "usbms.setup.wIndex", "usb.LanguageId", "usb.setup.wInterface"}))
+            .arg(number({"usb.setup.wLength", "usbms.setup.wLength"}));
+    }
+
+private:
+    QStringList m_values;
+};
+
+QString transferOf(const UsbIPPacketInfo& packet)
 {
     static const char* const kTypes[] = {"0x02", "0x00", "0x03", "0x01"};
-    QStringList fields{
-        QString::fromLatin1(kTypes[packet.transferType]),
-        QString::number(packet.endpoint),
-        packet.direction != 0 ? QStringLiteral("1") : QStringLiteral("0"),
-        packet.isRequest ? QStringLiteral("'S'") : QStringLiteral("'C'"),
-        QString::number(packet.transferLength),
-    };
-    return fields.join(QLatin1Char('\t'));
+    return QStringLiteral("%1 type %2 endpoint %3 direction %4 length %5 id 0x%6%7")
+        .arg(packet.isRequest ? QStringLiteral("'S'") : QStringLiteral("'C'"))
+        .arg(QLatin1String(kTypes[packet.transferType]))
+        .arg(packet.endpoint)
+        .arg(packet.direction)
+        .arg(packet.transferLength)
+        .arg(packet.deviceId, 8, 16, QLatin1Char('0'))
+        .arg(packet.sequenceNumber, 8, 16, QLatin1Char('0'));
+}
+
+QString setupOf(const UsbIPPacketInfo& packet)
+{
+    const auto* bytes = reinterpret_cast<const uchar*>(packet.setupData.constData());
+    return QStringLiteral("type %1 request %2 value %3 index %4 length %5")
+        .arg(bytes[0])
+        .arg(bytes[1])
+        .arg(bytes[2] | bytes[3] << 8)
+        .arg(bytes[4] | bytes[5] << 8)
+        .arg(bytes[6] | bytes[7] << 8);
+}
+
+QStringList analyse(const QString& path)
+{
+    QStringList arguments{QStringLiteral("-n"),          QStringLiteral("-r"),     path,
+                          QStringLiteral("-T"),          QStringLiteral("fields"), QStringLiteral("-E"),
+                          QStringLiteral("occurrence=f")};
+    // Decoders of device classes would give the fields of requests names of their own.
+    for (const char* protocol : {"usbhid", "usbvideo", "usbaudio", "usbcom"})
+        arguments << QStringLiteral("--disable-protocol") << QLatin1String(protocol);
+    for (const QString& name : AnalysedPacket::names())
+        arguments << QStringLiteral("-e") << name;
+    QProcess process;
+    process.start(QStringLiteral("tshark"), arguments);
+    process.waitForFinished(120000);
+    return QString::fromUtf8(process.readAllStandardOutput()).split(QLatin1Char('\n'));
 }
 
 } // namespace
@@ -163,8 +242,7 @@ void CaptureWindowTest::analyserAgreesPacketByPacket_data()
 void CaptureWindowTest::analyserAgreesPacketByPacket()
 {
     QFETCH(QString, type);
-    const QString analyser = QStandardPaths::findExecutable(QStringLiteral("tshark"));
-    if (analyser.isEmpty())
+    if (QStandardPaths::findExecutable(QStringLiteral("tshark")).isEmpty())
         QSKIP("tshark is not installed");
     QTemporaryDir folder;
     QFile file(folder.filePath(QStringLiteral("capture.pcapng")));
@@ -173,24 +251,21 @@ void CaptureWindowTest::analyserAgreesPacketByPacket()
     QVERIFY(PcapngFile::write(file, packets));
     file.close();
 
-    QStringList arguments{QStringLiteral("-n"), QStringLiteral("-r"), file.fileName(), QStringLiteral("-T"),
-                          QStringLiteral("fields")};
-    for (const char* field :
-         {"usb.transfer_type", "usb.endpoint_address.number", "usb.endpoint_address.direction", "usb.urb_type",
-          "usb.urb_len", "usb.bmRequestType", "usb.setup.bRequest", "usb.setup.wValue", "usb.setup.wIndex",
-          "usb.setup.wLength", "scsi.opcode", "_ws.malformed", "_ws.expert.message"})
-        arguments << QStringLiteral("-e") << QLatin1String(field);
-    QProcess process;
-    process.start(analyser, arguments);
-    QVERIFY(process.waitForFinished(120000));
-    const QStringList lines = QString::fromUtf8(process.readAllStandardOutput()).split(QLatin1Char('\n'));
+    const QStringList lines = analyse(file.fileName());
     QCOMPARE(lines.size() - 1, int(packets.size()));
+    int commands = 0;
     for (std::size_t number = 0; number < packets.size(); ++number) {
-        const QString& line = lines[int(number)];
-        const QString context = QStringLiteral("packet %1: %2").arg(number + 1).arg(line);
-        QVERIFY2(line.startsWith(expectedFields(packets[number])),
-                 qPrintable(context + expectedFields(packets[number])));
+        const UsbIPPacketInfo& packet = packets[number];
+        const AnalysedPacket analysed(lines[int(number)]);
+        QCOMPARE(analysed.transfer(), transferOf(packet));
+        if (packet.setupData.size() == 8)
+            QCOMPARE(analysed.setup(), setupOf(packet));
+        if (packet.isRequest && packet.data.startsWith("USBC")) {
+            ++commands;
+            QCOMPARE(analysed.number({"scsi_sbc.opcode", "scsi.spc.opcode"}), int(uchar(packet.data.at(15))));
+        }
     }
+    QVERIFY(commands > 10 || type != QLatin1String("udisk"));
 }
 
 void CaptureWindowTest::filtersJumpsAndCopies()

@@ -56,7 +56,7 @@ function(plugboard_tests folder)
         target_link_libraries(${target} PRIVATE Qt5::Widgets)
     endif()
     if(arg_DAEMON)
-        plugboard_daemon_copy(${target} "${directory}")
+        plugboard_copy_beside(${target} usb_daemon "${directory}")
     endif()
     foreach(suite IN LISTS arg_SUITES)
         get_filename_component(name ${suite} NAME_WE)
@@ -65,12 +65,24 @@ function(plugboard_tests folder)
     endforeach()
 endfunction()
 
-# plugboard_daemon_copy(TARGET DIRECTORY): keeps a copy of the stand-in device process in DIRECTORY, made before TARGET.
-function(plugboard_daemon_copy target directory)
-    add_custom_command(OUTPUT "${directory}/usb-daemon.exe"
+# plugboard_copy_beside(TARGET PROGRAM DIRECTORY): building TARGET also puts a copy of PROGRAM into DIRECTORY.
+function(plugboard_copy_beside target program directory)
+    add_custom_target(${target}_${program}_copy
         COMMAND ${CMAKE_COMMAND} -E make_directory "${directory}"
-        COMMAND ${CMAKE_COMMAND} -E copy_if_different "$<TARGET_FILE:usb_daemon>" "${directory}/usb-daemon.exe"
-        DEPENDS usb_daemon)
-    target_sources(${target} PRIVATE "${directory}/usb-daemon.exe")
-    set_source_files_properties("${directory}/usb-daemon.exe" PROPERTIES GENERATED ON HEADER_FILE_ONLY ON)
+        COMMAND ${CMAKE_COMMAND} -E copy_if_different "$<TARGET_FILE:${program}>" "${directory}"
+        DEPENDS ${program} VERBATIM)
+    add_dependencies(${target} ${target}_${program}_copy)
+endfunction()
+
+# plugboard_linked_source(FILE TARGET_VARIABLE LIBRARIES_VARIABLE): the target's name, which is the file's, and the
+# libraries that the file's first line names.
+function(plugboard_linked_source file target_variable libraries_variable)
+    get_filename_component(target ${file} NAME_WE)
+    file(STRINGS ${file} first LIMIT_COUNT 1)
+    if(NOT first MATCHES "^// links: (.+)$")
+        message(FATAL_ERROR "The first line of ${file} must be '// links: target...'.")
+    endif()
+    string(REPLACE " " ";" libraries "${CMAKE_MATCH_1}")
+    set(${target_variable} ${target} PARENT_SCOPE)
+    set(${libraries_variable} ${libraries} PARENT_SCOPE)
 endfunction()

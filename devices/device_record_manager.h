@@ -6,7 +6,8 @@
 
 #include <QObject>
 
-#include <optional>
+#include <functional>
+#include <vector>
 
 /// GUI thread only. Device processes write the files at the same time; one that is read half-written gives a default
 /// record. Failures are warnings in the log, never boxes.
@@ -18,17 +19,23 @@ public:
     /// The folder is the application directory, taken once here.
     explicit DeviceRecordManager(QObject* parent = nullptr);
 
-    /// A folder and a snapshot of the caller's, for tests and tools.
-    DeviceRecordManager(const QString& folder, TakeProcessSnapshot takeSnapshot, QObject* parent = nullptr);
+    /// Gives the time that a stopped record gets.
+    using Clock = std::function<QDateTime()>;
+
+    /// A folder, a snapshot and a clock of the caller's, for tests and tools.
+    DeviceRecordManager(
+        const QString& folder, TakeProcessSnapshot takeSnapshot, QObject* parent = nullptr,
+        Clock now = [] { return QDateTime::currentDateTime(); });
 
     /// File names (not paths) of all records, in the order in which the file system returns them.
     QStringList listRecords() const;
 
-    /// The record in that file; a default one when the file cannot be read or holds no JSON object.
+    /// The record in that file; a default one when the file cannot be read, is larger than 1 MiB or holds no JSON
+    /// object. A name with a separator in it is that of a file that cannot be read.
     DeviceRecord loadRecord(const QString& fileName) const;
 
     /// Writes the record, whole or not at all, under the name made from its own device name and process id. A name that
-    /// cannot be a file name in the folder (one with a separator in it, say) fails as an unwritable file does.
+    /// cannot be a file name in the folder (by the rules of Windows, on every system) fails as an unwritable file does.
     void saveRecord(const DeviceRecord& record) const;
 
     /// Deletes the records whose process does not run; all with a process id of at least 1 when no snapshot can be
@@ -44,13 +51,21 @@ public:
         bool running = false;
     };
 
-    /// What a table refresh shows: removes the stale records, loads the others, and checks each against one second
-    /// snapshot. A record whose process ended between the two is saved as stopped and returned as not running.
+    /// What a table refresh shows: removes the stale records and checks the others, as they were read for that, against
+    /// one second snapshot. A record whose process ended between the two is saved as stopped and returned as not
+    /// running.
     QList<RestoredDevice> restoreDevices() const;
 
 private:
+    /// Reads every record once, deletes the stale ones and returns the others.
+    std::vector<DeviceRecord> loadCurrentRecords() const;
+
+    /// Whether the file is gone.
+    bool remove(const QString& fileName) const;
+
     QString pathOf(const QString& fileName) const;
 
     QString m_folder; ///< ends with "/"
     TakeProcessSnapshot m_takeSnapshot;
+    Clock m_now;
 };

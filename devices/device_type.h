@@ -22,7 +22,8 @@ enum class DeviceType
 /// The type of a record type code; nothing for any code but 1 to 8.
 std::optional<DeviceType> deviceTypeFromRecordCode(int code);
 
-/// The word that names the type to the launcher, to scripts and in the rows of launched devices ("udisk", "usbip", ...).
+/// The word that names the type to the launcher, to scripts and in the rows of launched devices ("udisk", "usbip",
+/// ...).
 QString deviceTypeWord(DeviceType type);
 std::optional<DeviceType> deviceTypeFromWord(const QString& word);
 

@@ -10,8 +10,8 @@
 
 struct CameraParameters
 {
-    QString vid;          ///< as typed, for example "0x1234"
-    QString pid;          ///< as typed
+    QString vid; ///< as typed, for example "0x1234"
+    QString pid; ///< as typed
     QString name;
     QString usbVersion;   ///< "0" for USB 2.0, otherwise "1"
     QString source;       ///< file path or stream URL
@@ -19,7 +19,7 @@ struct CameraParameters
     int pixelFormat = -1; ///< FFmpeg's pixel format, -1 for the codec's own
     QString resolution;   ///< "1280x720": split at its first and at its last "x"
     QString frameRate;
-    QString uvcVersion;   ///< "0x0100" or "0x0150"
+    QString uvcVersion; ///< "0x0100" or "0x0150"
     bool isochronousActive = false;
 };
 

@@ -19,6 +19,9 @@ public:
     /// A snapshot of just these ids, for tests.
     explicit ProcessSnapshot(std::vector<std::uint32_t> ids);
 
+    /// What take() gives when the system refuses, for tests.
+    static ProcessSnapshot failed() { return {}; }
+
     bool valid() const { return m_valid; }
     bool contains(std::int64_t processId) const;
 

@@ -4,12 +4,13 @@ set -euo pipefail
 
 build=(g++ cmake ninja-build pkg-config ccache qtbase5-dev qttools5-dev qttools5-dev-tools libssl-dev openssl
     libavformat-dev libavcodec-dev libavfilter-dev libavutil-dev libswresample-dev libswscale-dev libopencv-dev
-    procps fonts-dejavu-core fonts-noto-cjk)
+    nlohmann-json3-dev python3 procps fonts-dejavu-core fonts-noto-cjk)
 display=(xvfb xauth libqt5gui5)
 checks=(clang-format-14 python3 git ffmpeg)
 bench=(ffmpeg tshark)
 fuzz=(clang-14 libclang-rt-14-dev)
-windows=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64 xz-utils nsis zip python3)
+windows=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64 xvfb xauth xz-utils python3)
+dependencies=(g++ make perl cmake ninja-build nasm pkg-config python3 dpkg-dev g++-mingw-w64-x86-64-posix libz-mingw-w64-dev xz-utils)
 
 missing=()
 for group in "$@"; do

@@ -1,10 +1,37 @@
 #include "ui/plain_tool_tip.h"
 
+#include <QHelpEvent>
 #include <QTextDocument>
+#include <QToolTip>
+#include <QWidget>
+
+namespace {
+
+class UnstyledToolTip final : public QObject
+{
+public:
+    using QObject::QObject;
+
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() != QEvent::ToolTip)
+            return false;
+        const auto* widget = static_cast<QWidget*>(watched);
+        QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), plainToolTip(widget->toolTip()));
+        return true;
+    }
+};
+
+} // namespace
 
 QString plainToolTip(const QString& text)
 {
     if (!Qt::mightBeRichText(text))
         return text;
     return QStringLiteral("<span style=\"white-space:pre-wrap\">%1</span>").arg(text.toHtmlEscaped());
+}
+
+void showToolTipUnstyled(QWidget* widget)
+{
+    widget->installEventFilter(new UnstyledToolTip(widget));
 }

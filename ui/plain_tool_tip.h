@@ -6,3 +6,8 @@
 /// `text` in a form that QToolTip shows letter by letter: Qt takes text that looks like markup for rich text, so such
 /// text comes back escaped; other text comes back unchanged.
 QString plainToolTip(const QString& text);
+
+class QWidget;
+
+/// Shows the tool tip of `widget` without the style sheets of its parents, which would reach it otherwise.
+void showToolTipUnstyled(QWidget* widget);

@@ -28,8 +28,8 @@ public:
 
     bool question(QWidget* parent, const QString& title, const QString& text) override
     {
-        return showBox(QMessageBox::Question, parent, title, text, QMessageBox::Yes | QMessageBox::No)
-            == QMessageBox::Yes;
+        return showBox(QMessageBox::Question, parent, title, text, QMessageBox::Yes | QMessageBox::No) ==
+               QMessageBox::Yes;
     }
 
     QString openFile(QWidget* parent, const QString& title, const QString& directory, const QString& filter) override

@@ -20,5 +20,5 @@ struct SuiteRegistration
 } // namespace tests
 
 /// Put once at the end of a test file, outside any namespace.
-#define PLUGBOARD_SUITE(Class)                                                                                         \
+#define PLUGBOARD_SUITE(Class) \
     static const tests::SuiteRegistration s_registration{__FILE__, [] { return std::make_unique<Class>(); }};

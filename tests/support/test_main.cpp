@@ -6,9 +6,12 @@
 #include <QApplication>
 #endif
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <map>
+#include <string_view>
+#include <vector>
 
 namespace {
 
@@ -45,6 +48,14 @@ int main(int argc, char** argv)
         qputenv("QT_QPA_PLATFORM", "offscreen");
 #endif
     Application application(argc, argv);
-    argv[1] = argv[0];
-    return QTest::qExec(chosen->second().get(), argc - 1, argv + 1);
+    std::vector<char*> arguments(argv + 1, argv + argc);
+    arguments.front() = argv[0];
+#ifdef _WIN32
+    // There QtTest's plain text goes to the debugger; this format goes to standard output.
+    char output[] = "-o";
+    char format[] = "-,tap";
+    if (std::none_of(arguments.begin(), arguments.end(), [](const char* a) { return std::string_view(a) == "-o"; }))
+        arguments.insert(arguments.end(), {output, format});
+#endif
+    return QTest::qExec(chosen->second().get(), int(arguments.size()), arguments.data());
 }

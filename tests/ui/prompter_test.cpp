@@ -20,7 +20,12 @@ private slots:
 
 namespace {
 
-enum class Reaction { ClickYes, ClickNo, Close };
+enum class Reaction
+{
+    ClickYes,
+    ClickNo,
+    Close
+};
 
 /// What the box looked like while it was open.
 struct SeenBox
@@ -37,7 +42,8 @@ void reactToBox(Reaction reaction, SeenBox& seen)
     QTimer::singleShot(0, qApp, [reaction, &seen] {
         auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
         QVERIFY(box);
-        seen = {box->windowTitle(), box->text(), box->textFormat(), box->standardButtons(), box->defaultButton() != nullptr};
+        seen = {box->windowTitle(), box->text(), box->textFormat(), box->standardButtons(),
+                box->defaultButton() != nullptr};
         if (reaction == Reaction::Close)
             box->close();
         else

@@ -1,0 +1,6 @@
+#include "app/build_date.h"
+
+QString buildDate()
+{
+    return QStringLiteral(__DATE__);
+}

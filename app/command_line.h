@@ -1,0 +1,42 @@
+// command_line.h: what the command line asks the program to do.
+#pragma once
+
+#include "app/creation_slots.h"
+
+#include <QStringList>
+
+#include <optional>
+#include <variant>
+#include <vector>
+
+/// Open the window.
+struct WindowRequest
+{
+    bool demo = false;                     ///< a simulated device tree instead of the system's driver store
+    std::vector<CreationRequest> toCreate; ///< in order, once the window is shown
+};
+
+/// Print the devices that run, without a window.
+struct ListRequest
+{
+    bool json = false;
+};
+
+/// End one device, without a window.
+struct DeleteRequest
+{
+    qint64 processId = 0;
+};
+
+/// Print a text and exit: help, the version, or an error (exit code 2, to standard error).
+struct PrintRequest
+{
+    QString text;
+    bool isError = false;
+};
+
+using Request = std::variant<WindowRequest, ListRequest, DeleteRequest, PrintRequest>;
+
+/// Reads the arguments, of which the first is the program's name. Relative files in settings count from the current
+/// folder.
+Request parseCommandLine(const QStringList& arguments);

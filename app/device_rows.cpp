@@ -1,0 +1,52 @@
+#include "app/device_rows.h"
+
+#include "devices/device_type.h"
+
+QStringList launchedDeviceRow(const QString& typeWord, const QString& joinedParameters, qint64 processId)
+{
+    const QStringList fields = joinedParameters.split(QLatin1Char('\n'));
+    return {fields.value(3),
+            QString::number(processId),
+            QLatin1String("0x") + fields.value(1),
+            QLatin1String("0x") + fields.value(2),
+            fields.value(4),
+            typeWord,
+            QStringLiteral("Running")};
+}
+
+QStringList mouseRow(qint64 processId)
+{
+    return {QStringLiteral("mouse"),
+            QString::number(processId),
+            QStringLiteral("Relative"),
+            QString(),
+            QString(),
+            QString()};
+}
+
+QString restoredDeviceLabel(const DeviceRecord& record)
+{
+    const auto type = deviceTypeFromRecordCode(record.deviceType);
+    if (!type)
+        return {};
+    return *type == DeviceType::Microphone ? microphoneLabel(record.publicParams) : deviceTypeLabel(*type);
+}
+
+QStringList restoredDeviceRow(const DeviceRecordManager::RestoredDevice& device)
+{
+    const DeviceRecord& record = device.record;
+    return {record.deviceName,
+            QString::number(record.processId),
+            record.usbVid,
+            record.usbPid,
+            record.usbVersion,
+            restoredDeviceLabel(record),
+            device.running ? QStringLiteral("Running") : QStringLiteral("Stopped")};
+}
+
+QIcon restoredDeviceIcon(const DeviceRecordManager::RestoredDevice& device)
+{
+    const auto type = deviceTypeFromRecordCode(device.record.deviceType);
+    const QString path = type ? deviceTypeIconPath(*type) : QString();
+    return path.isEmpty() ? QIcon() : QIcon(path);
+}

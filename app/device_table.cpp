@@ -1,0 +1,105 @@
+#include "app/device_table.h"
+
+#include "ui/plain_tool_tip.h"
+
+#include <QHeaderView>
+#include <QHelpEvent>
+#include <QToolTip>
+
+#include <algorithm>
+
+DeviceTable::DeviceTable(QWidget* parent) : QTableWidget(kMinimumRows, kColumns, parent)
+{
+    setHorizontalHeaderLabels({tr("Name"), tr("PID"), tr("Param1"), tr("Param2"), tr("Param3"), tr("Param4")});
+    setEditTriggers(QAbstractItemView::NoEditTriggers);
+    setSelectionBehavior(QAbstractItemView::SelectRows);
+    setSelectionMode(QAbstractItemView::SingleSelection);
+    setShowGrid(true);
+    setTabKeyNavigation(false);
+    setWordWrap(false); // a long name is cut at its last letter that fits, not at its last word
+    horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
+    horizontalHeader()->setHighlightSections(false);
+    verticalHeader()->setHighlightSections(false);
+    setContextMenuPolicy(Qt::CustomContextMenu);
+
+    constexpr int kHeight = 300;
+    constexpr int kRowHeight = 27;
+    setFixedHeight(kHeight);
+    verticalHeader()->setDefaultSectionSize(std::max(kRowHeight, fontMetrics().height() + 4));
+    // The header takes what ten rows leave, so that they fill the table; larger fonts scroll.
+    const int left = kHeight - 2 * frameWidth() - kMinimumRows * verticalHeader()->defaultSectionSize();
+    if (left >= horizontalHeader()->sizeHint().height())
+        horizontalHeader()->setFixedHeight(left);
+}
+
+void DeviceTable::addDevice(const QStringList& cells, const QIcon& icon)
+{
+    const int row = firstFreeRow();
+    const int count = std::min(cells.size(), columnCount());
+    for (int column = 0; column < count; ++column) {
+        auto* cell = new QTableWidgetItem(cells[column]);
+        cell->setToolTip(cells[column]);
+        if (column == 0 && !icon.isNull())
+            cell->setIcon(icon);
+        setItem(row, column, cell);
+    }
+}
+
+void DeviceTable::clearDevices()
+{
+    clearContents();
+    setRowCount(kMinimumRows);
+}
+
+void DeviceTable::removeDevice(int row)
+{
+    removeRow(row);
+    if (rowCount() < kMinimumRows)
+        insertRow(rowCount());
+}
+
+std::optional<DeviceTable::Identity> DeviceTable::identityAt(int row) const
+{
+    const QTableWidgetItem* name = item(row, kNameColumn);
+    const QTableWidgetItem* processId = item(row, kPidColumn);
+    if (!name || !processId)
+        return std::nullopt;
+    return Identity{name->text(), processId->text()};
+}
+
+int DeviceTable::selectedRow() const
+{
+    const QModelIndexList rows = selectionModel()->selectedRows();
+    return rows.isEmpty() ? -1 : rows.first().row();
+}
+
+QStringList DeviceTable::cellTexts(int row) const
+{
+    QStringList texts;
+    for (int column = 0; column < columnCount(); ++column) {
+        const QTableWidgetItem* cell = item(row, column);
+        texts << (cell ? cell->text() : QString());
+    }
+    return texts;
+}
+
+bool DeviceTable::viewportEvent(QEvent* event)
+{
+    if (event->type() != QEvent::ToolTip)
+        return QTableWidget::viewportEvent(event);
+    const auto* help = static_cast<QHelpEvent*>(event);
+    const QTableWidgetItem* cell = itemAt(help->pos());
+    QToolTip::showText(help->globalPos(), cell ? plainToolTip(cell->toolTip()) : QString(), viewport());
+    return true;
+}
+
+int DeviceTable::firstFreeRow()
+{
+    for (int row = 0; row < rowCount(); ++row) {
+        const QTableWidgetItem* first = item(row, 0);
+        if (!first || first->text().isEmpty())
+            return row;
+    }
+    insertRow(rowCount());
+    return rowCount() - 1;
+}

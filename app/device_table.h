@@ -1,0 +1,52 @@
+// device_table.h: the table of virtual devices, one row each, never fewer than ten rows.
+#pragma once
+
+#include <QIcon>
+#include <QTableWidget>
+
+#include <optional>
+
+class DeviceTable : public QTableWidget
+{
+    Q_OBJECT
+
+public:
+    static constexpr int kColumns = 6;
+    static constexpr int kMinimumRows = 10;
+    static constexpr int kNameColumn = 0;
+    static constexpr int kPidColumn = 1;
+    static constexpr int kTypeColumn = 5;
+
+    explicit DeviceTable(QWidget* parent = nullptr);
+
+    /// Fills the first row whose first cell is missing or empty, else a new one. Texts beyond the columns are dropped;
+    /// each cell has its text as tool tip; the icon, if any, goes into the first cell.
+    void addDevice(const QStringList& cells, const QIcon& icon = {});
+
+    /// Empties the table and gives it its ten rows; the headers stay.
+    void clearDevices();
+
+    /// Takes a row out and keeps at least ten.
+    void removeDevice(int row);
+
+    /// What identifies a row's device, as its cells say it; nothing when one of the two cells is missing.
+    struct Identity
+    {
+        QString name;
+        QString processId;
+    };
+    std::optional<Identity> identityAt(int row) const;
+
+    /// The selected row, -1 when none is.
+    int selectedRow() const;
+
+    /// Texts of a row's cells, a missing cell as an empty text.
+    QStringList cellTexts(int row) const;
+
+protected:
+    /// Shows tool tips letter by letter: a device's name may look like markup.
+    bool viewportEvent(QEvent* event) override;
+
+private:
+    int firstFreeRow();
+};

@@ -1,0 +1,84 @@
+// main.cpp: the program's entry: window, or one command for a script.
+#include "app/bus_driver_check.h"
+#include "app/command_line.h"
+#include "app/creation_slots.h"
+#include "app/main_window.h"
+#include "app/script_commands.h"
+#include "app/standard_streams.h"
+#include "app/startup_fetch.h"
+#include "driver/platform/system_platform.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QIcon>
+
+namespace {
+
+constexpr int kFailure = 2; ///< exit code of everything that opens no window
+
+/// False when the program must end: the user does not want the bus driver, or it could not be installed.
+bool checkBusDriver(bool simulated)
+{
+    const std::wstring folder = QCoreApplication::applicationDirPath().toStdWString();
+    const auto platform =
+        simulated ? driver::simulatedPlatform(driver::simulatedTreeFile(folder)) : driver::systemPlatform(folder);
+    driver::BusDriverSetup setup(*platform, folder);
+    return ensureBusDriver(setup);
+}
+
+int runWindow(int argc, char** argv, const WindowRequest& request)
+{
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    QApplication application(argc, argv);
+    QDir::setCurrent(QCoreApplication::applicationDirPath());
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/res/logo.png")));
+    if (!checkBusDriver(request.demo))
+        return -1;
+
+    MainWindow window;
+    window.show();
+    const StartupFetch fetch(startupFetchUrl(QStringLiteral(STARTUP_FETCH_HOST)));
+    invokeCreationSlots(&window, request.toCreate);
+    return QApplication::exec();
+}
+
+int runScript(int argc, char** argv, const std::function<ScriptResult(const DeviceRecordManager&)>& command)
+{
+    const QCoreApplication application(argc, argv);
+    QDir::setCurrent(QCoreApplication::applicationDirPath());
+    const ScriptResult result = command(DeviceRecordManager());
+    const bool printed = printOut(result.output) && printError(result.error);
+    return printed ? result.exitCode : kFailure; // a script must not take part of a list for the whole
+}
+
+int print(const PrintRequest& request)
+{
+    const bool printed = (request.isError ? printError : printOut)(request.text);
+    return printed && !request.isError ? 0 : kFailure;
+}
+
+/// An application object of its own: a display must not be needed to ask for help.
+Request readCommandLine(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    return parseCommandLine(QCoreApplication::arguments());
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication::setApplicationName(QStringLiteral("Plugboard"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(PLUGBOARD_VERSION));
+    const Request request = readCommandLine(argc, argv);
+
+    if (const auto* text = std::get_if<PrintRequest>(&request))
+        return print(*text);
+    if (const auto* list = std::get_if<ListRequest>(&request))
+        return runScript(argc, argv, [list](const auto& records) { return listDevices(records, list->json); });
+    if (const auto* removal = std::get_if<DeleteRequest>(&request))
+        return runScript(argc, argv,
+                         [removal](const auto& records) { return deleteDevice(records, removal->processId); });
+    return runWindow(argc, argv, std::get<WindowRequest>(request));
+}

@@ -1,0 +1,325 @@
+#include "app/main_window.h"
+
+#include "app/device_rows.h"
+#include "app/device_settings.h"
+#include "app/device_table.h"
+#include "app/device_type_bar.h"
+#include "app/fido2_desk.h"
+#include "app/process_ender.h"
+#include "app/title_bar.h"
+#include "app/window_body.h"
+#include "devices/device_record_manager.h"
+#include "devices/device_type.h"
+#include "devices/parameter_list.h"
+#include "dialogs/camera_setting_dialog.h"
+#include "dialogs/microphone_setting_dialog.h"
+#include "ui/busy_cursor.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QCoreApplication>
+#include <QDebug>
+#include <QMenu>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QPersistentModelIndex>
+#include <QShortcut>
+#include <QVBoxLayout>
+
+MainWindow::MainWindow(QWidget* parent, Prompter& prompter, MainWindowServices services)
+    : QWidget(parent, Qt::Window | Qt::FramelessWindowHint)
+    , m_prompter(prompter)
+    , m_services(std::move(services))
+{
+    setWindowTitle(QStringLiteral("Plugboard"));
+    setAttribute(Qt::WA_TranslucentBackground);
+    resize(720, 500);
+
+    const QString folder =
+        m_services.recordsFolder.isEmpty() ? QCoreApplication::applicationDirPath() : m_services.recordsFolder;
+    m_records = new DeviceRecordManager(folder, m_services.takeSnapshot, this);
+
+    openFido2Desk(folder);
+
+    buildLayout();
+    addShortcuts();
+    refreshDevices();
+}
+
+void MainWindow::openFido2Desk(const QString& folder)
+{
+    Fido2Environment environment = Fido2Environment::ofThisProgram();
+    environment.applicationDirectory = folder;
+    m_fido2 = new Fido2Desk(this, environment, *m_records, m_prompter);
+    Fido2Channels* channels = &m_fido2->channels();
+    connect(channels, &Fido2Channels::deviceConnected, this, &MainWindow::onFido2DeviceConnected);
+    connect(channels, &Fido2Channels::deviceDisconnected, this, &MainWindow::onFido2DeviceDisconnected);
+    // Connected to each client, for the slot finds the process id by its sender.
+    connect(channels, &Fido2Channels::clientCreated, this, [this](Fido2Client* client) {
+        connect(client, &Fido2Client::userConfirmationRequestReceived, this,
+                &MainWindow::showFido2UserConfirmationDialog);
+    });
+}
+
+void MainWindow::buildLayout()
+{
+    m_titleBar = new TitleBar(this);
+    connect(m_titleBar, &TitleBar::minimizeRequested, this, &MainWindow::onMinimize);
+    connect(m_titleBar, &TitleBar::closeRequested, this, &MainWindow::onClose);
+
+    const std::vector<DeviceTypeEntry> entries = {
+        {QStringLiteral(":/icons/res/microphone.png"), tr("Microphone"), [this] { onCreateMicrophone(); }},
+    };
+    auto* typeBar = new DeviceTypeBar(entries, this);
+    connect(typeBar, &DeviceTypeBar::closedFeatureRequested, this, [this] {
+        m_prompter.information(this, tr("Info"), tr("This feature is not yet open, please stay tuned ..."));
+    });
+
+    m_table = new DeviceTable(this);
+    m_table->setFocus(); // the keys are for devices, not for the button to minimise
+    connect(m_table, &QTableWidget::itemDoubleClicked, this, &MainWindow::onTableItemDoubleClicked);
+    connect(m_table, &QWidget::customContextMenuRequested, this, &MainWindow::onTableWidgetContextMenu);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(kShadowWidth, kShadowWidth, kShadowWidth, kShadowWidth);
+    layout->setSpacing(0);
+    layout->addWidget(m_titleBar);
+    layout->addWidget(typeBar);
+    layout->addWidget(m_table);
+    layout->addStretch();
+}
+
+void MainWindow::addShortcuts()
+{
+    auto* refresh = new QShortcut(QKeySequence::Refresh, this);
+    connect(refresh, &QShortcut::activated, this, &MainWindow::refreshDevices);
+
+    auto* remove = new QShortcut(QKeySequence::Delete, m_table, nullptr, nullptr, Qt::WidgetShortcut);
+    connect(remove, &QShortcut::activated, this,
+            [this] { onTableItemDoubleClicked(m_table->item(m_table->selectedRow(), DeviceTable::kNameColumn)); });
+
+    auto* copy = new QShortcut(QKeySequence::Copy, m_table, nullptr, nullptr, Qt::WidgetShortcut);
+    connect(copy, &QShortcut::activated, this, &MainWindow::copySelectedRow);
+}
+
+void MainWindow::onMinimize()
+{
+    showMinimized();
+}
+
+void MainWindow::onClose()
+{
+    close();
+}
+
+void MainWindow::CallUsbDaemon(const QString& devType, const QString& args, const std::function<void(qint64)>& callback)
+{
+    const std::optional<qint64> processId = [&] {
+        const BusyCursor busy;
+        return m_services.launcher.launch(args);
+    }();
+    if (!processId)
+        return;
+    m_table->addDevice(launchedDeviceRow(devType, args, *processId));
+    callback(*processId);
+}
+
+void MainWindow::createDevice(const QString& typeWord, const QStringList& fields)
+{
+    CallUsbDaemon(typeWord, joinParameters(fields), [](qint64) {});
+}
+
+void MainWindow::onCreateCamera()
+{
+    CameraSettingDialog dialog(nullptr, m_prompter);
+    if (dialog.exec() == QDialog::Accepted)
+        createDevice(deviceTypeWord(DeviceType::Camera), parameterList(dialog.settings()));
+}
+
+void MainWindow::onCreateMouse()
+{
+    const BusyCursor busy;
+    m_table->addDevice(mouseRow(m_services.launcher.launchBare()), QIcon(QStringLiteral(":/icons/res/mouse.png")));
+}
+
+void MainWindow::onCreateFido2()
+{
+    const std::optional<Fido2Parameters> key = m_fido2->askForKey();
+    if (!key)
+        return;
+    CallUsbDaemon(deviceTypeWord(DeviceType::Fido2), joinParameters(fido2ParameterList(*key)),
+                  [this](qint64 processId) { m_fido2->channels().add(processId); });
+}
+
+void MainWindow::onCreateUsbIp()
+{
+    createDevice(deviceTypeWord(DeviceType::UsbIp), usbIpParameterList(QStringLiteral(DEFAULT_LAN_ADDRESS)));
+}
+
+void MainWindow::onCreateMicrophone()
+{
+    MicrophoneSettingDialog dialog(nullptr, m_prompter);
+    if (dialog.exec() == QDialog::Accepted)
+        createDevice(deviceTypeWord(DeviceType::Microphone), parameterList(dialog.settings()));
+}
+
+void MainWindow::onCreateSpeaker()
+{
+    createDevice(deviceTypeWord(DeviceType::Speaker), speakerParameterList());
+}
+
+void MainWindow::onCreateUsbStorage()
+{
+    createDevice(deviceTypeWord(DeviceType::Storage), storageParameterList());
+}
+
+void MainWindow::onCreateKeyboard()
+{
+    createDevice(deviceTypeWord(DeviceType::Keyboard), keyboardParameterList());
+}
+
+void MainWindow::onTableItemDoubleClicked(QTableWidgetItem* item)
+{
+    if (item && m_table->identityAt(item->row()))
+        deleteDevice(item->row());
+}
+
+void MainWindow::deleteDevice(int row)
+{
+    const DeviceTable::Identity device = *m_table->identityAt(row);
+    bool isNumber = false;
+    const qint64 processId = device.processId.toLongLong(&isNumber);
+    if (!isNumber || processId <= 0) {
+        m_prompter.warning(this, tr("Warning"), tr("Invalid process ID"));
+        return;
+    }
+    // A box runs an event loop, in which a row can move.
+    const QPersistentModelIndex place(m_table->model()->index(row, DeviceTable::kNameColumn));
+    const QString question = tr("Are you sure you want to delete device \"%1\"?\nThis will terminate process ID: %2")
+                                 .arg(device.name, QString::number(processId));
+    if (!m_prompter.question(this, tr("Confirm Deletion"), question) || !endDevice(processId))
+        return;
+    m_fido2->dropDevice(processId);
+    if (place.isValid())
+        m_table->removeDevice(place.row());
+    m_prompter.information(this, tr("Success"), tr("Device \"%1\" has been successfully deleted").arg(device.name));
+}
+
+bool MainWindow::endDevice(qint64 processId)
+{
+    const EndProcessResult result = [&] {
+        const BusyCursor busy;
+        return endProcess(m_services.killCommand(processId));
+    }();
+    if (!result.finished) {
+        m_prompter.warning(this, tr("Error"), tr("Process termination timed out"));
+        return false;
+    }
+    if (result.exitCode != 0) {
+        m_prompter.warning(
+            this, tr("Error"),
+            tr("Failed to terminate process ID: %1\nError code: %2").arg(processId).arg(result.exitCode));
+        return false;
+    }
+    return true;
+}
+
+void MainWindow::onTableWidgetContextMenu(const QPoint& position)
+{
+    const int row = m_table->rowAt(position.y());
+    if (!m_table->identityAt(row))
+        return;
+    const QPersistentModelIndex place(m_table->model()->index(row, DeviceTable::kNameColumn));
+    QMenu menu(m_table);
+    const QAction* info = menu.addAction(tr("Device Info"));
+    menu.addSeparator();
+    const QAction* capture = menu.addAction(tr("USB Packet Capture"));
+    menu.addSeparator();
+    const QAction* refresh = menu.addAction(tr("Refresh List"));
+
+    const QAction* chosen = menu.exec(m_table->viewport()->mapToGlobal(position));
+    if (chosen == info && place.isValid())
+        showDeviceDetails(place.row());
+    else if (chosen == capture)
+        m_prompter.information(this, QString(), tr("for debug version"));
+    else if (chosen == refresh)
+        refreshDevices();
+}
+
+void MainWindow::refreshDevices()
+{
+    m_table->clearDevices();
+    if (!m_records) {
+        qWarning() << "DeviceRecordManager not available";
+        return;
+    }
+    const auto devices = m_records->restoreDevices();
+    for (const DeviceRecordManager::RestoredDevice& device : devices) {
+        m_table->addDevice(restoredDeviceRow(device), restoredDeviceIcon(device));
+        if (device.running && deviceTypeFromRecordCode(device.record.deviceType) == DeviceType::Fido2)
+            m_fido2->channels().add(device.record.processId);
+    }
+}
+
+void MainWindow::copySelectedRow()
+{
+    const int row = m_table->selectedRow();
+    if (m_table->identityAt(row))
+        QApplication::clipboard()->setText(m_table->cellTexts(row).join(QLatin1Char('\t')));
+}
+
+void MainWindow::showDeviceDetails(int row)
+{
+    if (const auto device = m_table->identityAt(row))
+        m_fido2->showDetails(device->name, device->processId, m_table->cellTexts(row).at(DeviceTable::kTypeColumn));
+    else
+        m_prompter.warning(this, tr("Error"), tr("No device found at selected row"));
+}
+
+void MainWindow::onFido2DeviceConnected(qint64 processId)
+{
+    qDebug() << "FIDO2 device connected, process" << processId;
+}
+
+void MainWindow::onFido2DeviceDisconnected(qint64 processId)
+{
+    qDebug() << "FIDO2 device disconnected, process" << processId;
+}
+
+void MainWindow::showFido2UserConfirmationDialog(const QString& operation, const QJsonObject& request)
+{
+    m_fido2->ask(sender(), operation, request);
+}
+
+void MainWindow::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    paintWindowBody(painter, rect());
+}
+
+void MainWindow::mousePressEvent(QMouseEvent* event)
+{
+    if (event->button() != Qt::LeftButton || !m_titleBar->geometry().contains(event->pos())) {
+        QWidget::mousePressEvent(event);
+        return;
+    }
+    m_dragging = true;
+    m_dragOffset = event->globalPos() - frameGeometry().topLeft();
+    event->accept();
+}
+
+void MainWindow::mouseMoveEvent(QMouseEvent* event)
+{
+    if (!m_dragging || !(event->buttons() & Qt::LeftButton)) {
+        QWidget::mouseMoveEvent(event);
+        return;
+    }
+    move(event->globalPos() - m_dragOffset);
+    event->accept();
+}
+
+void MainWindow::mouseReleaseEvent(QMouseEvent* event)
+{
+    m_dragging = false;
+    QWidget::mouseReleaseEvent(event);
+}

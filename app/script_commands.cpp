@@ -1,0 +1,91 @@
+#include "app/script_commands.h"
+
+#include "app/device_rows.h"
+#include "app/process_ender.h"
+#include "devices/device_type.h"
+
+#include <QDeadlineTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QThread>
+
+#include <algorithm>
+
+namespace {
+
+QJsonObject describe(const DeviceRecordManager::RestoredDevice& device)
+{
+    const DeviceRecord& record = device.record;
+    return {{QStringLiteral("name"), record.deviceName},
+            {QStringLiteral("processId"), record.processId},
+            {QStringLiteral("type"), deviceTypeWord(*deviceTypeFromRecordCode(record.deviceType))},
+            {QStringLiteral("label"), restoredDeviceLabel(record)},
+            {QStringLiteral("usbVid"), record.usbVid},
+            {QStringLiteral("usbPid"), record.usbPid},
+            {QStringLiteral("usbVersion"), record.usbVersion},
+            {QStringLiteral("running"), device.running}};
+}
+
+/// One line with tabs between the cells. A name can hold any character: no control character of it may end the cell or
+/// reach a terminal.
+QString lineOf(QStringList cells)
+{
+    for (QString& cell : cells)
+        std::replace_if(
+            cell.begin(), cell.end(), [](QChar c) { return c.category() == QChar::Other_Control; }, QLatin1Char('?'));
+    return cells.join(QLatin1Char('\t')) + QLatin1Char('\n');
+}
+
+/// Killing is asynchronous: the process may still be seen for a moment after the tool has ended.
+bool waitUntilGone(const DeviceRecordManager& records, qint64 processId)
+{
+    const QDeadlineTimer deadline(5000);
+    while (records.isProcessRunning(processId)) {
+        if (deadline.hasExpired())
+            return false;
+        QThread::msleep(10);
+    }
+    return true;
+}
+
+} // namespace
+
+ScriptResult listDevices(const DeviceRecordManager& records, bool json)
+{
+    const auto devices = records.restoreDevices();
+    if (json) {
+        QJsonArray list;
+        for (const auto& device : devices)
+            list.append(describe(device));
+        return {0, QString::fromUtf8(QJsonDocument(list).toJson()), {}};
+    }
+    QString lines;
+    for (const auto& device : devices)
+        lines += lineOf(restoredDeviceRow(device));
+    return {0, lines, {}};
+}
+
+ScriptResult deleteDevice(const DeviceRecordManager& records, qint64 processId,
+                          const std::function<KillCommand(qint64)>& toolFor)
+{
+    const auto devices = records.restoreDevices();
+    const bool known = std::any_of(devices.begin(), devices.end(), [processId](const auto& device) {
+        return device.running && device.record.processId == processId;
+    });
+    if (!known)
+        return {2, {}, QStringLiteral("No device with process id %1 is running.\n").arg(processId)};
+
+    const EndProcessResult result = endProcess(toolFor(processId));
+    if (!result.finished)
+        return {2, {}, QStringLiteral("Process termination timed out\n")};
+    if (result.exitCode != 0)
+        return {
+            2,
+            {},
+            QStringLiteral("Failed to terminate process ID: %1\nError code: %2\n").arg(processId).arg(result.exitCode)};
+    if (!waitUntilGone(records, processId))
+        return {2, {}, QStringLiteral("Process %1 still runs.\n").arg(processId)};
+    records.removeStaleRecords();
+    return {};
+}

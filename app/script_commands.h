@@ -1,0 +1,24 @@
+// script_commands.h: what the program does for scripts, without a window.
+#pragma once
+
+#include "devices/device_record_manager.h"
+
+#include <QString>
+
+#include <functional>
+
+/// What a script command prints and exits with: 0 success, 2 failure.
+struct ScriptResult
+{
+    int exitCode = 0;
+    QString output; ///< for standard output
+    QString error;  ///< for standard error
+};
+
+/// The devices that a table refresh would show, one a line with tabs between its cells ('?' stands for a control
+/// character), or a JSON array.
+ScriptResult listDevices(const DeviceRecordManager& records, bool json);
+
+/// Ends the device with that process id and removes its record. A process that is no device is left alone.
+ScriptResult deleteDevice(const DeviceRecordManager& records, qint64 processId,
+                          const std::function<KillCommand(qint64)>& toolFor = killCommand);

@@ -1,0 +1,63 @@
+// links: plugboard::app plugboard::resources
+// start_benchmark.cpp: program start to the main window painted, against a program with an empty Qt window. This
+// program starts itself as either of the two and takes the time until that process has painted and ended.
+#include "app/main_window.h"
+#include "benchmarks/report.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QIcon>
+#include <QProcess>
+#include <QTimer>
+
+namespace {
+
+/// Ends the program once the widget has been painted.
+class EndAfterPaint final : public QObject
+{
+public:
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        if (event->type() == QEvent::Paint)
+            QTimer::singleShot(0, qApp, [] { std::_Exit(0); });
+        return false;
+    }
+};
+
+int showAndEnd(QWidget& window)
+{
+    EndAfterPaint filter;
+    window.installEventFilter(&filter);
+    window.show();
+    return QApplication::exec();
+}
+
+double startAs(const QString& role)
+{
+    return millisecondsOf([&role] { QProcess::execute(QCoreApplication::applicationFilePath(), {role}); });
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    QApplication application(argc, argv);
+    const QString role = QCoreApplication::arguments().value(1);
+    if (role == QLatin1String("ours")) {
+        QDir::setCurrent(QCoreApplication::applicationDirPath());
+        QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/res/logo.png")));
+        MainWindow window;
+        return showAndEnd(window);
+    }
+    if (role == QLatin1String("peer")) {
+        QWidget window;
+        window.resize(720, 500);
+        return showAndEnd(window);
+    }
+    const PairOfMedians medians = measureInTurn(
+        21, [] { return startAs(QStringLiteral("ours")); }, [] { return startAs(QStringLiteral("peer")); });
+    report("start", "ms", medians.ours, "empty Qt window", medians.peer, "1.5 times");
+    return 0;
+}

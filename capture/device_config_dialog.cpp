@@ -1,0 +1,50 @@
+#include "capture/device_config_dialog.h"
+
+#include "capture/device_config_rows.h"
+
+#include <QDialogButtonBox>
+#include <QHeaderView>
+#include <QTreeWidget>
+#include <QVBoxLayout>
+
+namespace {
+
+QTreeWidgetItem* itemOf(const DetailRow& row)
+{
+    auto* item = new QTreeWidgetItem({row.name, row.value});
+    for (const DetailRow& child : row.children)
+        item->addChild(itemOf(child));
+    return item;
+}
+
+} // namespace
+
+DeviceConfigDialog::DeviceConfigDialog(const QJsonObject& config, const QString& title, QWidget* parent,
+                                       Prompter& prompter)
+    : QDialog(parent)
+    , m_tree(new QTreeWidget(this))
+{
+    setWindowTitle(tr("Device Configuration - %1").arg(title));
+    resize(800, 600);
+    m_tree->setHeaderLabels({tr("Property"), tr("Value")});
+    m_tree->setUniformRowHeights(true);
+    m_tree->setAlternatingRowColors(true);
+    m_tree->setColumnWidth(0, 200);
+    m_tree->setColumnWidth(1, 500);
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
+    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(m_tree);
+    layout->addWidget(buttons);
+
+    if (config.isEmpty()) {
+        prompter.information(this, tr("Device Configuration"),
+                             tr("No configuration information available for this device."));
+        return;
+    }
+    QList<QTreeWidgetItem*> groups;
+    for (const DetailRow& row : deviceConfigRows(config).children)
+        groups << itemOf(row);
+    m_tree->addTopLevelItems(groups);
+    m_tree->expandAll();
+}

@@ -1,0 +1,75 @@
+#include "devices/device_record.h"
+
+#include <QCoreApplication>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace {
+
+QStringList stringList(const QJsonValue& value)
+{
+    QStringList strings;
+    const QJsonArray array = value.toArray();
+    for (const QJsonValue& element : array)
+        strings << element.toString();
+    return strings;
+}
+
+QDateTime dateTime(const QJsonValue& value)
+{
+    return QDateTime::fromString(value.toString(), Qt::ISODate);
+}
+
+} // namespace
+
+DeviceRecord parseDeviceRecord(const QByteArray& json)
+{
+    const QJsonObject object = QJsonDocument::fromJson(json).object();
+    DeviceRecord record;
+    record.deviceType = object[QLatin1String("deviceType")].toInt();
+    record.deviceName = object[QLatin1String("deviceName")].toString();
+    record.processId = object[QLatin1String("processId")].toString().toLongLong();
+    record.usbVid = object[QLatin1String("usbVid")].toString();
+    record.usbPid = object[QLatin1String("usbPid")].toString();
+    record.usbVersion = object[QLatin1String("usbVersion")].toString();
+    record.publicParams = stringList(object[QLatin1String("publicParams")]);
+    record.privateParams = stringList(object[QLatin1String("privateParams")]);
+    record.createTime = dateTime(object[QLatin1String("createTime")]);
+    record.lastUpdateTime = dateTime(object[QLatin1String("lastUpdateTime")]);
+    record.isRunning = object[QLatin1String("isRunning")].toBool();
+    return record;
+}
+
+QByteArray serializeDeviceRecord(const DeviceRecord& record)
+{
+    const QJsonObject object{
+        {QStringLiteral("deviceType"), record.deviceType},
+        {QStringLiteral("deviceName"), record.deviceName},
+        {QStringLiteral("processId"), QString::number(record.processId)},
+        {QStringLiteral("usbVid"), record.usbVid},
+        {QStringLiteral("usbPid"), record.usbPid},
+        {QStringLiteral("usbVersion"), record.usbVersion},
+        {QStringLiteral("publicParams"), QJsonArray::fromStringList(record.publicParams)},
+        {QStringLiteral("privateParams"), QJsonArray::fromStringList(record.privateParams)},
+        {QStringLiteral("createTime"), record.createTime.toString(Qt::ISODate)},
+        {QStringLiteral("lastUpdateTime"), record.lastUpdateTime.toString(Qt::ISODate)},
+        {QStringLiteral("isRunning"), record.isRunning},
+    };
+    return QJsonDocument(object).toJson(QJsonDocument::Indented);
+}
+
+QString deviceRecordFileName(const DeviceRecord& record)
+{
+    return QStringLiteral("device_") + record.deviceName + QLatin1Char('_') + QString::number(record.processId) +
+           QStringLiteral(".json");
+}
+
+QString microphoneLabel(const QStringList& publicParams)
+{
+    const QString version = publicParams.value(5, QStringLiteral("1.0"));
+    const QString mode = publicParams.value(6) == QLatin1String("1")
+                             ? QCoreApplication::translate("DeviceType", "RT")
+                             : QCoreApplication::translate("DeviceType", "Normal");
+    return QCoreApplication::translate("DeviceType", "Microphone (UAC %1, %2)").arg(version, mode);
+}

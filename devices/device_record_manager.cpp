@@ -1,0 +1,174 @@
+#include "devices/device_record_manager.h"
+
+#include "devices/device_type.h"
+
+#include <QCoreApplication>
+#include <QDebug>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+/// Bytes; a larger file is no record.
+constexpr qint64 kRecordSizeLimit = 1024 * 1024;
+
+bool containsAny(const QString& name, const QString& characters)
+{
+    return std::any_of(name.begin(), name.end(), [&](QChar c) { return c.isNull() || characters.contains(c); });
+}
+
+/// No name from a table or a record may lead out of the folder.
+bool leavesFolder(const QString& fileName)
+{
+    return containsAny(fileName, QStringLiteral("/\\"));
+}
+
+/// The rule of Windows on every system, so that the same names fail everywhere.
+bool isWritableName(const QString& fileName)
+{
+    const bool control = std::any_of(fileName.begin(), fileName.end(), [](QChar c) { return c < QLatin1Char(' '); });
+    return !control && !containsAny(fileName, QStringLiteral("/\\:*?\"<>|"));
+}
+
+/// Not truncated before it is written: overwriting needs no new room, so a full disk seldom costs the old content.
+bool writeInPlace(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadWrite) && file.write(bytes) == bytes.size() && file.flush() &&
+           file.resize(bytes.size());
+}
+
+/// In place only where no new file can be made beside the old one, or where it cannot replace the old one.
+bool writeWhole(const QString& path, const QByteArray& bytes)
+{
+    QSaveFile file(path);
+    if (file.open(QIODevice::WriteOnly)) {
+        // Flushed here, as commit() alone would put a file in place whose last bytes could not be written.
+        if (file.write(bytes) != bytes.size() || !file.flush())
+            return false;
+        if (file.commit())
+            return true;
+    }
+    return writeInPlace(path, bytes);
+}
+
+/// A record without a process id says nothing of a process that could have ended.
+bool mayBeStale(const DeviceRecord& record)
+{
+    return record.processId >= 1;
+}
+
+void warn(const char* what, const QString& path)
+{
+    qWarning().noquote() << what << path;
+}
+
+} // namespace
+
+DeviceRecordManager::DeviceRecordManager(QObject* parent)
+    : DeviceRecordManager(QCoreApplication::applicationDirPath(), &ProcessSnapshot::take, parent)
+{}
+
+DeviceRecordManager::DeviceRecordManager(const QString& folder, TakeProcessSnapshot takeSnapshot, QObject* parent,
+                                         Clock now)
+    : QObject(parent)
+    , m_folder(folder)
+    , m_takeSnapshot(std::move(takeSnapshot))
+    , m_now(std::move(now))
+{
+    if (!m_folder.endsWith(QLatin1Char('/')))
+        m_folder += QLatin1Char('/');
+}
+
+QStringList DeviceRecordManager::listRecords() const
+{
+    return QDir(m_folder).entryList({QStringLiteral("device_*.json")}, QDir::Files | QDir::CaseSensitive,
+                                    QDir::Unsorted);
+}
+
+DeviceRecord DeviceRecordManager::loadRecord(const QString& fileName) const
+{
+    QFile file(pathOf(fileName));
+    // Opening a named pipe, which a listed link can lead to, would wait for a writer.
+    if (leavesFolder(fileName) || !QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly)) {
+        warn("Failed to load device record from:", pathOf(fileName));
+        return {};
+    }
+    const QByteArray json = file.read(kRecordSizeLimit + 1);
+    return json.size() > kRecordSizeLimit ? DeviceRecord() : parseDeviceRecord(json);
+}
+
+void DeviceRecordManager::saveRecord(const DeviceRecord& record) const
+{
+    const QString fileName = deviceRecordFileName(record);
+    if (!isWritableName(fileName) || !writeWhole(pathOf(fileName), serializeDeviceRecord(record)))
+        warn("Failed to save device record to:", pathOf(fileName));
+}
+
+void DeviceRecordManager::removeStaleRecords() const
+{
+    loadCurrentRecords();
+}
+
+std::vector<DeviceRecord> DeviceRecordManager::loadCurrentRecords() const
+{
+    const QStringList fileNames = listRecords();
+    std::vector<DeviceRecord> loaded;
+    for (const QString& fileName : fileNames)
+        loaded.push_back(loadRecord(fileName));
+    if (std::none_of(loaded.begin(), loaded.end(), mayBeStale))
+        return loaded;
+
+    // Taken after all are read: a process whose record was there to be read is in it unless it ended.
+    const ProcessSnapshot snapshot = m_takeSnapshot();
+    std::vector<DeviceRecord> current;
+    for (std::size_t i = 0; i < loaded.size(); ++i) {
+        if (!mayBeStale(loaded[i]) || snapshot.contains(loaded[i].processId) || !remove(fileNames[static_cast<int>(i)]))
+            current.push_back(std::move(loaded[i]));
+    }
+    return current;
+}
+
+bool DeviceRecordManager::remove(const QString& fileName) const
+{
+    if (QFile::remove(pathOf(fileName)))
+        return true;
+    warn("Failed to delete device record:", pathOf(fileName));
+    return !QFile::exists(pathOf(fileName));
+}
+
+bool DeviceRecordManager::isProcessRunning(qint64 processId) const
+{
+    return m_takeSnapshot().contains(processId);
+}
+
+QList<DeviceRecordManager::RestoredDevice> DeviceRecordManager::restoreDevices() const
+{
+    QList<RestoredDevice> devices;
+    for (const DeviceRecord& record : loadCurrentRecords()) {
+        if (record.isRunning && deviceTypeFromRecordCode(record.deviceType))
+            devices.append({record, true});
+    }
+    if (devices.isEmpty())
+        return devices;
+    const ProcessSnapshot snapshot = m_takeSnapshot();
+    for (RestoredDevice& device : devices) {
+        if (snapshot.contains(device.record.processId))
+            continue;
+        device.running = false;
+        device.record.isRunning = false;
+        device.record.lastUpdateTime = m_now();
+        saveRecord(device.record);
+    }
+    return devices;
+}
+
+QString DeviceRecordManager::pathOf(const QString& fileName) const
+{
+    return m_folder + fileName;
+}

@@ -1,0 +1,15 @@
+#!/usr/bin/env bash
+# sanitize.sh address|thread: the whole test suite under that sanitizer.
+. "$(dirname "$0")/lib.sh"
+
+case "${1:-}" in
+address | thread) ;;
+*) echo "usage: sanitize.sh address|thread" >&2; exit 2 ;;
+esac
+scripts/packages.sh build display checks
+configure_and_build "$1"
+export ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1
+export UBSAN_OPTIONS=print_stacktrace=1
+export TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1:suppressions=$PWD/scripts/thread_suppressions.txt
+export LSAN_OPTIONS=suppressions=$PWD/scripts/leak_suppressions.txt
+ctest --preset "$1" --parallel 2

@@ -1,0 +1,110 @@
+#!/usr/bin/env bash
+# windows.sh: builds the Windows x64 programs and runs the tests and the tour as Windows programs under Wine.
+#
+#   usage: windows.sh [--build-only | --run-only]    (--run-only: what an earlier call built)
+#
+# The libraries are those of the folder $PLUGBOARD_WINDOWS_SYSROOT, else those of ../shared/windows-sysroot.tar.xz, else they are
+# built from Debian's source packages (packaging/windows/build_dependencies.sh, about an hour on two cores). Results lie in
+# build/windows (programs in bin/, tests.xml) and build/windows-tour (report and pictures). The last line is "N passed, N failed".
+set -euo pipefail
+
+project=$(dirname "$(dirname "$(realpath "$0")")")
+cd "$project"
+windows=packaging/windows
+build=$project/build/windows
+pictures=$project/build/windows-tour
+archive=${PLUGBOARD_WINDOWS_ARCHIVE:-$project/../shared/windows-sysroot.tar.xz}
+passed=0 failed=0 started=${PLUGBOARD_STARTED:=$(date +%s)}
+export PLUGBOARD_STARTED
+
+step() { echo "== $(($(date +%s) - started)) s: $*"; }
+
+# count NAME COMMAND...: one check; its output is shown whole only when it fails.
+count() {
+    local name=$1 log
+    shift
+    log=$build/$name.log
+    if "$@" > "$log" 2>&1; then
+        passed=$((passed + 1))
+        echo "$name: passed: $(tail -n 1 "$log")"
+    else
+        failed=$((failed + 1))
+        echo "$name: FAILED, see $log"
+        tail -n 40 "$log"
+    fi
+}
+
+# Sets `sysroot` to a folder with the libraries.
+find_sysroot() {
+    local sum
+    sysroot=${PLUGBOARD_WINDOWS_SYSROOT:-}
+    if [ -n "$sysroot" ]; then
+        sysroot=$(realpath "$sysroot")
+        [ -d "$sysroot/qt" ] || { echo "PLUGBOARD_WINDOWS_SYSROOT=$sysroot holds no libraries." >&2; exit 1; }
+        return
+    fi
+    sysroot=$project/build/windows-sysroot
+    if [ -e "$archive" ]; then
+        sum=$(sha256sum < "$archive")
+        [ "$(cat "$sysroot/unpacked-from" 2>/dev/null)" = "$sum" ] && return
+        step "unpacking $archive"
+        rm -rf "$sysroot" "$sysroot.partial"
+        mkdir -p "$sysroot.partial"
+        tar -C "$sysroot.partial" --strip-components 1 --no-same-owner -xf "$archive"
+        echo "$sum" > "$sysroot.partial/unpacked-from"
+        mv "$sysroot.partial" "$sysroot"
+    elif [ -L "$sysroot" ] || [ ! -d "$sysroot/qt" ]; then
+        step "building the libraries"
+        $windows/build_dependencies.sh "$project/build/windows-dependencies"
+        rm -rf "$sysroot"
+        ln -s windows-dependencies/sysroot "$sysroot"
+    fi
+}
+
+build_programs() {
+    step "building"
+    mkdir -p "$build/bin"
+    local fresh=()
+    grep -qsx "PLUGBOARD_WINDOWS_SYSROOT:PATH=$sysroot" "$build/CMakeCache.txt" || fresh=(--fresh)
+    cmake "${fresh[@]}" --preset windows -DPLUGBOARD_WINDOWS_SYSROOT="$sysroot" > "$build/configure.log" ||
+        { cat "$build/configure.log"; exit 1; }
+    cmake --build --preset windows
+    step "building the Linux programs to compare with"
+    cmake --preset release > "$build/configure-linux.log" || { cat "$build/configure-linux.log"; exit 1; }
+    cmake --build --preset release --target plugboard plugboard_driver_tool devices_test_child
+    $windows/deploy_dlls.py --sysroot "$sysroot" --to "$build/bin" --plugins "$build/plugins" \
+        "$build/bin" "$build/tests" "$build/tour"
+}
+
+run_tests() {
+    step "running the tests"
+    local excluded line
+    # Whole suites on the list are not run; check_results.py compares the list with what ran.
+    excluded=$(sed -n 's/^\([^# :]*\): .*/^\1$/p' $windows/not_run_under_wine.txt | paste -sd '|')
+    ctest --preset windows --output-junit "$build/tests.xml" --test-output-size-passed 4000000 \
+        --test-output-size-failed 4000000 ${excluded:+-E "$excluded"} || true
+    $windows/check_results.py "$build/tests.xml" $windows/not_run_under_wine.txt > "$build/verdict" || true
+    cat "$build/verdict"
+    line=$(tail -n 1 "$build/verdict")
+    [[ $line =~ ^suites\ ([0-9]+)\ passed,\ ([0-9]+)\ failed$ ]] || { echo "The tests were not judged." >&2; exit 1; }
+    passed=$((passed + BASH_REMATCH[1])) failed=$((failed + BASH_REMATCH[2]))
+}
+
+if [ -z "${PLUGBOARD_WINE_RUNS:-}" ]; then
+    scripts/packages.sh build windows
+    if [ "${1:-}" != --run-only ]; then
+        find_sysroot
+        build_programs
+    fi
+    [ "${1:-}" = --build-only ] && exit
+    exec $windows/with_wine.sh "$0" --run-only
+fi
+run_tests
+step "taking the tour"
+rm -rf "$pictures"
+count tour $windows/run_under_wine.sh "$build/tour/plugboard-tour.exe" "$pictures"
+step "comparing with the Linux programs"
+count comparison scripts/compare_platforms.py "$project/build/release" "$build"
+step "done"
+echo "$passed passed, $failed failed"
+[ "$failed" -eq 0 ]

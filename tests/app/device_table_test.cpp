@@ -1,0 +1,123 @@
+#include "app/device_table.h"
+#include "tests/support/suite_registry.h"
+
+#include <QHelpEvent>
+#include <QTextDocument>
+#include <QToolTip>
+#include <QtTest>
+
+class DeviceTableTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void fillsTheFirstRowWithAnEmptyFirstCell();
+    void eleventhDeviceIsAppended();
+    void seventhTextFallsAway();
+    void removingKeepsTenRows();
+    void clearingKeepsHeaders();
+    void identityNeedsBothCells();
+    void toolTipOfMarkupNameShowsAsTyped();
+};
+
+namespace {
+
+QStringList device(const QString& name)
+{
+    return {name, QStringLiteral("1")};
+}
+
+QStringList names(const DeviceTable& table)
+{
+    QStringList found;
+    for (int row = 0; row < table.rowCount(); ++row)
+        found << table.cellTexts(row).first();
+    return found;
+}
+
+} // namespace
+
+void DeviceTableTest::fillsTheFirstRowWithAnEmptyFirstCell()
+{
+    DeviceTable table;
+    table.addDevice(device(QStringLiteral("a")));
+    table.addDevice(device(QString()));
+    table.addDevice(device(QStringLiteral("b")));
+    QCOMPARE(names(table).mid(0, 3), (QStringList{QStringLiteral("a"), QStringLiteral("b"), QString()}));
+}
+
+void DeviceTableTest::eleventhDeviceIsAppended()
+{
+    DeviceTable table;
+    for (int i = 0; i < 11; ++i)
+        table.addDevice(device(QString::number(i)));
+    QCOMPARE(table.rowCount(), 11);
+    QCOMPARE(table.cellTexts(10).first(), QStringLiteral("10"));
+}
+
+void DeviceTableTest::seventhTextFallsAway()
+{
+    DeviceTable table;
+    QPixmap pixmap(1, 1);
+    const QStringList texts = QStringLiteral("n p 1 2 3 4 Running").split(QLatin1Char(' '));
+    table.addDevice(texts, QIcon(pixmap));
+    QCOMPARE(table.columnCount(), 6);
+    QCOMPARE(table.cellTexts(0), texts.mid(0, 6));
+    for (int column = 0; column < 6; ++column) {
+        QCOMPARE(table.item(0, column)->toolTip(), texts[column]);
+        QCOMPARE(table.item(0, column)->icon().isNull(), column != 0);
+    }
+}
+
+void DeviceTableTest::removingKeepsTenRows()
+{
+    DeviceTable table;
+    table.addDevice(device(QStringLiteral("a")));
+    table.removeDevice(0);
+    QCOMPARE(table.rowCount(), 10);
+    QVERIFY(!table.identityAt(0));
+    for (int i = 0; i < 12; ++i)
+        table.addDevice(device(QString::number(i)));
+    table.removeDevice(0);
+    QCOMPARE(table.rowCount(), 11);
+}
+
+void DeviceTableTest::clearingKeepsHeaders()
+{
+    DeviceTable table;
+    for (int i = 0; i < 12; ++i)
+        table.addDevice(device(QString::number(i)));
+    table.clearDevices();
+    QCOMPARE(table.rowCount(), 10);
+    QCOMPARE(names(table).join(QString()), QString());
+    QCOMPARE(table.horizontalHeaderItem(5)->text(), QStringLiteral("Param4"));
+}
+
+void DeviceTableTest::identityNeedsBothCells()
+{
+    DeviceTable table;
+    QVERIFY(!table.identityAt(-1));
+    QVERIFY(!table.identityAt(0));
+    table.setItem(0, 0, new QTableWidgetItem(QStringLiteral("name")));
+    QVERIFY(!table.identityAt(0));
+    table.setItem(0, 1, new QTableWidgetItem(QStringLiteral("17")));
+    QCOMPARE(table.identityAt(0)->processId, QStringLiteral("17"));
+}
+
+void DeviceTableTest::toolTipOfMarkupNameShowsAsTyped()
+{
+    DeviceTable table;
+    const QString name = QStringLiteral("<b>x</b>");
+    table.addDevice(device(name));
+    table.show();
+    const QPoint centre = table.visualItemRect(table.item(0, 0)).center();
+    QHelpEvent help(QEvent::ToolTip, centre, table.viewport()->mapToGlobal(centre));
+    QCoreApplication::sendEvent(table.viewport(), &help);
+    QTextDocument shown;
+    shown.setHtml(QToolTip::text());
+    QCOMPARE(shown.toPlainText(), name);
+    QToolTip::hideText();
+}
+
+PLUGBOARD_SUITE(DeviceTableTest)
+#include "device_table_test.moc"

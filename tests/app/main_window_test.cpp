@@ -1,0 +1,409 @@
+#include "app/device_table.h"
+#include "app/device_type_bar.h"
+#include "app/main_window.h"
+#include "app/title_bar.h"
+#include "devices/device_record_manager.h"
+#include "devices/device_type.h"
+#include "tests/support/kill_tool.h"
+#include "tests/support/scripted_prompter.h"
+#include "tests/support/suite_registry.h"
+
+#include <QClipboard>
+#include <QLabel>
+#include <QMenu>
+#include <QMetaMethod>
+#include <QPushButton>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QtTest>
+
+class MainWindowTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void slotsStandInMetaObjectOrder();
+    void restoresWhatRuns();
+    void recordThatEndedIsDeletedBeforeItIsShown();
+    void deletes_data();
+    void deletes();
+    void deletingTheOnlyRowLeavesTen();
+    void keyboardTakesTheSamePathsAsTheMouse();
+    void contextMenuOnlyOverDevices();
+    void contextMenuEntries_data();
+    void contextMenuEntries();
+    void typeBarTellsOpenFeaturesFromClosedOnes();
+    void titleBarHasTheDateAndMinimisesAndCloses();
+    void draggingStartsInTheTitleBarOnly();
+    void missingDeviceProcess();
+    void launchesADevice();
+};
+
+namespace {
+
+const QString kInvalidId = QStringLiteral("Invalid process ID");
+
+DeviceRecord record(DeviceType type, const QString& name, qint64 processId)
+{
+    DeviceRecord made;
+    made.deviceType = int(type);
+    made.deviceName = name;
+    made.processId = processId;
+    made.usbVid = QStringLiteral("0x1d6b");
+    made.usbPid = QStringLiteral("0x0002");
+    made.usbVersion = QStringLiteral("0200");
+    made.isRunning = true;
+    return made;
+}
+
+/// A window over a records folder of its own, in which processes 1 to 999 run, and whose kill tool is chosen.
+struct Fixture
+{
+    QTemporaryDir folder;
+    ScriptedPrompter prompter;
+    KillCommand tool = toolExiting(0);
+    std::vector<qint64> killed;
+
+    MainWindowServices services()
+    {
+        MainWindowServices made;
+        made.launcher = DeviceLauncher(folder.path());
+        made.recordsFolder = folder.path();
+        made.takeSnapshot = [] {
+            std::vector<std::uint32_t> ids(999);
+            for (std::uint32_t i = 0; i < ids.size(); ++i)
+                ids[i] = i + 1;
+            return ProcessSnapshot(ids);
+        };
+        made.killCommand = [this](qint64 processId) {
+            killed.push_back(processId);
+            return tool;
+        };
+        return made;
+    }
+
+    void save(const DeviceRecord& saved) { DeviceRecordManager(folder.path(), nullptr).saveRecord(saved); }
+};
+
+QString tableText(const DeviceTable& table)
+{
+    QStringList lines;
+    for (int row = 0; row < table.rowCount(); ++row) {
+        const QStringList cells = table.cellTexts(row);
+        if (!cells.join(QString()).isEmpty())
+            lines << cells.join(QLatin1Char('|'));
+    }
+    lines.sort();
+    return lines.join(QLatin1Char('\n'));
+}
+
+/// Runs `choose` once a menu is open.
+template<typename Choose>
+void whenMenuOpens(Choose choose)
+{
+    auto* timer = new QTimer(qApp);
+    QObject::connect(timer, &QTimer::timeout, timer, [timer, choose] {
+        if (auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget())) {
+            timer->deleteLater();
+            choose(menu);
+        }
+    });
+    timer->start(1);
+}
+
+} // namespace
+
+void MainWindowTest::slotsStandInMetaObjectOrder()
+{
+    const QMetaObject& meta = MainWindow::staticMetaObject;
+    QStringList names;
+    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
+        names << QString::fromLatin1(meta.method(i).name());
+    QCOMPARE(names.join(QLatin1Char(' ')),
+             QStringLiteral("onMinimize onClose CallUsbDaemon onCreateCamera onCreateMouse onCreateFido2 onCreateUsbIp "
+                            "onCreateMicrophone onCreateSpeaker onCreateUsbStorage onCreateKeyboard "
+                            "onTableItemDoubleClicked onTableWidgetContextMenu showDeviceDetails "
+                            "onFido2DeviceConnected onFido2DeviceDisconnected showFido2UserConfirmationDialog"));
+}
+
+void MainWindowTest::restoresWhatRuns()
+{
+    Fixture fixture;
+    fixture.save(record(DeviceType::Camera, QStringLiteral("cam"), 11));
+    fixture.save(record(DeviceType::UsbIp, QStringLiteral("a & b"), 12));
+    DeviceRecord microphone = record(DeviceType::Microphone, QStringLiteral("mic"), 13);
+    microphone.publicParams = QStringLiteral("3,1,2,mic,0,2.0,1").split(QLatin1Char(','));
+    fixture.save(microphone);
+    DeviceRecord stopped = record(DeviceType::Mouse, QStringLiteral("stopped"), 14);
+    stopped.isRunning = false;
+    fixture.save(stopped);
+    DeviceRecord unknown = record(DeviceType::Mouse, QStringLiteral("unknown"), 15);
+    unknown.deviceType = 9;
+    fixture.save(unknown);
+
+    MainWindow window(nullptr, fixture.prompter, fixture.services());
+    QCOMPARE(tableText(window.deviceTable()), QStringLiteral("a & b|12|0x1d6b|0x0002|0200|Network\n"
+                                                             "cam|11|0x1d6b|0x0002|0200|Camera\n"
+                                                             "mic|13|0x1d6b|0x0002|0200|Microphone (UAC 2.0, RT)"));
+    for (int row = 0; row < 3; ++row)
+        QCOMPARE(window.deviceTable().item(row, 0)->icon().isNull(),
+                 window.deviceTable().item(row, 0)->text() == QLatin1String("cam"));
+}
+
+void MainWindowTest::recordThatEndedIsDeletedBeforeItIsShown()
+{
+    Fixture fixture;
+    fixture.save(record(DeviceType::Mouse, QStringLiteral("gone"), 5000));
+    fixture.save(record(DeviceType::Mouse, QStringLiteral("odd"), 0));
+    MainWindow window(nullptr, fixture.prompter, fixture.services());
+    QCOMPARE(QDir(fixture.folder.path()).entryList(QDir::Files), QStringList{QStringLiteral("device_odd_0.json")});
+    // An id below 1 is kept by the stale pass, but no process has it: the row shows, and the record is marked stopped.
+    QCOMPARE(tableText(window.deviceTable()), QStringLiteral("odd|0|0x1d6b|0x0002|0200|Mouse"));
+    QVERIFY(
+        !DeviceRecordManager(fixture.folder.path(), nullptr).loadRecord(QStringLiteral("device_odd_0.json")).isRunning);
+}
+
+void MainWindowTest::deletes_data()
+{
+    QTest::addColumn<QString>("pidCell");
+    QTest::addColumn<bool>("answer");
+    QTest::addColumn<int>("exitCode"); // -1: the tool cannot be run
+    QTest::addColumn<QString>("afterwards");
+    QTest::newRow("a yes ends the process and takes the row")
+        << "42" << true << 0 << "Success|Device \"dev\" has been successfully deleted";
+    QTest::newRow("a no does nothing") << "42" << false << 0 << "";
+    QTest::newRow("a failing tool keeps the row")
+        << "42" << true << 3 << "Error|Failed to terminate process ID: 42\nError code: 3";
+    QTest::newRow("a tool that never ends keeps the row")
+        << "42" << true << -1 << "Error|Process termination timed out";
+    QTest::newRow("a word is no process id") << "mouse" << true << 0 << "Warning|Invalid process ID";
+    QTest::newRow("process id 0 is refused") << "0" << true << 0 << "Warning|Invalid process ID";
+    QTest::newRow("a negative process id is refused") << "-4" << true << 0 << "Warning|Invalid process ID";
+    QTest::newRow("an empty process id is refused") << "" << true << 0 << "Warning|Invalid process ID";
+}
+
+void MainWindowTest::deletes()
+{
+    QFETCH(QString, pidCell);
+    QFETCH(bool, answer);
+    QFETCH(int, exitCode);
+    QFETCH(QString, afterwards);
+    Fixture fixture;
+    fixture.tool = toolExiting(exitCode);
+    MainWindow window(nullptr, fixture.prompter, fixture.services());
+    DeviceTable& table = window.deviceTable();
+    table.addDevice({QStringLiteral("dev"), pidCell});
+
+    const QString title = afterwards.section(QLatin1Char('|'), 0, 0);
+    const QString text = afterwards.section(QLatin1Char('|'), 1);
+    if (text != kInvalidId)
+        fixture.prompter.expectQuestion(
+            QStringLiteral("Confirm Deletion"),
+            QStringLiteral("Are you sure you want to delete device \"dev\"?\nThis will terminate process ID: 42"),
+            answer);
+    if (title == QLatin1String("Success"))
+        fixture.prompter.expectInformation(title, text);
+    else if (!title.isEmpty())
+        fixture.prompter.expectWarning(title, text);
+
+    emit table.itemDoubleClicked(table.item(0, 1));
+    QCOMPARE(fixture.prompter.verify(), QString());
+    QCOMPARE(table.item(0, 0) == nullptr, title == QLatin1String("Success"));
+    QCOMPARE(fixture.killed.size(), std::size_t(answer && text != kInvalidId ? 1 : 0));
+    QCOMPARE(table.rowCount(), 10);
+}
+
+void MainWindowTest::deletingTheOnlyRowLeavesTen()
+{
+    Fixture fixture;
+    MainWindow window(nullptr, fixture.prompter, fixture.services());
+    window.onTableItemDoubleClicked(nullptr);
+    window.deviceTable().setItem(3, 4, new QTableWidgetItem(QStringLiteral("neither name nor process id")));
+    window.onTableItemDoubleClicked(window.deviceTable().item(3, 4));
+    QCOMPARE(fixture.prompter.verify(), QString());
+    QCOMPARE(window.deviceTable().rowCount(), 10);
+}
+
+void MainWindowTest::keyboardTakesTheSamePathsAsTheMouse()
+{
+    Fixture fixture;
+    MainWindow window(nullptr, fixture.prompter, fixture.services());
+    window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    DeviceTable& table = window.deviceTable();
+    table.addDevice({QStringLiteral("dev"), QStringLiteral("42"), QStringLiteral("x")});
+
+    QVERIFY2(table.hasFocus(), "the table must take the keys from the start");
+    QTest::keyClick(&table, Qt::Key_Delete);
+    QCOMPARE(fixture.prompter.verify(), QString()); // nothing is selected yet
+
+    table.setCurrentCell(0, 2);
+    QTest::keyClick(&table, Qt::Key_C, Qt::ControlModifier);
+    QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("dev\t42\tx\t\t\t"));
+
+    fixture.prompter.expectQuestion(
+        QStringLiteral("Confirm Deletion"),
+        QStringLiteral("Are you sure you want to delete device \"dev\"?\nThis will terminate process ID: 42"), false);
+    QTest::keyClick(&table, Qt::Key_Delete);
+    QCOMPARE(fixture.prompter.verify(), QString());
+
+    fixture.save(record(DeviceType::Speaker, QStringLiteral("new"), 7));
+    QTest::keyClick(&table, Qt::Key_F5);
+    QCOMPARE(tableText(table), QStringLiteral("new|7|0x1d6b|0x0002|0200|Speaker"));
+}
+
+void MainWindowTest::contextMenuOnlyOverDevices()
+{
+    Fixture fixture;
+    MainWindow window(nullptr, fixture.prompter, fixture.services());
+    window.show();
+    // A menu would block here for ever.
+    window.onTableWidgetContextMenu(QPoint(5, 5));
+    window.onTableWidgetContextMenu(QPoint(5, 5000));
+    QVERIFY(!QApplication::activePopupWidget());
+}
+
+void MainWindowTest::contextMenuEntries_data()
+{
+    QTest::addColumn<QString>("entry");
+    QTest::addColumn<QString>("table");
+    QTest::newRow("Refresh List restores the records") << "Refresh List"
+                                                       << "saved|7|0x1d6b|0x0002|0200|Speaker";
+    QTest::newRow("USB Packet Capture says that it is not in this build") << "USB Packet Capture"
+                                                                          << "dev|42||||";
+}
+
+void MainWindowTest::contextMenuEntries()
+{
+    QFETCH(QString, entry);
+    QFETCH(QString, table);
+    Fixture fixture;
+    MainWindow window(nullptr, fixture.prompter, fixture.services());
+    window.show();
+    window.deviceTable().addDevice({QStringLiteral("dev"), QStringLiteral("42")});
+    fixture.save(record(DeviceType::Speaker, QStringLiteral("saved"), 7));
+    if (entry == QLatin1String("USB Packet Capture"))
+        fixture.prompter.expectInformation(QString(), QStringLiteral("for debug version"));
+
+    QStringList texts;
+    whenMenuOpens([&](QMenu* menu) {
+        for (QAction* action : menu->actions())
+            texts << (action->isSeparator() ? QStringLiteral("--") : action->text());
+        for (QAction* action : menu->actions()) {
+            if (action->text() == entry) {
+                menu->setActiveAction(action);
+                QTest::keyClick(menu, Qt::Key_Return);
+                return;
+            }
+        }
+    });
+    window.onTableWidgetContextMenu(window.deviceTable().visualItemRect(window.deviceTable().item(0, 0)).center());
+    QCOMPARE(texts.join(QLatin1Char('|')), QStringLiteral("Device Info|--|USB Packet Capture|--|Refresh List"));
+    QCOMPARE(fixture.prompter.verify(), QString());
+    QCOMPARE(tableText(window.deviceTable()), table);
+}
+
+void MainWindowTest::typeBarTellsOpenFeaturesFromClosedOnes()
+{
+    int calls = 0;
+    const DeviceTypeBar bar(
+        {{QString(), QStringLiteral("closed"), {}}, {QString(), QStringLiteral("open"), [&] { ++calls; }}});
+    const QSignalSpy closed(&bar, &DeviceTypeBar::closedFeatureRequested);
+    const auto buttons = bar.findChildren<QPushButton*>();
+    QCOMPARE(buttons.size(), 2);
+    for (QPushButton* button : buttons) {
+        button->click();
+        QCOMPARE(calls, button->toolTip() == QLatin1String("open") ? 1 : 0);
+    }
+    QCOMPARE(closed.size(), 1);
+
+    Fixture fixture;
+    MainWindow window(nullptr, fixture.prompter, fixture.services());
+    fixture.prompter.expectInformation(QStringLiteral("Info"),
+                                       QStringLiteral("This feature is not yet open, please stay tuned ..."));
+    emit window.findChild<DeviceTypeBar*>()->closedFeatureRequested();
+    QCOMPARE(fixture.prompter.verify(), QString());
+}
+
+void MainWindowTest::titleBarHasTheDateAndMinimisesAndCloses()
+{
+    Fixture fixture;
+    MainWindow window(nullptr, fixture.prompter, fixture.services());
+    window.show();
+    const auto* bar = window.findChild<TitleBar*>();
+    QStringList texts;
+    for (const QLabel* label : bar->findChildren<QLabel*>())
+        texts << label->text();
+    QCOMPARE(texts.filter(QRegularExpression(QStringLiteral("^[A-Z][a-z]{2} [ 123][0-9] 20[0-9]{2}$"))).size(), 1);
+
+    const auto click = [bar](const QString& toolTip) {
+        for (QPushButton* button : bar->findChildren<QPushButton*>())
+            if (button->toolTip() == toolTip)
+                QTest::mouseClick(button, Qt::LeftButton);
+    };
+    click(QStringLiteral("min"));
+    QVERIFY(window.isMinimized());
+    window.showNormal();
+    click(QStringLiteral("close"));
+    QVERIFY(!window.isVisible());
+}
+
+void MainWindowTest::draggingStartsInTheTitleBarOnly()
+{
+    Fixture fixture;
+    MainWindow window(nullptr, fixture.prompter, fixture.services());
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    window.move(100, 100);
+    QTRY_COMPARE(window.pos(), QPoint(100, 100));
+
+    const auto drag = [&window](const QPoint& from) {
+        const auto send = [&window](QEvent::Type type, const QPoint& at, Qt::MouseButtons held) {
+            QMouseEvent event(type, at, window.mapToGlobal(at), Qt::LeftButton, held, Qt::NoModifier);
+            QCoreApplication::sendEvent(&window, &event);
+        };
+        send(QEvent::MouseButtonPress, from, Qt::LeftButton);
+        send(QEvent::MouseMove, from + QPoint(30, 20), Qt::LeftButton);
+        send(QEvent::MouseButtonRelease, from, Qt::NoButton);
+        send(QEvent::MouseMove, from + QPoint(90, 90), Qt::LeftButton);
+    };
+    drag(QPoint(200, 400));
+    QCOMPARE(window.pos(), QPoint(100, 100));
+    drag(window.findChild<TitleBar*>()->geometry().center());
+    QCOMPARE(window.pos(), QPoint(130, 120));
+}
+
+void MainWindowTest::missingDeviceProcess()
+{
+    Fixture fixture;
+    MainWindow window(nullptr, fixture.prompter, fixture.services());
+    bool called = false;
+    window.CallUsbDaemon(QStringLiteral("keyboard"), QStringLiteral("7\na\nb\nc"),
+                         [&called](qint64) { called = true; });
+    QVERIFY(!called);
+    QCOMPARE(tableText(window.deviceTable()), QString());
+    // The mouse's start is not checked.
+    QVERIFY(QMetaObject::invokeMethod(&window, "onCreateMouse"));
+    QCOMPARE(tableText(window.deviceTable()), QStringLiteral("mouse|0|Relative|||"));
+    QVERIFY(!window.deviceTable().item(0, 0)->icon().isNull());
+}
+
+void MainWindowTest::launchesADevice()
+{
+    Fixture fixture;
+    MainWindowServices services = fixture.services();
+    services.launcher = DeviceLauncher();
+    MainWindow window(nullptr, fixture.prompter, services);
+    qint64 started = 0;
+    window.CallUsbDaemon(QStringLiteral("udisk"), QStringLiteral("6\n0x1\n2\nDisk\n\n0200\nEND"),
+                         [&started](qint64 processId) { started = processId; });
+    QVERIFY(started > 0);
+    QCOMPARE(tableText(window.deviceTable()), QStringLiteral("Disk|%1|0x0x1|0x2||udisk").arg(started));
+    QVERIFY_EXCEPTION_THROWN(window.CallUsbDaemon(QStringLiteral("udisk"), QStringLiteral("6"), nullptr),
+                             std::bad_function_call);
+    // Neither is a list that the device process accepts: both end by themselves.
+    QTRY_VERIFY(!ProcessSnapshot::take().contains(started));
+}
+
+PLUGBOARD_SUITE(MainWindowTest)
+#include "main_window_test.moc"

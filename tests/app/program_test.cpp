@@ -1,0 +1,135 @@
+#include "devices/device_record_manager.h"
+#include "devices/process_table.h"
+#include "driver/bus_driver_setup.h"
+#include "driver/platform/system_platform.h"
+#include "tests/support/suite_registry.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QtTest>
+
+/// The program itself, as a script or a person starts it, with real device processes.
+class ProgramTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void devicesOutliveTheProgramAndAreListedAndDeleted();
+    void refusesToEndAProcessThatIsNoDevice();
+    void badArgumentsExitWith2();
+
+private:
+    struct Output
+    {
+        int exitCode = -1;
+        QByteArray out;
+        QByteArray error;
+    };
+    Output run(const QStringList& arguments) const;
+    QJsonArray listed() const;
+};
+
+namespace {
+
+QString program()
+{
+#ifdef Q_OS_WIN
+    return QCoreApplication::applicationDirPath() + QStringLiteral("/plugboard.exe");
+#else
+    return QCoreApplication::applicationDirPath() + QStringLiteral("/plugboard");
+#endif
+}
+
+} // namespace
+
+void ProgramTest::initTestCase()
+{
+    // The driver is there, so that the program starts without a question.
+    const std::wstring folder = QCoreApplication::applicationDirPath().toStdWString();
+    QFile::copy(QStringLiteral(SAMPLE_DRIVER_PACKAGE),
+                QCoreApplication::applicationDirPath() + QStringLiteral("/vusbbus.inf"));
+    const auto platform = driver::simulatedPlatform(driver::simulatedTreeFile(folder));
+    driver::BusDriverSetup setup(*platform, folder);
+    if (!setup.installed())
+        setup.install();
+    QVERIFY(setup.installed());
+}
+
+void ProgramTest::init()
+{
+    QVERIFY2(listed().isEmpty(), "devices of an earlier run are left in the test's folder");
+}
+
+void ProgramTest::cleanup()
+{
+    const QJsonArray left = listed();
+    for (const QJsonValue& device : left)
+        run({QStringLiteral("--delete"), QString::number(device[QStringLiteral("processId")].toInt())});
+}
+
+ProgramTest::Output ProgramTest::run(const QStringList& arguments) const
+{
+    QProcess process;
+    process.start(program(), arguments);
+    if (!process.waitForFinished(60000))
+        return {};
+    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
+}
+
+QJsonArray ProgramTest::listed() const
+{
+    return QJsonDocument::fromJson(run({QStringLiteral("--list"), QStringLiteral("--json")}).out).array();
+}
+
+void ProgramTest::devicesOutliveTheProgramAndAreListedAndDeleted()
+{
+    QProcess window;
+    window.start(program(), {QStringLiteral("--demo"), QStringLiteral("--create"), QStringLiteral("keyboard"),
+                             QStringLiteral("--create"), QStringLiteral("mouse"), QStringLiteral("--create"),
+                             QStringLiteral("usbip")});
+    QVERIFY(window.waitForStarted());
+    QTRY_COMPARE_WITH_TIMEOUT(listed().size(), 3, 60000);
+    window.kill();
+    QVERIFY(window.waitForFinished());
+
+    QStringList types;
+    const QJsonArray devices = listed();
+    for (const QJsonValue& device : devices)
+        types << device[QStringLiteral("type")].toString() + QLatin1Char(' ') +
+                     device[QStringLiteral("name")].toString();
+    types.sort();
+    QCOMPARE(types.join(QLatin1Char('|')),
+             QStringLiteral("keyboard Keyboard Device|mouse Mouse Device|usbip USBIP Device"));
+
+    const int ended = devices[0].toObject()[QStringLiteral("processId")].toInt();
+    const Output removal = run({QStringLiteral("--delete"), QString::number(ended)});
+    QCOMPARE(removal.error, QByteArray());
+    QCOMPARE(removal.exitCode, 0);
+    QVERIFY(!ProcessSnapshot::take().contains(ended));
+    QCOMPARE(listed().size(), 2);
+}
+
+void ProgramTest::refusesToEndAProcessThatIsNoDevice()
+{
+    const qint64 own = QCoreApplication::applicationPid();
+    const Output result = run({QStringLiteral("--delete"), QString::number(own)});
+    QCOMPARE(result.exitCode, 2);
+    QCOMPARE(QString::fromUtf8(result.error).trimmed(),
+             QStringLiteral("No device with process id %1 is running.").arg(own));
+}
+
+void ProgramTest::badArgumentsExitWith2()
+{
+    const Output result = run({QStringLiteral("--create"), QStringLiteral("toaster")});
+    QCOMPARE(result.exitCode, 2);
+    QVERIFY2(result.error.startsWith("Unknown device type 'toaster'."), result.error.constData());
+    QVERIFY(run({QStringLiteral("--help")}).out.contains("--create"));
+}
+
+PLUGBOARD_SUITE(ProgramTest)
+#include "program_test.moc"

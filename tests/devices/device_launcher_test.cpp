@@ -1,0 +1,124 @@
+#include "devices/device_launcher.h"
+
+#include "devices/process_table.h"
+#include "tests/devices/device_children.h"
+#include "tests/devices/rsa_key_pair.h"
+#include "tests/support/suite_registry.h"
+
+#include <QtTest>
+
+class DeviceLauncherTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void handsOverTheMessage();
+    void severalInOneTurnDoNotStarve();
+    void bareDeviceGetsNothing();
+    void missingProgramStartsNothing();
+    void endedChildIsNoError();
+    void deafChildIsNotWaitedFor();
+    void chatterDoesNotBlock();
+    void killedChildDoesNotRun();
+
+private:
+    const DeviceLauncher m_launcher{QStringLiteral(TEST_CHILD_FOLDER)};
+};
+
+void DeviceLauncherTest::handsOverTheMessage()
+{
+    DeviceChildren children;
+    const QString joined = QStringLiteral("7\n1d6b\n0002\nKeyboard \u00e4\n") + QString(500, QLatin1Char('x'));
+    const auto id = m_launcher.launch(joined);
+    QVERIFY(id && *id > 0);
+    children.add(*id);
+    QTRY_VERIFY_WITH_TIMEOUT(children.hasReport(*id, "message"), 20000);
+    const QByteArray message = children.report(*id, "message");
+    QVERIFY(message.endsWith('\n'));
+
+    QFile keyFile(QStringLiteral(DEV_PRIVATE_KEY));
+    if (keyFile.open(QIODevice::ReadOnly)) { // absent when the build was given its public key
+        const RsaKeyPair pair = RsaKeyPair::fromPrivatePem(keyFile.readAll());
+        QVERIFY(pair.valid());
+        QCOMPARE(pair.decryptBlob(QByteArray::fromBase64(message)), joined.toUtf8());
+    }
+    QVERIFY(ProcessSnapshot::take().contains(*id));
+    QVERIFY2(!children.hasReport(*id, "eof"), "standard input must stay open");
+    QVERIFY2(!children.hasReport(*id, "extra"), "nothing may follow the message");
+}
+
+void DeviceLauncherTest::severalInOneTurnDoNotStarve()
+{
+    DeviceChildren children;
+    std::vector<qint64> ids;
+    for (int i = 0; i < 3; ++i) {
+        ids.push_back(m_launcher.launch(QString(2000, QLatin1Char('x'))).value_or(0));
+        children.add(ids.back());
+        QVERIFY2(children.waitForReport(ids.front(), "message"), "the first waits for the event loop");
+    }
+    for (const qint64 id : ids)
+        QVERIFY(children.waitForReport(id, "message"));
+}
+
+void DeviceLauncherTest::bareDeviceGetsNothing()
+{
+    DeviceChildren children;
+    const qint64 bare = m_launcher.launchBare();
+    const auto other = m_launcher.launch(QStringLiteral("x"));
+    children.add(bare);
+    children.add(other.value_or(0));
+    QVERIFY(bare > 0 && other && *other != bare);
+    QTRY_VERIFY_WITH_TIMEOUT(children.hasReport(*other, "message"), 20000);
+    QVERIFY(!children.hasReport(bare, "message"));
+    QVERIFY(ProcessSnapshot::take().contains(bare));
+}
+
+void DeviceLauncherTest::missingProgramStartsNothing()
+{
+    const DeviceChildren children;
+    const DeviceLauncher launcher(children.emptyFolder());
+    QVERIFY(!launcher.launch(QStringLiteral("x")));
+    QCOMPARE(launcher.launchBare(), 0);
+}
+
+void DeviceLauncherTest::endedChildIsNoError()
+{
+    // More than a pipe holds, so that the child's end is met while writing.
+    const DeviceChildren children("exit");
+    const auto id = m_launcher.launch(QString(100000, QLatin1Char('x')));
+    QVERIFY2(id && *id > 0, "the id must outlive the process");
+    QTRY_VERIFY_WITH_TIMEOUT(!ProcessSnapshot::take().contains(*id), 20000);
+}
+
+void DeviceLauncherTest::deafChildIsNotWaitedFor()
+{
+    DeviceChildren children("deaf");
+    const auto id = m_launcher.launch(QString(100000, QLatin1Char('x')));
+    QVERIFY(id);
+    children.add(*id);
+    QVERIFY2(ProcessSnapshot::take().contains(*id), "launching must return while the child sleeps");
+}
+
+void DeviceLauncherTest::chatterDoesNotBlock()
+{
+    DeviceChildren children("flood");
+    const qint64 id = m_launcher.launch(QStringLiteral("x")).value_or(0);
+    children.add(id);
+    QVERIFY2(children.waitForReport(id, "message"), "the child must get rid of its output with nobody reading it");
+}
+
+void DeviceLauncherTest::killedChildDoesNotRun()
+{
+    const DeviceChildren children;
+    const qint64 id = m_launcher.launchBare();
+    QVERIFY(ProcessSnapshot::take().contains(id));
+    const KillCommand kill = killCommand(id);
+    QCOMPARE(QProcess::execute(kill.program, kill.arguments), 0);
+    QTRY_VERIFY_WITH_TIMEOUT(!ProcessSnapshot::take().contains(id), 20000);
+    const KillCommand vain = killCommand(0x7ffffff0); // an id that no system gives
+    QVERIFY(QProcess::execute(vain.program, vain.arguments) != 0);
+    QVERIFY(ProcessSnapshot::take().contains(QCoreApplication::applicationPid()));
+}
+
+PLUGBOARD_SUITE(DeviceLauncherTest)
+#include "device_launcher_test.moc"

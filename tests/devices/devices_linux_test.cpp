@@ -1,0 +1,168 @@
+// What can be seen on Linux only: descriptors, zombies, full disks, and another implementation of the decryption.
+#include "devices/device_launcher.h"
+#include "devices/device_record_manager.h"
+#include "devices/parameter_encryptor.h"
+#include "tests/devices/device_children.h"
+#include "tests/devices/rsa_key_pair.h"
+#include "tests/support/suite_registry.h"
+
+#include <QProcess>
+#include <QtTest>
+
+#include <csignal>
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+class DevicesLinuxTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void opensslDecryptsOneBlock_data();
+    void opensslDecryptsOneBlock();
+    void childInheritsNothing();
+    void thousandRoundsKeepDescriptorsFlat();
+    void zombieDoesNotRun();
+    void fullDiskLeavesTheOldRecord();
+    void pipeIsNoRecord();
+};
+
+namespace {
+
+int openDescriptors()
+{
+    return QDir(QStringLiteral("/proc/self/fd"))
+        .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)
+        .size();
+}
+
+/// Files of this process end at `bytes` while this lives.
+class FileSizeLimit
+{
+public:
+    explicit FileSizeLimit(rlim_t bytes) : m_handler(std::signal(SIGXFSZ, SIG_IGN))
+    {
+        getrlimit(RLIMIT_FSIZE, &m_old);
+        const rlimit limit{bytes, m_old.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FileSizeLimit()
+    {
+        setrlimit(RLIMIT_FSIZE, &m_old);
+        std::signal(SIGXFSZ, m_handler);
+    }
+
+private:
+    sighandler_t m_handler;
+    rlimit m_old{};
+};
+
+} // namespace
+
+void DevicesLinuxTest::opensslDecryptsOneBlock_data()
+{
+    QTest::addColumn<int>("size");
+    QTest::newRow("nothing") << 0;
+    QTest::newRow("the largest block") << 245;
+}
+
+void DevicesLinuxTest::opensslDecryptsOneBlock()
+{
+    QFETCH(int, size);
+    const RsaKeyPair pair = RsaKeyPair::make(2048);
+    const QTemporaryDir folder;
+    QFile keyFile(folder.filePath(QStringLiteral("private.pem")));
+    QVERIFY(keyFile.open(QIODevice::WriteOnly));
+    keyFile.write(pair.privatePem());
+    keyFile.close();
+
+    ParameterEncryptor encryptor;
+    QVERIFY(encryptor.loadPublicKey(pair.publicPem()));
+    const QByteArray plaintext(size, 'p');
+    QProcess openssl;
+    openssl.start(QStringLiteral("openssl"),
+                  {QStringLiteral("pkeyutl"), QStringLiteral("-decrypt"), QStringLiteral("-inkey"), keyFile.fileName(),
+                   QStringLiteral("-pkeyopt"), QStringLiteral("rsa_padding_mode:pkcs1")});
+    openssl.write(encryptor.encrypt(plaintext));
+    openssl.closeWriteChannel();
+    QVERIFY(openssl.waitForFinished());
+    QCOMPARE(openssl.exitCode(), 0);
+    QCOMPARE(openssl.readAllStandardError(), QByteArray());
+    QCOMPARE(openssl.readAllStandardOutput(), plaintext);
+}
+
+void DevicesLinuxTest::childInheritsNothing()
+{
+    const int leaky = open("/dev/null", O_RDONLY); // as a library without close-on-exec would
+    DeviceChildren children("descriptors");
+    const qint64 id = DeviceLauncher(QStringLiteral(TEST_CHILD_FOLDER)).launch(QString()).value_or(0);
+    children.add(id);
+    QVERIFY(children.waitForReport(id, "descriptors"));
+    close(leaky);
+    QCOMPARE(children.report(id, "descriptors"), QByteArray("0 1 2 "));
+    QVERIFY2(getsid(static_cast<pid_t>(id)) == id, "an interrupt on the program's terminal must not reach a device");
+}
+
+void DevicesLinuxTest::thousandRoundsKeepDescriptorsFlat()
+{
+    const DeviceChildren children("exit");
+    const DeviceLauncher launcher(QStringLiteral(TEST_CHILD_FOLDER));
+    launcher.launchBare();
+    QTest::qWait(0);
+    const int before = openDescriptors();
+    for (int round = 0; round < 1000; ++round) {
+        QVERIFY(launcher.launch(QStringLiteral("x")));
+        QCoreApplication::processEvents();
+    }
+    QTRY_VERIFY_WITH_TIMEOUT(openDescriptors() <= before, 20000);
+}
+
+void DevicesLinuxTest::zombieDoesNotRun()
+{
+    const pid_t child = fork();
+    if (child == 0)
+        _exit(0);
+    siginfo_t ended{};
+    QCOMPARE(waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOWAIT), 0);
+    QCOMPARE(kill(child, 0), 0); // its id is still taken
+    QVERIFY(!ProcessSnapshot::take().contains(child));
+    QCOMPARE(waitpid(child, nullptr, 0), child);
+}
+
+void DevicesLinuxTest::fullDiskLeavesTheOldRecord()
+{
+    const QTemporaryDir folder;
+    const DeviceRecordManager manager(folder.path(), &ProcessSnapshot::take);
+    DeviceRecord record;
+    record.deviceName = QStringLiteral("a");
+    manager.saveRecord(record);
+    const QString path = folder.filePath(deviceRecordFileName(record));
+    const DeviceRecord old = manager.loadRecord(deviceRecordFileName(record));
+    record.deviceType = 5;
+    for (const rlim_t bytes : {0, 100}) {
+        const FileSizeLimit limit(bytes);
+        QTest::ignoreMessage(QtWarningMsg, qPrintable(QStringLiteral("Failed to save device record to: ") + path));
+        manager.saveRecord(record);
+    }
+    QCOMPARE(serializeDeviceRecord(manager.loadRecord(deviceRecordFileName(record))), serializeDeviceRecord(old));
+    QCOMPARE(QDir(folder.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
+}
+
+void DevicesLinuxTest::pipeIsNoRecord()
+{
+    const QTemporaryDir folder;
+    const QString pipe = folder.filePath(QStringLiteral("pipe"));
+    const QString link = folder.filePath(QStringLiteral("device_link_1.json"));
+    QCOMPARE(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+    QVERIFY(QFile::link(pipe, link));
+    QTest::ignoreMessage(QtWarningMsg, qPrintable(QStringLiteral("Failed to load device record from: ") + link));
+    // Reading the pipe would block here for ever.
+    QVERIFY(DeviceRecordManager(folder.path(), &ProcessSnapshot::take).restoreDevices().isEmpty());
+}
+
+PLUGBOARD_SUITE(DevicesLinuxTest)
+#include "devices_linux_test.moc"

@@ -1,0 +1,35 @@
+// main.cpp: plugboard-tour DIR: walks every feature and leaves pictures and report.json in DIR.
+#include "tools/tour/tour.h"
+#include "tools/tour/walks.h"
+
+#include <QApplication>
+#include <QIcon>
+
+#include <cstdio>
+
+int main(int argc, char** argv)
+{
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    QApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.size() != 2) {
+        std::fprintf(stderr, "usage: plugboard-tour DIR\n");
+        return 2;
+    }
+    const QString folder = QDir(arguments[1]).absolutePath();
+    QDir::setCurrent(QCoreApplication::applicationDirPath());
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/res/logo.png")));
+
+    try {
+        Tour tour(folder);
+        walkFirstStart(tour);
+        walkDevices(tour);
+        const int failed = tour.finish();
+        std::printf("%d steps failed; report in %s\n", failed, qPrintable(folder));
+        return failed == 0 ? 0 : 1;
+    } catch (const std::exception& failure) {
+        std::fprintf(stderr, "%s\n", failure.what());
+        return 1;
+    }
+}

@@ -1,0 +1,29 @@
+// device_service.h: what a device process does for its device once it knows it.
+#pragma once
+
+#include "tools/usb_daemon/device_description.h"
+
+#include <memory>
+#include <vector>
+
+/// All that a service may know about its process.
+struct DeviceContext
+{
+    DeviceDescription device;
+    qint64 processId = 0;
+    QString folder; ///< of the program, without a separator at its end; records and key files live below it
+};
+
+/// Lives from the moment its device is known to the end of the process, on the main thread. A destructor leaves nothing
+/// behind that says the device still runs; a killed process runs none.
+class DeviceService
+{
+public:
+    virtual ~DeviceService() = default;
+
+    /// Called once, with the event loop running. Empty, or the sentence that ends the process.
+    virtual QString start() = 0;
+};
+
+/// The services of that device in the order in which they start. The record comes last: who finds it may connect.
+std::vector<std::unique_ptr<DeviceService>> makeDeviceServices(const DeviceContext& context);

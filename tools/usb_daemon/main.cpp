@@ -1,0 +1,38 @@
+#include "tools/usb_daemon/stop_request.h"
+#include "tools/usb_daemon/usb_daemon.h"
+
+#include <QCoreApplication>
+
+#include <cstdio>
+
+namespace {
+
+constexpr int kUsageError = 2;
+
+int runDevice(QCoreApplication& application)
+{
+    StopRequest stopRequest;
+    QObject::connect(&stopRequest, &StopRequest::stopRequested, &application, &QCoreApplication::quit);
+    UsbDaemon daemon;
+    return application.exec();
+}
+
+int printUsage()
+{
+    std::fputs(
+        "usage: usb-daemon.exe --mode Local\n"
+        "Reads one parameter message from standard input and runs the device that it describes, or a mouse when\n"
+        "none comes within two seconds. PLUGBOARD_DEVICE_KEY may name the PEM file of the private key.\n",
+        stderr);
+    return kUsageError;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication application(argc, argv);
+    if (application.arguments().mid(1) == QStringList{QStringLiteral("--mode"), QStringLiteral("Local")})
+        return runDevice(application);
+    return printUsage();
+}

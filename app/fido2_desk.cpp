@@ -30,7 +30,8 @@ Fido2Desk::Fido2Desk(QWidget* window, Fido2Environment environment, const Device
     , m_environment(std::move(environment))
     , m_records(records)
     , m_prompter(prompter)
-    , m_queue([this](const ConfirmationRequest& request) { showConfirmation(request); })
+    , m_channels(this)
+    , m_queue([this](const ConfirmationRequest& request) { showConfirmation(request); }, this)
 {}
 
 std::optional<Fido2Parameters> Fido2Desk::askForKey()

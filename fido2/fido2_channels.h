@@ -31,6 +31,9 @@ public:
     /// The process id of the client that `sender` is; nothing for any other object.
     std::optional<qint64> processIdOf(const QObject* sender) const;
 
+    /// Null when there is none.
+    Fido2Client* clientOf(qint64 processId) const { return m_clients.value(processId); }
+
     QList<qint64> processIds() const { return m_clients.keys(); }
 
 signals:

@@ -15,8 +15,8 @@ QString shownText(const QString& value, int limit = kLongestShownValue);
 /// As shownText, but line feeds stay.
 QString shownLines(const QString& value, int limit = kLongestShownValue);
 
-/// Indented JSON that shows such characters as JSON escapes. A line that would take a text box minutes to lay out goes on
-/// after a return arrow and a line feed; apart from that it is the same JSON value.
+/// Indented JSON that shows such characters as JSON escapes. A line that would take a text box minutes to lay out goes
+/// on after a return arrow and a line feed; apart from that it is the same JSON value.
 QString shownJson(const QJsonObject& object);
 
 /// A JSON number as decimal text, whole numbers without fraction or exponent; a string as it stands; else empty.

@@ -23,7 +23,9 @@ public:
     };
 
     FailingPlatform(DevicePlatform& inner, int failing, Kind kind = Kind::Error)
-        : m_inner(inner), m_failing(failing), m_kind(kind)
+        : m_inner(inner)
+        , m_failing(failing)
+        , m_kind(kind)
     {}
 
     /// Name of the call that failed; empty while none has.

@@ -125,8 +125,7 @@ private slots:
                 SimulatedPlatform simulated(tree);
                 FailingPlatform platform(simulated, failing, FailingPlatform::Kind::NoMemory);
                 CapturedOutput output;
-                const ResultCode result =
-                    DriverEngine(platform, output).run(argumentsOf(QString::fromLatin1(command)));
+                const ResultCode result = DriverEngine(platform, output).run(argumentsOf(QString::fromLatin1(command)));
                 QCOMPARE(simulated.openObjects(), 0);
                 if (platform.failedCall().empty())
                     break;

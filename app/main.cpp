@@ -14,6 +14,8 @@
 
 namespace {
 
+constexpr int kFailure = 2; ///< exit code of everything that opens no window
+
 /// False when the program must end: the user does not want the bus driver, or it could not be installed.
 bool checkBusDriver(bool simulated)
 {
@@ -46,15 +48,14 @@ int runScript(int argc, char** argv, const std::function<ScriptResult(const Devi
     const QCoreApplication application(argc, argv);
     QDir::setCurrent(QCoreApplication::applicationDirPath());
     const ScriptResult result = command(DeviceRecordManager());
-    printOut(result.output);
-    printError(result.error);
-    return result.exitCode;
+    const bool printed = printOut(result.output) && printError(result.error);
+    return printed ? result.exitCode : kFailure; // a script must not take part of a list for the whole
 }
 
 int print(const PrintRequest& request)
 {
-    (request.isError ? printError : printOut)(request.text);
-    return request.isError ? 2 : 0;
+    const bool printed = (request.isError ? printError : printOut)(request.text);
+    return printed && !request.isError ? 0 : kFailure;
 }
 
 /// An application object of its own: a display must not be needed to ask for help.

@@ -62,6 +62,10 @@ function(plugboard_tests folder)
         get_filename_component(name ${suite} NAME_WE)
         add_test(NAME ${folder}/${name} COMMAND ${target} ${name})
         set_tests_properties(${folder}/${name} PROPERTIES TIMEOUT 300)
+        if(arg_DAEMON)
+            # The device processes of all its suites keep their records in the one folder.
+            set_tests_properties(${folder}/${name} PROPERTIES RESOURCE_LOCK ${folder}_devices)
+        endif()
     endforeach()
 endfunction()
 

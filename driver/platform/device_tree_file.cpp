@@ -332,6 +332,8 @@ bool saveTree(const DeviceTree& tree, const std::filesystem::path& file)
     std::error_code error;
     {
         std::ofstream stream(beside, std::ios::binary | std::ios::trunc);
+        if (!stream.is_open())
+            return false;
         stream << treeText(tree) << std::flush;
         if (!stream) {
             stream.close();

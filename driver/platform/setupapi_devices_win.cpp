@@ -43,6 +43,26 @@ struct SetupConfiguration final : LogicalConfiguration
     HMACHINE machine = nullptr;
 };
 
+// The plain functions for this machine: Wine has no working ones that take a machine.
+
+CONFIGRET idOf(DEVINST node, wchar_t* buffer, ULONG length, HMACHINE machine)
+{
+    return machine == nullptr ? CM_Get_Device_IDW(node, buffer, length, 0)
+                              : CM_Get_Device_ID_ExW(node, buffer, length, 0, machine);
+}
+
+CONFIGRET statusOfNode(ULONG* flags, ULONG* problem, DEVINST node, HMACHINE machine)
+{
+    return machine == nullptr ? CM_Get_DevNode_Status(flags, problem, node, 0)
+                              : CM_Get_DevNode_Status_Ex(flags, problem, node, 0, machine);
+}
+
+CONFIGRET firstConfiguration(LOG_CONF* handle, DEVINST node, ULONG kind, HMACHINE machine)
+{
+    return machine == nullptr ? CM_Get_First_Log_Conf(handle, node, kind)
+                              : CM_Get_First_Log_Conf_Ex(handle, node, kind, machine);
+}
+
 /// Bytes of a descriptor as the structure that its type has.
 template<class Structure>
 Structure structureOf(const std::vector<unsigned char>& bytes)
@@ -151,7 +171,7 @@ Outcome<std::wstring> SetupApiPlatform::deviceId(DeviceList& list, DeviceIndex d
     // One character more than is asked for: an id that fills the buffer comes without its NUL.
     std::vector<wchar_t> buffer(capacity + 1);
     const CONFIGRET result =
-        CM_Get_Device_ID_ExW(nodeOf(list, device), buffer.data(), static_cast<ULONG>(capacity), 0, machineOf(machine));
+        idOf(nodeOf(list, device), buffer.data(), static_cast<ULONG>(capacity), machineOf(machine));
     if (result != CR_SUCCESS)
         return Outcome<std::wstring>::failed(result);
     std::wstring id(buffer.data());
@@ -162,7 +182,7 @@ Outcome<NodeStatus> SetupApiPlatform::deviceStatus(DeviceList& list, DeviceIndex
 {
     ULONG flags = 0;
     ULONG problem = 0;
-    const CONFIGRET result = CM_Get_DevNode_Status_Ex(&flags, &problem, nodeOf(list, device), 0, machineOf(machine));
+    const CONFIGRET result = statusOfNode(&flags, &problem, nodeOf(list, device), machineOf(machine));
     if (result != CR_SUCCESS)
         return Outcome<NodeStatus>::failed(result);
     return NodeStatus{static_cast<std::uint32_t>(flags), static_cast<std::uint32_t>(problem)};
@@ -172,9 +192,9 @@ Opened<LogicalConfiguration> SetupApiPlatform::openConfiguration(DeviceList& lis
                                                                  ConfigurationKind kind, MachineHandle machine)
 {
     LOG_CONF handle = 0;
-    const CONFIGRET result = CM_Get_First_Log_Conf_Ex(
-        &handle, nodeOf(list, device), kind == ConfigurationKind::Allocated ? ALLOC_LOG_CONF : BOOT_LOG_CONF,
-        machineOf(machine));
+    const CONFIGRET result =
+        firstConfiguration(&handle, nodeOf(list, device),
+                           kind == ConfigurationKind::Allocated ? ALLOC_LOG_CONF : BOOT_LOG_CONF, machineOf(machine));
     if (result != CR_SUCCESS)
         return Opened<LogicalConfiguration>::failed(result);
     auto configuration = std::make_unique<SetupConfiguration>();

@@ -25,6 +25,8 @@ int main(int argc, char** argv)
         Tour tour(folder);
         walkFirstStart(tour);
         walkDevices(tour);
+        walkSecurityKey(tour);
+        walkSettings(tour);
         const int failed = tour.finish();
         std::printf("%d steps failed; report in %s\n", failed, qPrintable(folder));
         return failed == 0 ? 0 : 1;

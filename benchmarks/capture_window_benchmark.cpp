@@ -1,0 +1,194 @@
+// links: plugboard::capture plugboard::usb_sessions
+// capture_window_benchmark.cpp: a million packets in the capture window: memory, stalls while they arrive, filtering.
+#include "benchmarks/report.h"
+#include "capture/capture_dialog.h"
+#include "tools/usb_daemon/sessions/device_session.h"
+
+#include <QApplication>
+#include <QDateTime>
+#include <QElapsedTimer>
+#include <QHeaderView>
+#include <QLocalServer>
+#include <QLocalSocket>
+#include <QMenu>
+#include <QThread>
+
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <vector>
+
+namespace {
+
+constexpr int kPackets = 1'000'000;
+constexpr int kRate = 50'000; // packets/s of the live part
+
+/// Traffic of all device types in turn, a slice of each at a time.
+class MixedTraffic
+{
+public:
+    MixedTraffic()
+    {
+        std::uint32_t id = 0x10001;
+        for (const QString& type : deviceSessionTypes())
+            m_sessions.push_back(makeDeviceSession(type, id++));
+    }
+    QByteArray nextFrame()
+    {
+        const SessionPacket packet = m_sessions[m_count++ / 100 % m_sessions.size()]->nextPacket();
+        m_dataBytes += packet.data.size() + packet.setup.size() + packet.header.size();
+        return packetFrame(packet, QDateTime::currentMSecsSinceEpoch());
+    }
+    qint64 dataBytes() const { return m_dataBytes; }
+
+private:
+    std::vector<std::unique_ptr<DeviceSession>> m_sessions;
+    std::size_t m_count = 0;
+    qint64 m_dataBytes = 0;
+};
+
+qint64 heapBytes()
+{
+#ifdef __GLIBC__
+    const struct mallinfo2 info = mallinfo2();
+    return static_cast<qint64>(info.uordblks + info.hblkhd);
+#else
+    return 0;
+#endif
+}
+
+/// A device process in a thread of its own that sends 50,000 packets/s.
+class PacedSender : public QThread
+{
+public:
+    PacedSender(QString name, double seconds) : m_name(std::move(name)), m_seconds(seconds) {}
+    int sent() const { return m_sent; }
+    bool isListening() const { return m_listening; }
+
+protected:
+    void run() override
+    {
+        QLocalServer server;
+        m_listening = server.listen(m_name);
+        if (!m_listening || !server.waitForNewConnection(10000))
+            return;
+        QLocalSocket* socket = server.nextPendingConnection();
+        MixedTraffic traffic;
+        QElapsedTimer clock;
+        clock.start();
+        while (clock.elapsed() < m_seconds * 1000) {
+            const int due = static_cast<int>(clock.nsecsElapsed() * 1e-9 * kRate);
+            for (; m_sent < due; ++m_sent)
+                socket->write(traffic.nextFrame());
+            while (socket->bytesToWrite() > 0 && socket->waitForBytesWritten(1000)) {
+            }
+            msleep(1);
+        }
+        socket->disconnectFromServer();
+    }
+
+private:
+    QString m_name;
+    double m_seconds;
+    std::atomic<int> m_sent{0};
+    std::atomic<bool> m_listening{false};
+};
+
+/// The longest time that one turn of the event loop takes while packets arrive.
+double worstStall(PacedSender& sender, UsbIPCaptureDialog& dialog, std::size_t before, double& packetsPerSecond)
+{
+    double worst = 0;
+    QElapsedTimer whole;
+    whole.start();
+    while (sender.isRunning() || dialog.client().isConnected()) {
+        QElapsedTimer turn;
+        turn.start();
+        QCoreApplication::processEvents(QEventLoop::AllEvents);
+        worst = std::max(worst, turn.nsecsElapsed() * 1e-6);
+        QThread::usleep(200);
+    }
+    packetsPerSecond = double(dialog.packets().size() - before) / (whole.elapsed() * 1e-3);
+    return worst;
+}
+
+struct FilterTimes
+{
+    double shown = 0;    // ms until the newest rows are on the screen
+    double complete = 0; // ms until all rows are there, the window being usable meanwhile
+};
+
+FilterTimes filterChange(UsbIPCaptureDialog& dialog, int entry, std::size_t rows)
+{
+    dialog.onHeaderSectionClicked(4);
+    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    FilterTimes times;
+    QElapsedTimer clock;
+    clock.start();
+    menu->actions().at(entry)->trigger();
+    dialog.table().viewport()->repaint();
+    times.shown = clock.nsecsElapsed() * 1e-6;
+    menu->close();
+    while (dialog.table().retiredRows() > 0 || std::size_t(dialog.table().topLevelItemCount()) < rows)
+        QCoreApplication::processEvents();
+    times.complete = clock.nsecsElapsed() * 1e-6;
+    return times;
+}
+
+void reportFilter(UsbIPCaptureDialog& dialog)
+{
+    constexpr int kIsochronousEntry = 1;
+    const auto& packets = dialog.packets();
+    const auto isochronous = std::count_if(packets.begin(), packets.end(),
+                                           [](const UsbIPPacketInfo& packet) { return packet.transferType == 1; });
+    for (const std::size_t rows : {packets.size() - std::size_t(isochronous), packets.size()}) {
+        const FilterTimes times = filterChange(dialog, kIsochronousEntry, rows);
+        report("capture_window_filter", "ms", times.shown, nullptr, NAN, "200 ms with 1,000,000 packets");
+        report("capture_window_filter_complete", "ms", times.complete, nullptr, NAN, "none: in slices");
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication application(argc, argv);
+    const qint64 serverId = 900'000'000 + QCoreApplication::applicationPid();
+    PacedSender sender(UsbIPCaptureClient::serverNameOf(serverId), 5);
+
+    UsbIPCaptureDialog dialog(serverId);
+    dialog.show();
+    QCoreApplication::processEvents();
+
+    MixedTraffic traffic;
+    const qint64 before = heapBytes();
+    for (int packet = 0; packet < kPackets; packet += 100) {
+        QByteArray frames;
+        for (int i = 0; i < 100; ++i)
+            frames += traffic.nextFrame();
+        dialog.client().receive(frames);
+    }
+    QCoreApplication::processEvents();
+    report("capture_window_memory", "bytes/packet", double(heapBytes() - before - traffic.dataBytes()) / kPackets,
+           nullptr, NAN, "400 bytes beside a packet's data");
+
+    sender.start();
+    while (!sender.isListening())
+        QThread::msleep(1);
+    while (!dialog.client().isConnected())
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    double rate = 0;
+    const std::size_t stored = dialog.packets().size();
+    const double stall = worstStall(sender, dialog, stored, rate);
+    report("capture_window_stall", "ms", stall, nullptr, NAN, "50 ms at 50,000 packets/s with 1,000,000 shown");
+    std::fprintf(stderr, "%.0f packets/s arrived, %d sent\n", rate, sender.sent());
+
+    reportFilter(dialog);
+    sender.wait();
+    return 0;
+}

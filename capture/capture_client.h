@@ -1,0 +1,107 @@
+// capture_client.h: the capture channel to one device process.
+#pragma once
+
+#include "capture/capture_types.h"
+#include "capture/frame_reader.h"
+
+#include <QJsonObject>
+#include <QLocalSocket>
+#include <QObject>
+#include <QRecursiveMutex>
+#include <QTimer>
+
+#include <deque>
+#include <functional>
+#include <map>
+#include <optional>
+
+/// Connects to the capture server of a device process, sends commands, and keeps and reports every packet that comes.
+/// Signals are emitted on the thread that owns the object. While it is not connected, but once asked to be, it tries
+/// again every 2000 ms. Malformed input is logged and skipped and never closes the connection; at most one frame of
+/// 1 MiB and one read of 256 KiB are buffered.
+class UsbIPCaptureClient : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Gets the success and the message of a reply; called at most once, without locks that keep it from calling back.
+    using CommandCallback = std::function<void(bool success, const QString& message)>;
+    using PacketList = std::deque<UsbIPPacketInfo>;
+
+    explicit UsbIPCaptureClient(QObject* parent = nullptr);
+    ~UsbIPCaptureClient() override;
+
+    /// "UsbIPCaptureServer_" and the process id.
+    static QString serverNameOf(qint64 processId);
+    void setServerName(const QString& name);
+
+    /// Starts connecting; does nothing when connected or under way. Without a server name: the one of this process.
+    void connectToServer();
+    bool isConnected() const;
+
+    /// Each is true when the command was written, false when not connected or when writing failed.
+    bool startCapture();
+    bool stopCapture();
+    bool clearCapture();
+    bool requestStats();
+    bool requestPackets();
+    bool requestDeviceConfig();
+    bool sendCommand(const QString& name, const QJsonObject& data);
+
+    /// Registers what a reply with this id calls; replaces an earlier one.
+    void setCommandCallback(int commandId, CommandCallback callback);
+
+    /// Handles bytes as if they had come over the socket.
+    void receive(const QByteArray& bytes);
+
+    /// Everything received for a device, in order of arrival; kept when capture is cleared.
+    const PacketList& packets(std::uint32_t deviceId) const;
+    CaptureStats lastStats() const;
+
+    /// Messages that were refused as malformed and whole buffers that were discarded.
+    quint64 refusedMessages() const { return m_refusedMessages; }
+
+signals:
+    void connected();
+    void disconnected();
+    void connectionError(QString error);
+    void captureStarted(uint32_t deviceId);
+    void captureStopped(uint32_t deviceId);
+    void captureCleared();
+    void packetCaptured(uint32_t deviceId, UsbIPPacketInfo packet);
+    void statsUpdated(CaptureStats stats);
+    void deviceConfigReceived(QJsonObject config);
+
+private slots:
+    void onConnected();
+    void onDisconnected();
+    void onError(QLocalSocket::LocalSocketError error);
+    void onReadyRead();
+    void onReconnectTimer();
+
+private:
+    bool sendWhenConnected(const QString& name);
+    void processBinaryBuffer();
+    void handleBinaryMessage(uint8_t messageType, const QByteArray& messageData);
+    void processPacketCapturedMessage(const QByteArray& data);
+    void processStatsUpdatedMessage(const QByteArray& data);
+    void processErrorMessage(const QByteArray& data);
+    void processCommandResult(const QByteArray& data);
+    void processStatsResponse(const QByteArray& data);
+    void processPacketsResponse(const QByteArray& data);
+    void processDeviceConfigResponse(const QByteArray& data);
+    void parseProtocolInfo(UsbIPPacketInfo& packetInfo);
+    std::optional<QJsonObject> replyObject(const QByteArray& data, const char* complaint);
+    CommandCallback takeCallback(int commandId);
+
+    mutable QRecursiveMutex m_mutex; // guards all that follows
+    QLocalSocket m_socket;
+    QString m_serverName;
+    bool m_connected = false;
+    QTimer m_reconnectTimer;
+    FrameReader m_frames;
+    CaptureStats m_lastStats;
+    std::map<std::uint32_t, PacketList> m_packets;
+    std::map<int, CommandCallback> m_callbacks;
+    quint64 m_refusedMessages = 0;
+};

@@ -1,0 +1,108 @@
+#include "capture/device_config_rows.h"
+
+#include "capture/hex_text.h"
+
+#include <QJsonArray>
+
+#include <initializer_list>
+
+namespace {
+
+using Keys = std::initializer_list<const char*>;
+
+QString decimal(const QJsonObject& object, const char* key)
+{
+    return QString::number(object.value(QLatin1String(key)).toInt());
+}
+
+/// Rows of descriptors whose values are texts; a value of any other type shows as nothing.
+void addTexts(DetailRow& parent, const QJsonObject& object, Keys keys)
+{
+    for (const char* key : keys)
+        parent.add(QLatin1String(key), object.value(QLatin1String(key)).toString());
+}
+
+QString configValue(const QJsonObject& descriptor, const char* key)
+{
+    const QLatin1String name(key);
+    if (name == QLatin1String("bDescriptorType") || name == QLatin1String("bmAttributes"))
+        return hexNumber(static_cast<quint32>(descriptor.value(name).toInt()), 2);
+    if (name == QLatin1String("bMaxPower"))
+        return decimal(descriptor, key) + QLatin1String(" mA");
+    return decimal(descriptor, key);
+}
+
+void addConfigDescriptor(DetailRow& parent, const QJsonObject& descriptor)
+{
+    DetailRow& group = parent.add(QStringLiteral("Configuration Descriptor"));
+    for (const char* key : {"bLength", "bDescriptorType", "wTotalLength", "bNumInterfaces", "bConfigurationValue",
+                            "iConfiguration", "bmAttributes", "bMaxPower"})
+        group.add(QLatin1String(key), configValue(descriptor, key));
+}
+
+/// Elements of arrays that may still be shown. A real configuration has a few hundred at most; one that was made to
+/// stop the window does not.
+class Room
+{
+public:
+    /// Calls `show` for each element while there is room, and then says in one row how many were left out.
+    template<typename Show>
+    void forEach(DetailRow& parent, const QJsonArray& elements, Show show)
+    {
+        int shown = 0;
+        for (const QJsonValue& element : elements) {
+            if (m_left == 0)
+                break;
+            --m_left;
+            ++shown;
+            show(element.toObject());
+        }
+        if (shown < elements.size())
+            parent.add(QStringLiteral("... (%1 more)").arg(elements.size() - shown));
+    }
+
+private:
+    int m_left = 5000;
+};
+
+void addEndpoints(DetailRow& parent, const QJsonArray& endpoints, Room& room)
+{
+    DetailRow& group = parent.add(QStringLiteral("Endpoints (%1)").arg(endpoints.size()));
+    room.forEach(group, endpoints, [&group](const QJsonObject& endpoint) {
+        addTexts(group.add(endpoint.value(QLatin1String("bEndpointAddress")).toString()), endpoint,
+                 {"bLength", "bDescriptorType", "bEndpointAddress", "bmAttributes", "wMaxPacketSize", "bInterval"});
+    });
+}
+
+void addAlternateSetting(DetailRow& parent, const QJsonObject& setting, Room& room)
+{
+    const QJsonObject descriptor = setting.value(QLatin1String("descriptor")).toObject();
+    DetailRow& group = parent.add(QStringLiteral("Alternate Setting %1").arg(decimal(descriptor, "bAlternateSetting")));
+    addTexts(group.add(QStringLiteral("Interface Descriptor")), descriptor,
+             {"bLength", "bDescriptorType", "bInterfaceNumber", "bAlternateSetting", "bNumEndpoints", "bInterfaceClass",
+              "bInterfaceSubClass", "bInterfaceProtocol", "iInterface"});
+    addEndpoints(group, setting.value(QLatin1String("endpoints")).toArray(), room);
+}
+
+void addInterfaces(DetailRow& parent, const QJsonArray& interfaces)
+{
+    Room room;
+    DetailRow& group = parent.add(QStringLiteral("Interfaces (%1)").arg(interfaces.size()));
+    int number = 0;
+    room.forEach(group, interfaces, [&](const QJsonObject& interface) {
+        const QJsonArray settings = interface.value(QLatin1String("alternateSettings")).toArray();
+        DetailRow& row =
+            group.add(QStringLiteral("Interface %1 - Alternate Settings (%2)").arg(number++).arg(settings.size()));
+        room.forEach(row, settings, [&](const QJsonObject& setting) { addAlternateSetting(row, setting, room); });
+    });
+}
+
+} // namespace
+
+DetailRow deviceConfigRows(const QJsonObject& config)
+{
+    DetailRow top;
+    addConfigDescriptor(top, config.value(QLatin1String("configDescriptor")).toObject());
+    addInterfaces(top, config.value(QLatin1String("interfaces")).toArray());
+    return top;
+}

@@ -1,0 +1,76 @@
+#include "capture/packet_item.h"
+
+#include "capture/packet_columns.h"
+#include "capture/packet_table.h"
+#include "capture/slot_pool.h"
+#include "ui/plain_tool_tip.h"
+
+#include <QBrush>
+#include <QFontDatabase>
+
+namespace {
+
+constexpr int kItemType = QTreeWidgetItem::UserType + 1;
+
+QVariant fontOf(int column)
+{
+    static const QFont s_fixed = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    return column == SetupColumn || column == DataColumn ? QVariant(s_fixed) : QVariant();
+}
+
+QVariant toolTipOf(const UsbIPPacketInfo& packet, int column)
+{
+    return column == DataColumn || column == DetailsColumn ? plainToolTip(packetColumnText(packet, column))
+                                                           : QVariant();
+}
+
+SlotPool<sizeof(PacketItem)>& pool()
+{
+    static SlotPool<sizeof(PacketItem)> s_pool;
+    return s_pool;
+}
+
+} // namespace
+
+void* PacketItem::operator new(std::size_t)
+{
+    return pool().take();
+}
+
+void PacketItem::operator delete(void* memory)
+{
+    pool().giveBack(memory);
+}
+
+PacketItem::PacketItem(const UsbIPPacketInfo& packet, std::uint32_t number)
+    : QTreeWidgetItem(kItemType)
+    , m_number(number)
+    , m_packet(&packet)
+{}
+
+bool PacketItem::isHighlighted() const
+{
+    const auto* table = static_cast<const PacketTable*>(treeWidget());
+    return table && table->highlights(*this);
+}
+
+QVariant PacketItem::data(int column, int role) const
+{
+    switch (role) {
+    case Qt::DisplayRole:
+    case Qt::EditRole:
+        return packetColumnText(*m_packet, column);
+    case Qt::UserRole:
+        return column == 0 ? QVariant::fromValue(*m_packet) : QVariant();
+    case Qt::BackgroundRole:
+        return isHighlighted() ? QVariant(QBrush(QColor(255, 255, 200))) : QVariant();
+    case Qt::ForegroundRole: // the highlight is light in dark themes too
+        return isHighlighted() ? QVariant(QBrush(Qt::black)) : QVariant();
+    case Qt::FontRole:
+        return fontOf(column);
+    case Qt::ToolTipRole:
+        return toolTipOf(*m_packet, column);
+    default:
+        return {};
+    }
+}

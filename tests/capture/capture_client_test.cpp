@@ -1,0 +1,394 @@
+#include "capture/capture_client.h"
+#include "tests/capture/capture_server.h"
+#include "tests/capture/packet_bytes.h"
+#include "tests/support/suite_registry.h"
+
+#include <QJsonDocument>
+#include <QRandomGenerator>
+#include <QSignalSpy>
+
+using tests::CaptureServer;
+using tests::frame;
+using tests::PacketBytes;
+
+class CaptureClientTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void sendsCommands_data();
+    void sendsCommands();
+    void commandsFailWithoutConnection();
+    void packetsSurviveAnySlicing();
+    void longestFrameWaitsAndOneByteMoreEmptiesTheBuffer();
+    void warnsAboutBadMessages_data();
+    void warnsAboutBadMessages();
+    void readsPacketFields();
+    void readsTruncatedPackets_data();
+    void readsTruncatedPackets();
+    void reportsReplies();
+    void callbacksRunOnceAndMayReenter();
+    void reconnectsAfterLossAndAfterFailure();
+    void bytesOfALostConnectionDoNotMixWithTheNext();
+    void slotMayLetMoreBytesArrive();
+};
+
+namespace {
+
+struct ConnectedClient
+{
+    CaptureServer server;
+    UsbIPCaptureClient client;
+
+    ConnectedClient()
+    {
+        client.setServerName(UsbIPCaptureClient::serverNameOf(server.processId()));
+        client.connectToServer();
+        [this] { QTRY_VERIFY(client.isConnected() && server.hasClient()); }();
+    }
+};
+
+QByteArray json(const char* text)
+{
+    return QByteArray(text).replace('\'', '"');
+}
+
+} // namespace
+
+void CaptureClientTest::sendsCommands_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<int>("type");
+    QTest::newRow("start") << "start_capture" << 10;
+    QTest::newRow("stop") << "stop_capture" << 11;
+    QTest::newRow("clear") << "clear_capture" << 12;
+    QTest::newRow("statistics") << "get_stats" << 13;
+    QTest::newRow("packets") << "get_packets" << 14;
+    QTest::newRow("configuration") << "get_device_config" << 15;
+    QTest::newRow("unknown names go as a line of text") << "reboot" << -1;
+}
+
+void CaptureClientTest::sendsCommands()
+{
+    QFETCH(QString, name);
+    QFETCH(int, type);
+    ConnectedClient pair;
+    const qint64 before = QDateTime::currentMSecsSinceEpoch();
+    bool sent = false;
+    if (name == QLatin1String("start_capture"))
+        sent = pair.client.startCapture();
+    else if (name == QLatin1String("stop_capture"))
+        sent = pair.client.stopCapture();
+    else if (name == QLatin1String("clear_capture"))
+        sent = pair.client.clearCapture();
+    else if (name == QLatin1String("get_device_config"))
+        sent = pair.client.requestDeviceConfig();
+    else
+        sent = pair.client.sendCommand(name, {});
+    QVERIFY(sent);
+    QTRY_VERIFY(pair.server.received().size() > 8);
+    QByteArray payload = pair.server.takeReceived();
+    if (type < 0) {
+        QVERIFY(payload.endsWith('\n'));
+        QCOMPARE(payload.count('\n'), 1);
+    } else {
+        QCOMPARE(int(payload.at(0)), type);
+        QCOMPARE(payload.mid(1, 3), QByteArray(3, '\0')); // nothing of the program's memory
+        QCOMPARE(int(qFromLittleEndian<quint32>(payload.constData() + 4)), payload.size() - 8);
+        payload.remove(0, 8);
+        QVERIFY(!payload.contains('\n'));
+    }
+    const QJsonObject message = QJsonDocument::fromJson(payload).object();
+    QCOMPARE(message.value(QLatin1String("command")).toString(), type < 0 ? name : QString());
+    QVERIFY(message.value(QLatin1String("data")).isObject());
+    const auto timestamp = qint64(message.value(QLatin1String("timestamp")).toDouble());
+    QVERIFY(timestamp >= before && timestamp <= QDateTime::currentMSecsSinceEpoch());
+}
+
+void CaptureClientTest::commandsFailWithoutConnection()
+{
+    UsbIPCaptureClient client;
+    QVERIFY(!client.startCapture());
+    QVERIFY(!client.stopCapture());
+    QVERIFY(!client.clearCapture());
+    QVERIFY(!client.requestDeviceConfig());
+    QVERIFY(!client.requestStats());
+    QVERIFY(!client.requestPackets());
+    ConnectedClient pair;
+    pair.server.stop();
+    QTRY_VERIFY(!pair.client.isConnected());
+    QVERIFY(!pair.client.startCapture());
+}
+
+void CaptureClientTest::packetsSurviveAnySlicing()
+{
+    QByteArray stream;
+    for (quint32 number = 0; number < 300; ++number) {
+        PacketBytes packet;
+        packet.sequence = number;
+        packet.type = 2;
+        packet.data = QByteArray(int(number * 37 % 900), char(number));
+        stream += frame(1, packet.payload());
+    }
+    QRandomGenerator random(1);
+    for (const int largest : {1, 7, 1000, 1000000}) {
+        UsbIPCaptureClient client;
+        for (int begin = 0; begin < stream.size();) {
+            const int size = 1 + random.bounded(largest);
+            client.receive(stream.mid(begin, size));
+            begin += size;
+        }
+        const auto& packets = client.packets(7);
+        QCOMPARE(packets.size(), std::size_t(300));
+        for (quint32 number = 0; number < 300; ++number) {
+            QCOMPARE(packets[number].sequenceNumber, number);
+            QCOMPARE(packets[number].data, QByteArray(int(number * 37 % 900), char(number)));
+        }
+    }
+}
+
+void CaptureClientTest::longestFrameWaitsAndOneByteMoreEmptiesTheBuffer()
+{
+    ConnectedClient pair;
+    QSignalSpy cleared(&pair.client, &UsbIPCaptureClient::captureCleared);
+    pair.server.send(frame(5, QByteArray(1048576, 'x')));
+    QTRY_COMPARE_WITH_TIMEOUT(cleared.count(), 1, 20000);
+
+    QByteArray tooLong = frame(5, {});
+    qToLittleEndian(quint32(1048577), tooLong.data() + 4);
+    QTest::ignoreMessage(QtWarningMsg, "Invalid data length in binary message header");
+    pair.client.receive(frame(5, {}) + tooLong + frame(5, {}));
+    QCOMPARE(cleared.count(), 2); // what followed went with it
+    pair.client.receive(frame(5, {}));
+    QCOMPARE(cleared.count(), 3);
+    QVERIFY(pair.client.isConnected());
+}
+
+void CaptureClientTest::warnsAboutBadMessages_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::addColumn<QByteArray>("payload");
+    QTest::addColumn<QString>("warning");
+    QTest::newRow("packet one byte short") << 1 << QByteArray(39, '\0') << "Invalid packet captured message size";
+    QTest::newRow("statistics one byte short") << 2 << QByteArray(15, '\0') << "Invalid stats message size";
+    QTest::newRow("error that is an array") << 6 << json("[1]") << "Invalid error response format";
+    QTest::newRow("error of the server") << 6 << json("{'message':'no disk'}")
+                                         << "Error received from server: \"no disk\"";
+    QTest::newRow("type 7 is unknown") << 7 << QByteArray("{}") << "Unknown message type: 7";
+    QTest::newRow("type 255 is unknown") << 255 << QByteArray() << "Unknown message type: 255";
+    QTest::newRow("nobody waits for the result")
+        << 20 << json("{'command_id':3,'success':true}") << "No callback found for command ID: 3";
+    QTest::newRow("result without id") << 20 << json("{}") << "No callback found for command ID: -1";
+    QTest::newRow("result") << 20 << QByteArray("x") << "Invalid command result response format";
+    QTest::newRow("statistics reply") << 21 << QByteArray("4") << "Invalid stats response format";
+    QTest::newRow("packets reply") << 22 << QByteArray() << "Invalid packets response format";
+    QTest::newRow("configuration reply") << 23 << json("{'config'") << "Invalid device config response format";
+    QTest::newRow("endless nesting") << 23 << QByteArray(100000, '[') << "Invalid device config response format";
+}
+
+void CaptureClientTest::warnsAboutBadMessages()
+{
+    QFETCH(int, type);
+    QFETCH(QByteArray, payload);
+    QFETCH(QString, warning);
+    UsbIPCaptureClient client;
+    QSignalSpy cleared(&client, &UsbIPCaptureClient::captureCleared);
+    QTest::ignoreMessage(QtWarningMsg, qPrintable(warning));
+    client.receive(frame(type, payload) + frame(5, {}));
+    QCOMPARE(cleared.count(), 1); // the frame was consumed, whatever it was
+}
+
+void CaptureClientTest::readsPacketFields()
+{
+    PacketBytes bytes;
+    bytes.deviceId = 0x10002;
+    bytes.sequence = 0xFFFFFFFE;
+    bytes.unlink = true;
+    bytes.endpoint = 0x81;
+    bytes.direction = 1;
+    bytes.command = 0xFE;
+    bytes.length = 0x80000001;
+    bytes.type = 3;
+    bytes.header = QByteArray(48, 'h');
+    bytes.data = "data";
+    bytes.setup = "12345678";
+    UsbIPCaptureClient client;
+    QSignalSpy captured(&client, &UsbIPCaptureClient::packetCaptured);
+    client.receive(frame(1, bytes.payload()));
+    QCOMPARE(captured.count(), 1);
+    QCOMPARE(captured[0][0].value<std::uint32_t>(), 0x10002U);
+    const auto packet = captured[0][1].value<UsbIPPacketInfo>();
+    QCOMPARE(packet.timestamp, 1700000000123);
+    QCOMPARE(packet.deviceId, 0x10002U);
+    QCOMPARE(packet.sequenceNumber, 0xFFFFFFFEU);
+    QVERIFY(packet.isRequest && packet.isUnlink);
+    QCOMPARE(int(packet.endpoint), 0x81);
+    QCOMPARE(int(packet.direction), 1);
+    QCOMPARE(int(packet.command), 0xFE);
+    QCOMPARE(packet.transferLength, 0x80000001U);
+    QCOMPARE(int(packet.transferType), 3);
+    QCOMPARE(packet.usbipHeader, QByteArray(48, 'h'));
+    QCOMPARE(packet.data, QByteArray("data"));
+    QCOMPARE(packet.setupData, QByteArray("12345678"));
+    QVERIFY(packet.protocolInfo.isEmpty() && packet.parsedDetails.isEmpty());
+    QCOMPARE(client.packets(0x10002).size(), std::size_t(1));
+    QVERIFY(client.packets(1).empty());
+}
+
+void CaptureClientTest::readsTruncatedPackets_data()
+{
+    QTest::addColumn<QByteArray>("payload");
+    QTest::addColumn<QByteArray>("header");
+    QTest::addColumn<QByteArray>("data");
+    QTest::addColumn<QByteArray>("setup");
+    const auto row = [](const char* name, PacketBytes bytes, int cut, const QByteArray& header, const QByteArray& data,
+                        const QByteArray& setup) {
+        const QByteArray payload = bytes.payload();
+        QTest::newRow(name) << payload.left(payload.size() - cut) << header << data << setup;
+    };
+    PacketBytes whole;
+    whole.header = "HHHH";
+    whole.data = "DDDD";
+    whole.setup = "SSSSSSSS";
+    row("everything fits", whole, 0, "HHHH", "DDDD", "SSSSSSSS");
+    row("fixed part alone", whole, 16, "", "", "");
+    row("setup bytes cut", whole, 1, "HHHH", "DDDD", "");
+    PacketBytes longHeader;
+    longHeader.headerLength = 100;
+    longHeader.data = "0123456789";
+    longHeader.setup = "SSSSSSSS";
+    row("data is read where the header that is too long would have begun", longHeader, 0, "", "0123456789", "SSSSSSSS");
+    PacketBytes longData;
+    longData.header = "HH";
+    longData.dataLength = 65535;
+    longData.setup = "SSSSSSSS";
+    row("setup is read where the data that is too long would have begun", longData, 0, "HH", "", "SSSSSSSS");
+}
+
+void CaptureClientTest::readsTruncatedPackets()
+{
+    QFETCH(QByteArray, payload);
+    UsbIPCaptureClient client;
+    client.receive(frame(1, payload));
+    QCOMPARE(client.packets(7).size(), std::size_t(1));
+    const UsbIPPacketInfo& packet = client.packets(7).front();
+    QTEST(packet.usbipHeader, "header");
+    QTEST(packet.data, "data");
+    QTEST(packet.setupData, "setup");
+}
+
+void CaptureClientTest::reportsReplies()
+{
+    UsbIPCaptureClient client;
+    QSignalSpy started(&client, &UsbIPCaptureClient::captureStarted);
+    QSignalSpy stopped(&client, &UsbIPCaptureClient::captureStopped);
+    QSignalSpy errors(&client, &UsbIPCaptureClient::connectionError);
+    QSignalSpy stats(&client, &UsbIPCaptureClient::statsUpdated);
+    QSignalSpy configs(&client, &UsbIPCaptureClient::deviceConfigReceived);
+    client.receive(frame(3, json("{'device_id':65537}")) + frame(3, "no json") + frame(4, json("{'device_id':2}")));
+    QCOMPARE(started.count(), 2);
+    QCOMPARE(started[0][0].value<std::uint32_t>(), 65537U);
+    QCOMPARE(started[1][0].value<std::uint32_t>(), 0U);
+    QCOMPARE(stopped[0][0].value<std::uint32_t>(), 2U);
+
+    QTest::ignoreMessage(QtWarningMsg, "Error received from server: \"busy\"");
+    client.receive(frame(6, json("{'message':'busy'}")));
+    QCOMPARE(errors[0][0].toString(), QStringLiteral("busy"));
+
+    const QByteArray twenty = QByteArray::fromHex("0400000003000000020000000100000055555555");
+    client.receive(frame(2, twenty) + frame(21, json("{'total_packets':9,'reply_packets':'x'}")));
+    const auto binary = stats[0][0].value<CaptureStats>();
+    QCOMPARE(binary.total_packets, 4U);
+    QCOMPARE(binary.request_packets, 3U);
+    QCOMPARE(binary.reply_packets, 2U);
+    QCOMPARE(binary.unlink_packets, 1U);
+    QCOMPARE(client.lastStats().total_packets, 4U); // the reply to a request is reported, not kept
+    const auto reply = stats[1][0].value<CaptureStats>();
+    QCOMPARE(reply.total_packets, 9U);
+    QCOMPARE(reply.reply_packets, 0U);
+
+    client.receive(frame(23, json("{'config':{'interfaces':[]}}")) + frame(23, json("{'config':5}")));
+    QCOMPARE(configs.count(), 2);
+    QVERIFY(configs[0][0].toJsonObject().contains(QLatin1String("interfaces")));
+    QVERIFY(configs[1][0].toJsonObject().isEmpty());
+}
+
+void CaptureClientTest::callbacksRunOnceAndMayReenter()
+{
+    UsbIPCaptureClient client;
+    QStringList calls;
+    client.setCommandCallback(5, [&](bool success, const QString& message) {
+        calls << QStringLiteral("%1 %2").arg(success).arg(message);
+        client.setCommandCallback(6, [&](bool, const QString&) { calls << QStringLiteral("six"); });
+        client.receive(frame(22, json("{'command_id':6}")));
+    });
+    client.receive(frame(20, json("{'command_id':5,'message':'refused'}")));
+    QCOMPARE(calls, QStringList({QStringLiteral("0 refused"), QStringLiteral("six")}));
+    QTest::ignoreMessage(QtWarningMsg, "No callback found for command ID: 5");
+    client.receive(frame(20, json("{'command_id':5}")) + frame(22, json("{'command_id':6}")));
+    QCOMPARE(calls.size(), 2);
+    client.setCommandCallback(8, [&](bool success, const QString&) { calls << QString::number(success); });
+    client.receive(frame(23, json("{'command_id':8,'success':false}")));
+    QCOMPARE(calls.last(), QStringLiteral("1"));
+}
+
+void CaptureClientTest::reconnectsAfterLossAndAfterFailure()
+{
+    const qint64 id = CaptureServer::nextProcessId();
+    UsbIPCaptureClient client;
+    QSignalSpy errors(&client, &UsbIPCaptureClient::connectionError);
+    QSignalSpy disconnected(&client, &UsbIPCaptureClient::disconnected);
+    QSignalSpy connected(&client, &UsbIPCaptureClient::connected);
+    client.setServerName(UsbIPCaptureClient::serverNameOf(id));
+    client.connectToServer();
+    QTRY_COMPARE(errors.count(), 1);
+    QCOMPARE(disconnected.count(), 0);
+
+    CaptureServer server(id);
+    QTRY_COMPARE_WITH_TIMEOUT(connected.count(), 1, 20000);
+    client.connectToServer(); // nothing to do
+    server.stop();
+    QTRY_COMPARE(disconnected.count(), 1);
+    QVERIFY(!client.isConnected());
+    server.listen();
+    QTRY_COMPARE_WITH_TIMEOUT(connected.count(), 2, 20000);
+}
+
+void CaptureClientTest::bytesOfALostConnectionDoNotMixWithTheNext()
+{
+    ConnectedClient pair;
+    QSignalSpy cleared(&pair.client, &UsbIPCaptureClient::captureCleared);
+    QSignalSpy packets(&pair.client, &UsbIPCaptureClient::packetCaptured);
+    pair.server.send(frame(5, {}) + frame(1, PacketBytes().payload()).left(30));
+    QTRY_COMPARE(cleared.count(), 1);
+    pair.server.stop();
+    QTRY_VERIFY(!pair.client.isConnected());
+    pair.server.listen();
+    QTRY_VERIFY_WITH_TIMEOUT(pair.client.isConnected() && pair.server.hasClient(), 20000);
+    pair.server.send(frame(1, PacketBytes().payload()));
+    QTRY_COMPARE(packets.count(), 1);
+}
+
+void CaptureClientTest::slotMayLetMoreBytesArrive()
+{
+    UsbIPCaptureClient client;
+    QList<quint32> order;
+    connect(&client, &UsbIPCaptureClient::packetCaptured, &client, [&](uint32_t, const UsbIPPacketInfo& packet) {
+        order << packet.sequenceNumber;
+        if (packet.sequenceNumber != 1)
+            return;
+        PacketBytes third;
+        third.sequence = 3;
+        third.data = QByteArray(50000, 'x'); // moves the buffer
+        client.receive(frame(1, third.payload()));
+    });
+    PacketBytes first;
+    PacketBytes second;
+    second.sequence = 2;
+    client.receive(frame(1, first.payload()) + frame(1, second.payload()));
+    QCOMPARE(order, (QList<quint32>{1, 2, 3}));
+    QCOMPARE(client.packets(7).size(), std::size_t(3));
+}
+
+PLUGBOARD_SUITE(CaptureClientTest)
+#include "capture_client_test.moc"

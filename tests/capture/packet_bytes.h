@@ -1,0 +1,56 @@
+// packet_bytes.h: payloads and frames of the capture channel, written down byte by byte for tests.
+#pragma once
+
+#include <QByteArray>
+#include <QtEndian>
+
+namespace tests {
+
+/// Fields of a packet payload; lengths are those of the parts unless a test lies about them.
+struct PacketBytes
+{
+    qint64 timestamp = 1700000000123;
+    quint32 deviceId = 7;
+    quint32 sequence = 1;
+    bool request = true;
+    bool unlink = false;
+    quint8 endpoint = 0;
+    quint8 direction = 1;
+    quint8 command = 1;
+    quint32 length = 0;
+    quint8 type = 0;
+    QByteArray header;
+    QByteArray data;
+    QByteArray setup;
+    int headerLength = -1;
+    int dataLength = -1;
+
+    QByteArray payload() const
+    {
+        QByteArray bytes(40, '\xEE'); // reserved bytes hold anything
+        qToLittleEndian(timestamp, bytes.data());
+        qToLittleEndian(deviceId, bytes.data() + 8);
+        qToLittleEndian(sequence, bytes.data() + 12);
+        bytes[16] = request ? 2 : 0;
+        bytes[17] = unlink ? 3 : 0;
+        bytes[18] = char(endpoint);
+        bytes[19] = char(direction);
+        bytes[20] = char(command);
+        qToLittleEndian(length, bytes.data() + 24);
+        bytes[28] = char(type);
+        qToLittleEndian(quint16(headerLength < 0 ? header.size() : headerLength), bytes.data() + 30);
+        qToLittleEndian(quint16(dataLength < 0 ? data.size() : dataLength), bytes.data() + 32);
+        bytes[34] = setup.isEmpty() ? 0 : 5;
+        return bytes + header + data + setup;
+    }
+};
+
+inline QByteArray frame(int type, const QByteArray& payload)
+{
+    QByteArray bytes(8, '\xCC'); // reserved bytes hold anything
+    bytes[0] = char(type);
+    qToLittleEndian(quint32(payload.size()), bytes.data() + 4);
+    return bytes + payload;
+}
+
+} // namespace tests

@@ -1,0 +1,97 @@
+#include "tools/capture/capture_window.h"
+#include "tools/capture/headless_capture.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QFile>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <optional>
+#include <type_traits>
+
+namespace {
+
+constexpr int kUsageError = 3;
+
+struct Options
+{
+    qint64 processId = 0;
+    uint32_t deviceId = 0;
+    double headlessSeconds = 0; ///< 0 asks for the window
+};
+
+/// Nothing when the arguments make no sense; what is wrong has been printed.
+std::optional<Options> parseOptions(const QCoreApplication& application)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Watches the USB traffic of one virtual device."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    parser.addPositionalArgument(QStringLiteral("PID"), QStringLiteral("Process id of the device process."));
+    const QCommandLineOption device(QStringLiteral("device"), QStringLiteral("USB/IP device id (default 0)."),
+                                    QStringLiteral("ID"), QStringLiteral("0"));
+    const QCommandLineOption headless(
+        QStringLiteral("headless"), QStringLiteral("Prints one line for each packet for that long, without a window."),
+        QStringLiteral("SECONDS"));
+    parser.addOptions({device, headless});
+    parser.process(application);
+
+    Options options;
+    bool pidValid = false;
+    bool deviceValid = false;
+    bool secondsValid = true;
+    options.processId = parser.positionalArguments().value(0).toLongLong(&pidValid);
+    options.deviceId = parser.value(device).toUInt(&deviceValid, 0);
+    if (parser.isSet(headless))
+        options.headlessSeconds = parser.value(headless).toDouble(&secondsValid);
+    const bool inRange = !parser.isSet(headless) || (options.headlessSeconds > 0 && options.headlessSeconds < 1e6);
+    if (pidValid && options.processId > 0 && deviceValid && secondsValid && inRange &&
+        parser.positionalArguments().size() == 1)
+        return options;
+    std::fprintf(stderr, "%s", qUtf8Printable(parser.helpText()));
+    return std::nullopt;
+}
+
+int runHeadless(QCoreApplication& application, const Options& options)
+{
+    QFile output;
+    if (!output.open(stdout, QIODevice::WriteOnly))
+        return 1;
+    HeadlessCapture capture(options.processId, options.headlessSeconds, output);
+    QObject::connect(&capture, &HeadlessCapture::finished, &application, &QCoreApplication::exit);
+    return QCoreApplication::exec();
+}
+
+template<typename Application>
+int run(int argc, char** argv)
+{
+    Application application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("plugboard-capture"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(PLUGBOARD_VERSION));
+    const std::optional<Options> options = parseOptions(application);
+    if (!options)
+        return kUsageError;
+    if (options->headlessSeconds > 0)
+        return runHeadless(application, *options);
+    if constexpr (std::is_same_v<Application, QApplication>) {
+        CaptureWindow window(options->processId, options->deviceId);
+        window.show();
+        return QCoreApplication::exec();
+    }
+    return kUsageError;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const bool headless = std::any_of(
+        argv + 1, argv + argc, [](const char* argument) { return std::strstr(argument, "-headless") != nullptr; });
+    if (headless)
+        return run<QCoreApplication>(argc, argv);
+    QApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    return run<QApplication>(argc, argv);
+}

@@ -17,7 +17,7 @@
 
 namespace {
 
-constexpr int kRowsAtOnce = 50'000; // rows that a change of the filter makes before it returns
+constexpr int kRowsAtOnce = 50'000;  // rows that a change of the filter makes before it returns
 constexpr int kRowsOfSlice = 16'000; // and in each turn of the event loop after that
 
 } // namespace
@@ -36,11 +36,9 @@ UsbIPCaptureDialog::UsbIPCaptureDialog(qint64 processId, uint32_t deviceId, QWid
     m_table->setHeaderLabels({tr("Time"), tr("Sequence"), tr("Kind"), tr("Endpoint"), tr("Transfer \u25BE"),
                               tr("Direction"), tr("Length"), tr("Setup"), tr("Data"), tr("Details")});
     m_table->headerItem()->setToolTip(TransferTypeColumn, tr("Click to choose which transfer types are shown"));
-    for (int column : {int(SequenceColumn), int(LengthColumn)})
-        m_table->headerItem()->setTextAlignment(column, Qt::AlignRight | Qt::AlignVCenter);
     m_table->header()->setSectionsClickable(true);
     m_table->header()->setSectionsMovable(false);
-    const std::array<int, PacketColumnCount> characters{15, 10, 7, 10, 12, 11, 10, 28, 56, 80};
+    const std::array<int, PacketColumnCount> characters{14, 11, 6, 10, 12, 10, 9, 27, 36, 84};
     for (int column = 0; column < PacketColumnCount; ++column)
         m_table->header()->resizeSection(column, fontMetrics().averageCharWidth() * characters[column]);
 

@@ -17,6 +17,16 @@ QTreeWidgetItem* itemOf(const DetailRow& row)
     return item;
 }
 
+/// Titles of groups use the room of the value that they do not have.
+void spreadTitles(QTreeWidgetItem* item)
+{
+    if (item->childCount() == 0 && !item->text(1).isEmpty())
+        return;
+    item->setFirstColumnSpanned(item->text(1).isEmpty() && item->childCount() > 0);
+    for (int row = 0; row < item->childCount(); ++row)
+        spreadTitles(item->child(row));
+}
+
 } // namespace
 
 DeviceConfigDialog::DeviceConfigDialog(const QJsonObject& config, const QString& title, QWidget* parent,
@@ -29,6 +39,7 @@ DeviceConfigDialog::DeviceConfigDialog(const QJsonObject& config, const QString&
     m_tree->setHeaderLabels({tr("Property"), tr("Value")});
     m_tree->setUniformRowHeights(true);
     m_tree->setAlternatingRowColors(true);
+    m_tree->setIndentation(14);
     m_tree->setColumnWidth(0, 200);
     m_tree->setColumnWidth(1, 500);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
@@ -46,5 +57,6 @@ DeviceConfigDialog::DeviceConfigDialog(const QJsonObject& config, const QString&
     for (const DetailRow& row : deviceConfigRows(config).children)
         groups << itemOf(row);
     m_tree->addTopLevelItems(groups);
+    spreadTitles(m_tree->invisibleRootItem());
     m_tree->expandAll();
 }

@@ -40,37 +40,61 @@ void addConfigDescriptor(DetailRow& parent, const QJsonObject& descriptor)
         group.add(QLatin1String(key), configValue(descriptor, key));
 }
 
-void addEndpoints(DetailRow& parent, const QJsonArray& endpoints)
+/// Elements of arrays that may still be shown. A real configuration has a few hundred at most; one that was made to
+/// stop the window does not.
+class Room
+{
+public:
+    /// Calls `show` for each element while there is room, and then says in one row how many were left out.
+    template<typename Show>
+    void forEach(DetailRow& parent, const QJsonArray& elements, Show show)
+    {
+        int shown = 0;
+        for (const QJsonValue& element : elements) {
+            if (m_left == 0)
+                break;
+            --m_left;
+            ++shown;
+            show(element.toObject());
+        }
+        if (shown < elements.size())
+            parent.add(QStringLiteral("... (%1 more)").arg(elements.size() - shown));
+    }
+
+private:
+    int m_left = 5000;
+};
+
+void addEndpoints(DetailRow& parent, const QJsonArray& endpoints, Room& room)
 {
     DetailRow& group = parent.add(QStringLiteral("Endpoints (%1)").arg(endpoints.size()));
-    for (const QJsonValue& value : endpoints) {
-        const QJsonObject endpoint = value.toObject();
+    room.forEach(group, endpoints, [&group](const QJsonObject& endpoint) {
         addTexts(group.add(endpoint.value(QLatin1String("bEndpointAddress")).toString()), endpoint,
                  {"bLength", "bDescriptorType", "bEndpointAddress", "bmAttributes", "wMaxPacketSize", "bInterval"});
-    }
+    });
 }
 
-void addAlternateSetting(DetailRow& parent, const QJsonObject& setting)
+void addAlternateSetting(DetailRow& parent, const QJsonObject& setting, Room& room)
 {
     const QJsonObject descriptor = setting.value(QLatin1String("descriptor")).toObject();
     DetailRow& group = parent.add(QStringLiteral("Alternate Setting %1").arg(decimal(descriptor, "bAlternateSetting")));
     addTexts(group.add(QStringLiteral("Interface Descriptor")), descriptor,
              {"bLength", "bDescriptorType", "bInterfaceNumber", "bAlternateSetting", "bNumEndpoints", "bInterfaceClass",
               "bInterfaceSubClass", "bInterfaceProtocol", "iInterface"});
-    addEndpoints(group, setting.value(QLatin1String("endpoints")).toArray());
+    addEndpoints(group, setting.value(QLatin1String("endpoints")).toArray(), room);
 }
 
 void addInterfaces(DetailRow& parent, const QJsonArray& interfaces)
 {
+    Room room;
     DetailRow& group = parent.add(QStringLiteral("Interfaces (%1)").arg(interfaces.size()));
     int number = 0;
-    for (const QJsonValue& value : interfaces) {
-        const QJsonArray settings = value.toObject().value(QLatin1String("alternateSettings")).toArray();
+    room.forEach(group, interfaces, [&](const QJsonObject& interface) {
+        const QJsonArray settings = interface.value(QLatin1String("alternateSettings")).toArray();
         DetailRow& row =
             group.add(QStringLiteral("Interface %1 - Alternate Settings (%2)").arg(number++).arg(settings.size()));
-        for (const QJsonValue& setting : settings)
-            addAlternateSetting(row, setting.toObject());
-    }
+        room.forEach(row, settings, [&](const QJsonObject& setting) { addAlternateSetting(row, setting, room); });
+    });
 }
 
 } // namespace

@@ -6,5 +6,5 @@
 #include <QJsonObject>
 
 /// The rows for a device's configuration, as DeviceConfigDialog describes them, beneath a top row without text.
-/// Descriptor texts: not translated.
+/// Descriptor texts: not translated. Of configurations with thousands of array elements, the rest is only counted.
 DetailRow deviceConfigRows(const QJsonObject& config);

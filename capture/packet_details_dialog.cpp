@@ -4,16 +4,37 @@
 
 #include <QDialogButtonBox>
 #include <QHeaderView>
-#include <QPushButton>
+#include <QStyledItemDelegate>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace {
+
+/// Gives a value as many lines as it takes in its column.
+class WrappingDelegate final : public QStyledItemDelegate
+{
+public:
+    explicit WrappingDelegate(QTreeWidget* tree) : QStyledItemDelegate(tree), m_tree(tree) {}
+
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override
+    {
+        const QSize oneLine = QStyledItemDelegate::sizeHint(option, index);
+        const int margin = 2 * (m_tree->style()->pixelMetric(QStyle::PM_FocusFrameHMargin) + 1);
+        const QRect room(0, 0, m_tree->columnWidth(index.column()) - margin, 1 << 20);
+        const QString text = index.data().toString();
+        const int wrapped = option.fontMetrics.boundingRect(room, Qt::TextWordWrap, text).height();
+        return {oneLine.width(), oneLine.height() + std::max(0, wrapped - option.fontMetrics.height())};
+    }
+
+private:
+    QTreeWidget* m_tree;
+};
 
 QTreeWidgetItem* itemOf(const DetailRow& row)
 {
     auto* item = new QTreeWidgetItem({row.name, row.value});
-    item->setToolTip(1, row.value.size() > 60 ? row.value : QString());
     for (const DetailRow& child : row.children)
         item->addChild(itemOf(child));
     return item;
@@ -25,7 +46,7 @@ void markAsGroup(QTreeWidgetItem* item, const QPalette& palette)
     bold.setBold(true);
     item->setFont(0, bold);
     for (int column = 0; column < 2; ++column)
-        item->setBackground(column, palette.midlight());
+        item->setBackground(column, palette.button());
 }
 
 } // namespace
@@ -35,13 +56,18 @@ PacketDetailsDialog::PacketDetailsDialog(QWidget* parent) : QDialog(parent), m_t
     setWindowTitle(tr("USBIP Packet Details"));
     m_tree->setHeaderLabels({tr("Field"), tr("Value")});
     m_tree->setWordWrap(true);
+    m_tree->setItemDelegateForColumn(1, new WrappingDelegate(m_tree));
+    m_tree->setVerticalScrollMode(QTreeWidget::ScrollPerPixel);
+    connect(
+        m_tree->header(), &QHeaderView::sectionResized, m_tree, [this] { m_tree->doItemsLayout(); },
+        Qt::QueuedConnection);
     m_tree->header()->resizeSection(0, fontMetrics().averageCharWidth() * 34);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(m_tree);
     layout->addWidget(buttons);
-    resize(680, 560);
+    resize(800, 600);
 }
 
 void PacketDetailsDialog::showPacket(const UsbIPPacketInfo& packet)

@@ -12,13 +12,6 @@ namespace {
 
 constexpr int kItemType = QTreeWidgetItem::UserType + 1;
 
-QVariant alignmentOf(int column)
-{
-    if (column == SequenceColumn || column == LengthColumn)
-        return QVariant(Qt::AlignRight | Qt::AlignVCenter);
-    return {};
-}
-
 QVariant fontOf(int column)
 {
     static const QFont s_fixed = QFontDatabase::systemFont(QFontDatabase::FixedFont);
@@ -73,8 +66,6 @@ QVariant PacketItem::data(int column, int role) const
         return isHighlighted() ? QVariant(QBrush(QColor(255, 255, 200))) : QVariant();
     case Qt::ForegroundRole: // the highlight is light in dark themes too
         return isHighlighted() ? QVariant(QBrush(Qt::black)) : QVariant();
-    case Qt::TextAlignmentRole:
-        return alignmentOf(column);
     case Qt::FontRole:
         return fontOf(column);
     case Qt::ToolTipRole:

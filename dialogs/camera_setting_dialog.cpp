@@ -8,7 +8,6 @@
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFormLayout>
-#include <QHBoxLayout>
 #include <QIcon>
 #include <QLabel>
 #include <QLineEdit>
@@ -52,7 +51,7 @@ CameraSettingDialog::CameraSettingDialog(QWidget* parent, Prompter& prompter, So
     setWindowIcon(QIcon(QStringLiteral(":/icons/res/camera.png")));
     setWindowFlag(Qt::WindowContextHelpButtonHint, false);
     setMinimumWidth(kLeastWidth);
-    buildForm();
+    layOut();
 
     m_droidCamTest = named("droidCamTest", new QTimer(this));
     m_droidCamTest->setSingleShot(true);
@@ -60,75 +59,75 @@ CameraSettingDialog::CameraSettingDialog(QWidget* parent, Prompter& prompter, So
     connect(m_droidCamTest, &QTimer::timeout, this, &CameraSettingDialog::onDroidCamTested);
 }
 
-void CameraSettingDialog::buildForm()
+void CameraSettingDialog::layOut()
 {
-    auto* form = new QFormLayout;
-    addSourceRows(form);
-    addVideoRows(form);
-    addIdentityRows(form);
+    auto* layout = new QVBoxLayout(this);
+    m_form = new QFormLayout;
+    layout->addLayout(m_form);
+    addSourceRows();
+    addVideoRows();
+    addIdentityRows();
     m_isoActive = named("isoActive", new QCheckBox(tr("ISO Active Mode Transfer"), this));
-    form->addRow(m_isoActive);
+    m_form->addRow(m_isoActive);
+    layout->addStretch();
 
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
     connect(buttons, &QDialogButtonBox::accepted, this, &CameraSettingDialog::onAccept);
     connect(buttons, &QDialogButtonBox::rejected, this, &CameraSettingDialog::reject);
-
-    auto* layout = new QVBoxLayout(this);
-    layout->addLayout(form);
-    layout->addStretch();
     layout->addWidget(buttons);
 
-    // Wide enough for every row from the start, so that choosing another source does not change the window's width.
-    const QMargins margins = layout->contentsMargins();
-    resize(sizeHint().expandedTo(QSize(m_network->sizeHint().width() + margins.left() + margins.right(), 0)));
+    // The width that every row needs, so that another source does not change it.
+    const int width = sizeHint().width();
+    showSourceRow(false);
+    resize(width, sizeHint().height());
 }
 
-void CameraSettingDialog::addSourceRows(QFormLayout* form)
+void CameraSettingDialog::addSourceRows()
 {
-    const CameraSettings initial;
     m_file = named("file", new QRadioButton(tr("Video File"), this));
     m_ipCamera = named("ipCamera", new QRadioButton(tr("IP Camera"), this));
     m_droidCam = named("droidCam", new QRadioButton(tr("DroidCam"), this));
     m_file->setChecked(true);
     m_droidCam->setEnabled(false);
-    auto* sources = new QHBoxLayout;
-    for (QRadioButton* button : {m_file, m_ipCamera, m_droidCam}) {
-        sources->addWidget(button);
+    for (QRadioButton* button : {m_file, m_ipCamera, m_droidCam})
         connect(button, &QRadioButton::toggled, this, &CameraSettingDialog::onSourceToggled);
-    }
-    sources->addStretch();
-    addFormRow(form, tr("Input Source:"), sources, m_file);
+    addFormRow(m_form, tr("Input Source:"), {m_file, m_ipCamera, m_droidCam});
 
-    m_path = named("path", new QLineEdit(initial.path, this));
+    m_path = named("path", new QLineEdit(this));
     m_browse = named("browse", new QPushButton(tr("Browse..."), this));
     m_browse->setAutoDefault(false);
     connect(m_browse, &QPushButton::clicked, this, &CameraSettingDialog::onBrowse);
-    auto* file = new QHBoxLayout;
-    file->addWidget(m_path, 1);
-    file->addWidget(m_browse);
-    m_pathLabel = addFormRow(form, tr("Video File Path:"), file, m_path);
+    m_pathLabel = addFormRow(m_form, tr("Video File Path:"), {m_path, m_browse}, m_path);
 
     m_network = new NetworkRow(this);
-    m_network->hide();
     connect(m_network, &NetworkRow::testRequested, this, &CameraSettingDialog::onTest);
-    form->addRow(m_network);
+    m_form->addRow(m_network);
 }
 
-void CameraSettingDialog::addVideoRows(QFormLayout* form)
+void CameraSettingDialog::showSourceRow(bool isStream)
+{
+    constexpr int kIndex = 1; // below the choice of the source
+    setRowVisible(m_form, kIndex, m_pathLabel, m_path->parentWidget(), !isStream);
+    m_path->setVisible(!isStream);
+    m_browse->setVisible(!isStream);
+    setRowVisible(m_form, kIndex, nullptr, m_network, isStream);
+}
+
+void CameraSettingDialog::addVideoRows()
 {
     m_resolution = choice("resolution", cameraResolutions(), this);
     m_frameRate = choice("frameRate", cameraFrameRates(), this);
     m_uvcVersion = choice("uvcVersion", cameraUvcChoices(), this);
     m_usbVersion = choice("usbVersion", cameraUsbChoices(), this);
     m_frameFormat = choice("frameFormat", cameraFrameFormats(), this);
-    addFormRow(form, tr("Resolution:"), m_resolution);
-    addFormRow(form, tr("Frame Rate:"), m_frameRate);
-    addFormRow(form, tr("UVC Version:"), m_uvcVersion);
-    addFormRow(form, tr("USB Version:"), m_usbVersion);
-    addFormRow(form, tr("UVC Frame Format:"), m_frameFormat);
+    addFormRow(m_form, tr("Resolution:"), m_resolution);
+    addFormRow(m_form, tr("Frame Rate:"), m_frameRate);
+    addFormRow(m_form, tr("UVC Version:"), m_uvcVersion);
+    addFormRow(m_form, tr("USB Version:"), m_usbVersion);
+    addFormRow(m_form, tr("UVC Frame Format:"), m_frameFormat);
 }
 
-void CameraSettingDialog::addIdentityRows(QFormLayout* form)
+void CameraSettingDialog::addIdentityRows()
 {
     const CameraSettings initial;
     m_vid = named("vid", new QLineEdit(initial.vid, this));
@@ -137,9 +136,9 @@ void CameraSettingDialog::addIdentityRows(QFormLayout* form)
     auto* id = new QRegularExpressionValidator(QRegularExpression(patterns::kPrefixedId), this);
     m_vid->setValidator(id);
     m_pid->setValidator(id);
-    addFormRow(form, tr("USB VID:"), m_vid);
-    addFormRow(form, tr("USB PID:"), m_pid);
-    addFormRow(form, tr("Device Name:"), m_deviceName);
+    addFormRow(m_form, tr("USB VID:"), m_vid);
+    addFormRow(m_form, tr("USB PID:"), m_pid);
+    addFormRow(m_form, tr("Device Name:"), m_deviceName);
 }
 
 CameraSettings::Source CameraSettingDialog::sourceKind() const
@@ -173,10 +172,7 @@ CameraSettings CameraSettingDialog::settings() const
 void CameraSettingDialog::onSourceToggled()
 {
     const bool isStream = m_ipCamera->isChecked() || m_droidCam->isChecked();
-    m_pathLabel->setVisible(!isStream);
-    m_path->setVisible(!isStream);
-    m_browse->setVisible(!isStream);
-    m_network->setVisible(isStream);
+    showSourceRow(isStream);
     m_isoActive->setChecked(isStream);
 }
 

@@ -39,15 +39,17 @@ private slots:
     void onAccept();
 
 private:
-    void buildForm();
-    void addSourceRows(QFormLayout* form);
-    void addVideoRows(QFormLayout* form);
-    void addIdentityRows(QFormLayout* form);
+    void layOut();
+    void addSourceRows();
+    void addVideoRows();
+    void addIdentityRows();
+    void showSourceRow(bool isStream);
     CameraSettings::Source sourceKind() const;
     bool takeOver(const QString& source);
 
     Prompter& m_prompter;
     const SourceCheck m_check;
+    QFormLayout* m_form = nullptr;
     QLineEdit* m_vid = nullptr;
     QLineEdit* m_pid = nullptr;
     QLineEdit* m_deviceName = nullptr;

@@ -18,11 +18,15 @@ Widget* named(const char* name, Widget* widget)
     return widget;
 }
 
-/// Adds a row; the label names `field` to assistive tools. It is returned for rows that are hidden at times.
+/// Adds a row; the label names `field` to assistive tools. It is returned for rows that come and go.
 QLabel* addFormRow(QFormLayout* form, const QString& text, QWidget* field);
 
-/// The same for several widgets side by side; the label belongs to `buddy`.
-QLabel* addFormRow(QFormLayout* form, const QString& text, QLayout* fields, QWidget* buddy);
+/// The same for several widgets side by side, of which the first gets the label and `stretched` the width.
+QLabel* addFormRow(QFormLayout* form, const QString& text, const QList<QWidget*>& fields, QWidget* stretched = nullptr);
+
+/// Shows a row at `index`, or hides its widgets and takes it out: a form keeps the spacing of a row that is only
+/// hidden. `label` is null for a field that spans both columns.
+void setRowVisible(QFormLayout* form, int index, QLabel* label, QWidget* field, bool visible);
 
 /// Never narrower than `text` needs in the edit's font.
 void widenFor(QLineEdit* edit, const QString& text);

@@ -63,8 +63,11 @@ void MicrophoneSettingDialog::layOut()
     layout->addWidget(buttons);
 
     alignLabels(findChildren<QFormLayout*>());
-    m_networkLabel->hide();
-    m_network->hide();
+    // The width that every row needs, so that another source does not change it.
+    const int width = sizeHint().width();
+    showSourceRow(false);
+    m_audioForm->activate();
+    resize(width, sizeHint().height());
 }
 
 QGroupBox* MicrophoneSettingDialog::deviceGroup()
@@ -115,42 +118,46 @@ QGroupBox* MicrophoneSettingDialog::audioGroup()
 {
     const MicrophoneSettings initial;
     auto* group = new QGroupBox(tr("Audio Settings"), this);
-    auto* form = new QFormLayout(group);
-    addSourceRows(form);
+    m_audioForm = new QFormLayout(group);
+    addSourceRows(group);
 
     m_channels = named("channels", new QSpinBox(group));
     m_channels->setRange(1, kMostMicrophoneChannels);
     m_channels->setValue(initial.channels);
     m_channels->setToolTip(tr("Number of audio channels (1=mono, 2=stereo, etc.)"));
     m_channels->setEnabled(false);
-    addFormRow(form, tr("Channels:"), m_channels);
+    addFormRow(m_audioForm, tr("Channels:"), m_channels);
 
     m_sampleRate = named("sampleRate", new QComboBox(group));
     m_sampleRate->setEnabled(false);
-    addFormRow(form, tr("Sample Rate (Hz):"), m_sampleRate);
+    addFormRow(m_audioForm, tr("Sample Rate (Hz):"), m_sampleRate);
 
     m_loop = named("loop", new QCheckBox(tr("Loop audio playback"), group));
     m_loop->setToolTip(tr("Automatically restart audio playback when finished"));
     m_loop->setChecked(initial.loop);
-    addFormRow(form, tr("Playback:"), m_loop);
+    addFormRow(m_audioForm, tr("Playback:"), m_loop);
     return group;
 }
 
-void MicrophoneSettingDialog::addSourceRows(QFormLayout* form)
+void MicrophoneSettingDialog::addSourceRows(QWidget* group)
 {
-    QWidget* group = form->parentWidget();
     m_path = edit("path", MicrophoneSettings().path, tr("Select audio file..."), group);
     m_browse = named("browse", new QPushButton(tr("Browse..."), group));
     m_browse->setAutoDefault(false);
     connect(m_browse, &QPushButton::clicked, this, &MicrophoneSettingDialog::onBrowse);
-    auto* file = new QHBoxLayout;
-    file->addWidget(m_path, 1);
-    file->addWidget(m_browse);
-    m_pathLabel = addFormRow(form, tr("Audio File:"), file, m_path);
+    m_pathLabel = addFormRow(m_audioForm, tr("Audio File:"), {m_path, m_browse}, m_path);
 
     m_network = new NetworkRow(group);
     connect(m_network, &NetworkRow::testRequested, this, &MicrophoneSettingDialog::onTestNetwork);
-    m_networkLabel = addFormRow(form, tr("Network:"), m_network);
+    m_networkLabel = addFormRow(m_audioForm, tr("Network:"), m_network);
+}
+
+void MicrophoneSettingDialog::showSourceRow(bool isNetwork)
+{
+    setRowVisible(m_audioForm, 0, m_pathLabel, m_path->parentWidget(), !isNetwork);
+    m_path->setVisible(!isNetwork);
+    m_browse->setVisible(!isNetwork);
+    setRowVisible(m_audioForm, 0, m_networkLabel, m_network, isNetwork);
 }
 
 MicrophoneSettings MicrophoneSettingDialog::settings() const
@@ -249,11 +256,7 @@ void MicrophoneSettingDialog::updateSampleRateOptions()
 void MicrophoneSettingDialog::onInputSourceChanged()
 {
     const bool isNetwork = m_ipCam->isChecked();
-    m_pathLabel->setVisible(!isNetwork);
-    m_path->setVisible(!isNetwork);
-    m_browse->setVisible(!isNetwork);
-    m_networkLabel->setVisible(isNetwork);
-    m_network->setVisible(isNetwork);
+    showSourceRow(isNetwork);
     if (isNetwork)
         m_uacVersion->setCurrentIndex(kUac1Index);
     m_uacVersion->setEnabled(!isNetwork);

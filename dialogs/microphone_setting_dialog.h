@@ -43,7 +43,8 @@ private:
     QGroupBox* deviceGroup();
     QGroupBox* sourceGroup();
     QGroupBox* audioGroup();
-    void addSourceRows(QFormLayout* form);
+    void addSourceRows(QWidget* group);
+    void showSourceRow(bool isNetwork);
     void layOut();
     void acceptNetwork(const MicrophoneSettings& chosen);
     void acceptFile(const MicrophoneSettings& chosen);
@@ -52,6 +53,7 @@ private:
 
     Prompter& m_prompter;
     const SourceCheck m_check;
+    QFormLayout* m_audioForm = nullptr;
     QLineEdit* m_vid = nullptr;
     QLineEdit* m_pid = nullptr;
     QLineEdit* m_deviceName = nullptr;

@@ -57,7 +57,7 @@ NetworkSource NetworkRow::source() const
 void NetworkRow::setTesting(bool testing)
 {
     if (testing)
-        m_returnFocus = m_test->hasFocus(); // disabling it hands the focus on
+        m_returnFocus = window()->focusWidget() == m_test; // disabling it hands the focus on
     m_test->setEnabled(!testing);
     m_test->setText(testing ? tr("Testing...") : tr("Test Network"));
     m_test->repaint();

@@ -39,6 +39,7 @@ bool AVEncoder::pushPackets()
             return true;
         if (result < 0)
             return false;
+        m_packet->duration = 1; // One unit of the time base; not every encoder says so.
         const bool accepted = pushPacket(m_packet.get());
         av_packet_unref(m_packet.get());
         if (!accepted)

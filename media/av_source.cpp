@@ -5,6 +5,8 @@
 AVSource::AVSource(bool isVideo, const AVCodecParameters& parameters, const AVStream& stream)
     : m_isVideo(isVideo)
     , m_streamIndex(stream.index)
+    , m_timeBase(stream.time_base)
+    , m_averageRate(stream.avg_frame_rate)
 {
     m_codecId = parameters.codec_id;
     m_codecParameters.reset(avcodec_parameters_alloc());

@@ -9,7 +9,9 @@
 
 namespace {
 
-const QString kData = QStringLiteral(PLUGBOARD_TEST_DATA);
+// With a drive where the system has them, as paths that programs print have one.
+const QString kData = QDir(QStringLiteral(PLUGBOARD_TEST_DATA)).absolutePath();
+const QString kSample = QDir(QStringLiteral(PLUGBOARD_SAMPLE_DRIVER)).absolutePath();
 
 /// Words between spaces, those in quotes as they are.
 QStringList wordsOf(const QString& line)
@@ -26,7 +28,7 @@ QStringList wordsOf(const QString& line)
 QString filledIn(QString text)
 {
     return text.replace(QStringLiteral("{data}"), kData)
-        .replace(QStringLiteral("{sample}"), QStringLiteral(PLUGBOARD_SAMPLE_DRIVER))
+        .replace(QStringLiteral("{sample}"), kSample)
         .replace(QStringLiteral("{long}"), kData + QStringLiteral("/") + QString(260, QLatin1Char('l')))
         .replace(QStringLiteral("{257}"), QString(257, QLatin1Char('i')));
 }
@@ -36,8 +38,7 @@ QString withoutFolders(const QString& text)
 {
     QStringList lines = text.split(QLatin1Char('\n'));
     for (QString& line : lines)
-        for (const auto& [folder, name] :
-             {std::pair(kData, "{data}"), std::pair(QStringLiteral(PLUGBOARD_SAMPLE_DRIVER), "{sample}")}) {
+        for (const auto& [folder, name] : {std::pair(kData, "{data}"), std::pair(kSample, "{sample}")}) {
             for (const QString& form : {folder, QDir::toNativeSeparators(folder)})
                 if (line.contains(form))
                     line = line.replace(form, QLatin1String(name))

@@ -54,7 +54,7 @@ void CaptureWindow::makeMenus()
     copy->setShortcutContext(Qt::WidgetShortcut); // in the text filter the keys copy text
     connect(copy, &QAction::triggered, this, &CaptureWindow::copyRow);
     m_jump = new QAction(tr("&Jump to Request or Reply"), this);
-    m_jump->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_J));
+    m_jump->setShortcut(QKeySequence(QStringLiteral("Ctrl+J")));
     connect(m_jump, &QAction::triggered, this, [this] {
         if (!jumpToCounterpart())
             statusBar()->showMessage(tr("The other packet of this transfer is not in the table."), 4000);

@@ -55,6 +55,11 @@ void PacketFileWriter::setStream(const AVCodecParameters& parameters, AVRational
     m_parameters.reset(avcodec_parameters_alloc());
     avcodec_parameters_copy(m_parameters.get(), &parameters);
     m_parameters->codec_tag = 0; // The source container's own tag means nothing in another one.
+    // Their packets are in start-code form by now; headers in the source container's form would contradict them.
+    if (parameters.codec_id == AV_CODEC_ID_H264 || parameters.codec_id == AV_CODEC_ID_HEVC) {
+        av_freep(&m_parameters->extradata);
+        m_parameters->extradata_size = 0;
+    }
     m_timeBase = timeBase;
 }
 
@@ -81,7 +86,12 @@ bool PacketFileWriter::open(const AVPacket& first)
 
 bool PacketFileWriter::pushPacket(AVPacket* packet)
 {
-    if (!m_error.isEmpty() || (!m_context && !open(*packet)))
+    if (!m_error.isEmpty())
+        return false;
+    // A file starts with a picture that stands by itself; reading may have begun behind it.
+    if (!m_context && !(packet->flags & AV_PKT_FLAG_KEY))
+        return true;
+    if (!m_context && !open(*packet))
         return false;
     CountingSink::pushPacket(packet);
     const ffmpeg::Packet copy(av_packet_clone(packet));

@@ -11,3 +11,6 @@ void walkDevices(Tour& tour);
 
 /// A security key from its settings to its deletion: sign-in, registration, denial, PIN, clearing.
 void walkSecurityKey(Tour& tour);
+
+/// Cameras and microphones from files and streams, through their dialogs.
+void walkSettings(Tour& tour);

@@ -1,0 +1,96 @@
+// links: plugboard::capture plugboard::usb_sessions
+// capture_decode_benchmark.cpp: bytes of the capture channel to decoded, stored packets, against a packet analyser that
+// decodes fields of the same packets from a file.
+#include "benchmarks/report.h"
+#include "capture/capture_client.h"
+#include "capture/pcapng_file.h"
+#include "tools/usb_daemon/sessions/device_session.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <vector>
+
+namespace {
+
+constexpr int kPackets = 200'000;
+constexpr int kRounds = 3;
+constexpr int kRead = 64 * 1024; // bytes of a read from the socket
+
+/// Traffic of all device types, a slice of each at a time.
+QByteArray traffic()
+{
+    std::vector<std::unique_ptr<DeviceSession>> sessions;
+    std::uint32_t id = 0x10001;
+    for (const QString& type : deviceSessionTypes())
+        sessions.push_back(makeDeviceSession(type, id++));
+    QByteArray frames;
+    for (std::size_t packet = 0; packet < kPackets; ++packet)
+        frames += packetFrame(sessions[packet / 100 % sessions.size()]->nextPacket(), 1700000000000);
+    return frames;
+}
+
+/// Packets/s of the client, from the bytes of its reads to its lists.
+double ourRate(const std::vector<QByteArray>& reads)
+{
+    UsbIPCaptureClient client;
+    const double milliseconds = millisecondsOf([&] {
+        for (const QByteArray& read : reads)
+            client.receive(read);
+    });
+    return kPackets / (milliseconds / 1000);
+}
+
+void writeCapture(const QString& path, const QByteArray& frames)
+{
+    UsbIPCaptureClient client;
+    client.receive(frames);
+    PcapngFile::PacketList all;
+    for (std::uint32_t id = 0x10001; id <= 0x10008; ++id)
+        all.insert(all.end(), client.packets(id).begin(), client.packets(id).end());
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly))
+        PcapngFile::write(file, all);
+}
+
+double analyserMilliseconds(const QString& path)
+{
+    QStringList arguments{QStringLiteral("-n"), QStringLiteral("-r"), path, QStringLiteral("-T"),
+                          QStringLiteral("fields")};
+    for (const char* field : {"usb.urb_id", "usb.urb_type", "usb.transfer_type", "usb.endpoint_address", "usb.urb_len",
+                              "usb.urb_status", "usb.bmRequestType", "usb.setup.bRequest"})
+        arguments << QStringLiteral("-e") << QLatin1String(field);
+    return millisecondsOf([&] {
+        QProcess process;
+        process.setStandardOutputFile(QProcess::nullDevice());
+        process.setStandardErrorFile(QProcess::nullDevice());
+        process.start(QStringLiteral("tshark"), arguments);
+        process.waitForFinished(-1);
+    });
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    const QTemporaryDir folder;
+    const QString full = folder.filePath(QStringLiteral("full.pcapng"));
+    const QString empty = folder.filePath(QStringLiteral("empty.pcapng"));
+    const QByteArray frames = traffic();
+    writeCapture(full, frames);
+    writeCapture(empty, {});
+    std::vector<QByteArray> reads;
+    for (int begin = 0; begin < frames.size(); begin += kRead)
+        reads.push_back(frames.mid(begin, kRead));
+
+    // What the analyser takes to start is not held against it.
+    const PairOfMedians rates = measureInTurn(
+        kRounds, [&] { return ourRate(reads); },
+        [&] { return kPackets / ((analyserMilliseconds(full) - analyserMilliseconds(empty)) / 1000); });
+    report("capture_decode", "packets/s", rates.ours, "tshark -T fields, its start left out", rates.peer,
+           "20 times its packets per second");
+    return 0;
+}

@@ -29,7 +29,6 @@ private slots:
     void testsTheNetwork();
 };
 
-
 namespace {
 
 const QString kWarning = QStringLiteral("Warning");

@@ -1,10 +1,15 @@
 #include "app/command_line.h"
 
+#include "app/device_settings.h"
+
 #include <QCommandLineParser>
 #include <QCoreApplication>
 
 namespace {
 
+// Not the parser's own help option, which brings a "--help-all" with it.
+const QCommandLineOption kHelp({QStringLiteral("h"), QStringLiteral("help")},
+                               QStringLiteral("Print this help and exit."));
 const QCommandLineOption kDemo(QStringLiteral("demo"),
                                QStringLiteral("Use a simulated device tree instead of the system's driver store."));
 const QCommandLineOption kCreate(QStringLiteral("create"),
@@ -18,21 +23,67 @@ const QCommandLineOption kDelete(QStringLiteral("delete"),
                                  QStringLiteral("End the device with this process id and exit."),
                                  QStringLiteral("PID"));
 
+/// Made when it is first needed, for its text is put together from what other files know.
+const QCommandLineOption& setOption()
+{
+    static const QCommandLineOption option(
+        QStringLiteral("set"),
+        QStringLiteral("A setting of the device of the --create before it, which is then created without a dialog. "
+                       "Can be given several times: %1.")
+            .arg(settingsHelp()),
+        QStringLiteral("NAME=VALUE"));
+    return option;
+}
+
 PrintRequest usageError(const QString& what)
 {
     return {what + QStringLiteral("\nTry --help.\n"), true};
+}
+
+/// A --create with the --set options that follow it.
+struct CreateOption
+{
+    QString word;
+    QStringList assignments;
+};
+
+/// In the order of the command line; nothing when a --set comes before the first --create.
+std::optional<std::vector<CreateOption>> createOptions(const QCommandLineParser& parser)
+{
+    std::vector<CreateOption> options;
+    QStringList words = parser.values(kCreate);
+    QStringList assignments = parser.values(setOption());
+    const QStringList names = parser.optionNames();
+    for (const QString& name : names) {
+        if (kCreate.names().contains(name))
+            options.push_back({words.takeFirst(), {}});
+        else if (setOption().names().contains(name) && options.empty())
+            return std::nullopt;
+        else if (setOption().names().contains(name))
+            options.back().assignments << assignments.takeFirst();
+    }
+    return options;
 }
 
 Request parseWindowRequest(const QCommandLineParser& parser)
 {
     WindowRequest request;
     request.demo = parser.isSet(kDemo);
-    const QStringList words = parser.values(kCreate);
-    for (const QString& word : words) {
-        const auto type = deviceTypeFromWord(word);
+    const auto options = createOptions(parser);
+    if (!options)
+        return usageError(QStringLiteral("--set goes after the --create that it belongs to."));
+    for (const CreateOption& option : *options) {
+        const auto type = deviceTypeFromWord(option.word);
         if (!type)
-            return usageError(QStringLiteral("Unknown device type '%1'.").arg(word));
-        request.toCreate.push_back(*type);
+            return usageError(QStringLiteral("Unknown device type '%1'.").arg(option.word));
+        CreationRequest creation{*type};
+        if (!option.assignments.isEmpty()) {
+            const ScriptedParameters scripted = scriptedParameters(*type, option.assignments);
+            if (!scripted.error.isEmpty())
+                return usageError(QStringLiteral("--create %1: %2").arg(option.word, scripted.error));
+            creation.parameters = scripted.list;
+        }
+        request.toCreate.push_back(std::move(creation));
     }
     return request;
 }
@@ -52,13 +103,12 @@ Request parseCommandLine(const QStringList& arguments)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Creates, lists and removes virtual USB devices."));
-    const QCommandLineOption help = parser.addHelpOption();
     const QCommandLineOption version = parser.addVersionOption();
-    parser.addOptions({kDemo, kCreate, kList, kJson, kDelete});
+    parser.addOptions({kHelp, kDemo, kCreate, setOption(), kList, kJson, kDelete});
 
     if (!parser.parse(arguments))
         return usageError(parser.errorText());
-    if (parser.isSet(help))
+    if (parser.isSet(kHelp))
         return PrintRequest{parser.helpText()};
     if (parser.isSet(version))
         return PrintRequest{QStringLiteral("Plugboard %1\n").arg(QStringLiteral(PLUGBOARD_VERSION))};
@@ -68,9 +118,10 @@ Request parseCommandLine(const QStringList& arguments)
         return usageError(QStringLiteral("--list and --delete do not go together."));
     if (parser.isSet(kJson) && !parser.isSet(kList))
         return usageError(QStringLiteral("--json goes with --list."));
-    if ((parser.isSet(kList) || parser.isSet(kDelete)) && (parser.isSet(kCreate) || parser.isSet(kDemo)))
+    if ((parser.isSet(kList) || parser.isSet(kDelete)) &&
+        (parser.isSet(kCreate) || parser.isSet(setOption()) || parser.isSet(kDemo)))
         return usageError(
-            QStringLiteral("--list and --delete open no window: --demo and --create do not go with them."));
+            QStringLiteral("--list and --delete open no window: --demo, --create and --set do not go with them."));
     if (parser.isSet(kList))
         return ListRequest{parser.isSet(kJson)};
     if (parser.isSet(kDelete))

@@ -1,7 +1,7 @@
 // command_line.h: what the command line asks the program to do.
 #pragma once
 
-#include "devices/device_type.h"
+#include "app/creation_slots.h"
 
 #include <QStringList>
 
@@ -12,8 +12,8 @@
 /// Open the window.
 struct WindowRequest
 {
-    bool demo = false;                ///< a simulated device tree instead of the system's driver store
-    std::vector<DeviceType> toCreate; ///< in order, once the window is shown
+    bool demo = false;                     ///< a simulated device tree instead of the system's driver store
+    std::vector<CreationRequest> toCreate; ///< in order, once the window is shown
 };
 
 /// Print the devices that run, without a window.
@@ -37,5 +37,6 @@ struct PrintRequest
 
 using Request = std::variant<WindowRequest, ListRequest, DeleteRequest, PrintRequest>;
 
-/// Reads the arguments, of which the first is the program's name.
+/// Reads the arguments, of which the first is the program's name. Relative files in settings count from the current
+/// folder.
 Request parseCommandLine(const QStringList& arguments);

@@ -1,7 +1,27 @@
 #include "app/creation_slots.h"
 
+#include "devices/parameter_list.h"
+
 #include <QMetaObject>
 #include <QTimer>
+
+#include <functional>
+
+namespace {
+
+void invoke(QObject* window, const CreationRequest& request)
+{
+    if (request.parameters.isEmpty()) {
+        QMetaObject::invokeMethod(window, creationSlot(request.type).constData(), Qt::DirectConnection);
+        return;
+    }
+    const std::function<void(qint64)> nothingMore = [](qint64) {};
+    QMetaObject::invokeMethod(
+        window, "CallUsbDaemon", Qt::DirectConnection, Q_ARG(QString, deviceTypeWord(request.type)),
+        Q_ARG(QString, joinParameters(request.parameters)), Q_ARG(std::function<void(qint64)>, nothingMore));
+}
+
+} // namespace
 
 QByteArray creationSlot(DeviceType type)
 {
@@ -26,13 +46,13 @@ QByteArray creationSlot(DeviceType type)
     return {};
 }
 
-void invokeCreationSlots(QObject* window, std::vector<DeviceType> types)
+void invokeCreationSlots(QObject* window, std::vector<CreationRequest> requests)
 {
-    if (types.empty())
+    if (requests.empty())
         return;
-    QTimer::singleShot(0, window, [window, types = std::move(types)]() mutable {
-        QMetaObject::invokeMethod(window, creationSlot(types.front()).constData(), Qt::DirectConnection);
-        types.erase(types.begin());
-        invokeCreationSlots(window, std::move(types));
+    QTimer::singleShot(0, window, [window, requests = std::move(requests)]() mutable {
+        invoke(window, requests.front());
+        requests.erase(requests.begin());
+        invokeCreationSlots(window, std::move(requests));
     });
 }

@@ -4,6 +4,7 @@
 #include "devices/device_type.h"
 
 #include <QByteArray>
+#include <QStringList>
 
 #include <vector>
 
@@ -12,5 +13,13 @@ class QObject;
 /// Name of the main window's slot that creates a device of that type.
 QByteArray creationSlot(DeviceType type);
 
-/// Invokes the creation slots of `types` on `window` in order, each in an event-loop turn of its own.
-void invokeCreationSlots(QObject* window, std::vector<DeviceType> types);
+/// A device that the command line asks for.
+struct CreationRequest
+{
+    DeviceType type = DeviceType::Camera;
+    QStringList parameters = {}; ///< its parameter list; empty: the creation slot finds out what to create
+};
+
+/// Creates the devices on `window` in order, each in an event-loop turn of its own: those with parameters through its
+/// slot CallUsbDaemon, the others through the creation slot of their type.
+void invokeCreationSlots(QObject* window, std::vector<CreationRequest> requests);

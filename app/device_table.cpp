@@ -16,6 +16,7 @@ DeviceTable::DeviceTable(QWidget* parent) : QTableWidget(kMinimumRows, kColumns,
     setSelectionMode(QAbstractItemView::SingleSelection);
     setShowGrid(true);
     setTabKeyNavigation(false);
+    setWordWrap(false); // a long name is cut at its last letter that fits, not at its last word
     horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
     horizontalHeader()->setHighlightSections(false);
     verticalHeader()->setHighlightSections(false);

@@ -1,16 +1,30 @@
 // main.cpp: the program's entry: window, or one command for a script.
+#include "app/bus_driver_check.h"
 #include "app/command_line.h"
 #include "app/creation_slots.h"
 #include "app/main_window.h"
 #include "app/script_commands.h"
 #include "app/standard_streams.h"
 #include "app/startup_fetch.h"
+#include "driver/platform/system_platform.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QIcon>
 
 namespace {
+
+constexpr int kFailure = 2; ///< exit code of everything that opens no window
+
+/// False when the program must end: the user does not want the bus driver, or it could not be installed.
+bool checkBusDriver(bool simulated)
+{
+    const std::wstring folder = QCoreApplication::applicationDirPath().toStdWString();
+    const auto platform =
+        simulated ? driver::simulatedPlatform(driver::simulatedTreeFile(folder)) : driver::systemPlatform(folder);
+    driver::BusDriverSetup setup(*platform, folder);
+    return ensureBusDriver(setup);
+}
 
 int runWindow(int argc, char** argv, const WindowRequest& request)
 {
@@ -19,6 +33,8 @@ int runWindow(int argc, char** argv, const WindowRequest& request)
     QApplication application(argc, argv);
     QDir::setCurrent(QCoreApplication::applicationDirPath());
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/res/logo.png")));
+    if (!checkBusDriver(request.demo))
+        return -1;
 
     MainWindow window;
     window.show();
@@ -32,15 +48,14 @@ int runScript(int argc, char** argv, const std::function<ScriptResult(const Devi
     const QCoreApplication application(argc, argv);
     QDir::setCurrent(QCoreApplication::applicationDirPath());
     const ScriptResult result = command(DeviceRecordManager());
-    printOut(result.output);
-    printError(result.error);
-    return result.exitCode;
+    const bool printed = printOut(result.output) && printError(result.error);
+    return printed ? result.exitCode : kFailure; // a script must not take part of a list for the whole
 }
 
 int print(const PrintRequest& request)
 {
-    (request.isError ? printError : printOut)(request.text);
-    return request.isError ? 2 : 0;
+    const bool printed = (request.isError ? printError : printOut)(request.text);
+    return printed && !request.isError ? 0 : kFailure;
 }
 
 /// An application object of its own: a display must not be needed to ask for help.

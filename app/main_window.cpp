@@ -1,14 +1,18 @@
 #include "app/main_window.h"
 
 #include "app/device_rows.h"
+#include "app/device_settings.h"
 #include "app/device_table.h"
 #include "app/device_type_bar.h"
+#include "app/fido2_desk.h"
 #include "app/process_ender.h"
 #include "app/title_bar.h"
 #include "app/window_body.h"
 #include "devices/device_record_manager.h"
 #include "devices/device_type.h"
 #include "devices/parameter_list.h"
+#include "dialogs/camera_setting_dialog.h"
+#include "dialogs/microphone_setting_dialog.h"
 #include "ui/busy_cursor.h"
 
 #include <QApplication>
@@ -35,9 +39,26 @@ MainWindow::MainWindow(QWidget* parent, Prompter& prompter, MainWindowServices s
         m_services.recordsFolder.isEmpty() ? QCoreApplication::applicationDirPath() : m_services.recordsFolder;
     m_records = new DeviceRecordManager(folder, m_services.takeSnapshot, this);
 
+    openFido2Desk(folder);
+
     buildLayout();
     addShortcuts();
     refreshDevices();
+}
+
+void MainWindow::openFido2Desk(const QString& folder)
+{
+    Fido2Environment environment = Fido2Environment::ofThisProgram();
+    environment.applicationDirectory = folder;
+    m_fido2 = new Fido2Desk(this, environment, *m_records, m_prompter);
+    Fido2Channels* channels = &m_fido2->channels();
+    connect(channels, &Fido2Channels::deviceConnected, this, &MainWindow::onFido2DeviceConnected);
+    connect(channels, &Fido2Channels::deviceDisconnected, this, &MainWindow::onFido2DeviceDisconnected);
+    // Connected to each client, for the slot finds the process id by its sender.
+    connect(channels, &Fido2Channels::clientCreated, this, [this](Fido2Client* client) {
+        connect(client, &Fido2Client::userConfirmationRequestReceived, this,
+                &MainWindow::showFido2UserConfirmationDialog);
+    });
 }
 
 void MainWindow::buildLayout()
@@ -55,6 +76,7 @@ void MainWindow::buildLayout()
     });
 
     m_table = new DeviceTable(this);
+    m_table->setFocus(); // the keys are for devices, not for the button to minimise
     connect(m_table, &QTableWidget::itemDoubleClicked, this, &MainWindow::onTableItemDoubleClicked);
     connect(m_table, &QWidget::customContextMenuRequested, this, &MainWindow::onTableWidgetContextMenu);
 
@@ -102,13 +124,17 @@ void MainWindow::CallUsbDaemon(const QString& devType, const QString& args, cons
     callback(*processId);
 }
 
-void MainWindow::createFixedDevice(const QString& typeWord, const QStringList& fields)
+void MainWindow::createDevice(const QString& typeWord, const QStringList& fields)
 {
     CallUsbDaemon(typeWord, joinParameters(fields), [](qint64) {});
 }
 
 void MainWindow::onCreateCamera()
-{}
+{
+    CameraSettingDialog dialog(nullptr, m_prompter);
+    if (dialog.exec() == QDialog::Accepted)
+        createDevice(deviceTypeWord(DeviceType::Camera), parameterList(dialog.settings()));
+}
 
 void MainWindow::onCreateMouse()
 {
@@ -117,29 +143,39 @@ void MainWindow::onCreateMouse()
 }
 
 void MainWindow::onCreateFido2()
-{}
+{
+    const std::optional<Fido2Parameters> key = m_fido2->askForKey();
+    if (!key)
+        return;
+    CallUsbDaemon(deviceTypeWord(DeviceType::Fido2), joinParameters(fido2ParameterList(*key)),
+                  [this](qint64 processId) { m_fido2->channels().add(processId); });
+}
 
 void MainWindow::onCreateUsbIp()
 {
-    createFixedDevice(deviceTypeWord(DeviceType::UsbIp), usbIpParameterList(QStringLiteral(DEFAULT_LAN_ADDRESS)));
+    createDevice(deviceTypeWord(DeviceType::UsbIp), usbIpParameterList(QStringLiteral(DEFAULT_LAN_ADDRESS)));
 }
 
 void MainWindow::onCreateMicrophone()
-{}
+{
+    MicrophoneSettingDialog dialog(nullptr, m_prompter);
+    if (dialog.exec() == QDialog::Accepted)
+        createDevice(deviceTypeWord(DeviceType::Microphone), parameterList(dialog.settings()));
+}
 
 void MainWindow::onCreateSpeaker()
 {
-    createFixedDevice(deviceTypeWord(DeviceType::Speaker), speakerParameterList());
+    createDevice(deviceTypeWord(DeviceType::Speaker), speakerParameterList());
 }
 
 void MainWindow::onCreateUsbStorage()
 {
-    createFixedDevice(deviceTypeWord(DeviceType::Storage), storageParameterList());
+    createDevice(deviceTypeWord(DeviceType::Storage), storageParameterList());
 }
 
 void MainWindow::onCreateKeyboard()
 {
-    createFixedDevice(deviceTypeWord(DeviceType::Keyboard), keyboardParameterList());
+    createDevice(deviceTypeWord(DeviceType::Keyboard), keyboardParameterList());
 }
 
 void MainWindow::onTableItemDoubleClicked(QTableWidgetItem* item)
@@ -163,6 +199,7 @@ void MainWindow::deleteDevice(int row)
                                  .arg(device.name, QString::number(processId));
     if (!m_prompter.question(this, tr("Confirm Deletion"), question) || !endDevice(processId))
         return;
+    m_fido2->dropDevice(processId);
     if (place.isValid())
         m_table->removeDevice(place.row());
     m_prompter.information(this, tr("Success"), tr("Device \"%1\" has been successfully deleted").arg(device.name));
@@ -217,8 +254,11 @@ void MainWindow::refreshDevices()
         return;
     }
     const auto devices = m_records->restoreDevices();
-    for (const DeviceRecordManager::RestoredDevice& device : devices)
+    for (const DeviceRecordManager::RestoredDevice& device : devices) {
         m_table->addDevice(restoredDeviceRow(device), restoredDeviceIcon(device));
+        if (device.running && deviceTypeFromRecordCode(device.record.deviceType) == DeviceType::Fido2)
+            m_fido2->channels().add(device.record.processId);
+    }
 }
 
 void MainWindow::copySelectedRow()
@@ -228,8 +268,13 @@ void MainWindow::copySelectedRow()
         QApplication::clipboard()->setText(m_table->cellTexts(row).join(QLatin1Char('\t')));
 }
 
-void MainWindow::showDeviceDetails(int)
-{}
+void MainWindow::showDeviceDetails(int row)
+{
+    if (const auto device = m_table->identityAt(row))
+        m_fido2->showDetails(device->name, device->processId, m_table->cellTexts(row).at(DeviceTable::kTypeColumn));
+    else
+        m_prompter.warning(this, tr("Error"), tr("No device found at selected row"));
+}
 
 void MainWindow::onFido2DeviceConnected(qint64 processId)
 {
@@ -241,8 +286,10 @@ void MainWindow::onFido2DeviceDisconnected(qint64 processId)
     qDebug() << "FIDO2 device disconnected, process" << processId;
 }
 
-void MainWindow::showFido2UserConfirmationDialog(const QString&, const QJsonObject&)
-{}
+void MainWindow::showFido2UserConfirmationDialog(const QString& operation, const QJsonObject& request)
+{
+    m_fido2->ask(sender(), operation, request);
+}
 
 void MainWindow::paintEvent(QPaintEvent*)
 {

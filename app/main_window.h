@@ -13,6 +13,7 @@
 
 class DeviceRecordManager;
 class DeviceTable;
+class Fido2Desk;
 class QTableWidgetItem;
 class TitleBar;
 
@@ -22,7 +23,7 @@ struct MainWindowServices
     DeviceLauncher launcher;
     std::function<KillCommand(qint64)> killCommand = ::killCommand;
     TakeProcessSnapshot takeSnapshot = &ProcessSnapshot::take;
-    QString recordsFolder; ///< empty for the application directory
+    QString recordsFolder; ///< of records and of the folder "fido2"; empty for the application directory
 };
 
 /// GUI thread only. Starting a device blocks up to 30 s, ending one up to 5 s. Devices outlive the window.
@@ -72,7 +73,8 @@ protected:
 private:
     void buildLayout();
     void addShortcuts();
-    void createFixedDevice(const QString& typeWord, const QStringList& fields);
+    void openFido2Desk(const QString& folder);
+    void createDevice(const QString& typeWord, const QStringList& fields);
     void deleteDevice(int row);
     bool endDevice(qint64 processId);
     void copySelectedRow();
@@ -80,6 +82,7 @@ private:
     Prompter& m_prompter;
     MainWindowServices m_services;
     DeviceRecordManager* m_records = nullptr;
+    Fido2Desk* m_fido2 = nullptr;
     TitleBar* m_titleBar = nullptr;
     DeviceTable* m_table = nullptr;
     bool m_dragging = false;

@@ -27,6 +27,16 @@ QJsonObject describe(const DeviceRecordManager::RestoredDevice& device)
             {QStringLiteral("running"), device.running}};
 }
 
+/// One line with tabs between the cells. A name can hold any character: no control character of it may end the cell or
+/// reach a terminal.
+QString lineOf(QStringList cells)
+{
+    for (QString& cell : cells)
+        std::replace_if(
+            cell.begin(), cell.end(), [](QChar c) { return c.category() == QChar::Other_Control; }, QLatin1Char('?'));
+    return cells.join(QLatin1Char('\t')) + QLatin1Char('\n');
+}
+
 /// Killing is asynchronous: the process may still be seen for a moment after the tool has ended.
 bool waitUntilGone(const DeviceRecordManager& records, qint64 processId)
 {
@@ -52,7 +62,7 @@ ScriptResult listDevices(const DeviceRecordManager& records, bool json)
     }
     QString lines;
     for (const auto& device : devices)
-        lines += restoredDeviceRow(device).join(QLatin1Char('\t')) + QLatin1Char('\n');
+        lines += lineOf(restoredDeviceRow(device));
     return {0, lines, {}};
 }
 

@@ -15,9 +15,10 @@ struct ScriptResult
     QString error;  ///< for standard error
 };
 
-/// The devices that a table refresh would show, one a line with tabs, or a JSON array.
+/// The devices that a table refresh would show, one a line with tabs between its cells ('?' stands for a control
+/// character), or a JSON array.
 ScriptResult listDevices(const DeviceRecordManager& records, bool json);
 
-/// Ends the device with that process id and removes its record. A process that is no device is left alone.
+/// Ends the device with that process id and removes its record. A process without a record is left alone.
 ScriptResult deleteDevice(const DeviceRecordManager& records, qint64 processId,
                           const std::function<KillCommand(qint64)>& toolFor = killCommand);

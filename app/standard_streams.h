@@ -4,6 +4,7 @@
 #include <QString>
 
 /// Write UTF-8 text to the standard streams. A program with a window has none of its own on Windows: there the console
-/// that it was started from is used, unless the streams were redirected.
-void printOut(const QString& text);
-void printError(const QString& text);
+/// that it was started from is used, unless the streams were redirected. False when not all of the text could be
+/// written.
+bool printOut(const QString& text);
+bool printError(const QString& text);

@@ -2,13 +2,23 @@
 
 #include <cstdio>
 
-void printOut(const QString& text)
+namespace {
+
+bool writeTo(std::FILE* stream, const QString& text)
 {
-    std::fputs(text.toUtf8().constData(), stdout);
-    std::fflush(stdout);
+    const QByteArray bytes = text.toUtf8();
+    const auto size = static_cast<std::size_t>(bytes.size());
+    return std::fwrite(bytes.constData(), 1, size, stream) == size && std::fflush(stream) == 0;
 }
 
-void printError(const QString& text)
+} // namespace
+
+bool printOut(const QString& text)
 {
-    std::fputs(text.toUtf8().constData(), stderr);
+    return writeTo(stdout, text);
+}
+
+bool printError(const QString& text)
+{
+    return writeTo(stderr, text);
 }

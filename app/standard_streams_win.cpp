@@ -4,29 +4,29 @@
 
 namespace {
 
-void writeTo(DWORD stream, const QString& text)
+bool writeTo(DWORD stream, const QString& text)
 {
+    if (text.isEmpty())
+        return true;
     if (!GetStdHandle(stream))
         AttachConsole(ATTACH_PARENT_PROCESS);
     const HANDLE handle = GetStdHandle(stream);
     DWORD mode = 0;
     DWORD written = 0;
-    if (GetConsoleMode(handle, &mode)) {
-        WriteConsoleW(handle, text.utf16(), static_cast<DWORD>(text.size()), &written, nullptr);
-        return;
-    }
+    if (GetConsoleMode(handle, &mode))
+        return WriteConsoleW(handle, text.utf16(), static_cast<DWORD>(text.size()), &written, nullptr);
     const QByteArray bytes = text.toUtf8();
-    WriteFile(handle, bytes.constData(), static_cast<DWORD>(bytes.size()), &written, nullptr);
+    return WriteFile(handle, bytes.constData(), static_cast<DWORD>(bytes.size()), &written, nullptr);
 }
 
 } // namespace
 
-void printOut(const QString& text)
+bool printOut(const QString& text)
 {
-    writeTo(STD_OUTPUT_HANDLE, text);
+    return writeTo(STD_OUTPUT_HANDLE, text);
 }
 
-void printError(const QString& text)
+bool printError(const QString& text)
 {
-    writeTo(STD_ERROR_HANDLE, text);
+    return writeTo(STD_ERROR_HANDLE, text);
 }

@@ -5,6 +5,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <algorithm>
+
 namespace {
 
 QStringList stringList(const QJsonValue& value)
@@ -63,6 +65,12 @@ QString deviceRecordFileName(const DeviceRecord& record)
 {
     return QStringLiteral("device_") + record.deviceName + QLatin1Char('_') + QString::number(record.processId) +
            QStringLiteral(".json");
+}
+
+bool canBeFileName(const QString& name)
+{
+    const QString refused = QStringLiteral("<>:\"/\\|?*");
+    return std::none_of(name.begin(), name.end(), [&](QChar c) { return c < QLatin1Char(' ') || refused.contains(c); });
 }
 
 QString microphoneLabel(const QStringList& publicParams)

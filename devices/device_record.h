@@ -31,5 +31,9 @@ QByteArray serializeDeviceRecord(const DeviceRecord& record);
 /// "device_NAME_PID.json"; what it would be, also when the name cannot be a file name.
 QString deviceRecordFileName(const DeviceRecord& record);
 
+/// Whether the name, of a file or a part of one, has only characters that a file name can have. The rule of Windows on
+/// every system, so that the same names fail everywhere. A name without a separator leads to no other folder.
+bool canBeFileName(const QString& name);
+
 /// Last-column text of a microphone's row, "Microphone (UAC 1.0, Normal)", from elements 5 and 6 of `publicParams`.
 QString microphoneLabel(const QStringList& publicParams);

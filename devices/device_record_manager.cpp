@@ -6,6 +6,7 @@
 #include <QDebug>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QSaveFile>
 
 #include <algorithm>
@@ -16,22 +17,11 @@ namespace {
 /// Bytes; a larger file is no record.
 constexpr qint64 kRecordSizeLimit = 1024 * 1024;
 
-bool containsAny(const QString& name, const QString& characters)
-{
-    return std::any_of(name.begin(), name.end(), [&](QChar c) { return c.isNull() || characters.contains(c); });
-}
-
 /// No name from a table or a record may lead out of the folder.
 bool leavesFolder(const QString& fileName)
 {
-    return containsAny(fileName, QStringLiteral("/\\"));
-}
-
-/// The rule of Windows on every system, so that the same names fail everywhere.
-bool isWritableName(const QString& fileName)
-{
-    const bool control = std::any_of(fileName.begin(), fileName.end(), [](QChar c) { return c < QLatin1Char(' '); });
-    return !control && !containsAny(fileName, QStringLiteral("/\\:*?\"<>|"));
+    const QString refused = QStringLiteral("/\\");
+    return std::any_of(fileName.begin(), fileName.end(), [&](QChar c) { return c.isNull() || refused.contains(c); });
 }
 
 /// Not truncated before it is written: overwriting needs no new room, so a full disk seldom costs the old content.
@@ -93,7 +83,8 @@ QStringList DeviceRecordManager::listRecords() const
 DeviceRecord DeviceRecordManager::loadRecord(const QString& fileName) const
 {
     QFile file(pathOf(fileName));
-    if (leavesFolder(fileName) || !file.open(QIODevice::ReadOnly)) {
+    // Opening a named pipe, which a listed link can lead to, would wait for a writer.
+    if (leavesFolder(fileName) || !QFileInfo(file).isFile() || !file.open(QIODevice::ReadOnly)) {
         warn("Failed to load device record from:", pathOf(fileName));
         return {};
     }
@@ -104,7 +95,7 @@ DeviceRecord DeviceRecordManager::loadRecord(const QString& fileName) const
 void DeviceRecordManager::saveRecord(const DeviceRecord& record) const
 {
     const QString fileName = deviceRecordFileName(record);
-    if (!isWritableName(fileName) || !writeWhole(pathOf(fileName), serializeDeviceRecord(record)))
+    if (!canBeFileName(fileName) || !writeWhole(pathOf(fileName), serializeDeviceRecord(record)))
         warn("Failed to save device record to:", pathOf(fileName));
 }
 

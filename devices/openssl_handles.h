@@ -1,4 +1,4 @@
-// openssl_handles.h: owners of OpenSSL's objects.
+// openssl_handles.h: owners of OpenSSL's objects, and what else its users share.
 #pragma once
 
 #include <openssl/bio.h>
@@ -8,6 +8,13 @@
 #include <memory>
 
 namespace openssl {
+
+/// Handed to the readers of PEM files: a block with a passphrase is refused. The library's own default would ask for it
+/// on the terminal.
+inline int refusePassphrase(char*, int, int, void*)
+{
+    return -1;
+}
 
 template<auto Free>
 struct Deleter

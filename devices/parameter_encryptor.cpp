@@ -14,12 +14,6 @@ namespace {
 /// What the padding of one block takes from it, in bytes.
 constexpr int kPaddingSize = 11;
 
-/// A block with a passphrase is refused; the library's own default would ask on the terminal.
-int refusePassphrase(char*, int, int, void*)
-{
-    return -1;
-}
-
 void appendBigEndian(QByteArray& bytes, int value)
 {
     const quint32 word = qToBigEndian(static_cast<quint32>(value));
@@ -41,7 +35,7 @@ bool ParameterEncryptor::loadPublicKey(const QByteArray& pem)
         m_lastError = QStringLiteral("Failed to create BIO");
         return false;
     }
-    openssl::Key key(PEM_read_bio_PUBKEY(bio.get(), nullptr, refusePassphrase, nullptr));
+    openssl::Key key(PEM_read_bio_PUBKEY(bio.get(), nullptr, openssl::refusePassphrase, nullptr));
     ERR_clear_error();
     if (!key) {
         m_lastError = QStringLiteral("Failed to read public key from PEM");

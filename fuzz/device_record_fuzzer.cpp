@@ -5,7 +5,8 @@
 #include <cstdint>
 #include <cstdlib>
 
-/// Qt 5's JSON parser loses the earlier value of a member that stands twice in an object when it is a list or an object.
+/// Qt 5's JSON parser loses the earlier value of a member that stands twice in an object when it is a list or an
+/// object.
 extern "C" const char* __lsan_default_suppressions()
 {
     return "leak:libQt5Core";

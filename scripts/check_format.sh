@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # check_format.sh [--fix]: every C++ file of ours is as clang-format would have it.
 . "$(dirname "$0")/lib.sh"
-mapfile -t files < <(git ls-files '*.cpp' '*.h')
+mapfile -t files < <(find . -path ./build -prune -o -name '*.cpp' -print -o -name '*.h' -print)
+[ ${#files[@]} -gt 0 ] || { echo "There is no C++ file here." >&2; exit 1; }
 if [ "${1:-}" = --fix ]; then
     clang-format-14 -i "${files[@]}"
 else

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# test.sh: builds everything, checks format and the arrows between folders, runs all tests and the tour.
+# test.sh [--native]: builds everything, checks format and the arrows between folders, runs all tests and the tour; then
+# the same as Windows programs under Wine, unless --native is given. The last line is "N passed, N failed".
 . "$(dirname "$0")/lib.sh"
 
 scripts/packages.sh build display checks
@@ -28,6 +29,14 @@ broken=$(sed -n 's/.*% tests passed, \([0-9]*\) tests failed out of .*/\1/p' "$l
 passed=$((passed + total - broken)) failed=$((failed + broken))
 
 check "tour" on_display build/release/tour/plugboard-tour "$PWD/build/tour"
+
+if [ "${1:-}" != --native ]; then
+    log=build/windows.log
+    scripts/windows.sh 2>&1 | tee "$log" || true
+    read -r windows_passed _ windows_failed _ < <(grep -x '[0-9]* passed, [0-9]* failed' "$log" | tail -n 1) ||
+        { windows_passed=0 windows_failed=1; echo "FAILED: the Windows programs were not tested" >&2; }
+    passed=$((passed + windows_passed)) failed=$((failed + windows_failed))
+fi
 
 echo "$passed passed, $failed failed"
 [ "$failed" -eq 0 ]

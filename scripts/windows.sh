@@ -1,21 +1,23 @@
 #!/usr/bin/env bash
 # windows.sh: builds the Windows x64 programs and runs the tests and the tour as Windows programs under Wine.
 #
-#   usage: windows.sh [--build-only]
+#   usage: windows.sh [--build-only | --run-only]    (--run-only: what an earlier call built)
 #
 # The libraries are those of the folder $PLUGBOARD_WINDOWS_SYSROOT, else those of ../shared/windows-sysroot.tar.xz, else they are
 # built from Debian's source packages (packaging/windows/build_dependencies.sh, about an hour on two cores). Results lie in
-# build/windows: programs in bin/, tour/ with its pictures, tests.xml. The last line is "N passed, N failed".
+# build/windows (programs in bin/, tests.xml) and build/windows-tour (report and pictures). The last line is "N passed, N failed".
 set -euo pipefail
 
 project=$(dirname "$(dirname "$(realpath "$0")")")
 cd "$project"
 windows=packaging/windows
 build=$project/build/windows
+pictures=$project/build/windows-tour
 archive=${PLUGBOARD_WINDOWS_ARCHIVE:-$project/../shared/windows-sysroot.tar.xz}
-passed=0 failed=0 started=$SECONDS
+passed=0 failed=0 started=${PLUGBOARD_STARTED:=$(date +%s)}
+export PLUGBOARD_STARTED
 
-step() { echo "== $((SECONDS - started)) s: $*"; }
+step() { echo "== $(($(date +%s) - started)) s: $*"; }
 
 # count NAME COMMAND...: one check; its output is shown whole only when it fails.
 count() {
@@ -67,22 +69,11 @@ build_programs() {
     cmake "${fresh[@]}" --preset windows -DPLUGBOARD_WINDOWS_SYSROOT="$sysroot" > "$build/configure.log" ||
         { cat "$build/configure.log"; exit 1; }
     cmake --build --preset windows
-    $windows/deploy_dlls.py --sysroot "$sysroot" --to "$build/bin" --plugins "$build/plugins" "$build/bin" "$build/tests"
-}
-
-# A display and a wineserver for all that follows; both end with this script.
-start_wine() {
-    step "starting Wine"
-    . $windows/wine_environment.sh
-    Xvfb -displayfd 3 -screen 0 1600x1200x24 -nolisten tcp 3> "$build/display" 2> "$build/xvfb.log" &
-    local server=$!
-    trap 'wineserver -k 2>/dev/null; kill '$server' 2>/dev/null' EXIT
-    timeout 30 tail -f -n +1 --pid=$server "$build/display" | head -n 1 > /dev/null || true
-    [ -s "$build/display" ] || { cat "$build/xvfb.log"; exit 1; }
-    DISPLAY=:$(cat "$build/display")
-    export DISPLAY
-    wineserver -p || true # fails when one runs already
-    $windows/make_wine_prefix.sh
+    step "building the Linux programs to compare with"
+    cmake --preset release > "$build/configure-linux.log" || { cat "$build/configure-linux.log"; exit 1; }
+    cmake --build --preset release --target plugboard plugboard_driver_tool devices_test_child
+    $windows/deploy_dlls.py --sysroot "$sysroot" --to "$build/bin" --plugins "$build/plugins" \
+        "$build/bin" "$build/tests" "$build/tour"
 }
 
 run_tests() {
@@ -92,22 +83,28 @@ run_tests() {
     excluded=$(sed -n 's/^\([^# :]*\): .*/^\1$/p' $windows/not_run_under_wine.txt | paste -sd '|')
     ctest --preset windows --output-junit "$build/tests.xml" --test-output-size-passed 4000000 \
         --test-output-size-failed 4000000 ${excluded:+-E "$excluded"} || true
-    line=$($windows/check_results.py "$build/tests.xml" $windows/not_run_under_wine.txt | tee /dev/stderr | tail -n 1) || true
+    $windows/check_results.py "$build/tests.xml" $windows/not_run_under_wine.txt > "$build/verdict" || true
+    cat "$build/verdict"
+    line=$(tail -n 1 "$build/verdict")
     [[ $line =~ ^suites\ ([0-9]+)\ passed,\ ([0-9]+)\ failed$ ]] || { echo "The tests were not judged." >&2; exit 1; }
     passed=$((passed + BASH_REMATCH[1])) failed=$((failed + BASH_REMATCH[2]))
 }
 
-scripts/packages.sh build windows
-find_sysroot
-build_programs
-[ "${1:-}" = --build-only ] && exit 0
-start_wine
-run_tests
-if [ -e "$build/bin/plugboard-tour.exe" ]; then
-    step "taking the tour"
-    rm -rf "$build/tour"
-    count tour $windows/run_under_wine.sh "$build/bin/plugboard-tour.exe" "$build/tour"
+if [ -z "${PLUGBOARD_WINE_RUNS:-}" ]; then
+    scripts/packages.sh build windows
+    if [ "${1:-}" != --run-only ]; then
+        find_sysroot
+        build_programs
+    fi
+    [ "${1:-}" = --build-only ] && exit
+    exec $windows/with_wine.sh "$0" --run-only
 fi
+run_tests
+step "taking the tour"
+rm -rf "$pictures"
+count tour $windows/run_under_wine.sh "$build/tour/plugboard-tour.exe" "$pictures"
+step "comparing with the Linux programs"
+count comparison scripts/compare_platforms.py "$project/build/release" "$build"
 step "done"
 echo "$passed passed, $failed failed"
 [ "$failed" -eq 0 ]

@@ -27,8 +27,11 @@ QString describe(const Request& request)
         return QStringLiteral("delete %1").arg(removal->processId);
     const auto& window = std::get<WindowRequest>(request);
     QString text = window.demo ? QStringLiteral("demo window") : QStringLiteral("window");
-    for (const DeviceType type : window.toCreate)
-        text += QLatin1Char(' ') + deviceTypeWord(type);
+    for (const CreationRequest& creation : window.toCreate) {
+        text += QLatin1Char(' ') + deviceTypeWord(creation.type);
+        if (!creation.parameters.isEmpty())
+            text += QLatin1Char('(') + creation.parameters.join(QLatin1Char('|')) + QLatin1Char(')');
+    }
     return text;
 }
 
@@ -55,8 +58,24 @@ void CommandLineTest::understands_data()
     row("a process id must be positive", "--delete 0", "error: '0' is not a process id.");
     row("list and delete exclude each other", "--list --delete 3", "error: --list and --delete do not go together.");
     row("a script command opens no window", "--list --create mouse",
-        "error: --list and --delete open no window: --demo and --create do not go with them.");
+        "error: --list and --delete open no window: --demo, --create and --set do not go with them.");
+    row("settings belong to the device before them",
+        "--create camera --set source=/v.mp4 --create keyboard --create microphone --set vid=00ff --create camera "
+        "--set rate=60 --set=resolution=1280x720",
+        "window camera(1|0x1234|0x5678|UVC Camera|0|/v.mp4|7|-1|640|480|25|0x0100|0|END) keyboard "
+        "microphone(3|00ff|0002|USB Microphone|0|1.0|0|test_audio.wav|2|48000|1|END) "
+        "camera(1|0x1234|0x5678|UVC Camera|0||7|-1|1280|720|60|0x0100|0|END)");
+    row("a setting before any device", "--set rate=60 --create camera",
+        "error: --set goes after the --create that it belongs to.");
+    row("a setting without a device", "--set rate=60", "error: --set goes after the --create that it belongs to.");
+    row("a bad setting names its device", "--create camera --create microphone --set vid=1",
+        "error: --create microphone: '1' is no value for vid; expected four hexadecimal digits.");
+    row("a device without settings", "--create mouse --set name=x",
+        "error: --create mouse: A device of type 'mouse' has no settings to give.");
+    row("settings of a script command", "--list --set name=x",
+        "error: --list and --delete open no window: --demo, --create and --set do not go with them.");
     row("an unknown option is refused", "--frob", "error: Unknown option 'frob'.");
+    row("only one kind of help", "--help-all", "error: Unknown option 'help-all'.");
     row("a stray argument is refused", "mouse", "error: Unexpected argument 'mouse'.");
     row("the version names the program", "--version", "print: Plugboard " PLUGBOARD_VERSION);
 }
@@ -83,6 +102,11 @@ public:
 public slots:
     void onCreateMouse() { calls << QStringLiteral("mouse"); }
     void onCreateUsbStorage() { calls << QStringLiteral("udisk"); }
+    void CallUsbDaemon(const QString& devType, const QString& args, const std::function<void(qint64)>& callback)
+    {
+        callback(1);
+        calls << devType + QLatin1Char(' ') + args;
+    }
 };
 
 } // namespace
@@ -90,11 +114,13 @@ public slots:
 void CommandLineTest::creationSlotsRunOneATurnAndInOrder()
 {
     SlotRecorder recorder;
-    invokeCreationSlots(&recorder, {DeviceType::Storage, DeviceType::Mouse});
+    invokeCreationSlots(&recorder, {{DeviceType::Storage},
+                                    {DeviceType::Camera, {QStringLiteral("1"), QStringLiteral("END")}},
+                                    {DeviceType::Mouse}});
     QVERIFY(recorder.calls.isEmpty());
     QCoreApplication::processEvents();
     QCOMPARE(recorder.calls, QStringList{QStringLiteral("udisk")});
-    QTRY_COMPARE(recorder.calls, (QStringList{QStringLiteral("udisk"), QStringLiteral("mouse")}));
+    QTRY_COMPARE(recorder.calls.join(QLatin1Char('|')), QStringLiteral("udisk|camera 1\nEND|mouse"));
 }
 
 PLUGBOARD_SUITE(CommandLineTest)

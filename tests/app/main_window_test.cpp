@@ -1,14 +1,19 @@
 #include "app/device_table.h"
+#include "app/device_type_bar.h"
 #include "app/main_window.h"
 #include "app/title_bar.h"
 #include "devices/device_record_manager.h"
 #include "devices/device_type.h"
+#include "tests/support/kill_tool.h"
 #include "tests/support/scripted_prompter.h"
 #include "tests/support/suite_registry.h"
 
 #include <QClipboard>
+#include <QLabel>
 #include <QMenu>
 #include <QMetaMethod>
+#include <QPushButton>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -27,6 +32,8 @@ private slots:
     void contextMenuOnlyOverDevices();
     void contextMenuEntries_data();
     void contextMenuEntries();
+    void typeBarTellsOpenFeaturesFromClosedOnes();
+    void titleBarHasTheDateAndMinimisesAndCloses();
     void draggingStartsInTheTitleBarOnly();
     void missingDeviceProcess();
     void launchesADevice();
@@ -35,16 +42,6 @@ private slots:
 namespace {
 
 const QString kInvalidId = QStringLiteral("Invalid process ID");
-
-/// Tool for this system that ends with `exitCode`.
-KillCommand toolExiting(int exitCode)
-{
-#ifdef Q_OS_WIN
-    return {QStringLiteral("cmd"), {QStringLiteral("/c"), QStringLiteral("exit %1").arg(exitCode)}};
-#else
-    return {QStringLiteral("sh"), {QStringLiteral("-c"), QStringLiteral("exit %1").arg(exitCode)}};
-#endif
-}
 
 DeviceRecord record(DeviceType type, const QString& name, qint64 processId)
 {
@@ -192,7 +189,7 @@ void MainWindowTest::deletes()
     QFETCH(int, exitCode);
     QFETCH(QString, afterwards);
     Fixture fixture;
-    fixture.tool = exitCode < 0 ? KillCommand{QStringLiteral("no-such-tool"), {}} : toolExiting(exitCode);
+    fixture.tool = toolExiting(exitCode);
     MainWindow window(nullptr, fixture.prompter, fixture.services());
     DeviceTable& table = window.deviceTable();
     table.addDevice({QStringLiteral("dev"), pidCell});
@@ -235,8 +232,8 @@ void MainWindowTest::keyboardTakesTheSamePathsAsTheMouse()
     QVERIFY(QTest::qWaitForWindowActive(&window));
     DeviceTable& table = window.deviceTable();
     table.addDevice({QStringLiteral("dev"), QStringLiteral("42"), QStringLiteral("x")});
-    table.setFocus();
 
+    QVERIFY2(table.hasFocus(), "the table must take the keys from the start");
     QTest::keyClick(&table, Qt::Key_Delete);
     QCOMPARE(fixture.prompter.verify(), QString()); // nothing is selected yet
 
@@ -304,6 +301,51 @@ void MainWindowTest::contextMenuEntries()
     QCOMPARE(texts.join(QLatin1Char('|')), QStringLiteral("Device Info|--|USB Packet Capture|--|Refresh List"));
     QCOMPARE(fixture.prompter.verify(), QString());
     QCOMPARE(tableText(window.deviceTable()), table);
+}
+
+void MainWindowTest::typeBarTellsOpenFeaturesFromClosedOnes()
+{
+    int calls = 0;
+    const DeviceTypeBar bar(
+        {{QString(), QStringLiteral("closed"), {}}, {QString(), QStringLiteral("open"), [&] { ++calls; }}});
+    const QSignalSpy closed(&bar, &DeviceTypeBar::closedFeatureRequested);
+    const auto buttons = bar.findChildren<QPushButton*>();
+    QCOMPARE(buttons.size(), 2);
+    for (QPushButton* button : buttons) {
+        button->click();
+        QCOMPARE(calls, button->toolTip() == QLatin1String("open") ? 1 : 0);
+    }
+    QCOMPARE(closed.size(), 1);
+
+    Fixture fixture;
+    MainWindow window(nullptr, fixture.prompter, fixture.services());
+    fixture.prompter.expectInformation(QStringLiteral("Info"),
+                                       QStringLiteral("This feature is not yet open, please stay tuned ..."));
+    emit window.findChild<DeviceTypeBar*>()->closedFeatureRequested();
+    QCOMPARE(fixture.prompter.verify(), QString());
+}
+
+void MainWindowTest::titleBarHasTheDateAndMinimisesAndCloses()
+{
+    Fixture fixture;
+    MainWindow window(nullptr, fixture.prompter, fixture.services());
+    window.show();
+    const auto* bar = window.findChild<TitleBar*>();
+    QStringList texts;
+    for (const QLabel* label : bar->findChildren<QLabel*>())
+        texts << label->text();
+    QCOMPARE(texts.filter(QRegularExpression(QStringLiteral("^[A-Z][a-z]{2} [ 123][0-9] 20[0-9]{2}$"))).size(), 1);
+
+    const auto click = [bar](const QString& toolTip) {
+        for (QPushButton* button : bar->findChildren<QPushButton*>())
+            if (button->toolTip() == toolTip)
+                QTest::mouseClick(button, Qt::LeftButton);
+    };
+    click(QStringLiteral("min"));
+    QVERIFY(window.isMinimized());
+    window.showNormal();
+    click(QStringLiteral("close"));
+    QVERIFY(!window.isVisible());
 }
 
 void MainWindowTest::draggingStartsInTheTitleBarOnly()

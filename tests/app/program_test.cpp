@@ -1,5 +1,7 @@
 #include "devices/device_record_manager.h"
 #include "devices/process_table.h"
+#include "driver/bus_driver_setup.h"
+#include "driver/platform/system_platform.h"
 #include "tests/support/suite_registry.h"
 
 #include <QJsonArray>
@@ -14,9 +16,11 @@ class ProgramTest : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase();
     void init();
     void cleanup();
     void devicesOutliveTheProgramAndAreListedAndDeleted();
+    void createsFromSettingsWithoutADialog();
     void refusesToEndAProcessThatIsNoDevice();
     void badArgumentsExitWith2();
 
@@ -43,6 +47,19 @@ QString program()
 }
 
 } // namespace
+
+void ProgramTest::initTestCase()
+{
+    // The driver is there, so that the program starts without a question.
+    const std::wstring folder = QCoreApplication::applicationDirPath().toStdWString();
+    QFile::copy(QStringLiteral(SAMPLE_DRIVER_PACKAGE),
+                QCoreApplication::applicationDirPath() + QStringLiteral("/vusbbus.inf"));
+    const auto platform = driver::simulatedPlatform(driver::simulatedTreeFile(folder));
+    driver::BusDriverSetup setup(*platform, folder);
+    if (!setup.installed())
+        setup.install();
+    QVERIFY(setup.installed());
+}
 
 void ProgramTest::init()
 {
@@ -98,6 +115,30 @@ void ProgramTest::devicesOutliveTheProgramAndAreListedAndDeleted()
     QCOMPARE(listed().size(), 2);
 }
 
+void ProgramTest::createsFromSettingsWithoutADialog()
+{
+    QProcess window;
+    window.setWorkingDirectory(QDir::rootPath());
+    window.start(program(), QStringLiteral("--demo --create microphone --set realtime=on --set source=a.wav "
+                                           "--create camera --set resolution=1366x768 --set port=9")
+                                .split(QLatin1Char(' ')));
+    QVERIFY(window.waitForStarted());
+    QTRY_COMPARE_WITH_TIMEOUT(listed().size(), 2, 60000);
+    window.kill();
+    QVERIFY(window.waitForFinished());
+
+    QStringList lists;
+    const DeviceRecordManager records;
+    const auto devices = records.restoreDevices();
+    for (const auto& device : devices)
+        lists << device.record.publicParams.join(QLatin1Char('|'));
+    lists.sort();
+    QCOMPARE(lists.join(QLatin1Char('\n')),
+             QStringLiteral("1|0x1234|0x5678|UVC Camera|0|http://127.0.0.1:9/video|7|-1|1366|768|25|0x0100|1|END\n"
+                            "3|1d6b|0002|USB Microphone|0|1.0|1|%1a.wav|2|48000|1|END")
+                 .arg(QDir::rootPath()));
+}
+
 void ProgramTest::refusesToEndAProcessThatIsNoDevice()
 {
     const qint64 own = QCoreApplication::applicationPid();
@@ -112,6 +153,10 @@ void ProgramTest::badArgumentsExitWith2()
     const Output result = run({QStringLiteral("--create"), QStringLiteral("toaster")});
     QCOMPARE(result.exitCode, 2);
     QVERIFY2(result.error.startsWith("Unknown device type 'toaster'."), result.error.constData());
+    const Output setting = run(
+        {QStringLiteral("--create"), QStringLiteral("camera"), QStringLiteral("--set"), QStringLiteral("rate=fast")});
+    QCOMPARE(setting.exitCode, 2);
+    QVERIFY2(setting.error.startsWith("--create camera: 'fast' is no value for rate;"), setting.error.constData());
     QVERIFY(run({QStringLiteral("--help")}).out.contains("--create"));
 }
 

@@ -13,6 +13,7 @@
 
 #include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -27,6 +28,7 @@ private slots:
     void thousandRoundsKeepDescriptorsFlat();
     void zombieDoesNotRun();
     void fullDiskLeavesTheOldRecord();
+    void pipeIsNoRecord();
 };
 
 namespace {
@@ -148,6 +150,18 @@ void DevicesLinuxTest::fullDiskLeavesTheOldRecord()
     }
     QCOMPARE(serializeDeviceRecord(manager.loadRecord(deviceRecordFileName(record))), serializeDeviceRecord(old));
     QCOMPARE(QDir(folder.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
+}
+
+void DevicesLinuxTest::pipeIsNoRecord()
+{
+    const QTemporaryDir folder;
+    const QString pipe = folder.filePath(QStringLiteral("pipe"));
+    const QString link = folder.filePath(QStringLiteral("device_link_1.json"));
+    QCOMPARE(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+    QVERIFY(QFile::link(pipe, link));
+    QTest::ignoreMessage(QtWarningMsg, qPrintable(QStringLiteral("Failed to load device record from: ") + link));
+    // Reading the pipe would block here for ever.
+    QVERIFY(DeviceRecordManager(folder.path(), &ProcessSnapshot::take).restoreDevices().isEmpty());
 }
 
 PLUGBOARD_SUITE(DevicesLinuxTest)

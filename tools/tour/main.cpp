@@ -23,7 +23,10 @@ int main(int argc, char** argv)
 
     try {
         Tour tour(folder);
+        walkFirstStart(tour);
         walkDevices(tour);
+        walkSecurityKey(tour);
+        walkSettings(tour);
         const int failed = tour.finish();
         std::printf("%d steps failed; report in %s\n", failed, qPrintable(folder));
         return failed == 0 ? 0 : 1;

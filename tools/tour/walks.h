@@ -3,5 +3,14 @@
 
 class Tour;
 
+/// The question about the bus driver, refused and accepted.
+void walkFirstStart(Tour& tour);
+
 /// Creating, restoring, deleting and refreshing devices.
 void walkDevices(Tour& tour);
+
+/// A security key from its settings to its deletion: sign-in, registration, denial, PIN, clearing.
+void walkSecurityKey(Tour& tour);
+
+/// Cameras and microphones from files and streams, through their dialogs.
+void walkSettings(Tour& tour);

@@ -8,18 +8,12 @@ namespace {
 
 constexpr qint64 kLargestKeyFile = 64 * 1024;
 
-/// Without it OpenSSL would ask for the passphrase of an encrypted key on the terminal.
-int refusePassphrase(char*, int, int, void*)
-{
-    return -1;
-}
-
 } // namespace
 
 Outcome<DeviceKey> deviceKeyFromPem(const QByteArray& pem)
 {
     const openssl::Bio bio{BIO_new_mem_buf(pem.constData(), pem.size())};
-    openssl::Key key{bio ? PEM_read_bio_PrivateKey(bio.get(), nullptr, refusePassphrase, nullptr) : nullptr};
+    openssl::Key key{bio ? PEM_read_bio_PrivateKey(bio.get(), nullptr, openssl::refusePassphrase, nullptr) : nullptr};
     if (!key)
         return Fault{QStringLiteral("The device key is not an unencrypted PEM private key.")};
     if (EVP_PKEY_is_a(key.get(), "RSA") != 1)

@@ -1,3 +1,4 @@
+#include "tools/usb_daemon/request_command.h"
 #include "tools/usb_daemon/stop_request.h"
 #include "tools/usb_daemon/usb_daemon.h"
 
@@ -21,8 +22,10 @@ int printUsage()
 {
     std::fputs(
         "usage: usb-daemon.exe --mode Local\n"
+        "       usb-daemon.exe --request PID OPERATION [--rp ID] ...\n"
         "Reads one parameter message from standard input and runs the device that it describes, or a mouse when\n"
-        "none comes within two seconds. PLUGBOARD_DEVICE_KEY may name the PEM file of the private key.\n",
+        "none comes within two seconds. PLUGBOARD_DEVICE_KEY may name the PEM file of the private key.\n"
+        "With --request, makes the security key of that process ask its user, and prints the answer.\n",
         stderr);
     return kUsageError;
 }
@@ -34,5 +37,7 @@ int main(int argc, char** argv)
     QCoreApplication application(argc, argv);
     if (application.arguments().mid(1) == QStringList{QStringLiteral("--mode"), QStringLiteral("Local")})
         return runDevice(application);
+    if (application.arguments().value(1) == QStringLiteral("--request"))
+        return runRequestCommand(application.arguments().mid(2));
     return printUsage();
 }

@@ -4,8 +4,6 @@
 #include <QLoggingCategory>
 #include <QSaveFile>
 
-#include <algorithm>
-
 namespace {
 
 DeviceRecord recordOf(const DeviceContext& context)
@@ -22,13 +20,6 @@ DeviceRecord recordOf(const DeviceContext& context)
     record.createTime = QDateTime::currentDateTime();
     record.isRunning = true;
     return record;
-}
-
-/// The same answer on every system: what one of them refuses, or takes for a folder or a stream.
-bool canBeFileName(const QString& name)
-{
-    static const QString refused = QStringLiteral("<>:\"/\\|?*");
-    return std::none_of(name.begin(), name.end(), [](QChar c) { return c < QLatin1Char(' ') || refused.contains(c); });
 }
 
 } // namespace

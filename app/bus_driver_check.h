@@ -1,0 +1,9 @@
+// bus_driver_check.h: the boxes around the bus driver at start.
+#pragma once
+
+#include "driver/bus_driver_setup.h"
+#include "ui/prompter.h"
+
+/// Makes sure that the virtual bus driver is there: nothing shows when it is; otherwise the user is asked, and a Yes
+/// installs it and checks again, which can take three seconds. False when the program must end. GUI thread.
+bool ensureBusDriver(driver::BusDriverSetup& setup, Prompter& prompter = systemPrompter());

@@ -1,0 +1,27 @@
+// device_settings.h: turns what was chosen for a camera or microphone into the parameter list that creates it.
+#pragma once
+
+#include "devices/device_type.h"
+#include "devices/parameter_list.h"
+
+#include <QStringList>
+
+struct CameraSettings;
+struct MicrophoneSettings;
+
+QStringList parameterList(const CameraSettings& chosen);
+QStringList parameterList(const MicrophoneSettings& chosen);
+
+/// A parameter list, or the sentence that says why there is none.
+struct ScriptedParameters
+{
+    QStringList list;
+    QString error; ///< empty when there is a list
+};
+
+/// The list of a device whose settings a script gives as NAME=VALUE texts. They are checked like the fields of the
+/// device's dialog. Relative files count from the current folder.
+ScriptedParameters scriptedParameters(DeviceType type, const QStringList& assignments);
+
+/// The settings that scriptedParameters() knows, for the help text.
+QString settingsHelp();

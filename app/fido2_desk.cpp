@@ -1,0 +1,113 @@
+#include "app/fido2_desk.h"
+
+#include "devices/device_record_manager.h"
+#include "devices/device_type.h"
+#include "fido2/device_detail_dialog.h"
+#include "fido2/fido2_setting_dialog.h"
+#include "fido2/fido2_user_confirmation_dialog.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QPointer>
+
+namespace {
+
+constexpr int kSerialParameter = 5; // of a security key's creation parameter list
+
+/// A restored row bears the label of the type, one that was just launched its word; they differ in letter case.
+bool isSecurityKey(const QString& typeCell)
+{
+    return typeCell.compare(deviceTypeWord(DeviceType::Fido2), Qt::CaseInsensitive) == 0;
+}
+
+} // namespace
+
+Fido2Desk::Fido2Desk(QWidget* window, Fido2Environment environment, const DeviceRecordManager& records,
+                     Prompter& prompter)
+    : QObject(window)
+    , m_window(window)
+    , m_environment(std::move(environment))
+    , m_records(records)
+    , m_prompter(prompter)
+    , m_channels(this)
+    , m_queue([this](const ConfirmationRequest& request) { showConfirmation(request); }, this)
+{}
+
+std::optional<Fido2Parameters> Fido2Desk::askForKey()
+{
+    Fido2SettingDialog dialog(nullptr, m_environment, m_prompter);
+    if (dialog.exec() != QDialog::Accepted)
+        return {};
+    QDir().mkpath(m_environment.directory());
+    return dialog.parameters();
+}
+
+void Fido2Desk::showDetails(const QString& name, const QString& processId, const QString& type)
+{
+    const auto complain = [this](const QString& text) { m_prompter.warning(m_window, tr("Error"), text); };
+    if (!isSecurityKey(type)) {
+        m_prompter.information(m_window, tr("Info"), tr("Device details are only available for FIDO2 devices"));
+        return;
+    }
+    const std::optional<QString> serial = serialNumberOf(name, type, processId.toLongLong());
+    if (!serial)
+        return complain(tr("Could not load FIDO2 device record"));
+    if (serial->isEmpty())
+        return complain(tr("Could not extract device serial number from device record"));
+    const QString path = m_environment.credentialsPath(*serial);
+    if (!QFileInfo::exists(path))
+        return complain(tr("Credentials file not found: %1").arg(path));
+    DeviceDetailDialog(path, *serial, m_window, m_environment, m_prompter).exec();
+}
+
+std::optional<QString> Fido2Desk::serialNumberOf(const QString& name, const QString& type, qint64 processId) const
+{
+    const QStringList existing = m_records.listRecords();
+    QStringList candidates;
+    for (const QString& word : {type, deviceTypeLabel(DeviceType::Fido2), name}) {
+        DeviceRecord named;
+        named.deviceName = word;
+        named.processId = processId;
+        if (const QString file = deviceRecordFileName(named); existing.contains(file))
+            candidates << file;
+    }
+    for (const QString& file : candidates + existing) {
+        const DeviceRecord record = m_records.loadRecord(file);
+        if (processId > 0 && record.processId == processId)
+            return record.publicParams.value(kSerialParameter).trimmed();
+    }
+    return {};
+}
+
+void Fido2Desk::ask(const QObject* client, const QString& operation, const QJsonObject& data)
+{
+    m_queue.add({m_channels.processIdOf(client).value_or(0), operation, data});
+}
+
+void Fido2Desk::dropDevice(qint64 processId)
+{
+    m_queue.forget(processId);
+    m_channels.drop(processId);
+}
+
+void Fido2Desk::showConfirmation(const ConfirmationRequest& request)
+{
+    if (m_window->isMinimized())
+        m_window->showNormal(); // a minimised window takes its dialogs with it
+    // Another modal window may be open, which would lie in front of and below this one at once.
+    QWidget* front = QApplication::activeModalWidget();
+    const QPointer<Fido2UserConfirmationDialog> dialog =
+        new Fido2UserConfirmationDialog(request.operation, request.data, front ? front : m_window, m_environment);
+    connect(dialog, &Fido2UserConfirmationDialog::userConfirmed, this,
+            [this, processId = request.processId](bool confirmed, const QJsonObject& result) {
+                m_channels.answer(processId, confirmed, result);
+            });
+    dialog->setModal(true);
+    dialog->show();
+    dialog->raise();
+    dialog->activateWindow();
+    QApplication::alert(dialog);
+    dialog->exec();
+    delete dialog;
+}

@@ -1,0 +1,52 @@
+// fido2_desk.h: what the main window does for security keys: settings, details, channels and confirmations.
+#pragma once
+
+#include "devices/parameter_list.h"
+#include "fido2/confirmation_queue.h"
+#include "fido2/fido2_channels.h"
+#include "fido2/fido2_environment.h"
+#include "ui/prompter.h"
+
+#include <QObject>
+
+#include <optional>
+
+class DeviceRecordManager;
+class QWidget;
+
+/// GUI thread only. Owned by the window, which it uses as the parent of its dialogs.
+class Fido2Desk : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// `records` and `prompter` outlive it.
+    Fido2Desk(QWidget* window, Fido2Environment environment, const DeviceRecordManager& records, Prompter& prompter);
+
+    Fido2Channels& channels() { return m_channels; }
+
+    /// Runs the settings dialog and makes the folder of the credentials files; nothing when the user gave up.
+    std::optional<Fido2Parameters> askForKey();
+
+    /// Opens the details of the security key of a table row, given its name, process id and type cells, or says why
+    /// not.
+    void showDetails(const QString& name, const QString& processId, const QString& type);
+
+    /// Queues a request of the client that `client` is; for any other object there is no one to answer.
+    void ask(const QObject* client, const QString& operation, const QJsonObject& data);
+
+    /// Closes the channel of a device that was deleted and forgets what it still asks.
+    void dropDevice(qint64 processId);
+
+private:
+    void showConfirmation(const ConfirmationRequest& request);
+    /// Serial number in the record of that device; nothing without a record.
+    std::optional<QString> serialNumberOf(const QString& name, const QString& type, qint64 processId) const;
+
+    QWidget* m_window;
+    Fido2Environment m_environment;
+    const DeviceRecordManager& m_records;
+    Prompter& m_prompter;
+    Fido2Channels m_channels;
+    ConfirmationQueue m_queue;
+};

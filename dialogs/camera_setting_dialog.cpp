@@ -1,0 +1,263 @@
+#include "dialogs/camera_setting_dialog.h"
+
+#include "dialogs/field_patterns.h"
+#include "dialogs/form_rows.h"
+#include "dialogs/network_row.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QFormLayout>
+#include <QIcon>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QRegularExpressionValidator>
+#include <QTimer>
+#include <QVBoxLayout>
+
+namespace {
+
+constexpr int kLeastWidth = 400;
+constexpr int kDroidCamTestMilliseconds = 2000;
+
+QComboBox* choice(const char* name, const QStringList& texts, QWidget* parent)
+{
+    auto* combo = named(name, new QComboBox(parent));
+    combo->addItems(texts);
+    return combo;
+}
+
+/// Selects `text`, which goes on top of the list when it is not in it yet.
+void select(QComboBox* combo, const QString& text)
+{
+    int index = combo->findText(text);
+    if (index < 0) {
+        index = 0;
+        combo->insertItem(index, text);
+    }
+    combo->setCurrentIndex(index);
+}
+
+} // namespace
+
+CameraSettingDialog::CameraSettingDialog(QWidget* parent, Prompter& prompter, SourceCheck check)
+    : QDialog(parent)
+    , m_prompter(prompter)
+    , m_check(std::move(check))
+{
+    setWindowTitle(tr("Camera Settings"));
+    setWindowIcon(QIcon(QStringLiteral(":/icons/res/camera.png")));
+    setWindowFlag(Qt::WindowContextHelpButtonHint, false);
+    setMinimumWidth(kLeastWidth);
+    layOut();
+
+    m_droidCamTest = named("droidCamTest", new QTimer(this));
+    m_droidCamTest->setSingleShot(true);
+    m_droidCamTest->setInterval(kDroidCamTestMilliseconds);
+    connect(m_droidCamTest, &QTimer::timeout, this, &CameraSettingDialog::onDroidCamTested);
+}
+
+void CameraSettingDialog::layOut()
+{
+    auto* layout = new QVBoxLayout(this);
+    m_form = new QFormLayout;
+    layout->addLayout(m_form);
+    addSourceRows();
+    addVideoRows();
+    addIdentityRows();
+    m_isoActive = named("isoActive", new QCheckBox(tr("ISO Active Mode Transfer"), this));
+    m_form->addRow(m_isoActive);
+    layout->addStretch();
+
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
+    connect(buttons, &QDialogButtonBox::accepted, this, &CameraSettingDialog::onAccept);
+    connect(buttons, &QDialogButtonBox::rejected, this, &CameraSettingDialog::reject);
+    layout->addWidget(buttons);
+
+    // The width that every row needs, so that another source does not change it.
+    const int width = sizeHint().width();
+    showSourceRow(false);
+    resize(width, sizeHint().height());
+}
+
+void CameraSettingDialog::addSourceRows()
+{
+    m_file = named("file", new QRadioButton(tr("Video File"), this));
+    m_ipCamera = named("ipCamera", new QRadioButton(tr("IP Camera"), this));
+    m_droidCam = named("droidCam", new QRadioButton(tr("DroidCam"), this));
+    m_file->setChecked(true);
+    m_droidCam->setEnabled(false);
+    for (QRadioButton* button : {m_file, m_ipCamera, m_droidCam})
+        connect(button, &QRadioButton::toggled, this, &CameraSettingDialog::onSourceToggled);
+    addFormRow(m_form, tr("Input Source:"), {m_file, m_ipCamera, m_droidCam});
+
+    m_path = named("path", new QLineEdit(this));
+    m_browse = named("browse", new QPushButton(tr("Browse..."), this));
+    m_browse->setAutoDefault(false);
+    connect(m_browse, &QPushButton::clicked, this, &CameraSettingDialog::onBrowse);
+    m_pathLabel = addFormRow(m_form, tr("Video File Path:"), {m_path, m_browse}, m_path);
+
+    m_network = new NetworkRow(this);
+    connect(m_network, &NetworkRow::testRequested, this, &CameraSettingDialog::onTest);
+    m_form->addRow(m_network);
+}
+
+void CameraSettingDialog::showSourceRow(bool isStream)
+{
+    constexpr int kIndex = 1; // below the choice of the source
+    setRowVisible(m_form, kIndex, m_pathLabel, m_path->parentWidget(), !isStream);
+    m_path->setVisible(!isStream);
+    m_browse->setVisible(!isStream);
+    setRowVisible(m_form, kIndex, nullptr, m_network, isStream);
+}
+
+void CameraSettingDialog::addVideoRows()
+{
+    m_resolution = choice("resolution", cameraResolutions(), this);
+    m_frameRate = choice("frameRate", cameraFrameRates(), this);
+    m_uvcVersion = choice("uvcVersion", cameraUvcChoices(), this);
+    m_usbVersion = choice("usbVersion", cameraUsbChoices(), this);
+    m_frameFormat = choice("frameFormat", cameraFrameFormats(), this);
+    addFormRow(m_form, tr("Resolution:"), m_resolution);
+    addFormRow(m_form, tr("Frame Rate:"), m_frameRate);
+    addFormRow(m_form, tr("UVC Version:"), m_uvcVersion);
+    addFormRow(m_form, tr("USB Version:"), m_usbVersion);
+    addFormRow(m_form, tr("UVC Frame Format:"), m_frameFormat);
+}
+
+void CameraSettingDialog::addIdentityRows()
+{
+    const CameraSettings initial;
+    m_vid = named("vid", new QLineEdit(initial.vid, this));
+    m_pid = named("pid", new QLineEdit(initial.pid, this));
+    m_deviceName = named("deviceName", new QLineEdit(initial.deviceName, this));
+    auto* id = new QRegularExpressionValidator(QRegularExpression(patterns::kPrefixedId), this);
+    m_vid->setValidator(id);
+    m_pid->setValidator(id);
+    addFormRow(m_form, tr("USB VID:"), m_vid);
+    addFormRow(m_form, tr("USB PID:"), m_pid);
+    addFormRow(m_form, tr("Device Name:"), m_deviceName);
+}
+
+CameraSettings::Source CameraSettingDialog::sourceKind() const
+{
+    if (m_ipCamera->isChecked())
+        return CameraSettings::Source::IpCamera;
+    if (m_droidCam->isChecked())
+        return CameraSettings::Source::DroidCam;
+    return m_file->isChecked() ? CameraSettings::Source::File : CameraSettings::Source::None;
+}
+
+CameraSettings CameraSettingDialog::settings() const
+{
+    CameraSettings chosen;
+    chosen.vid = m_vid->text();
+    chosen.pid = m_pid->text();
+    chosen.deviceName = m_deviceName->text();
+    chosen.sourceKind = sourceKind();
+    chosen.path = m_path->text();
+    chosen.network = m_network->source();
+    chosen.resolution = m_resolution->currentText();
+    chosen.frameRate = m_frameRate->currentText();
+    chosen.frameFormat = m_frameFormat->currentText();
+    chosen.usbChoice = m_usbVersion->currentText();
+    chosen.uvcChoice = m_uvcVersion->currentText();
+    chosen.isochronousActive = m_isoActive->isChecked();
+    return chosen;
+}
+
+/// Called for the button that goes off as well as for the one that goes on, when both are already in their new state.
+void CameraSettingDialog::onSourceToggled()
+{
+    const bool isStream = m_ipCamera->isChecked() || m_droidCam->isChecked();
+    showSourceRow(isStream);
+    m_isoActive->setChecked(isStream);
+}
+
+void CameraSettingDialog::onBrowse()
+{
+    if (m_ipCamera->isChecked() || m_droidCam->isChecked())
+        return;
+    const QString chosen =
+        m_prompter.openFile(this, tr("Select Video File"), QString(),
+                            tr("Video Files (*.mp4 *.avi *.mov *.mkv *.h264 *.h265);;All Files (*)"));
+    if (chosen.isEmpty())
+        return;
+    m_path->setText(chosen);
+    takeOver(chosen);
+}
+
+/// Selects size and rate of a source; false when it has no usable video.
+bool CameraSettingDialog::takeOver(const QString& source)
+{
+    const SourceProbeResult found = runCheck(m_check, source, SourceProbe::Kind::Video);
+    if (!found.opened || !found.hasVideo || found.width <= 0 || found.height <= 0)
+        return false;
+    select(m_resolution, QStringLiteral("%1x%2").arg(found.width).arg(found.height));
+    if (!(found.frameRate > 0))
+        return false;
+    select(m_frameRate, QString::number(int(found.frameRate + 0.5)));
+    return true;
+}
+
+void CameraSettingDialog::onTest()
+{
+    const CameraSettings chosen = settings();
+    if (!chosen.network.isComplete()) {
+        m_prompter.warning(this, tr("Warning"), incompleteNetworkText());
+        return;
+    }
+    m_network->setTesting(true);
+    if (chosen.sourceKind == CameraSettings::Source::DroidCam) {
+        m_droidCamUrl = chosen.streamUrl();
+        m_droidCamTest->start();
+    } else if (chosen.sourceKind == CameraSettings::Source::IpCamera) {
+        const bool works = takeOver(chosen.streamUrl());
+        m_network->setTesting(false);
+        if (works)
+            m_prompter.information(this, tr("Test Result"), tr("IP Camera connection successful!\n"));
+        else
+            m_prompter.warning(
+                this, tr("Test Result"),
+                tr("IP Camera connection failed!\nPlease check IP address, port and network connection.\n"));
+    }
+}
+
+/// That source is not connected to from here: its test always succeeds.
+void CameraSettingDialog::onDroidCamTested()
+{
+    m_network->setTesting(false);
+    m_prompter.information(this, tr("Test Result"), tr("HTTP connection successful!\nURL: %1").arg(m_droidCamUrl));
+}
+
+void CameraSettingDialog::onAccept()
+{
+    const CameraSettings chosen = settings();
+    if (chosen.sourceKind != CameraSettings::Source::IpCamera) {
+        accept();
+        return;
+    }
+    if (!chosen.network.isComplete()) {
+        m_prompter.warning(this, tr("Warning"), incompleteNetworkText());
+        return;
+    }
+    if (takeOver(chosen.streamUrl())) {
+        accept();
+        return;
+    }
+    m_prompter.warning(this, tr("Error"),
+                       tr("Failed to connect to IP Camera!\nPlease check IP address, port and network connection.\n"));
+    reject();
+}
+
+/// A test that still runs would report into a dialog that is no longer there.
+void CameraSettingDialog::done(int result)
+{
+    if (m_droidCamTest->isActive()) {
+        m_droidCamTest->stop();
+        m_network->setTesting(false);
+    }
+    QDialog::done(result);
+}

@@ -1,0 +1,296 @@
+#include "dialogs/microphone_setting_dialog.h"
+
+#include "dialogs/field_patterns.h"
+#include "dialogs/form_rows.h"
+#include "dialogs/network_row.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QFileInfo>
+#include <QFormLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QRegularExpressionValidator>
+#include <QSpinBox>
+#include <QVBoxLayout>
+
+namespace {
+
+constexpr int kUac1Index = 0;
+constexpr int kUac2Index = 1;
+constexpr int kUsb3Index = 1;
+
+QLineEdit* edit(const char* name, const QString& text, const QString& placeholder, QWidget* parent)
+{
+    auto* made = named(name, new QLineEdit(text, parent));
+    made->setPlaceholderText(placeholder);
+    return made;
+}
+
+} // namespace
+
+MicrophoneSettingDialog::MicrophoneSettingDialog(QWidget* parent, Prompter& prompter, SourceCheck check)
+    : QDialog(parent)
+    , m_prompter(prompter)
+    , m_check(std::move(check))
+{
+    setWindowTitle(tr("Microphone Configuration"));
+    setWindowFlag(Qt::WindowContextHelpButtonHint, false);
+    layOut();
+    updateSampleRateOptions();
+    connect(m_channels, qOverload<int>(&QSpinBox::valueChanged), this,
+            &MicrophoneSettingDialog::updateSampleRateOptions);
+    connect(m_uacVersion, qOverload<int>(&QComboBox::currentIndexChanged), this,
+            &MicrophoneSettingDialog::onUacVersionChanged);
+}
+
+void MicrophoneSettingDialog::layOut()
+{
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(deviceGroup());
+    layout->addWidget(sourceGroup());
+    layout->addWidget(audioGroup());
+    layout->addStretch();
+
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
+    connect(buttons, &QDialogButtonBox::accepted, this, &MicrophoneSettingDialog::onAccept);
+    connect(buttons, &QDialogButtonBox::rejected, this, &MicrophoneSettingDialog::onCancel);
+    layout->addWidget(buttons);
+
+    alignLabels(findChildren<QFormLayout*>());
+    // The width that every row needs, so that another source does not change it.
+    const int width = sizeHint().width();
+    showSourceRow(false);
+    m_audioForm->activate();
+    resize(width, sizeHint().height());
+}
+
+QGroupBox* MicrophoneSettingDialog::deviceGroup()
+{
+    const MicrophoneSettings initial;
+    auto* group = new QGroupBox(tr("USB Device Settings"), this);
+    m_vid = edit("vid", initial.vid, tr("e.g., 1d6b"), group);
+    m_pid = edit("pid", initial.pid, tr("e.g., 0002"), group);
+    auto* id = new QRegularExpressionValidator(QRegularExpression(patterns::kPlainId), this);
+    m_vid->setValidator(id);
+    m_pid->setValidator(id);
+    m_deviceName = edit("deviceName", initial.deviceName, tr("e.g., USB Microphone"), group);
+    m_usbVersion = named("usbVersion", new QComboBox(group));
+    m_usbVersion->addItem(QStringLiteral("2.0"), QStringLiteral("0"));
+    m_usbVersion->addItem(QStringLiteral("3.0"), QStringLiteral("1"));
+    m_uacVersion = named("uacVersion", new QComboBox(group));
+    m_uacVersion->addItem(tr("UAC 1.0"), QStringLiteral("1.0"));
+    m_uacVersion->addItem(tr("UAC 2.0"), QStringLiteral("2.0"));
+    m_realTime = named("realTime", new QCheckBox(tr("Real-time Mode"), group));
+    m_realTime->setToolTip(tr("Enable real-time audio streaming mode"));
+
+    auto* form = new QFormLayout(group);
+    addFormRow(form, tr("USB VID:"), m_vid);
+    addFormRow(form, tr("USB PID:"), m_pid);
+    addFormRow(form, tr("Device Name:"), m_deviceName);
+    addFormRow(form, tr("USB Version:"), m_usbVersion);
+    addFormRow(form, tr("UAC Version:"), m_uacVersion);
+    addFormRow(form, tr("RT Mode:"), m_realTime);
+    return group;
+}
+
+QGroupBox* MicrophoneSettingDialog::sourceGroup()
+{
+    auto* group = new QGroupBox(tr("Audio Input Source"), this);
+    m_file = named("file", new QRadioButton(tr("Audio File"), group));
+    m_ipCam = named("ipCam", new QRadioButton(tr("IPCam"), group));
+    m_file->setChecked(true);
+    auto* layout = new QHBoxLayout(group);
+    for (QRadioButton* button : {m_file, m_ipCam}) {
+        layout->addWidget(button);
+        connect(button, &QRadioButton::toggled, this, &MicrophoneSettingDialog::onInputSourceChanged);
+    }
+    layout->addStretch();
+    return group;
+}
+
+QGroupBox* MicrophoneSettingDialog::audioGroup()
+{
+    const MicrophoneSettings initial;
+    auto* group = new QGroupBox(tr("Audio Settings"), this);
+    m_audioForm = new QFormLayout(group);
+    addSourceRows(group);
+
+    m_channels = named("channels", new QSpinBox(group));
+    m_channels->setRange(1, kMostMicrophoneChannels);
+    m_channels->setValue(initial.channels);
+    m_channels->setToolTip(tr("Number of audio channels (1=mono, 2=stereo, etc.)"));
+    m_channels->setEnabled(false);
+    addFormRow(m_audioForm, tr("Channels:"), m_channels);
+
+    m_sampleRate = named("sampleRate", new QComboBox(group));
+    m_sampleRate->setEnabled(false);
+    addFormRow(m_audioForm, tr("Sample Rate (Hz):"), m_sampleRate);
+
+    m_loop = named("loop", new QCheckBox(tr("Loop audio playback"), group));
+    m_loop->setToolTip(tr("Automatically restart audio playback when finished"));
+    m_loop->setChecked(initial.loop);
+    addFormRow(m_audioForm, tr("Playback:"), m_loop);
+    return group;
+}
+
+void MicrophoneSettingDialog::addSourceRows(QWidget* group)
+{
+    m_path = edit("path", MicrophoneSettings().path, tr("Select audio file..."), group);
+    m_browse = named("browse", new QPushButton(tr("Browse..."), group));
+    m_browse->setAutoDefault(false);
+    connect(m_browse, &QPushButton::clicked, this, &MicrophoneSettingDialog::onBrowse);
+    m_pathLabel = addFormRow(m_audioForm, tr("Audio File:"), {m_path, m_browse}, m_path);
+
+    m_network = new NetworkRow(group);
+    connect(m_network, &NetworkRow::testRequested, this, &MicrophoneSettingDialog::onTestNetwork);
+    m_networkLabel = addFormRow(m_audioForm, tr("Network:"), m_network);
+}
+
+void MicrophoneSettingDialog::showSourceRow(bool isNetwork)
+{
+    setRowVisible(m_audioForm, 0, m_pathLabel, m_path->parentWidget(), !isNetwork);
+    m_path->setVisible(!isNetwork);
+    m_browse->setVisible(!isNetwork);
+    setRowVisible(m_audioForm, 0, m_networkLabel, m_network, isNetwork);
+}
+
+MicrophoneSettings MicrophoneSettingDialog::settings() const
+{
+    MicrophoneSettings chosen;
+    chosen.vid = m_vid->text();
+    chosen.pid = m_pid->text();
+    chosen.deviceName = m_deviceName->text();
+    chosen.usbVersion = m_usbVersion->currentData().toString();
+    chosen.uacVersion = m_uacVersion->currentData().toString();
+    chosen.realTime = m_realTime->isChecked();
+    chosen.isNetwork = m_ipCam->isChecked();
+    chosen.path = m_path->text();
+    chosen.network = m_network->source();
+    chosen.channels = m_channels->value();
+    chosen.sampleRate = m_sampleRate->currentText().toInt();
+    chosen.loop = m_loop->isChecked();
+    return chosen;
+}
+
+void MicrophoneSettingDialog::onBrowse()
+{
+    const QString chosen = m_prompter.openFile(this, tr("Select Audio File"), QString(),
+                                               tr("Audio Files (*.wav *.mp3 *.aac *.flac *.ogg);;All Files (*.*)"));
+    if (!chosen.isEmpty())
+        m_path->setText(chosen);
+}
+
+void MicrophoneSettingDialog::onAccept()
+{
+    const MicrophoneSettings chosen = settings();
+    if (chosen.isNetwork)
+        acceptNetwork(chosen);
+    else
+        acceptFile(chosen);
+}
+
+void MicrophoneSettingDialog::acceptNetwork(const MicrophoneSettings& chosen)
+{
+    if (!chosen.network.isComplete())
+        m_prompter.warning(this, tr("Warning"), incompleteNetworkText());
+    else if (opens(chosen.testedUrl()))
+        accept();
+    else
+        m_prompter.warning(
+            this, tr("Error"),
+            tr("Failed to connect to IP Audio Stream!\nPlease check IP address, port and network connection."));
+}
+
+void MicrophoneSettingDialog::acceptFile(const MicrophoneSettings& chosen)
+{
+    const MicrophoneSettings::Fault fault = chosen.findFault();
+    if (fault != MicrophoneSettings::Fault::None) {
+        m_prompter.warning(this, tr("Invalid Input"), textOf(fault));
+        fieldOf(fault)->setFocus();
+        return;
+    }
+    const QString question = tr("The selected audio file does not exist. Do you want to continue anyway?");
+    if (!QFileInfo::exists(chosen.path) && !m_prompter.question(this, tr("File Not Found"), question)) {
+        m_path->setFocus();
+        return;
+    }
+    accept();
+}
+
+QLineEdit* MicrophoneSettingDialog::fieldOf(MicrophoneSettings::Fault fault) const
+{
+    switch (fault) {
+    case MicrophoneSettings::Fault::Vid:
+        return m_vid;
+    case MicrophoneSettings::Fault::Pid:
+        return m_pid;
+    case MicrophoneSettings::Fault::DeviceName:
+        return m_deviceName;
+    case MicrophoneSettings::Fault::Path:
+    case MicrophoneSettings::Fault::None:
+        break;
+    }
+    return m_path;
+}
+
+void MicrophoneSettingDialog::onCancel()
+{
+    reject();
+}
+
+void MicrophoneSettingDialog::updateSampleRateOptions()
+{
+    const QString remembered = m_sampleRate->currentText();
+    m_sampleRate->clear();
+    m_sampleRate->addItems(microphoneSampleRates(m_channels->value()));
+    const int index = m_sampleRate->findText(remembered);
+    m_sampleRate->setCurrentIndex(index >= 0 ? index : m_sampleRate->findText(QString::number(kDefaultMicrophoneRate)));
+}
+
+void MicrophoneSettingDialog::onInputSourceChanged()
+{
+    const bool isNetwork = m_ipCam->isChecked();
+    showSourceRow(isNetwork);
+    if (isNetwork)
+        m_uacVersion->setCurrentIndex(kUac1Index);
+    m_uacVersion->setEnabled(!isNetwork);
+    m_usbVersion->setEnabled(true);
+}
+
+void MicrophoneSettingDialog::onTestNetwork()
+{
+    const MicrophoneSettings chosen = settings();
+    if (!chosen.network.isComplete()) {
+        m_prompter.warning(this, tr("Warning"), incompleteNetworkText());
+        return;
+    }
+    m_network->setTesting(true);
+    const bool works = opens(chosen.testedUrl());
+    m_network->setTesting(false);
+    if (works)
+        m_prompter.information(this, tr("Test Result"),
+                               tr("IP Audio Stream connection successful!\nIP: %1 Port: %2")
+                                   .arg(chosen.network.address, chosen.network.port));
+    else
+        m_prompter.warning(
+            this, tr("Test Result"),
+            tr("IP Audio Stream connection failed!\nPlease check IP address, port and network connection."));
+}
+
+bool MicrophoneSettingDialog::opens(const QString& url) const
+{
+    return runCheck(m_check, url, SourceProbe::Kind::Audio).isUsableAudio();
+}
+
+void MicrophoneSettingDialog::onUacVersionChanged(int index)
+{
+    if (index == kUac2Index)
+        m_usbVersion->setCurrentIndex(kUsb3Index);
+    m_usbVersion->setEnabled(index != kUac2Index);
+}

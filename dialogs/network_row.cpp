@@ -1,0 +1,66 @@
+#include "dialogs/network_row.h"
+
+#include "dialogs/field_patterns.h"
+#include "dialogs/form_rows.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRegularExpressionValidator>
+
+#include <utility>
+
+namespace {
+
+QLabel* labelFor(QWidget* field, const QString& text, QWidget* parent)
+{
+    auto* label = new QLabel(text, parent);
+    label->setBuddy(field);
+    return label;
+}
+
+} // namespace
+
+NetworkRow::NetworkRow(QWidget* parent) : QWidget(parent)
+{
+    const NetworkSource initial;
+    m_address = new QLineEdit(initial.address, this);
+    m_address->setObjectName(QStringLiteral("ipAddress"));
+    widenFor(m_address, QStringLiteral("255.255.255.255"));
+
+    m_port = new QLineEdit(initial.port, this);
+    m_port->setObjectName(QStringLiteral("port"));
+    m_port->setValidator(new QRegularExpressionValidator(QRegularExpression(patterns::kPort), m_port));
+    widenFor(m_port, QStringLiteral("65535"));
+
+    m_test = new QPushButton(tr("Test Network"), this);
+    m_test->setObjectName(QStringLiteral("testNetwork"));
+    m_test->setAutoDefault(false);
+    connect(m_test, &QPushButton::clicked, this, &NetworkRow::testRequested);
+
+    auto* layout = new QHBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(labelFor(m_address, tr("IP Address:"), this));
+    layout->addWidget(m_address, 3);
+    layout->addWidget(labelFor(m_port, tr("Port:"), this));
+    layout->addWidget(m_port, 1);
+    layout->addWidget(m_test);
+    setFocusProxy(m_address);
+}
+
+NetworkSource NetworkRow::source() const
+{
+    return {m_address->text(), m_port->text()};
+}
+
+void NetworkRow::setTesting(bool testing)
+{
+    if (testing)
+        m_returnFocus = window()->focusWidget() == m_test; // disabling it hands the focus on
+    m_test->setEnabled(!testing);
+    m_test->setText(testing ? tr("Testing...") : tr("Test Network"));
+    m_test->repaint();
+    if (!testing && std::exchange(m_returnFocus, false))
+        m_test->setFocus();
+}

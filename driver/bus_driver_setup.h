@@ -1,0 +1,45 @@
+// bus_driver_setup.h: what start-up asks of the engine to have the virtual bus driver, without any window.
+#pragma once
+
+#include "driver/device_platform.h"
+#include "driver/output.h"
+
+#include <chrono>
+#include <functional>
+#include <string>
+
+namespace driver {
+
+/// All calls block.
+class BusDriverSetup
+{
+public:
+    using Sleep = std::function<void(std::chrono::milliseconds)>;
+
+    /// `applicationDirectory` in the form with forward slashes; it is used as it comes. The rest must outlive this.
+    BusDriverSetup(DevicePlatform& platform, std::wstring applicationDirectory, Output& output = systemOutput(),
+                   Sleep sleep = sleepOfThread);
+
+    /// Whether any present device exposes the host controller interface.
+    bool installed() const;
+
+    /// Adds the package "vusbbus.inf" of the application directory and creates the bus device; only installed() tells
+    /// whether that worked.
+    void install();
+
+    /// Checks three times, and sleeps 1000 ms after each check that fails, the last one too. Whether one succeeded.
+    bool waitUntilInstalled();
+
+    /// The package's path as the commands get it: the directory, one backslash, the file name.
+    std::wstring infPath() const;
+
+    static void sleepOfThread(std::chrono::milliseconds time);
+
+private:
+    DevicePlatform& m_platform;
+    std::wstring m_applicationDirectory;
+    Output& m_output;
+    Sleep m_sleep;
+};
+
+} // namespace driver

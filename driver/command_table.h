@@ -1,0 +1,24 @@
+// command_table.h: the commands by name.
+#pragma once
+
+#include "driver/command.h"
+
+#include <string_view>
+
+namespace driver {
+
+struct Command
+{
+    const wchar_t* name = nullptr; ///< null in the row after the last
+    ResultCode (*routine)(const CommandContext&) = nullptr;
+    Message shortHelp = Message::None;
+    Message longHelp = Message::None;
+};
+
+/// The rows in the order in which help lists them, ended by one with a null name.
+const Command* commandTable();
+
+/// First row of that name, in any letter case; null when there is none.
+const Command* findCommand(std::wstring_view name);
+
+} // namespace driver

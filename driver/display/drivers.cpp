@@ -1,0 +1,84 @@
+#include "driver/display/device_sections.h"
+#include "driver/text.h"
+
+#include <chrono>
+
+namespace driver {
+
+namespace {
+
+std::wstring versionText(std::uint64_t version)
+{
+    std::wstring text;
+    for (int shift = 48; shift >= 0; shift -= 16)
+        text += (text.empty() ? L"" : L".") + std::to_wstring((version >> shift) & 0xFFFF);
+    return text;
+}
+
+/// "2026-02-28" of 100 ns steps since 1601.
+std::wstring dateText(std::uint64_t date)
+{
+    using namespace std::chrono;
+    const sys_days day = sys_days(year(1601) / 1 / 1) + days(static_cast<int>(date / 864'000'000'000u));
+    const year_month_day parts(day);
+    const auto twoDigits = [](unsigned value) {
+        return std::wstring(value < 10 ? L"0" : L"") + std::to_wstring(value);
+    };
+    return std::to_wstring(static_cast<int>(parts.year())) + L"-" + twoDigits(static_cast<unsigned>(parts.month())) +
+           L"-" + twoDigits(static_cast<unsigned>(parts.day()));
+}
+
+void showNode(const Device& device, DriverList& drivers, std::uint32_t position, const DriverInfo& info,
+              Printer& printer)
+{
+    const std::wstring further = std::wstring(kIndent) + std::wstring(kIndent);
+    const auto line = [&](Message message, const std::wstring& value) {
+        if (!value.empty())
+            printer.message(message, {value}, further);
+    };
+    printer.message(Message::DriverNode, {std::to_wstring(position), info.description}, kIndent);
+    if (const auto detail = device.platform.driverDetail(drivers, position)) {
+        line(Message::DriverNodeInf, detail->infPath);
+        line(Message::DriverNodeSection, detail->section);
+    }
+    line(Message::DriverNodeProvider, info.provider);
+    line(Message::DriverNodeManufacturer, info.manufacturer);
+    line(Message::DriverNodeDate, info.date == 0 ? std::wstring() : dateText(info.date));
+    line(Message::DriverNodeVersion, info.version == 0 ? std::wstring() : versionText(info.version));
+}
+
+} // namespace
+
+void sections::driverFiles(const Device& device, Printer& printer)
+{
+    auto drivers = device.platform.buildDriverList(device.list, device.index, DriverListKind::Installed);
+    const auto info = drivers ? device.platform.driverAt(**drivers, 0) : Outcome<DriverInfo>::failed(drivers.error());
+    const auto detail = info ? device.platform.driverDetail(**drivers, 0) : Outcome<DriverDetail>::failed(info.error());
+    if (!detail) {
+        printer.message(Message::NoDriver, {}, kIndent);
+        return;
+    }
+    const auto files = device.platform.driverFiles(**drivers, 0);
+    const bool any = files && !files->empty();
+    printer.message(any ? Message::DriverFiles : Message::DriverWithoutFiles, {detail->infPath, detail->section},
+                    kIndent);
+    if (any)
+        for (const std::wstring& file : *files)
+            printer.text(std::wstring(kIndent) + std::wstring(kIndent) + file + L"\n");
+}
+
+void sections::driverNodes(const Device& device, Printer& printer)
+{
+    auto drivers = device.platform.buildDriverList(device.list, device.index, DriverListKind::Compatible);
+    std::uint32_t position = 0;
+    while (drivers) {
+        const auto info = device.platform.driverAt(**drivers, position);
+        if (!info)
+            break;
+        showNode(device, **drivers, position++, *info, printer);
+    }
+    if (position == 0)
+        printer.message(Message::NoDriverNodes, {}, kIndent);
+}
+
+} // namespace driver

@@ -1,0 +1,71 @@
+#include "driver/engine.h"
+
+#include "driver/command_table.h"
+#include "driver/options.h"
+#include "driver/shutdown.h"
+#include "driver/text.h"
+
+#include <exception>
+#include <vector>
+
+namespace driver {
+
+namespace {
+
+std::wstring_view withoutPrefix(std::wstring_view name)
+{
+    return name.starts_with(L'-') || name.starts_with(L'/') ? name.substr(1) : name;
+}
+
+} // namespace
+
+DriverEngine::DriverEngine(DevicePlatform& platform, Output& output) : m_platform(platform), m_output(output)
+{}
+
+ResultCode DriverEngine::run(std::span<const std::wstring> arguments)
+{
+    // Memory is the one thing that can run out anywhere below; everything that was opened has an owner by then.
+    try {
+        return dispatch(arguments);
+    } catch (const std::exception&) {
+        return kFailure;
+    }
+}
+
+ResultCode DriverEngine::run(int count, const wchar_t* const* vector)
+{
+    try {
+        std::vector<std::wstring> arguments;
+        for (int i = 0; i < count; ++i)
+            arguments.emplace_back(vector[i] == nullptr ? L"" : vector[i]);
+        return dispatch(arguments);
+    } catch (const std::exception&) {
+        return kFailure;
+    }
+}
+
+ResultCode DriverEngine::dispatch(std::span<const std::wstring> arguments)
+{
+    Printer printer(m_output);
+    const std::wstring program(arguments.empty() ? std::wstring_view() : afterLast(arguments[0], L"\\"));
+    const Options options = scanOptions(arguments);
+    const bool named = options.command < arguments.size();
+    const std::wstring name(named ? withoutPrefix(arguments[options.command]) : std::wstring_view());
+    const Command* const command = named ? findCommand(name) : nullptr;
+    if (command == nullptr) {
+        printer.error(Message::Usage, {program});
+        return kUsageError;
+    }
+    const ResultCode result =
+        command->routine({m_platform, printer, program, options.machine, options.force ? kForceFlag : 0u,
+                          arguments.subspan(options.command + 1)});
+    if (result == kRebootNeeded && options.reboot)
+        static_cast<void>(requestReboot(m_platform));
+    else if (result == kUsageError)
+        printer.error(Message::CommandUsage, {program, name});
+    else if (result != kSuccess && result != kRebootNeeded)
+        printer.error(Message::CommandFailed, {program, name});
+    return result;
+}
+
+} // namespace driver

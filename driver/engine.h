@@ -1,0 +1,34 @@
+// engine.h: runs one command of the driver engine from an argument vector.
+#pragma once
+
+#include "driver/device_platform.h"
+#include "driver/output.h"
+#include "driver/result.h"
+
+#include <span>
+#include <string>
+
+namespace driver {
+
+/// Synchronous, keeps nothing between runs and throws nothing. Not for use by two threads at once.
+class DriverEngine
+{
+public:
+    /// Both must outlive the engine.
+    explicit DriverEngine(DevicePlatform& platform, Output& output = systemOutput());
+
+    /// The vector is that of a console program: element 0 is the program's path, then come options, the command and its
+    /// arguments. Results are those of result.h.
+    ResultCode run(std::span<const std::wstring> arguments);
+
+    /// The same; a null element counts as empty.
+    ResultCode run(int count, const wchar_t* const* vector);
+
+private:
+    ResultCode dispatch(std::span<const std::wstring> arguments);
+
+    DevicePlatform& m_platform;
+    Output& m_output;
+};
+
+} // namespace driver

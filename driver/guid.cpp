@@ -1,0 +1,64 @@
+#include "driver/guid.h"
+
+#include "driver/text.h"
+
+namespace driver {
+
+namespace {
+
+constexpr std::size_t kTextLength = 38;
+
+std::optional<std::uint32_t> hexDigit(wchar_t character)
+{
+    if (character >= L'0' && character <= L'9')
+        return character - L'0';
+    const wchar_t lower = foldCase(character);
+    if (lower >= L'a' && lower <= L'f')
+        return lower - L'a' + 10;
+    return std::nullopt;
+}
+
+} // namespace
+
+std::wstring guidText(const Guid& guid)
+{
+    std::wstring text = L"{" + hexadecimal(guid.data1, 8, HexCase::Upper) + L"-" +
+                        hexadecimal(guid.data2, 4, HexCase::Upper) + L"-" + hexadecimal(guid.data3, 4, HexCase::Upper);
+    for (std::size_t i = 0; i < guid.data4.size(); ++i) {
+        if (i == 0 || i == 2)
+            text += L'-';
+        text += hexadecimal(guid.data4[i], 2, HexCase::Upper);
+    }
+    return text + L"}";
+}
+
+std::optional<Guid> parseGuid(std::wstring_view text)
+{
+    if (text.size() != kTextLength || text.front() != L'{' || text.back() != L'}')
+        return std::nullopt;
+    std::array<std::uint32_t, 32> digits{};
+    std::size_t count = 0;
+    for (std::size_t i = 1; i + 1 < text.size(); ++i) {
+        const bool dash = i == 9 || i == 14 || i == 19 || i == 24;
+        if (dash != (text[i] == L'-'))
+            return std::nullopt;
+        if (dash)
+            continue;
+        const std::optional<std::uint32_t> digit = hexDigit(text[i]);
+        if (!digit)
+            return std::nullopt;
+        digits[count++] = *digit;
+    }
+    const auto number = [&](std::size_t first, std::size_t length) {
+        std::uint32_t value = 0;
+        for (std::size_t i = first; i < first + length; ++i)
+            value = value << 4 | digits[i];
+        return value;
+    };
+    Guid guid{number(0, 8), static_cast<std::uint16_t>(number(8, 4)), static_cast<std::uint16_t>(number(12, 4)), {}};
+    for (std::size_t i = 0; i < guid.data4.size(); ++i)
+        guid.data4[i] = static_cast<std::uint8_t>(number(16 + 2 * i, 2));
+    return guid;
+}
+
+} // namespace driver

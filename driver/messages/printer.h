@@ -1,0 +1,48 @@
+// printer.h: how commands write: numbered messages and lines, always through the output seam.
+#pragma once
+
+#include "driver/messages/message_number.h"
+#include "driver/output.h"
+#include "driver/platform_types.h"
+
+#include <initializer_list>
+#include <string>
+#include <string_view>
+
+namespace driver {
+
+/// Line prefix of what belongs to a device printed above it.
+inline constexpr std::wstring_view kIndent = L"    ";
+
+/// The text of `message`, its line ends at the end made one LF; empty when there is no such text.
+std::wstring messageLine(Message message, std::initializer_list<std::wstring> inserts = {});
+
+/// The same without any line end, to be part of another text.
+std::wstring messageWords(Message message);
+
+class Printer
+{
+public:
+    explicit Printer(Output& output) : m_output(output) {}
+
+    /// A message that has no text writes nothing, its indent neither.
+    void message(Message message, std::initializer_list<std::wstring> inserts = {}, std::wstring_view indent = {});
+    void error(Message message, std::initializer_list<std::wstring> inserts);
+
+    /// The form for this machine, or with a machine the remote one, which has the machine as one more insert.
+    void localOrRemote(Message local, Message remote, const MachineName& machine,
+                       std::initializer_list<std::wstring> inserts = {});
+
+    void text(std::wstring_view text) { m_output.write(Stream::Normal, text); }
+
+    /// "%-60s: %s\n".
+    void deviceLine(std::wstring_view instanceId, std::wstring_view text);
+
+private:
+    Output& m_output;
+};
+
+/// "%-60s: ", where the rest of a device's line follows.
+std::wstring devicePrefix(std::wstring_view instanceId);
+
+} // namespace driver

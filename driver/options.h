@@ -1,0 +1,21 @@
+// options.h: the options in front of a command.
+#pragma once
+
+#include "driver/command.h"
+
+namespace driver {
+
+/// What stands before the command, and where the command stands.
+struct Options
+{
+    MachineName machine;
+    bool reboot = false;
+    bool force = false;
+    std::size_t command = 1; ///< position in the argument vector; its size when no command is left
+};
+
+/// Reads `arguments` from position 1 (0 is the program) up to the first that is no option. An option that is not known,
+/// or names no machine, is taken for the command.
+Options scanOptions(Arguments arguments);
+
+} // namespace driver

@@ -1,0 +1,27 @@
+// output.h: the one place where the engine's text leaves it.
+#pragma once
+
+#include <string_view>
+
+namespace driver {
+
+enum class Stream
+{
+    Normal,
+    Error
+};
+
+class Output
+{
+public:
+    virtual ~Output() = default;
+
+    /// Wide text with LF line ends. A stream that the process does not have swallows it.
+    virtual void write(Stream stream, std::wstring_view text) = 0;
+};
+
+/// The process's standard streams. Linux: UTF-8. Windows: UTF-16, characters to a console, little-endian bytes with
+/// CR LF line ends to anything else. It never changes the mode or orientation of a stream that others use too.
+Output& systemOutput();
+
+} // namespace driver

@@ -1,0 +1,158 @@
+#include "fido2/credentials_file.h"
+
+#include "fido2/pin.h"
+#include "fido2/shown_text.h"
+
+#include <QFile>
+
+namespace {
+
+constexpr int kPinRetries = 8;
+
+void addMissing(QJsonObject& object, const QString& key, const QJsonValue& value)
+{
+    if (!object.contains(key))
+        object.insert(key, value);
+}
+
+QJsonObject mergedDeviceInfo(QJsonObject info, const KeyIdentity& form)
+{
+    addMissing(info, QStringLiteral("serialNumber"), form.serialNumber.trimmed());
+    addMissing(info, QStringLiteral("deviceName"), form.deviceName.trimmed());
+    addMissing(info, QStringLiteral("vid"), form.vid.trimmed());
+    addMissing(info, QStringLiteral("pid"), form.pid.trimmed());
+    addMissing(info, QStringLiteral("usbVersion"), form.usbVersion);
+    addMissing(info, QStringLiteral("supportsPin"), form.supportsPin);
+    return info;
+}
+
+QJsonObject mergedCaInfo(QJsonObject info, const QString& serial)
+{
+    if (serial.isEmpty())
+        return info;
+    addMissing(info, QStringLiteral("caCertificateFile"), serial + QStringLiteral("_ca_cert.pem"));
+    addMissing(info, QStringLiteral("caPublicKeyFile"), serial + QStringLiteral("_ca_public.pem"));
+    addMissing(info, QStringLiteral("caPrivateKeyFile"), serial + QStringLiteral("_ca_private.pem"));
+    return info;
+}
+
+QJsonObject mergedPinInfo(QJsonObject info, const QString& serial)
+{
+    addMissing(info, QStringLiteral("pinSet"), false);
+    addMissing(info, QStringLiteral("pinRetryCount"), kPinRetries);
+    addMissing(info, QStringLiteral("maxPinRetries"), kPinRetries);
+    if (info.value(QStringLiteral("pinSet")).toBool())
+        addMissing(info, QStringLiteral("pinHash"), QString());
+    if (!serial.isEmpty()) {
+        addMissing(info, QStringLiteral("pinPublicKeyFile"), serial + QStringLiteral("_pin_public.pem"));
+        addMissing(info, QStringLiteral("pinPrivateKeyFile"), serial + QStringLiteral("_pin_private.pem"));
+    }
+    return info;
+}
+
+void removeFile(const QString& path)
+{
+    if (!path.isEmpty())
+        QFile::remove(path);
+}
+
+} // namespace
+
+JsonFileContent::State CredentialsFile::load()
+{
+    const JsonFileContent content = readJsonFile(m_path);
+    m_parseError = content.parseError;
+    if (content.state == JsonFileContent::State::Object)
+        m_root = content.root;
+    return content.state;
+}
+
+QJsonObject CredentialsFile::deviceInfo() const
+{
+    return m_root.value(QStringLiteral("deviceInfo")).toObject();
+}
+
+QJsonArray CredentialsFile::credentials() const
+{
+    return m_root.value(QStringLiteral("credentials")).toArray();
+}
+
+bool CredentialsFile::save(const KeyIdentity& form, const QJsonArray& credentials)
+{
+    const QJsonObject merged = mergedCredentialsRoot(readJsonFile(m_path).root, form, credentials);
+    if (!writeJsonFile(m_path, merged))
+        return false;
+    m_root = merged;
+    return true;
+}
+
+CredentialsFile::PinResult CredentialsFile::setPin(const QString& pin, const QString& serialNumber)
+{
+    const JsonFileContent content = readJsonFile(m_path);
+    if (content.state == JsonFileContent::State::NotOpened)
+        return PinResult::NotOpened;
+    if (content.state != JsonFileContent::State::Object)
+        return PinResult::BadFormat;
+    const QJsonObject changed = rootWithPin(content.root, pin, serialNumber);
+    if (!writeJsonFile(m_path, changed))
+        return PinResult::NotWritten;
+    m_root = changed;
+    return PinResult::Set;
+}
+
+void CredentialsFile::clear(const QString& directory, const QString& serialNumber, const QJsonArray& credentials) const
+{
+    removeFile(m_path);
+    const QString prefix = directory + QLatin1Char('/') + serialNumber;
+    for (const char* suffix :
+         {"_ca_cert.pem", "_ca_public.pem", "_ca_private.pem", "_pin_public.pem", "_pin_private.pem"})
+        removeFile(prefix + QLatin1String(suffix));
+    for (const QJsonValue& element : credentials) {
+        const QJsonObject credential = element.toObject();
+        removeFile(credential.value(QStringLiteral("privateKeyFile")).toString());
+        removeFile(credential.value(QStringLiteral("publicKeyFile")).toString());
+    }
+}
+
+QJsonObject mergedCredentialsRoot(const QJsonObject& old, const KeyIdentity& form, const QJsonArray& credentials)
+{
+    const QString serial = form.serialNumber.trimmed();
+    QJsonObject root;
+    root.insert(QStringLiteral("deviceInfo"),
+                mergedDeviceInfo(old.value(QStringLiteral("deviceInfo")).toObject(), form));
+    root.insert(QStringLiteral("caInfo"), mergedCaInfo(old.value(QStringLiteral("caInfo")).toObject(), serial));
+    root.insert(QStringLiteral("pinInfo"), mergedPinInfo(old.value(QStringLiteral("pinInfo")).toObject(), serial));
+    root.insert(QStringLiteral("credentials"), credentials);
+    return root;
+}
+
+QJsonObject rootWithPin(QJsonObject root, const QString& pin, const QString& serialNumber)
+{
+    QJsonObject info = root.value(QStringLiteral("pinInfo")).toObject();
+    info.insert(QStringLiteral("pinSet"), true);
+    info.insert(QStringLiteral("pinHash"), pinHash(pin));
+    info.insert(QStringLiteral("pinRetryCount"), kPinRetries);
+    info.insert(QStringLiteral("maxPinRetries"), kPinRetries);
+    info.insert(QStringLiteral("pinPublicKeyFile"), serialNumber + QStringLiteral("_pin_public.pem"));
+    info.insert(QStringLiteral("pinPrivateKeyFile"), serialNumber + QStringLiteral("_pin_private.pem"));
+    root.insert(QStringLiteral("pinInfo"), info);
+    return root;
+}
+
+CredentialsFileSummary summarizeCredentials(const QJsonObject& root)
+{
+    CredentialsFileSummary summary;
+    const QJsonObject device = root.value(QStringLiteral("deviceInfo")).toObject();
+    if (const QJsonValue serial = device.value(QStringLiteral("serialNumber")); serial.isString())
+        summary.serialNumber = serial.toString();
+    const QString holderKey =
+        root.contains(QStringLiteral("pinInfo")) ? QStringLiteral("pinInfo") : QStringLiteral("deviceInfo");
+    if (const QJsonValue holder = root.value(holderKey); holder.isObject()) {
+        const QJsonObject pin = holder.toObject();
+        summary.hasPin = !pin.value(QStringLiteral("pinHash")).toString().isEmpty();
+        if (const QJsonValue retries = pin.value(QStringLiteral("maxPinRetries")); retries.isDouble())
+            summary.maxPinRetries = numberText(retries);
+    }
+    summary.credentialCount = root.value(QStringLiteral("credentials")).toArray().size();
+    return summary;
+}

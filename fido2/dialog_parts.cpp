@@ -1,0 +1,147 @@
+#include "fido2/dialog_parts.h"
+
+#include "fido2/shown_text.h"
+#include "ui/plain_tool_tip.h"
+
+#include <QFormLayout>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTextBlockFormat>
+#include <QTextCursor>
+#include <QTextEdit>
+#include <QTextOption>
+
+namespace {
+
+struct Shades
+{
+    const char* normal;
+    const char* hover;
+    const char* pressed;
+};
+
+Shades shadesOf(ButtonColor color)
+{
+    switch (color) {
+    case ButtonColor::Green:
+        return {"#2e7d32", "#388e3c", "#1b5e20"};
+    case ButtonColor::Red:
+        return {"#c62828", "#d32f2f", "#8e1b1b"};
+    case ButtonColor::Grey:
+        break;
+    }
+    return {"#616161", "#757575", "#424242"};
+}
+
+} // namespace
+
+QPushButton* makeColoredButton(const QString& text, ButtonColor color)
+{
+    QPushButton* button = makePlainButton(text);
+    const Shades shades = shadesOf(color);
+    button->setStyleSheet(
+        QStringLiteral("QPushButton { background-color: %1; color: white; border: 2px solid %1; border-radius: 4px;"
+                       " padding: 6px 18px; font-weight: bold; }"
+                       "QPushButton:hover { background-color: %2; border-color: %2; }"
+                       "QPushButton:pressed { background-color: %3; border-color: %3; }"
+                       "QPushButton:focus { border-color: %3; }"
+                       "QPushButton:disabled { background-color: #bdbdbd; border-color: #bdbdbd; }")
+            .arg(QLatin1String(shades.normal), QLatin1String(shades.hover), QLatin1String(shades.pressed)));
+    return button;
+}
+
+QPushButton* makePlainButton(const QString& text)
+{
+    auto* button = new QPushButton(text);
+    button->setAutoDefault(false);
+    constexpr int kSideMargin = 8;
+    button->setMinimumWidth(button->sizeHint().width() + 2 * kSideMargin);
+    return button;
+}
+
+QGroupBox* makeFormGroup(const QString& title, QFormLayout** form)
+{
+    auto* group = new QGroupBox(title);
+    *form = new QFormLayout(group);
+    (*form)->setFieldGrowthPolicy(QFormLayout::ExpandingFieldsGrow);
+    (*form)->setLabelAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    return group;
+}
+
+void alignForms(const QWidget& window)
+{
+    QList<QWidget*> labels;
+    int widest = 0;
+    for (const QFormLayout* form : window.findChildren<QFormLayout*>()) {
+        for (int row = 0; row < form->rowCount(); ++row) {
+            QLayoutItem* item = form->itemAt(row, QFormLayout::LabelRole);
+            if (!item || !item->widget())
+                continue;
+            labels << item->widget();
+            widest = qMax(widest, item->widget()->sizeHint().width());
+        }
+    }
+    for (QWidget* label : qAsConst(labels))
+        label->setMinimumWidth(widest);
+}
+
+QLineEdit* makeReadOnlyField(const QString& objectName)
+{
+    auto* field = new QLineEdit;
+    field->setObjectName(objectName);
+    field->setReadOnly(true);
+    QPalette palette = field->palette();
+    palette.setColor(QPalette::Base, palette.color(QPalette::Window));
+    field->setPalette(palette);
+    return field;
+}
+
+void showValue(QLineEdit* field, const QString& value)
+{
+    constexpr int kSurelyFits = 40;
+    field->setText(shownText(value));
+    field->setCursorPosition(0);
+    field->setToolTip(value.size() > kSurelyFits ? plainToolTip(field->text()) : QString());
+}
+
+QTextEdit* makeReadOnlyText(const QString& objectName)
+{
+    auto* box = new QTextEdit;
+    box->setObjectName(objectName);
+    box->setReadOnly(true);
+    box->setAcceptRichText(false);
+    box->setUndoRedoEnabled(false);
+    box->setTabChangesFocus(true);
+    QTextOption option = box->document()->defaultTextOption();
+    option.setTextDirection(Qt::LeftToRight);
+    option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    box->document()->setDefaultTextOption(option);
+    return box;
+}
+
+void showText(QTextEdit* box, const QString& text)
+{
+    constexpr qreal kContinuationIndent = 28;
+    box->clear();
+    QTextBlockFormat format;
+    format.setLeftMargin(kContinuationIndent);
+    format.setTextIndent(-kContinuationIndent);
+    QTextCursor cursor(box->document());
+    cursor.setBlockFormat(format);
+    cursor.insertText(text); // each line takes the format of the block it is split from
+    box->moveCursor(QTextCursor::Start);
+}
+
+QLabel* makeHeading(const QString& text, int pixels)
+{
+    auto* heading = new QLabel(text);
+    heading->setTextFormat(Qt::PlainText);
+    heading->setWordWrap(true);
+    QFont font = heading->font();
+    font.setBold(true);
+    font.setPixelSize(pixels);
+    heading->setFont(font);
+    return heading;
+}

@@ -1,0 +1,115 @@
+#include "fido2/fido2_client.h"
+
+#include "fido2/fido2_message.h"
+
+#include <QDateTime>
+#include <QDebug>
+#include <QJsonDocument>
+
+#include <limits>
+
+namespace {
+
+constexpr int kConnectTimeoutMs = 5000;
+constexpr int kDisconnectTimeoutMs = 1000;
+constexpr int kRefuseTimeoutMs = 30000;
+constexpr int kMostAttempts = 5; // the last of them attempts nothing
+
+} // namespace
+
+Fido2Client::Fido2Client(QObject* parent, int reconnectIntervalMs) : QObject(parent)
+{
+    m_reconnectTimer.setInterval(reconnectIntervalMs);
+    connect(&m_reconnectTimer, &QTimer::timeout, this, &Fido2Client::attemptReconnect);
+}
+
+bool Fido2Client::connectToServer(const QString& serverName)
+{
+    if (m_connected)
+        return true;
+    m_serverName = serverName;
+    if (!m_socket)
+        createSocket();
+    m_socket->connectToServer(serverName, QIODevice::ReadWrite);
+    return m_socket->waitForConnected(kConnectTimeoutMs);
+}
+
+void Fido2Client::createSocket()
+{
+    m_socket = new QLocalSocket(this);
+    m_socket->setReadBufferSize(kLargestMessage + 1);
+    connect(m_socket, &QLocalSocket::connected, this, &Fido2Client::handleConnected);
+    connect(m_socket, &QLocalSocket::disconnected, this, &Fido2Client::handleDisconnected);
+    connect(m_socket, &QLocalSocket::readyRead, this, &Fido2Client::handleServerData);
+    connect(m_socket, &QLocalSocket::errorOccurred, this, &Fido2Client::handleError);
+}
+
+void Fido2Client::disconnectFromServer()
+{
+    m_stopping = true;
+    if (m_socket) {
+        m_socket->disconnectFromServer();
+        if (m_socket->state() != QLocalSocket::UnconnectedState)
+            m_socket->waitForDisconnected(kDisconnectTimeoutMs);
+    }
+    m_connected = false;
+    emit connectionStatusChanged(false);
+}
+
+bool Fido2Client::sendMessage(const QJsonObject& message)
+{
+    if (!m_socket || m_socket->state() != QLocalSocket::ConnectedState)
+        return false;
+    const QByteArray bytes = QJsonDocument(message).toJson(QJsonDocument::Indented);
+    const bool written = m_socket->write(bytes) == bytes.size();
+    m_socket->flush(); // two messages of one event-loop turn must not leave as one write
+    return written;
+}
+
+void Fido2Client::handleConnected()
+{
+    m_connected = true;
+    m_reconnectAttempts = 0;
+    if (m_stopping) {
+        m_socket->disconnectFromServer();
+        if (m_socket->state() != QLocalSocket::UnconnectedState)
+            m_socket->waitForDisconnected(kRefuseTimeoutMs);
+        return;
+    }
+    emit connectionStatusChanged(true);
+    sendMessage(pingMessage(QDateTime::currentMSecsSinceEpoch()));
+}
+
+void Fido2Client::handleDisconnected()
+{
+    m_connected = false;
+    emit connectionStatusChanged(false);
+    if (!m_stopping && m_reconnectAttempts < kMostAttempts)
+        m_reconnectTimer.start();
+}
+
+void Fido2Client::handleServerData()
+{
+    const QByteArray bytes = m_socket->read(kLargestMessage + 1);
+    if (bytes.size() > kLargestMessage) {
+        qWarning() << "FIDO2 message of more than" << kLargestMessage << "bytes dropped, from" << m_serverName;
+        return;
+    }
+    if (const auto question = parseConfirmationQuestion(bytes))
+        emit userConfirmationRequestReceived(question->operation, question->data);
+}
+
+void Fido2Client::handleError(QLocalSocket::LocalSocketError)
+{
+    // Every loss of a connection comes through disconnected() as well.
+}
+
+void Fido2Client::attemptReconnect()
+{
+    if (m_connected || m_stopping)
+        return;
+    if (m_reconnectAttempts < std::numeric_limits<std::int32_t>::max())
+        ++m_reconnectAttempts;
+    if (m_reconnectAttempts < kMostAttempts)
+        connectToServer(m_serverName);
+}

@@ -1,0 +1,254 @@
+#include "fido2/fido2_setting_dialog.h"
+
+#include "fido2/credential_edit_dialog.h"
+#include "fido2/credential_texts.h"
+#include "fido2/credentials_file_chooser.h"
+#include "ui/plain_tool_tip.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDir>
+#include <QFileInfo>
+#include <QLabel>
+#include <QLineEdit>
+#include <QTableWidget>
+
+Fido2SettingDialog::Fido2SettingDialog(QWidget* parent, Fido2Environment environment, Prompter& prompter)
+    : QDialog(parent)
+    , m_environment(std::move(environment))
+    , m_prompter(prompter)
+{
+    buildLayout();
+    onGenerateSerialNumber();
+    if (QFileInfo::exists(m_path))
+        loadFile(m_path);
+}
+
+Fido2Parameters Fido2SettingDialog::parameters() const
+{
+    Fido2Parameters chosen;
+    chosen.vid = m_vid->text();
+    chosen.pid = m_pid->text();
+    chosen.name = m_name->text().trimmed();
+    chosen.usbVersionChoice = m_usbVersion->currentText();
+    chosen.serialNumber = m_serial->text().trimmed();
+    chosen.credentialsPath = m_path;
+    chosen.supportsPin = m_supportsPin->isChecked();
+    return chosen;
+}
+
+KeyIdentity Fido2SettingDialog::form() const
+{
+    return {m_serial->text(),          m_name->text(), m_vid->text(), m_pid->text(), m_usbVersion->currentText(),
+            m_supportsPin->isChecked()};
+}
+
+void Fido2SettingDialog::onGenerateSerialNumber()
+{
+    m_serial->setText(m_environment.newSerialNumber());
+}
+
+void Fido2SettingDialog::updateCredentialsFilePath()
+{
+    setPath(m_environment.credentialsPath(m_serial->text()));
+}
+
+void Fido2SettingDialog::setPath(const QString& path)
+{
+    m_path = path;
+    m_pathLabel->setText(tr("Credentials file: %1").arg(path));
+}
+
+void Fido2SettingDialog::loadDeviceInfoFromCredentialsFile()
+{
+    loadFile(m_path);
+}
+
+void Fido2SettingDialog::loadFile(const QString& path)
+{
+    CredentialsFile file(path);
+    switch (file.load()) {
+    case JsonFileContent::State::Object:
+        m_credentials = file.credentials();
+        onRefreshCredentials();
+        extractDeviceInfoFromCredential(file.root());
+        break;
+    case JsonFileContent::State::NotOpened:
+        m_prompter.warning(this, tr("Error"), tr("Cannot open credentials file: %1").arg(path));
+        break;
+    case JsonFileContent::State::NotJson:
+        m_prompter.warning(this, tr("Error"), tr("Invalid JSON format: %1").arg(file.parseError()));
+        break;
+    case JsonFileContent::State::NotAnObject:
+        break; // as if there were no file
+    }
+    setPath(path); // a serial number from the file has set another
+}
+
+void Fido2SettingDialog::extractDeviceInfoFromCredential(const QJsonObject& credential)
+{
+    const QJsonObject info = credential.value(QStringLiteral("deviceInfo")).toObject();
+    const struct
+    {
+        QLineEdit* field;
+        QString key;
+    } texts[] = {
+        {m_serial, QStringLiteral("serialNumber")},
+        {m_vid, QStringLiteral("vid")},
+        {m_pid, QStringLiteral("pid")},
+        {m_name, QStringLiteral("deviceName")},
+    };
+    for (const auto& [field, key] : texts) {
+        if (const QString text = info.value(key).toString(); !text.isEmpty())
+            field->setText(text);
+    }
+    const int version = m_usbVersion->findText(info.value(QStringLiteral("usbVersion")).toString());
+    if (version >= 0)
+        m_usbVersion->setCurrentIndex(version);
+    if (const QJsonValue supportsPin = info.value(QStringLiteral("supportsPin")); supportsPin.isBool())
+        m_supportsPin->setChecked(supportsPin.toBool());
+}
+
+void Fido2SettingDialog::onSelectCredentialsFile()
+{
+    const QString directory = m_environment.directory();
+    if (!QDir(directory).exists()) {
+        m_prompter.information(this, tr("Info"), tr("FIDO2 directory not found: %1").arg(directory));
+        return;
+    }
+    const QStringList names = m_environment.credentialsFileNames();
+    if (names.isEmpty()) {
+        m_prompter.information(this, tr("Info"), tr("No credential files found in: %1").arg(directory));
+        return;
+    }
+    CredentialsFileChooser chooser(directory, names, this);
+    if (chooser.exec() == QDialog::Accepted && !chooser.chosenPath().isEmpty())
+        loadFile(chooser.chosenPath());
+}
+
+void Fido2SettingDialog::onRefreshCredentials()
+{
+    m_table->setRowCount(0);
+    m_table->setRowCount(m_credentials.size());
+    for (int row = 0; row < m_credentials.size(); ++row)
+        fillRow(row, m_credentials.at(row).toObject());
+}
+
+void Fido2SettingDialog::fillRow(int row, const QJsonObject& credential)
+{
+    const QStringList texts = credentialRow(credential);
+    for (int column = 0; column < texts.size(); ++column) {
+        auto* item = new QTableWidgetItem(texts.at(column));
+        if (column == int(CredentialColumn::Id) || column == int(CredentialColumn::UserId))
+            item->setToolTip(plainToolTip(texts.at(column)));
+        m_table->setItem(row, column, item);
+    }
+}
+
+void Fido2SettingDialog::onAddCredential()
+{
+    CredentialEditDialog editor(true, this, m_environment, m_prompter);
+    if (editor.exec() != QDialog::Accepted)
+        return;
+    m_credentials.append(editor.credential());
+    onRefreshCredentials();
+    succeed(tr("New credential added successfully"));
+}
+
+void Fido2SettingDialog::onEditCredential()
+{
+    const int index = selectedCredential(tr("Please select a credential to edit"));
+    if (index < 0)
+        return;
+    CredentialEditDialog editor(false, this, m_environment, m_prompter);
+    editor.setCredential(m_credentials.at(index).toObject());
+    if (editor.exec() != QDialog::Accepted)
+        return;
+    m_credentials.replace(index, editor.credential());
+    onRefreshCredentials();
+    succeed(tr("Credential updated successfully"));
+}
+
+void Fido2SettingDialog::onDeleteCredential()
+{
+    const int index = selectedCredential(tr("Please select a credential to delete"));
+    if (index < 0 ||
+        !m_prompter.question(this, tr("Confirm Delete"), tr("Are you sure you want to delete this credential?")))
+        return;
+    m_credentials.removeAt(index);
+    onRefreshCredentials();
+    succeed(tr("Credential deleted successfully"));
+}
+
+void Fido2SettingDialog::onTableItemDoubleClicked(QTableWidgetItem* item)
+{
+    m_table->selectRow(item->row());
+    onEditCredential();
+}
+
+int Fido2SettingDialog::selectedCredential(const QString& complaint)
+{
+    const QModelIndexList rows = m_table->selectionModel()->selectedRows();
+    if (rows.isEmpty()) {
+        complain(complaint);
+        return -1;
+    }
+    const int row = rows.first().row();
+    if (row < m_credentials.size())
+        return row;
+    complain(tr("Invalid row selected"));
+    return -1;
+}
+
+void Fido2SettingDialog::onSaveCredentials()
+{
+    if (CredentialsFile(m_path).save(form(), m_credentials))
+        succeed(tr("Credentials saved successfully"));
+    else
+        m_prompter.warning(this, tr("Error"), tr("Cannot write to credentials file: %1").arg(m_path));
+}
+
+QString Fido2SettingDialog::invalidInput() const
+{
+    const QString vid = m_vid->text().trimmed();
+    const QString pid = m_pid->text().trimmed();
+    if (vid.isEmpty())
+        return tr("Please enter USB VID");
+    if (pid.isEmpty())
+        return tr("Please enter USB PID");
+    if (m_name->text().trimmed().isEmpty())
+        return tr("Please enter device name");
+    const QString prefix = QStringLiteral("0x");
+    if (!vid.startsWith(prefix) || !pid.startsWith(prefix))
+        return tr("VID and PID must start with '0x'");
+    constexpr int kHexadecimal = 16;
+    bool vidConverts = false;
+    bool pidConverts = false;
+    vid.toULongLong(&vidConverts, kHexadecimal);
+    pid.toULongLong(&pidConverts, kHexadecimal);
+    return vidConverts && pidConverts ? QString() : tr("Invalid VID or PID format");
+}
+
+void Fido2SettingDialog::onCreateDevice()
+{
+    if (const QString fault = invalidInput(); !fault.isEmpty()) {
+        complain(fault);
+        return;
+    }
+    const Fido2Parameters chosen = parameters();
+    succeed(tr("FIDO2 device configuration is valid.\n\nDevice will be created with the following settings:\n"
+               "• VID: %1\n• PID: %2\n• USB Version: %3\n• Device Name: %4\n• Support PIN: %5\n• Credentials File: %6")
+                .arg(chosen.vid, chosen.pid, chosen.usbVersionChoice, chosen.name, yesOrNo(chosen.supportsPin),
+                     chosen.credentialsPath));
+    accept();
+}
+
+void Fido2SettingDialog::complain(const QString& text)
+{
+    m_prompter.warning(this, tr("Warning"), text);
+}
+
+void Fido2SettingDialog::succeed(const QString& text)
+{
+    m_prompter.information(this, tr("Success"), text);
+}

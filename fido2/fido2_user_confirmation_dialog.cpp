@@ -1,0 +1,190 @@
+#include "fido2/fido2_user_confirmation_dialog.h"
+
+#include "fido2/confirmation_result.h"
+#include "fido2/confirmation_texts.h"
+#include "fido2/credential_detail_dialog.h"
+#include "fido2/dialog_parts.h"
+#include "fido2/request_details_dialog.h"
+
+#include <QCheckBox>
+#include <QDebug>
+#include <QHBoxLayout>
+#include <QJsonArray>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QTextDocument>
+#include <QTextEdit>
+#include <QtMath>
+
+#include <memory>
+
+namespace {
+
+constexpr int kIndexRole = Qt::UserRole; // element of availableCredentials
+
+/// Height that shows all details, as far as they get it.
+int detailsHeight(const QTextEdit& details, int width, int most)
+{
+    constexpr int kFewestLines = 2;
+    constexpr int kFrame = 8;
+    const int line = details.fontMetrics().lineSpacing();
+    if (details.document()->blockCount() * line > most)
+        return most; // known without laying all of it out
+    const std::unique_ptr<QTextDocument> measured(details.document()->clone());
+    measured->setTextWidth(width);
+    return qBound(kFewestLines * line, qCeil(measured->size().height()) + kFrame, most);
+}
+
+} // namespace
+
+Fido2UserConfirmationDialog::Fido2UserConfirmationDialog(const QString& operation, const QJsonObject& request,
+                                                         QWidget* parent, Fido2Environment environment)
+    : QDialog(parent)
+    , m_operation(operation)
+    , m_data(request)
+    , m_environment(std::move(environment))
+{
+    if (m_data.isEmpty()) {
+        qWarning("WARNING: Received empty data in Fido2UserConfirmationDialog!");
+        qWarning().noquote() << "Operation:" << operation;
+        m_data = placeholderData(operation);
+    }
+    setWindowTitle(tr("FIDO2 User Confirmation"));
+    setWindowFlag(Qt::WindowContextHelpButtonHint, false);
+    auto* layout = new QVBoxLayout(this);
+    constexpr int kHeadingPixels = 14;
+    QLabel* heading = makeHeading(confirmationHeading(operation), kHeadingPixels);
+    heading->setObjectName(QStringLiteral("heading"));
+    layout->addWidget(heading);
+    layout->addWidget(new QLabel(tr("Operation Details:")));
+
+    const int mostHeight = isPasswordlessLogin(m_data) ? 250 : 150;
+    const QString text = confirmationDetails(operation, m_data);
+    QTextEdit* details = makeReadOnlyText(QStringLiteral("details"));
+    showText(details, text);
+    details->setMaximumHeight(mostHeight);
+    constexpr int kWidth = 520;
+    constexpr int kMargins = 40;
+    const int height = detailsHeight(*details, kWidth - kMargins, mostHeight);
+    details->setMinimumHeight(height);
+    layout->addWidget(details);
+
+    if (offersCredentials(m_data))
+        buildCredentialList();
+    else if (m_data.value(QStringLiteral("allowDescriptionInput")).toBool())
+        buildDescriptionField();
+    layout->addWidget(buildButtons());
+
+    resize(kWidth, sizeHint().height() - (mostHeight - height));
+    // No button has the focus: a key that was meant for another window must not answer.
+    if (m_candidates)
+        m_candidates->setFocus();
+    else if (m_description)
+        m_description->setFocus();
+    else
+        details->setFocus();
+}
+
+void Fido2UserConfirmationDialog::buildCredentialList()
+{
+    layout()->addWidget(new QLabel(tr("Select a credential:")));
+    m_candidates = new QListWidget;
+    m_candidates->setObjectName(QStringLiteral("candidates"));
+    m_candidates->setUniformItemSizes(true);
+    int index = 0;
+    for (const QJsonValue& candidate : m_data.value(QStringLiteral("availableCredentials")).toArray()) {
+        auto* item = new QListWidgetItem(credentialChoice(candidate.toObject()), m_candidates);
+        item->setData(kIndexRole, index++);
+    }
+    m_candidates->setCurrentRow(0);
+    constexpr int kLeastHeight = 90;
+    m_candidates->setMinimumHeight(kLeastHeight);
+    connect(m_candidates, &QListWidget::itemDoubleClicked, this, &Fido2UserConfirmationDialog::showCandidate);
+    layout()->addWidget(m_candidates);
+}
+
+void Fido2UserConfirmationDialog::buildDescriptionField()
+{
+    layout()->addWidget(new QLabel(tr("Credential Description:")));
+    m_description = new QLineEdit(m_data.value(QStringLiteral("defaultDescription")).toString());
+    m_description->setObjectName(QStringLiteral("description"));
+    m_description->setPlaceholderText(tr("Enter credential description (optional)"));
+    layout()->addWidget(m_description);
+}
+
+QWidget* Fido2UserConfirmationDialog::buildButtons()
+{
+    auto* area = new QWidget;
+    auto* column = new QVBoxLayout(area);
+    column->setContentsMargins(0, 0, 0, 0);
+    auto* more = new QHBoxLayout;
+    QPushButton* showDetails = makePlainButton(tr("Show Detailed Information"));
+    showDetails->setObjectName(QStringLiteral("showDetails"));
+    more->addWidget(showDetails);
+    more->addStretch();
+    column->addLayout(more);
+    m_remember = new QCheckBox(tr("Remember this choice for similar operations"));
+    m_remember->setObjectName(QStringLiteral("remember"));
+    column->addWidget(m_remember);
+
+    auto* row = new QHBoxLayout;
+    QPushButton* deny = makeColoredButton(tr("DENY"), ButtonColor::Red);
+    deny->setObjectName(QStringLiteral("deny"));
+    QPushButton* confirm = makeColoredButton(tr("CONFIRM"), ButtonColor::Green);
+    confirm->setObjectName(QStringLiteral("confirm"));
+    row->addWidget(deny);
+    row->addWidget(confirm);
+    column->addLayout(row);
+    connect(showDetails, &QPushButton::clicked, this, &Fido2UserConfirmationDialog::onShowDetails);
+    connect(deny, &QPushButton::clicked, this, &Fido2UserConfirmationDialog::onDeny);
+    connect(confirm, &QPushButton::clicked, this, &Fido2UserConfirmationDialog::onConfirm);
+    return area;
+}
+
+void Fido2UserConfirmationDialog::onConfirm()
+{
+    ConfirmationInput input;
+    input.rememberChoice = m_remember->isChecked();
+    if (m_description)
+        input.description = m_description->text();
+    if (m_candidates && m_candidates->count() > 0) {
+        if (m_candidates->currentRow() < 0)
+            m_candidates->setCurrentRow(0);
+        input.selectedIndex = m_candidates->currentItem()->data(kIndexRole).toInt();
+    }
+    answer(true, confirmedResult(m_data, input, m_environment.timeText()));
+    accept();
+}
+
+void Fido2UserConfirmationDialog::onDeny()
+{
+    answer(false, deniedResult(m_remember->isChecked()));
+    QDialog::reject();
+}
+
+void Fido2UserConfirmationDialog::reject()
+{
+    onDeny();
+}
+
+void Fido2UserConfirmationDialog::answer(bool confirmed, const QJsonObject& result)
+{
+    if (m_answered)
+        return;
+    m_answered = true;
+    emit userConfirmed(confirmed, result);
+}
+
+void Fido2UserConfirmationDialog::onShowDetails()
+{
+    RequestDetailsDialog(m_operation, m_data, this).exec();
+}
+
+void Fido2UserConfirmationDialog::showCandidate(const QListWidgetItem* item)
+{
+    const QJsonArray candidates = m_data.value(QStringLiteral("availableCredentials")).toArray();
+    auto* dialog = new CredentialDetailDialog(candidates.at(item->data(kIndexRole).toInt()).toObject(), this);
+    dialog->show();
+}

@@ -1,0 +1,41 @@
+#include "fido2/request_details_dialog.h"
+
+#include "fido2/confirmation_texts.h"
+#include "fido2/dialog_parts.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPlainTextEdit>
+#include <QPushButton>
+
+RequestDetailsDialog::RequestDetailsDialog(const QString& operation, const QJsonObject& request, QWidget* parent)
+    : QDialog(parent)
+{
+    setWindowTitle(tr("Detailed FIDO2 Request Information"));
+    setWindowFlag(Qt::WindowContextHelpButtonHint, false);
+    auto* layout = new QVBoxLayout(this);
+    constexpr int kHeadingPixels = 16;
+    layout->addWidget(makeHeading(tr("Complete Client Request Data"), kHeadingPixels));
+
+    constexpr int kPointSize = 10;
+    QFont font(QStringLiteral("Consolas"), kPointSize);
+    font.setStyleHint(QFont::Monospace);
+    auto* text = new QPlainTextEdit;
+    text->setObjectName(QStringLiteral("request"));
+    text->setReadOnly(true);
+    text->setUndoRedoEnabled(false);
+    text->setFont(font);
+    text->setPlainText(completeRequestText(operation, request));
+    layout->addWidget(text);
+
+    auto* buttons = new QHBoxLayout;
+    QPushButton* close = makePlainButton(tr("Close"));
+    close->setObjectName(QStringLiteral("close"));
+    buttons->addStretch();
+    buttons->addWidget(close);
+    layout->addLayout(buttons);
+    connect(close, &QPushButton::clicked, this, &QDialog::accept);
+    constexpr QSize kSize(680, 560);
+    resize(kSize);
+    close->setFocus();
+}

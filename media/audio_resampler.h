@@ -1,0 +1,37 @@
+// audio_resampler.h: converts sound to signed 16-bit interleaved samples of a fixed rate and channel count.
+#pragma once
+
+#include "media/av_source_sink.h"
+
+#include <cstdint>
+
+/// The first frame fixes the input format for the stage's life. A later frame of another format is converted as if it
+/// had the first one's; one that is too small for that is left out. Messages go to the standard streams.
+class AudioResampler final : public AVSourceSink
+{
+public:
+    /// Two channels are front left and front right; other counts have their default positions.
+    AudioResampler(int outputChannels, int outputRate);
+
+    bool pushFrame(AVFrame* frame) override;
+
+    int outputRate() const { return m_outputRate; }
+    int outputChannels() const { return m_outputChannels; }
+
+private:
+    bool initialize();
+    bool setOptions();
+    void setDestinationFormat();
+    bool prepareDestination(int samples);
+    bool holdsInput(const AVFrame& frame) const;
+
+    const int m_outputChannels;
+    const int m_outputRate;
+    std::uint64_t m_outputLayout = 0;
+    int m_inputRate = 0; ///< 0 until the first frame.
+    int m_inputChannels = 0;
+    int m_inputSampleFormat = -1;
+    std::uint64_t m_inputLayout = 0;
+    ffmpeg::Resampler m_resampler;
+    ffmpeg::Frame m_destination;
+};

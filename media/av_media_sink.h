@@ -1,0 +1,71 @@
+// av_media_sink.h: the end of a chain: a bounded queue of pictures, sound and packets for another thread.
+#pragma once
+
+#include "media/av_source_sink.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+/// One thing that reached the end of a chain, copied.
+struct MediaItem
+{
+    static constexpr int kFrame = 0;
+    static constexpr int kPacket = 1;
+
+    int kind = kFrame;
+    int width = 0; ///< Pixels; 0 x 0 for sound.
+    int height = 0;
+    int format = -1; ///< FFmpeg's pixel or sample format; -1 for packets.
+    std::int64_t timeStamp = 0;
+    bool isKeyPacket = false;
+
+    /// Planes one after the other without line padding; interleaved samples; or the packet's bytes.
+    std::vector<std::uint8_t> bytes;
+};
+
+class AVMediaSink : public AVSourceSink
+{
+public:
+    enum class Overflow
+    {
+        DropOldest, ///< Live use: what is shown is never older than the queue.
+        Block,      ///< Writing a file: the chain waits for room or a stop.
+    };
+
+    static constexpr std::size_t kCapacity = 64;
+
+    explicit AVMediaSink(Overflow overflow = Overflow::DropOldest) : m_overflow(overflow) {}
+
+    /// On the media thread. False after stopQueue().
+    bool pushFrame(AVFrame* frame) override;
+    bool pushPacket(AVPacket* packet) override;
+
+    /// From any thread: the oldest item, waiting for one at most `limit`. Nothing once the queue is stopped.
+    std::optional<MediaItem> take(std::chrono::milliseconds limit = {});
+
+    /// Gives an item's memory back for the next one.
+    void recycle(MediaItem&& item);
+
+    /// Ends all waiting; from then on items are refused.
+    void stopQueue();
+
+    /// Items that DropOldest has dropped.
+    std::uint64_t dropped() const;
+
+private:
+    MediaItem blankItem();
+    bool append(MediaItem&& item);
+
+    const Overflow m_overflow;
+    mutable std::mutex m_lock;
+    std::condition_variable m_changed;
+    std::deque<MediaItem> m_items;
+    std::vector<MediaItem> m_spare;
+    std::uint64_t m_dropped = 0;
+    bool m_stopped = false;
+};

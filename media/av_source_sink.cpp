@@ -1,0 +1,34 @@
+#include "media/av_source_sink.h"
+
+#include <algorithm>
+
+AVSourceSink::AVSourceSink() = default;
+
+AVSourceSink::~AVSourceSink() = default;
+
+bool AVSourceSink::pushFrame(AVFrame* frame)
+{
+    return std::all_of(m_downstream.begin(), m_downstream.end(),
+                       [frame](AVSourceSink* stage) { return stage->pushFrame(frame); });
+}
+
+bool AVSourceSink::pushPacket(AVPacket* packet)
+{
+    return std::all_of(m_downstream.begin(), m_downstream.end(),
+                       [packet](AVSourceSink* stage) { return stage->pushPacket(packet); });
+}
+
+void AVSourceSink::chain(AVSourceSink& child)
+{
+    m_downstream.push_back(&child);
+    child.m_upstream = this;
+}
+
+void AVSourceSink::recordInput(const AVFrame& frame)
+{
+    if (m_inputFormat != -1)
+        return;
+    m_inputFormat = frame.format;
+    m_inputWidth = frame.width;
+    m_inputHeight = frame.height;
+}

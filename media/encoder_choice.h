@@ -1,0 +1,21 @@
+// encoder_choice.h: opens the best encoder that this FFmpeg and this machine have for a codec.
+#pragma once
+
+#include "media/ffmpeg_handles.h"
+
+struct EncoderSettings
+{
+    AVCodecID codec = AV_CODEC_ID_NONE;
+    int pixelFormat = -1; ///< FFmpeg's number; -1: the encoder's own.
+    int width = 0;        ///< Pixels.
+    int height = 0;
+    int frameRate = 30;
+    int threadCount = 0; ///< 0: FFmpeg decides.
+};
+
+/// The pixel format an encoder of the codec is given when nothing else is asked for: full range for MJPEG.
+int defaultPixelFormat(AVCodecID codec);
+
+/// Hardware encoders first, then software. Low latency: no B-frames, a key frame each second, headers in the stream;
+/// the time base is one frame. Null when none opens with these settings.
+ffmpeg::CodecContext openEncoder(const EncoderSettings& settings);

@@ -1,0 +1,39 @@
+// media_input.h: one opened file or network stream, read packet by packet.
+#pragma once
+
+#include "media/ffmpeg_handles.h"
+#include "media/media_interrupt.h"
+
+#include <string>
+
+/// Opens with low-latency options. Every blocking call is bounded by the interrupt, which also ends it on a stop.
+class MediaInput
+{
+public:
+    /// `url` is a path or URL in UTF-8. A non-empty `protocols` (comma-separated) admits only those protocols.
+    MediaInput(std::string url, MediaInterrupt& interrupt, std::string protocols = {});
+
+    /// Closes what is open and opens the input from its beginning; 0 or FFmpeg's error code.
+    int open();
+
+    /// 0 or FFmpeg's error code.
+    int findStreamInformation();
+
+    /// The next packet; 0 or FFmpeg's error code (end of input, failure, time limit, stop).
+    int read(AVPacket* packet);
+
+    bool isOpen() const { return m_context != nullptr; }
+
+    /// Null when not open. Streams belong to it and die with the next open().
+    const AVFormatContext* context() const { return m_context.get(); }
+
+    const std::string& url() const { return m_url; }
+
+private:
+    void close();
+
+    const std::string m_url;
+    MediaInterrupt& m_interrupt;
+    const std::string m_protocols;
+    ffmpeg::FormatContext m_context;
+};

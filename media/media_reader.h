@@ -1,0 +1,97 @@
+// media_reader.h: opens an input, builds the chains behind its first video and first audio stream, and drives them.
+#pragma once
+
+#include "media/av_source.h"
+#include "media/media_input.h"
+#include "media/media_interrupt.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+class AVDecoder;
+class AVEncoder;
+class AVScaler;
+struct ScalerSettings;
+
+/// Which streams a reader takes.
+inline constexpr int kSelectBoth = -1;
+inline constexpr int kSelectVideo = 0;
+inline constexpr int kSelectAudio = 1;
+
+/// Used by one thread; only the interrupt's stop() comes from others. Owns its stages, not the sinks they end in.
+class MediaReader
+{
+public:
+    /// `url` is a path or URL in UTF-8. The interrupt outlives the reader. `protocols` as MediaInput has it.
+    MediaReader(std::string url, int selector, MediaInterrupt& interrupt, std::string protocols = {});
+    ~MediaReader();
+
+    /// Opens the input and creates the sources. False when it cannot be opened or its streams are not found; true
+    /// also when no stream is of a selected kind.
+    bool open();
+
+    /// FFmpeg's words for why open() returned false or reading failed before the end of the input; else empty.
+    const std::string& error() const { return m_error; }
+
+    /// Null when the input has no such stream or it is not selected.
+    AVSource* videoSource() const { return m_video.get(); }
+    AVSource* audioSource() const { return m_audio.get(); }
+
+    /// 30 when there is a video source, else 0; the stream's own rate is not consulted.
+    double frameRate() const { return m_video ? 30 : 0; }
+
+    /// Threads of the decoders and the encoder of chains built afterwards; 0 (the default): FFmpeg decides.
+    void setThreadCounts(int decoders, int encoder)
+    {
+        m_decoderThreads = decoders;
+        m_encoderThreads = encoder;
+    }
+
+    /// Video chain that ends in `sink`. With a codec, compressed packets arrive there: passed through when codec and
+    /// size are the source's own, else decoded, scaled and encoded. Without (AV_CODEC_ID_NONE), pictures arrive. A
+    /// pixel format of -1 is the encoder's own. True also when there is no video source.
+    bool buildVideoChain(AVCodecID codec, int pixelFormat, int width, int height, int frameRate, AVSourceSink& sink,
+                         const ScalerSettings& scaling);
+    bool buildVideoChain(AVCodecID codec, int pixelFormat, int width, int height, int frameRate, AVSourceSink& sink);
+
+    /// Audio chain: signed 16-bit interleaved samples arrive at `sink`. True also when there is no audio source.
+    bool buildAudioChain(int channels, int sampleRate, AVSourceSink& sink);
+
+    enum class Ending
+    {
+        InputEnded,
+        StageRefused,
+        NotReopened
+    };
+
+    /// Reads until a stage refuses a packet or the input ends or fails; with `loop` the input then starts again.
+    Ending readLoop(bool loop);
+
+    /// Takes what decoder and encoder still hold down the chain. Only after a read loop that will not be continued.
+    void flush();
+
+    /// Stages that chain building made, null when there are none; valid while the reader lives.
+    AVDecoder* videoDecoder() const { return m_videoDecoder; }
+    AVDecoder* audioDecoder() const { return m_audioDecoder; }
+    AVScaler* scaler() const { return m_scaler; }
+    AVEncoder* encoder() const { return m_encoder; }
+
+private:
+    template<typename Stage, typename... Arguments>
+    Stage& addStage(Arguments&&... arguments);
+    bool push(AVPacket* packet);
+
+    MediaInput m_input;
+    const int m_selector;
+    int m_decoderThreads = 0;
+    int m_encoderThreads = 0;
+    std::string m_error;
+    std::unique_ptr<AVSource> m_video;
+    std::unique_ptr<AVSource> m_audio;
+    std::vector<std::unique_ptr<AVSourceSink>> m_stages;
+    AVDecoder* m_videoDecoder = nullptr;
+    AVDecoder* m_audioDecoder = nullptr;
+    AVScaler* m_scaler = nullptr;
+    AVEncoder* m_encoder = nullptr;
+};

@@ -1,0 +1,35 @@
+// text_box.h: lines of white text on a red box, drawn into a picture of any supported pixel format.
+#pragma once
+
+#include "media/ffmpeg_handles.h"
+
+#include <opencv2/core.hpp>
+
+#include <string>
+#include <vector>
+
+/// Draws with OpenCV into a mask of the box alone, so only the pixels of the box are touched.
+class TextBox
+{
+public:
+    /// Pixel formats that draw() knows: 8-bit YUV with planes of any halving, NV12, NV21, RGB24, BGR24 and grey.
+    static bool supports(int format);
+
+    /// Lays the lines out for a picture of this size; the box starts at (x, y), moved so that it stays inside, and is
+    /// cut where it is larger than the picture.
+    void layOut(const std::vector<std::string>& lines, int x, int y, int pictureWidth, int pictureHeight);
+
+    /// Draws into a writable picture of a supported format and of the size that was laid out for.
+    void draw(AVFrame& picture) const;
+
+    /// Where the box is, in pixels; even in position and size except at the picture's odd edges.
+    cv::Rect area() const { return m_area; }
+
+private:
+    void drawPlane(AVFrame& picture, int plane, int widthShift, int heightShift, int step, int offset, std::uint8_t red,
+                   std::uint8_t white) const;
+
+    cv::Mat m_storage; ///< Grows to the largest box so far.
+    cv::Mat m_mask;    ///< 255 where text is.
+    cv::Rect m_area;
+};

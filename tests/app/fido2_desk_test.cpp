@@ -1,0 +1,359 @@
+#include "app/device_table.h"
+#include "app/main_window.h"
+#include "devices/device_record_manager.h"
+#include "devices/device_type.h"
+#include "fido2/fido2_channels.h"
+#include "tests/support/scripted_prompter.h"
+#include "tests/support/suite_registry.h"
+
+#include <QDialog>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QLocalServer>
+#include <QProcess>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTextEdit>
+#include <QtTest>
+
+#include <memory>
+
+class Fido2DeskTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void detailsAreRefusedInOrder_data();
+    void detailsAreRefusedInOrder();
+    void aKeyHasDetails_data();
+    void aKeyHasDetails();
+    void giveUpStartsNothing();
+    void requestsAreAskedAndAnsweredInTurn();
+    void aDeviceMayVanishWhileItsDialogIsOpen();
+    void anUnknownSenderIsAnsweredByNoOne();
+    void registersWithARealDevice();
+
+private:
+    MainWindowServices services() const;
+    void saveRecord(const QString& name, const QString& serial) const;
+    QString path(const QString& name) const { return m_folder->path() + QLatin1Char('/') + name; }
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+    ScriptedPrompter m_prompter;
+};
+
+namespace {
+
+constexpr qint64 kProcessId = 918;
+
+/// Runs `react` once on the modal dialog of that title when it is there, from the dialog's own event loop.
+template<typename React>
+void whenDialogOpens(const QString& title, React react)
+{
+    auto* timer = new QTimer(qApp);
+    QObject::connect(timer, &QTimer::timeout, timer, [timer, title, react] {
+        auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        if (!dialog || !dialog->isVisible() || dialog->windowTitle() != title)
+            return;
+        timer->stop();
+        timer->deleteLater();
+        react(*dialog);
+    });
+    timer->start(1);
+}
+
+void click(const QDialog& dialog, const char* name)
+{
+    dialog.findChild<QPushButton*>(QLatin1String(name))->click();
+}
+
+const QString kConfirmation = QStringLiteral("FIDO2 User Confirmation");
+
+QByteArray question(const char* rpId)
+{
+    return QByteArray(R"({"type":"user_confirmation_request","operation":"make_credential","data":{"rpId":"%"}})")
+        .replace("%", rpId);
+}
+
+void send(QLocalSocket* socket, const QByteArray& bytes)
+{
+    socket->write(bytes);
+    socket->flush();
+}
+
+/// The next answer, empty when none comes.
+QJsonObject response(QLocalSocket* socket)
+{
+    QJsonObject message;
+    const bool came = QTest::qWaitFor([&] {
+        if (socket->bytesAvailable() > 0)
+            message = QJsonDocument::fromJson(socket->readAll()).object();
+        return message.value(QStringLiteral("type")) == QStringLiteral("user_confirmation_response");
+    });
+    return came ? message : QJsonObject();
+}
+
+struct Device
+{
+    Device()
+    {
+        const QString name = QStringLiteral("Fido2Server_%1").arg(kProcessId);
+        QLocalServer::removeServer(name);
+        server.listen(name);
+    }
+
+    /// After its ping was read.
+    QLocalSocket* accept()
+    {
+        if (!QTest::qWaitFor([this] { return server.hasPendingConnections(); }))
+            return nullptr;
+        QLocalSocket* socket = server.nextPendingConnection();
+        if (QTest::qWaitFor([socket] { return socket->bytesAvailable() > 0; }))
+            socket->readAll();
+        return socket;
+    }
+
+    QLocalServer server;
+};
+
+} // namespace
+
+void Fido2DeskTest::init()
+{
+    m_folder = std::make_unique<QTemporaryDir>();
+    m_prompter = ScriptedPrompter();
+}
+
+MainWindowServices Fido2DeskTest::services() const
+{
+    MainWindowServices made;
+    made.launcher = DeviceLauncher(m_folder->path());
+    made.recordsFolder = m_folder->path();
+    made.takeSnapshot = [] { return ProcessSnapshot({std::uint32_t(kProcessId)}); };
+    return made;
+}
+
+void Fido2DeskTest::saveRecord(const QString& name, const QString& serial) const
+{
+    DeviceRecord record;
+    record.deviceType = int(DeviceType::Fido2);
+    record.deviceName = name;
+    record.processId = kProcessId;
+    record.publicParams = QStringList{QStringLiteral("2"), {}, {}, name, {}, serial, {}, {}, {}};
+    record.isRunning = true;
+    DeviceRecordManager(m_folder->path(), nullptr).saveRecord(record);
+}
+
+void Fido2DeskTest::detailsAreRefusedInOrder_data()
+{
+    QTest::addColumn<QStringList>("cells");
+    QTest::addColumn<bool>("record");
+    QTest::addColumn<QString>("serial");
+    QTest::addColumn<QString>("box");
+    const QString key = QStringLiteral("Key");
+    const QString pid = QString::number(kProcessId);
+    const auto row = [&](const QString& type) { return QStringList{key, pid, {}, {}, {}, type}; };
+    QTest::newRow("an empty row") << QStringList() << false << QString()
+                                  << "warn|Error|No device found at selected row";
+    QTest::newRow("another type") << row(QStringLiteral("Camera")) << true << QStringLiteral("S1")
+                                  << "info|Info|Device details are only available for FIDO2 devices";
+    QTest::newRow("no record") << row(QStringLiteral("FIDO2")) << false << QString()
+                               << "warn|Error|Could not load FIDO2 device record";
+    QTest::newRow("no serial number in the record")
+        << row(QStringLiteral("FIDO2")) << true << QString()
+        << "warn|Error|Could not extract device serial number from device record";
+    QTest::newRow("no credentials file") << row(QStringLiteral("FIDO2")) << true << QStringLiteral("S1")
+                                         << "warn|Error|Credentials file not found: %1/fido2/S1_credentials.json";
+}
+
+void Fido2DeskTest::detailsAreRefusedInOrder()
+{
+    QFETCH(QStringList, cells);
+    QFETCH(bool, record);
+    QFETCH(QString, serial);
+    QFETCH(QString, box);
+    MainWindow window(nullptr, m_prompter, services());
+    if (record)
+        saveRecord(QStringLiteral("Key"), serial);
+    window.deviceTable().addDevice(cells);
+    const QStringList parts = box.replace(QStringLiteral("%1"), m_folder->path()).split(QLatin1Char('|'));
+    if (parts.at(0) == QStringLiteral("info"))
+        m_prompter.expectInformation(parts.at(1), parts.at(2));
+    else
+        m_prompter.expectWarning(parts.at(1), parts.at(2));
+    window.showDeviceDetails(0);
+    QCOMPARE(m_prompter.verify(), QString());
+}
+
+void Fido2DeskTest::aKeyHasDetails_data()
+{
+    QTest::addColumn<QString>("type");
+    QTest::addColumn<QString>("recordName");
+    QTest::newRow("restored, its record named after the type") << "FIDO2"
+                                                               << "FIDO2";
+    QTest::newRow("launched, its record named after the device") << "fido2"
+                                                                 << "Key";
+    QTest::newRow("found by process id alone") << "fido2"
+                                               << "another name";
+}
+
+void Fido2DeskTest::aKeyHasDetails()
+{
+    QFETCH(QString, type);
+    QFETCH(QString, recordName);
+    MainWindow window(nullptr, m_prompter, services());
+    saveRecord(recordName, QStringLiteral("S1"));
+    QDir(m_folder->path()).mkdir(QStringLiteral("fido2"));
+    QFile file(path(QStringLiteral("fido2/S1_credentials.json")));
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write("{}") == 2);
+    file.close();
+    window.deviceTable().addDevice({QStringLiteral("Key"), QString::number(kProcessId), {}, {}, {}, type});
+    bool seen = false;
+    whenDialogOpens(QStringLiteral("Device Details - S1"), [&](QDialog& dialog) {
+        seen = true;
+        dialog.reject();
+    });
+    window.showDeviceDetails(0);
+    QVERIFY(seen);
+    QCOMPARE(m_prompter.verify(), QString());
+}
+
+void Fido2DeskTest::giveUpStartsNothing()
+{
+    MainWindow window(nullptr, m_prompter, services());
+    whenDialogOpens(QStringLiteral("FIDO2 Device Configuration"), [](QDialog& dialog) { dialog.reject(); });
+    window.onCreateFido2();
+    QVERIFY(!QDir(m_folder->path()).exists(QStringLiteral("fido2")));
+    QVERIFY(!window.deviceTable().identityAt(0));
+    QCOMPARE(m_prompter.verify(), QString());
+}
+
+void Fido2DeskTest::requestsAreAskedAndAnsweredInTurn()
+{
+    Device device;
+    saveRecord(QStringLiteral("Key"), QStringLiteral("S1"));
+    MainWindow window(nullptr, m_prompter, services());
+    window.show();
+    const std::unique_ptr<QLocalSocket> socket(device.accept());
+    QVERIFY(socket);
+    bool answeredBoth = false;
+    const auto asksFor = [](QDialog& dialog, const char* rpId) {
+        return dialog.findChild<QTextEdit*>()->toPlainText().contains(QLatin1String(rpId));
+    };
+    whenDialogOpens(kConfirmation, [&](QDialog& first) {
+        QVERIFY(asksFor(first, "first.example"));
+        QSignalSpy arrived(window.findChild<Fido2Client*>(), &Fido2Client::userConfirmationRequestReceived);
+        send(socket.get(), question("second.example")); // while the first dialog is open
+        QTRY_COMPARE(arrived.size(), 1);
+        QCOMPARE(QApplication::activeModalWidget(), &first);
+        click(first, "confirm");
+        whenDialogOpens(kConfirmation, [&](QDialog& second) {
+            QCOMPARE(response(socket.get()).value(QStringLiteral("confirmed")), QJsonValue(true));
+            QVERIFY(asksFor(second, "second.example"));
+            second.close();
+            QCOMPARE(response(socket.get()).value(QStringLiteral("confirmed")), QJsonValue(false));
+            answeredBoth = true;
+        });
+    });
+    send(socket.get(), question("first.example"));
+    QTRY_VERIFY(answeredBoth);
+    QTRY_VERIFY(!QApplication::activeModalWidget());
+}
+
+void Fido2DeskTest::aDeviceMayVanishWhileItsDialogIsOpen()
+{
+    auto device = std::make_unique<Device>();
+    saveRecord(QStringLiteral("Key"), QStringLiteral("S1"));
+    MainWindow window(nullptr, m_prompter, services());
+    bool answered = false;
+    whenDialogOpens(kConfirmation, [&](QDialog& dialog) {
+        device.reset();
+        auto* client = window.findChild<Fido2Client*>();
+        QTRY_VERIFY(!client->isConnected());
+        QTest::ignoreMessage(QtWarningMsg, "FIDO2 client for process 918 not available or not connected");
+        click(dialog, "confirm");
+        answered = true;
+    });
+    send(device->accept(), question("a.example"));
+    QTRY_VERIFY(answered);
+    QTRY_VERIFY(!QApplication::activeModalWidget());
+}
+
+void Fido2DeskTest::anUnknownSenderIsAnsweredByNoOne()
+{
+    MainWindow window(nullptr, m_prompter, services());
+    bool answered = false;
+    whenDialogOpens(kConfirmation, [&](QDialog& dialog) {
+        QTest::ignoreMessage(QtWarningMsg, "No FIDO2 client found for process 0");
+        click(dialog, "deny");
+        answered = true;
+    });
+    QVERIFY(QMetaObject::invokeMethod(&window, "showFido2UserConfirmationDialog",
+                                      Q_ARG(QString, QStringLiteral("reset")),
+                                      Q_ARG(QJsonObject, (QJsonObject{{QStringLiteral("rpId"), 1}}))));
+    QTRY_VERIFY(answered);
+}
+
+void Fido2DeskTest::registersWithARealDevice()
+{
+    const QString folder = QCoreApplication::applicationDirPath();
+    const QString serial = QStringLiteral("TEST-%1").arg(QCoreApplication::applicationPid());
+    MainWindow window(nullptr, m_prompter);
+    const auto keyRow = [&] {
+        for (int row = 0; row < window.deviceTable().rowCount(); ++row) {
+            if (window.deviceTable().cellTexts(row).at(0) == serial)
+                return row;
+        }
+        return -1;
+    };
+    whenDialogOpens(QStringLiteral("FIDO2 Device Configuration"), [&](QDialog& dialog) {
+        dialog.findChild<QLineEdit*>(QStringLiteral("serialNumber"))->setText(serial);
+        dialog.findChild<QLineEdit*>(QStringLiteral("deviceName"))->setText(serial);
+        click(dialog, "create");
+    });
+    window.onCreateFido2();
+    m_prompter = ScriptedPrompter(); // the box of "Create" is tested elsewhere
+    QVERIFY(keyRow() >= 0);
+    const qint64 processId = window.deviceTable().identityAt(keyRow())->processId.toLongLong();
+
+    auto* channels = window.findChild<Fido2Channels*>();
+    QTRY_VERIFY_WITH_TIMEOUT(channels->clientOf(processId) && channels->clientOf(processId)->isConnected(), 30000);
+    whenDialogOpens(kConfirmation, [](QDialog& dialog) {
+        dialog.findChild<QLineEdit*>(QStringLiteral("description"))->setText(QStringLiteral("mine"));
+        click(dialog, "confirm");
+    });
+    QProcess request;
+    request.start(folder + QStringLiteral("/usb-daemon.exe"),
+                  {QStringLiteral("--request"), QString::number(processId), QStringLiteral("make_credential"),
+                   QStringLiteral("--rp"), QStringLiteral("shop.example"), QStringLiteral("--user"),
+                   QStringLiteral("ann")});
+    QTRY_COMPARE_WITH_TIMEOUT(request.state(), QProcess::NotRunning, 30000);
+    const QByteArray printed = request.readAllStandardOutput();
+    QVERIFY2(printed.contains("\"confirmed\":true"), printed + request.readAllStandardError());
+
+    QFile file(folder + QStringLiteral("/fido2/%1_credentials.json").arg(serial));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QJsonArray credentials =
+        QJsonDocument::fromJson(file.readAll()).object().value(QStringLiteral("credentials")).toArray();
+    QCOMPARE(credentials.size(), 1);
+    QCOMPARE(credentials.at(0).toObject().value(QStringLiteral("description")), QJsonValue(QStringLiteral("mine")));
+    QVERIFY(QFile::exists(credentials.at(0).toObject().value(QStringLiteral("privateKeyFile")).toString()));
+
+    m_prompter.expectQuestion(
+        QStringLiteral("Confirm Deletion"),
+        QStringLiteral("Are you sure you want to delete device \"%1\"?\nThis will terminate process ID: %2")
+            .arg(serial, QString::number(processId)),
+        true);
+    m_prompter.expectInformation(QStringLiteral("Success"),
+                                 QStringLiteral("Device \"%1\" has been successfully deleted").arg(serial));
+    window.onTableItemDoubleClicked(window.deviceTable().item(keyRow(), 0));
+    QCOMPARE(m_prompter.verify(), QString());
+    QVERIFY(!channels->clientOf(processId));
+    QDir(folder + QStringLiteral("/fido2")).removeRecursively();
+}
+
+PLUGBOARD_SUITE(Fido2DeskTest)
+#include "fido2_desk_test.moc"

@@ -1,0 +1,418 @@
+#include "dialogs/camera_setting_dialog.h"
+#include "tests/dialogs/form.h"
+#include "tests/dialogs/sources.h"
+#include "tests/support/scripted_prompter.h"
+#include "tests/support/suite_registry.h"
+
+#include <QFormLayout>
+#include <QLabel>
+#include <QSignalSpy>
+#include <QTimer>
+
+class CameraSettingDialogTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void startsAsExpected();
+    void fieldsRefuseWhatIsNoValue_data();
+    void fieldsRefuseWhatIsNoValue();
+    void handsBackWhatWasChosen_data();
+    void handsBackWhatWasChosen();
+    void sourceDecidesWhatShows();
+    void browsingTakesOverSizeAndRate();
+    void selectsWhatAProbeFound_data();
+    void selectsWhatAProbeFound();
+    void acceptsOnlyWhatOpens_data();
+    void acceptsOnlyWhatOpens();
+    void testsTheNetwork_data();
+    void testsTheNetwork();
+    void droidCamTestNeverReportsIntoAClosedDialog();
+    void tabFollowsTheForm();
+};
+
+using Source = CameraSettings::Source;
+Q_DECLARE_METATYPE(SourceProbeResult)
+
+namespace {
+
+const QString kWarning = QStringLiteral("Warning");
+const QString kIncomplete = QStringLiteral("Please enter IP address and port");
+const QString kTestResult = QStringLiteral("Test Result");
+const QString kPickFile = QStringLiteral("Select Video File");
+const QString kFileFilter = QStringLiteral("Video Files (*.mp4 *.avi *.mov *.mkv *.h264 *.h265);;All Files (*)");
+
+SourceProbeResult found(int width, int height, double rate)
+{
+    SourceProbeResult result;
+    result.opened = result.hasVideo = true;
+    result.width = width;
+    result.height = height;
+    result.frameRate = rate;
+    return result;
+}
+
+/// An open dialog over a prompter of its own, which checks sources within a short time.
+struct Fixture
+{
+    ScriptedPrompter prompter;
+    CameraSettingDialog dialog;
+    Form form{dialog};
+
+    explicit Fixture(SourceCheck check = checkWithin(std::chrono::milliseconds(400))) : dialog(nullptr, prompter, check)
+    {
+        dialog.open();
+    }
+
+    /// All that a device is created with, in its order.
+    QString values() const
+    {
+        const CameraSettings s = dialog.settings();
+        return QStringList{s.vid,
+                           s.pid,
+                           s.deviceName,
+                           s.usbVersion(),
+                           s.source(),
+                           QString::number(s.codecId()),
+                           QString::number(s.pixelFormat()),
+                           s.resolution,
+                           s.frameRate,
+                           s.uvcVersion(),
+                           s.isochronousActive ? QStringLiteral("iso") : QStringLiteral("bulk")}
+            .join(QLatin1Char('|'));
+    }
+};
+
+} // namespace
+
+void CameraSettingDialogTest::startsAsExpected()
+{
+    Fixture f;
+    QCOMPARE(f.values(), QStringLiteral("0x1234|0x5678|UVC Camera|0||7|-1|640x480|25|0x0100|bulk"));
+    QCOMPARE(f.dialog.windowTitle(), QStringLiteral("Camera Settings"));
+    QVERIFY(!f.dialog.windowIcon().isNull());
+    QCOMPARE(f.dialog.minimumWidth(), 400);
+    QVERIFY(!f.form.isEnabled("droidCam"));
+    QVERIFY(!f.form.shows("ipAddress"));
+    QCOMPARE(f.form.find<QLineEdit>("ipAddress")->text(), QStringLiteral("127.0.0.1"));
+    QCOMPARE(f.form.listed("resolution"), QStringLiteral("640x480 800x600 1024x768 1280x720 1920x1080"));
+    QCOMPARE(f.form.listed("frameRate"), QStringLiteral("25 30 50 60 120"));
+    QCOMPARE(f.form.listed("frameFormat"), QStringLiteral("MJPEG YUV420P NV12 H264 H265"));
+
+    QStringList labels;
+    const auto* rows = f.dialog.findChild<QFormLayout*>();
+    for (int row = 0; row < rows->rowCount(); ++row) {
+        const auto* item = rows->itemAt(row, QFormLayout::LabelRole);
+        const auto* label = item ? qobject_cast<QLabel*>(const_cast<QLayoutItem*>(item)->widget()) : nullptr;
+        labels << (label && label->buddy() ? label->text() : QStringLiteral("-"));
+    }
+    QCOMPARE(labels.join(QLatin1Char('|')),
+             QStringLiteral("Input Source:|Video File Path:|Resolution:|Frame Rate:|UVC Version:|USB Version:|"
+                            "UVC Frame Format:|USB VID:|USB PID:|Device Name:|-"));
+}
+
+void CameraSettingDialogTest::fieldsRefuseWhatIsNoValue_data()
+{
+    QTest::addColumn<QByteArray>("field");
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<QString>("held"); // what the edit holds afterwards
+    QTest::addColumn<bool>("acceptable");
+    const auto row = [](const char* name, const char* field, const char* typed, const char* held, bool acceptable) {
+        QTest::newRow(name) << QByteArray(field) << QString::fromLatin1(typed) << QString::fromLatin1(held)
+                            << acceptable;
+    };
+    row("a fifth digit is held back", "vid", "0x12345", "0x1234", true);
+    row("an id without prefix never starts", "vid", "1234", "", false);
+    row("one digit is enough", "vid", "0x0", "0x0", true);
+    row("the product id has the same rule", "pid", "0xabcde", "0xabcd", true);
+    row("port 0 is refused", "port", "0", "", false);
+    row("a leading zero is refused", "port", "080", "80", true);
+    row("the highest port", "port", "65535", "65535", true);
+    row("one above it loses its last digit", "port", "65536", "6553", true);
+}
+
+void CameraSettingDialogTest::fieldsRefuseWhatIsNoValue()
+{
+    QFETCH(QByteArray, field);
+    QFETCH(QString, typed);
+    QFETCH(bool, acceptable);
+    Fixture f;
+    QTEST(f.form.type(field, typed), "held");
+    QCOMPARE(f.form.find<QLineEdit>(field)->hasAcceptableInput(), acceptable);
+}
+
+void CameraSettingDialogTest::handsBackWhatWasChosen_data()
+{
+    QTest::addColumn<QString>("format");
+    QTest::addColumn<QString>("uvc");
+    QTest::addColumn<QString>("expected");
+    const auto row = [](const char* format, const char* uvc, const char* expected) {
+        QTest::addRow("%s with UVC %s", format, uvc)
+            << QString::fromLatin1(format) << QString::fromLatin1(uvc) << QString::fromLatin1(expected);
+    };
+    row("MJPEG", "1.5", "0xA|0x5678|Desk|1|/v.mp4|7|-1|1920x1080|120|0x0150|iso");
+    row("YUV420P", "1.0", "0xA|0x5678|Desk|1|/v.mp4|0|0|1920x1080|120|0x0100|iso");
+    row("NV12", "1.0", "0xA|0x5678|Desk|1|/v.mp4|0|23|1920x1080|120|0x0100|iso");
+    row("H264", "1.0", "0xA|0x5678|Desk|1|/v.mp4|27|-1|1920x1080|120|0x0150|iso");
+    row("H265", "1.0", "0xA|0x5678|Desk|1|/v.mp4|173|-1|1920x1080|120|0x0150|iso");
+}
+
+void CameraSettingDialogTest::handsBackWhatWasChosen()
+{
+    QFETCH(QString, format);
+    QFETCH(QString, uvc);
+    Fixture f;
+    f.form.type("vid", QStringLiteral("0xA"));
+    f.form.type("deviceName", QStringLiteral("Desk"));
+    f.form.type("path", QStringLiteral("/v.mp4"));
+    f.form.choose("resolution", QStringLiteral("1920x1080"));
+    f.form.choose("frameRate", QStringLiteral("120"));
+    f.form.choose("usbVersion", QStringLiteral("USB3.0"));
+    f.form.choose("frameFormat", format);
+    f.form.choose("uvcVersion", uvc);
+    f.form.toggle("isoActive");
+    f.form.ok();
+    QTEST(f.values(), "expected");
+    QCOMPARE(f.form.state(), QStringLiteral("accepted"));
+    QCOMPARE(f.prompter.verify(), QString());
+}
+
+void CameraSettingDialogTest::sourceDecidesWhatShows()
+{
+    Fixture f;
+    const auto shown = [&] {
+        QStringList names;
+        for (const char* name : {"path", "browse", "ipAddress", "port", "testNetwork"})
+            if (f.form.shows(name))
+                names << QString::fromLatin1(name);
+        names << (f.form.isChecked("isoActive") ? QStringLiteral("iso") : QStringLiteral("bulk"));
+        return names.join(QLatin1Char(' '));
+    };
+    QCOMPARE(shown(), QStringLiteral("path browse bulk"));
+    f.form.type("path", QStringLiteral("/v.mp4"));
+    f.form.toggle("ipCamera");
+    QCOMPARE(shown(), QStringLiteral("ipAddress port testNetwork iso"));
+    QCOMPARE(f.dialog.settings().source(), QStringLiteral("http://127.0.0.1:8080/video"));
+    f.form.toggle("isoActive");
+    f.form.check("droidCam");
+    QCOMPARE(shown(), QStringLiteral("ipAddress port testNetwork iso"));
+    QCOMPARE(f.dialog.settings().source(), QStringLiteral("http://127.0.0.1:8080/video"));
+    f.form.toggle("file");
+    QCOMPARE(shown(), QStringLiteral("path browse bulk"));
+    f.form.toggle("isoActive"); // the user's choice lasts until the source changes
+    f.form.toggle("ipCamera");
+    f.form.toggle("file");
+    QCOMPARE(shown(), QStringLiteral("path browse bulk"));
+    QCOMPARE(f.dialog.settings().source(), QStringLiteral("/v.mp4"));
+
+    f.form.type("ipAddress", QStringLiteral("::1 [%2]"));
+    f.form.toggle("ipCamera");
+    QCOMPARE(f.dialog.settings().source(), QStringLiteral("http://::1 [%2]:8080/video"));
+
+    f.form.find<QAbstractButton>("ipCamera")->setAutoExclusive(false);
+    f.form.toggle("ipCamera"); // no button is checked now
+    QCOMPARE(shown(), QStringLiteral("path browse bulk"));
+    QCOMPARE(f.dialog.settings().source(), QStringLiteral("/v.mp4"));
+    f.form.ok();
+    QCOMPARE(f.form.state(), QStringLiteral("accepted"));
+}
+
+void CameraSettingDialogTest::browsingTakesOverSizeAndRate()
+{
+    Fixture f(checkWithin());
+    const QString odd = sourceFile("odd.avi");
+    f.prompter.expectOpenFile(kPickFile, kFileFilter, odd);
+    f.prompter.expectOpenFile(kPickFile, kFileFilter, odd);
+    f.prompter.expectOpenFile(kPickFile, kFileFilter, QString());
+    f.form.click("browse");
+    f.form.click("browse");
+    f.form.click("browse");
+    QCOMPARE(f.prompter.verify(), QString());
+    QCOMPARE(f.form.listed("resolution"), QStringLiteral("1366x768 640x480 800x600 1024x768 1280x720 1920x1080"));
+    QCOMPARE(f.values(), QStringLiteral("0x1234|0x5678|UVC Camera|0|%1|7|-1|1366x768|30|0x0100|bulk").arg(odd));
+
+    // A file without video is taken as it is, and nothing is said.
+    f.prompter.expectOpenFile(kPickFile, kFileFilter, sourceFile("tone.opus"));
+    f.form.click("browse");
+    QCOMPARE(f.prompter.verify(), QString());
+    QCOMPARE(f.dialog.settings().source(), sourceFile("tone.opus"));
+    QCOMPARE(f.form.chosen("resolution"), QStringLiteral("1366x768"));
+}
+
+void CameraSettingDialogTest::selectsWhatAProbeFound_data()
+{
+    QTest::addColumn<SourceProbeResult>("result");
+    QTest::addColumn<QString>("state");
+    QTest::addColumn<QString>("rates");
+    QTest::addColumn<QString>("chosen");
+    const auto row = [](const char* name, const SourceProbeResult& result, const char* state, const char* rates,
+                        const char* chosen) {
+        QTest::newRow(name) << result << QString::fromLatin1(state) << QString::fromLatin1(rates)
+                            << QString::fromLatin1(chosen);
+    };
+    row("a rate is rounded up from its half", found(800, 600, 29.5), "accepted", "25 30 50 60 120", "800x600@30");
+    row("a rate below the half is cut", found(800, 600, 23.49), "accepted", "23 25 30 50 60 120", "800x600@23");
+    row("no rate leaves the size selected and fails", found(800, 600, 0), "rejected", "25 30 50 60 120", "800x600@25");
+    row("no height is no size", found(800, 0, 30), "rejected", "25 30 50 60 120", "640x480@25");
+    row("a rate that is no number fails", found(800, 600, qQNaN()), "rejected", "25 30 50 60 120", "800x600@25");
+}
+
+void CameraSettingDialogTest::selectsWhatAProbeFound()
+{
+    QFETCH(SourceProbeResult, result);
+    QFETCH(QString, state);
+    QStringList asked;
+    Fixture f([&](const QString& source, SourceProbe::Kind) {
+        asked << source;
+        return result;
+    });
+    f.form.toggle("ipCamera");
+    if (state == QLatin1String("rejected"))
+        f.prompter.expectWarning(QStringLiteral("Error"),
+                                 QStringLiteral("Failed to connect to IP Camera!\nPlease check IP address, port and "
+                                                "network connection.\n"));
+    f.form.ok();
+    QCOMPARE(f.form.state(), state);
+    QCOMPARE(f.prompter.verify(), QString());
+    QTEST(f.form.listed("frameRate"), "rates");
+    QTEST(f.form.chosen("resolution") + QLatin1Char('@') + f.form.chosen("frameRate"), "chosen");
+    QCOMPARE(asked, QStringList{QStringLiteral("http://127.0.0.1:8080/video")});
+}
+
+void CameraSettingDialogTest::acceptsOnlyWhatOpens_data()
+{
+    QTest::addColumn<QByteArray>("answer");
+    QTest::addColumn<LoopbackServer::Ending>("ending");
+    QTest::addColumn<QString>("values"); // empty: rejected
+    const QByteArray garbage = QByteArray::fromHex("00ff13371337deadbeef").repeated(50);
+    QTest::newRow("a camera that sends pictures")
+        << pictureStream() << LoopbackServer::Ending::Close << QStringLiteral("640x480 30");
+    QTest::newRow("a film over HTTP") << httpAnswer("video/x-msvideo", contentOf("odd.avi"))
+                                      << LoopbackServer::Ending::Close << QStringLiteral("1366x768 30");
+    QTest::newRow("sound only") << soundStream() << LoopbackServer::Ending::Close << QString();
+    QTest::newRow("garbage") << garbage << LoopbackServer::Ending::Close << QString();
+    QTest::newRow("a server that closes") << QByteArray() << LoopbackServer::Ending::Close << QString();
+    QTest::newRow("a server that is silent") << QByteArray() << LoopbackServer::Ending::Stall << QString();
+}
+
+void CameraSettingDialogTest::acceptsOnlyWhatOpens()
+{
+    QFETCH(QByteArray, answer);
+    QFETCH(LoopbackServer::Ending, ending);
+    QFETCH(QString, values);
+    const LoopbackServer server(answer, ending);
+    Fixture f(values.isEmpty() ? checkWithin(std::chrono::milliseconds(300)) : checkWithin());
+    f.form.toggle("ipCamera");
+    f.form.type("port", portOf(server));
+    if (values.isEmpty())
+        f.prompter.expectWarning(QStringLiteral("Error"),
+                                 QStringLiteral("Failed to connect to IP Camera!\nPlease check IP address, port and "
+                                                "network connection.\n"));
+    f.form.ok();
+    QCOMPARE(f.prompter.verify(), QString());
+    QCOMPARE(f.form.state(), values.isEmpty() ? QStringLiteral("rejected") : QStringLiteral("accepted"));
+    if (!values.isEmpty())
+        QCOMPARE(f.form.chosen("resolution") + QLatin1Char(' ') + f.form.chosen("frameRate"), values);
+}
+
+void CameraSettingDialogTest::testsTheNetwork_data()
+{
+    QTest::addColumn<QByteArray>("source");
+    QTest::addColumn<QString>("address");
+    QTest::addColumn<bool>("serves");
+    QTest::addColumn<QString>("box");
+    const auto row = [](const char* name, const char* source, const char* address, bool serves, const char* box) {
+        QTest::newRow(name) << QByteArray(source) << QString::fromLatin1(address) << serves << QString::fromLatin1(box);
+    };
+    const char* failed =
+        "Test Result|IP Camera connection failed!\nPlease check IP address, port and network connection.\n";
+    row("IP camera that works", "ipCamera", "127.0.0.1", true, "Test Result|IP Camera connection successful!\n");
+    row("IP camera that refuses", "ipCamera", "127.0.0.1", false, failed);
+    row("an address that makes no URL", "ipCamera", "[a b", false, failed);
+    row("no address", "ipCamera", "", true, "Warning|Please enter IP address and port");
+    row("no address for DroidCam", "droidCam", "", true, "Warning|Please enter IP address and port");
+}
+
+void CameraSettingDialogTest::testsTheNetwork()
+{
+    QFETCH(QByteArray, source);
+    QFETCH(QString, address);
+    QFETCH(bool, serves);
+    QFETCH(QString, box);
+    const LoopbackServer server(serves ? pictureStream() : QByteArray(), LoopbackServer::Ending::Close);
+    Fixture f(checkWithin());
+    f.form.check(source);
+    f.form.type("ipAddress", address);
+    f.form.type("port", portOf(server));
+    const QString title = box.section(QLatin1Char('|'), 0, 0);
+    const QString text = box.section(QLatin1Char('|'), 1);
+    if (text.contains(QLatin1String("successful")))
+        f.prompter.expectInformation(title, text);
+    else
+        f.prompter.expectWarning(title, text);
+    f.form.click("testNetwork");
+    QCOMPARE(f.prompter.verify(), QString());
+    QCOMPARE(f.form.text("testNetwork"), QStringLiteral("Test Network"));
+    QVERIFY(f.form.isEnabled("testNetwork"));
+    QCOMPARE(f.form.state(), QStringLiteral("open"));
+
+    if (address.isEmpty()) {
+        f.form.check("ipCamera");
+        f.prompter.expectWarning(title, text);
+        f.form.ok();
+        QCOMPARE(f.form.state(), QStringLiteral("open"));
+        QCOMPARE(f.prompter.verify(), QString());
+    }
+}
+
+void CameraSettingDialogTest::droidCamTestNeverReportsIntoAClosedDialog()
+{
+    for (const bool close : {false, true}) {
+        bool checked = false;
+        Fixture f([&](const QString&, SourceProbe::Kind) {
+            checked = true;
+            return SourceProbeResult();
+        });
+        f.form.check("droidCam");
+        f.form.click("testNetwork");
+        auto* timer = f.dialog.findChild<QTimer*>(QStringLiteral("droidCamTest"));
+        QCOMPARE(timer->interval(), 2000);
+        QVERIFY(timer->isActive());
+        QCOMPARE(f.form.text("testNetwork"), QStringLiteral("Testing..."));
+        QVERIFY(!f.form.isEnabled("testNetwork"));
+        QVERIFY(!checked);
+        if (close) {
+            f.form.ok();
+            QCOMPARE(f.form.state(), QStringLiteral("accepted"));
+            QVERIFY(!timer->isActive());
+            continue;
+        }
+        timer->start(1); // no need to wait for two seconds
+        f.prompter.expectInformation(kTestResult,
+                                     QStringLiteral("HTTP connection successful!\nURL: http://127.0.0.1:8080/video"));
+        f.form.set("port", QStringLiteral("9")); // the URL is that of the test
+        QTRY_COMPARE(f.prompter.verify(), QString());
+        QCOMPARE(f.form.text("testNetwork"), QStringLiteral("Test Network"));
+        QVERIFY(f.form.isEnabled("testNetwork"));
+        QVERIFY(!checked);
+    }
+}
+
+void CameraSettingDialogTest::tabFollowsTheForm()
+{
+    Fixture f;
+    f.form.find("file")->setFocus();
+    QStringList order;
+    for (int i = 0; i < 13; ++i) {
+        order << f.dialog.focusWidget()->objectName();
+        QTest::keyClick(f.dialog.focusWidget(), Qt::Key_Tab);
+    }
+    QCOMPARE(order.join(QLatin1Char(' ')),
+             QStringLiteral("file ipCamera path browse resolution frameRate uvcVersion usbVersion frameFormat vid pid "
+                            "deviceName isoActive"));
+    QTest::keyClick(&f.dialog, Qt::Key_Escape);
+    QCOMPARE(f.form.state(), QStringLiteral("rejected"));
+}
+
+PLUGBOARD_SUITE(CameraSettingDialogTest)
+#include "camera_setting_dialog_test.moc"

@@ -1,0 +1,116 @@
+#include "driver/engine.h"
+#include "driver/platform/simulated_platform.h"
+#include "tests/driver/captured_output.h"
+#include "tests/support/suite_registry.h"
+
+#include <QDir>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+// With a drive where the system has them, as paths that programs print have one.
+const QString kData = QDir(QStringLiteral(PLUGBOARD_TEST_DATA)).absolutePath();
+const QString kSample = QDir(QStringLiteral(PLUGBOARD_SAMPLE_DRIVER)).absolutePath();
+
+/// Words between spaces, those in quotes as they are.
+QStringList wordsOf(const QString& line)
+{
+    QStringList words;
+    static const QRegularExpression word(QStringLiteral("\"([^\"]*)\"|(\\S+)"));
+    for (auto matches = word.globalMatch(line); matches.hasNext();) {
+        const auto match = matches.next();
+        words << (match.captured(2).isEmpty() ? match.captured(1) : match.captured(2));
+    }
+    return words;
+}
+
+QString filledIn(QString text)
+{
+    return text.replace(QStringLiteral("{data}"), kData)
+        .replace(QStringLiteral("{sample}"), kSample)
+        .replace(QStringLiteral("{long}"), kData + QStringLiteral("/") + QString(260, QLatin1Char('l')))
+        .replace(QStringLiteral("{257}"), QString(257, QLatin1Char('i')));
+}
+
+/// The folders of this machine as the case files name them, with slashes.
+QString withoutFolders(const QString& text)
+{
+    QStringList lines = text.split(QLatin1Char('\n'));
+    for (QString& line : lines)
+        for (const auto& [folder, name] : {std::pair(kData, "{data}"), std::pair(kSample, "{sample}")}) {
+            for (const QString& form : {folder, QDir::toNativeSeparators(folder)})
+                if (line.contains(form))
+                    line = line.replace(form, QLatin1String(name))
+                               .replace(QLatin1String("\\inf\\"), QLatin1String("/inf/"))
+                               .replace(QLatin1String("}\\"), QLatin1String("}/"));
+        }
+    return lines.join(QLatin1Char('\n'));
+}
+
+QString runLine(driver::DevicePlatform& platform, const QString& line)
+{
+    CapturedOutput output;
+    std::vector<std::wstring> arguments{L"C:\\tools\\plugboard-driver"};
+    for (const QString& word : wordsOf(line))
+        arguments.push_back(filledIn(word).toStdWString());
+    const driver::ResultCode result = driver::DriverEngine(platform, output).run(arguments);
+    return withoutFolders(QString::fromStdString(output.take())) + QStringLiteral("= %1\n").arg(result);
+}
+
+} // namespace
+
+/// Each file of cases/ is a session: a tree, then commands ("$ ...") with what they print ("! " for the error stream)
+/// and their result ("= N"), one after the other on the same tree.
+class CaseTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void sessions_data()
+    {
+        QTest::addColumn<QString>("file");
+        for (const QString& name : QDir(kData + QStringLiteral("/cases")).entryList({QStringLiteral("*.txt")}))
+            QTest::newRow(qPrintable(name)) << kData + QStringLiteral("/cases/") + name;
+    }
+
+    void sessions()
+    {
+        QFETCH(QString, file);
+        QFile expected(file);
+        QVERIFY(expected.open(QIODevice::ReadOnly));
+        const QString text = QString::fromUtf8(expected.readAll()).remove(QLatin1Char('\r'));
+        QTemporaryDir folder;
+        const QString tree = folder.filePath(QStringLiteral("tree.json"));
+
+        QString actual;
+        for (const QString& line : text.split(QLatin1Char('\n'))) {
+            if (line.startsWith(QStringLiteral("tree: ")))
+                QFile::copy(kData + QStringLiteral("/trees/") + line.mid(6) + QStringLiteral(".json"), tree);
+            if (line.startsWith(QLatin1Char('#')) || line.startsWith(QStringLiteral("tree: ")))
+                actual += line + QLatin1Char('\n');
+            if (!line.startsWith(QLatin1Char('$')))
+                continue;
+            // A new platform each time: what a command changed must be in the file.
+            driver::SimulatedPlatform platform(tree.toStdWString());
+            actual += line + QLatin1Char('\n') + runLine(platform, line.mid(1));
+            QCOMPARE(platform.openObjects(), 0);
+        }
+        if (qEnvironmentVariableIsSet("PLUGBOARD_ACCEPT_CASES")) {
+            QFile accepted(file);
+            QVERIFY(accepted.open(QIODevice::WriteOnly) && accepted.write(actual.toUtf8()) >= 0);
+            return;
+        }
+        if (actual != text) { // whole texts are cut in a comparison's message
+            const QStringList is = actual.split(QLatin1Char('\n'));
+            const QStringList should = text.split(QLatin1Char('\n'));
+            for (int i = 0; i < is.size() && i < should.size(); ++i)
+                QVERIFY2(is[i] == should[i],
+                         qPrintable(QStringLiteral("line %1 is\n%2\nnot\n%3").arg(i + 1).arg(is[i], should[i])));
+        }
+        QCOMPARE(actual, text);
+    }
+};
+
+PLUGBOARD_SUITE(CaseTest)
+#include "case_test.moc"

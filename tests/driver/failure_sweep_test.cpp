@@ -1,0 +1,145 @@
+#include "driver/device_interfaces.h"
+#include "driver/engine.h"
+#include "driver/platform/device_tree_file.h"
+#include "driver/platform/simulated_platform.h"
+#include "tests/driver/captured_output.h"
+#include "tests/driver/failing_platform.h"
+#include "tests/support/suite_registry.h"
+
+#include <QFile>
+#include <QtTest>
+
+using namespace driver;
+
+namespace {
+
+const QString kData = QStringLiteral(PLUGBOARD_TEST_DATA);
+
+/// One command line each; every row of the command table is among them, with options and a machine where they matter.
+const char* const kCommands[] = {
+    "classfilter system upper",
+    "classfilter system upper @beta +gamma",
+    "classfilter system upper !alpha !beta !alpha",
+    "-m:\\\\LAB classfilter system lower +gamma",
+    "classes",
+    "listclass twin",
+    "find =usb USB\\VID* @USB\\VID*",
+    "findall @ROOT\\SYSTEM\\0000",
+    "driverfiles USB\\VID_*01",
+    "drivernodes USB\\VID_*01",
+    "hwids USB\\VID_*01",
+    "resources USB\\VID_*01",
+    "resources HID\\KEY",
+    "stack USB\\VID_*01",
+    "status USB\\VID_*01",
+    "help find",
+    "enable @HID\\KEY\\1 @ROOT\\SYSTEM\\0000",
+    "disable @ROOT\\SYSTEM\\0000 @HID\\KEY\\1",
+    "-r restart @ROOT\\SLOW\\0000",
+    "remove @ROOT\\SYSTEM\\0000",
+    "sethwid @ROOT\\SYSTEM\\0000 @ROOT\\SLOW\\0000 := +X",
+    "sethwid @ROOT\\SLOW\\0000 := !ROOT\\SLOW",
+    "rescan",
+    "-m:\\\\LAB rescan",
+    "reboot",
+    "install {data}/inf/other.inf ROOT\\CAMERA",
+    "-r update {data}/inf/other.inf ROOT\\SLOW",
+    "updateni {data}/inf/other.inf ROOT\\SLOW",
+    "dp_add {data}/inf/other.inf",
+    "-f dp_delete oem1.inf",
+    "dp_enum",
+    "?",
+};
+
+DeviceTree standardTree()
+{
+    QFile file(kData + QStringLiteral("/trees/standard.json"));
+    return file.open(QIODevice::ReadOnly) ? parseTree(file.readAll().toStdString()).value_or(DeviceTree())
+                                          : DeviceTree();
+}
+
+std::vector<std::wstring> argumentsOf(QString command)
+{
+    std::vector<std::wstring> arguments{L"program"};
+    for (const QString& word : command.split(QLatin1Char(' ')))
+        arguments.push_back(QString(word).replace(QStringLiteral("{data}"), kData).toStdWString());
+    return arguments;
+}
+
+} // namespace
+
+class FailureSweepTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    /// Fails each call of each command in turn. What comes of it stands in failure_sweep.txt: the call, the result, and
+    /// a "*" where the tree is no longer what it was. Nothing may stay open, whatever fails.
+    void everyCallOfEveryCommand()
+    {
+        const DeviceTree tree = standardTree();
+        const std::string before = treeText(tree);
+        QVERIFY(!tree.devices.empty());
+        QString actual;
+        for (const char* command : kCommands) {
+            actual += QStringLiteral("$ ") + QString::fromLatin1(command) + QLatin1Char('\n');
+            for (int failing = 1;; ++failing) {
+                QVERIFY(failing < 1000);
+                SimulatedPlatform simulated(tree);
+                FailingPlatform platform(simulated, failing);
+                CapturedOutput output;
+                const ResultCode result = DriverEngine(platform, output).run(argumentsOf(QString::fromLatin1(command)));
+                QCOMPARE(simulated.openObjects(), 0);
+                if (platform.failedCall().empty())
+                    break;
+                actual += QStringLiteral("%1 -> %2%3\n")
+                              .arg(QString::fromStdString(platform.failedCall()))
+                              .arg(result)
+                              .arg(treeText(simulated.tree()) == before ? QString() : QStringLiteral(" *"));
+            }
+        }
+        QFile file(kData + QStringLiteral("/failure_sweep.txt"));
+        if (qEnvironmentVariableIsSet("PLUGBOARD_ACCEPT_CASES")) {
+            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(actual.toUtf8()) >= 0);
+            return;
+        }
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QStringList should = QString::fromUtf8(file.readAll()).remove(QLatin1Char('\r')).split(QLatin1Char('\n'));
+        const QStringList is = actual.split(QLatin1Char('\n'));
+        QString command;
+        for (int i = 0; i < std::min(is.size(), should.size()); ++i) {
+            command = is[i].startsWith(QLatin1Char('$')) ? is[i] : command;
+            QVERIFY2(
+                is[i] == should[i],
+                qPrintable(QStringLiteral("%1: line %2 is %3, not %4").arg(command).arg(i + 1).arg(is[i], should[i])));
+        }
+        QCOMPARE(is.size(), should.size());
+    }
+
+    void interfaceEnumeration()
+    {
+        DeviceTree tree;
+        SimulatedDevice device;
+        device.status.flags = node_status::kStarted;
+        const auto path = [](std::size_t length) { return std::wstring(length, L'p'); };
+        // 8192 bytes hold 4 of a header and 4094 characters, one of them the NUL.
+        device.interfaces = {{kHostControllerInterface, L"first"},
+                             {Guid(), L"other class"},
+                             {kHostControllerInterface, path(4093)},
+                             {kHostControllerInterface, path(4094)},
+                             {kHostControllerInterface, L"never reached"}};
+        tree.add(device);
+        SimulatedPlatform simulated(tree);
+        QCOMPARE(devicePaths(simulated, kHostControllerInterface), (std::vector<std::wstring>{L"first", path(4093)}));
+
+        const std::size_t expected[] = {0, 0, 0, 0, 1, 1, 2, 2};
+        for (int failing = 1; failing < 8; ++failing) {
+            FailingPlatform platform(simulated, failing);
+            QCOMPARE(devicePaths(platform, kHostControllerInterface).size(), expected[failing]);
+            QCOMPARE(simulated.openObjects(), 0);
+        }
+    }
+};
+
+PLUGBOARD_SUITE(FailureSweepTest)
+#include "failure_sweep_test.moc"

@@ -1,0 +1,257 @@
+#include "driver/bus_driver_setup.h"
+#include "driver/engine.h"
+#include "driver/messages/message_text.h"
+#include "driver/platform/device_tree_file.h"
+#include "driver/platform/simulated_platform.h"
+#include "driver/platform/system_platform.h"
+#include "tests/driver/captured_output.h"
+#include "tests/driver/failing_platform.h"
+#include "tests/support/suite_registry.h"
+
+#include <QDir>
+#include <QTemporaryDir>
+#include <QtTest>
+
+using namespace driver;
+
+namespace {
+
+const QString kSample = QStringLiteral(PLUGBOARD_SAMPLE_DRIVER);
+
+ResultCode run(DevicePlatform& platform, std::vector<std::wstring> arguments, std::string* text = nullptr)
+{
+    CapturedOutput output;
+    arguments.insert(arguments.begin(), L"program");
+    const ResultCode result = DriverEngine(platform, output).run(arguments);
+    if (text != nullptr)
+        *text = output.take();
+    return result;
+}
+
+QByteArray contentOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+DeviceTree treeWithBus()
+{
+    DeviceTree tree = DeviceTree::fresh();
+    SimulatedDevice bus;
+    bus.id = L"ROOT\\USB\\0000";
+    bus.hardwareIds = {L"ROOT\\VUBUS"};
+    bus.status.flags = node_status::kRootEnumerated | node_status::kStarted;
+    tree.add(bus);
+    return tree;
+}
+
+} // namespace
+
+class PlatformTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void treesSurviveTheirFile()
+    {
+        QFile file(QStringLiteral(PLUGBOARD_TEST_DATA "/trees/standard.json"));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const auto tree = parseTree(file.readAll().toStdString());
+        QVERIFY(tree);
+        const auto again = parseTree(treeText(*tree));
+        QVERIFY(again);
+        QCOMPARE(treeText(*again), treeText(*tree));
+        QCOMPARE(again->devices.size(), tree->devices.size());
+    }
+
+    void refusesWhatIsNoTree_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        for (const char* text :
+             {"", "{", "[]", "null", "{\"devices\":{}}", "{\"devices\":[1]}", "{\"devices\":[{\"id\":1}]}",
+              "{\"devices\":[{\"class\":\"x\"}]}", "{\"services\":[1]}", "{\"classes\":[{\"guid\":null}]}",
+              "{\"devices\":[{\"status\":\"x\"}]}", "{\"packages\":[{\"text\":1}]}"})
+            QTest::newRow(text) << QByteArray(text);
+    }
+
+    /// A file that is no tree is never written over, and nothing can be changed.
+    void refusesWhatIsNoTree()
+    {
+        QFETCH(QByteArray, text);
+        QTemporaryDir folder;
+        const QString path = folder.filePath(QStringLiteral("device_tree.json"));
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(text) == text.size());
+        file.close();
+        SimulatedPlatform platform(path.toStdWString());
+        QCOMPARE(run(platform, {L"dp_add", (kSample + QStringLiteral("/vusbbus.inf")).toStdWString()}), kFailure);
+        QCOMPARE(run(platform, {L"find", L"*"}), kSuccess);
+        QCOMPARE(contentOf(path), text);
+    }
+
+    /// A folder that cannot be written to: the command fails, and neither the tree nor the file has changed.
+    void failedWritesChangeNothing()
+    {
+        QTemporaryDir folder;
+        const QString path = folder.filePath(QStringLiteral("device_tree.json"));
+        QVERIFY(saveTree(treeWithBus(), path.toStdWString()));
+        const QByteArray before = contentOf(path);
+        QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("device_tree.json.new"))); // where the new file would go
+        SimulatedPlatform platform(path.toStdWString());
+        QCOMPARE(run(platform, {L"sethwid", L"@ROOT\\*", L":=", L"+X"}), kFailure);
+        QCOMPARE(platform.tree().devices[0].hardwareIds, TextList{L"ROOT\\VUBUS"});
+        QCOMPARE(contentOf(path), before);
+        QVERIFY(QDir(folder.path()).rmdir(QStringLiteral("device_tree.json.new")));
+        QCOMPARE(run(platform, {L"sethwid", L"@ROOT\\*", L":=", L"+X"}), kSuccess);
+        QVERIFY(contentOf(path) != before);
+        QCOMPARE(QDir(folder.path()).entryList(QDir::Files), QStringList{QStringLiteral("device_tree.json")});
+    }
+
+    void longTextsFailAndAreNeverCut()
+    {
+        DeviceTree tree = treeWithBus();
+        tree.devices[0].id = std::wstring(199, L'i');
+        SimulatedDevice tooLong = tree.devices[0];
+        tooLong.id = std::wstring(200, L'i');
+        tree.add(tooLong);
+        tree.classes = {{Guid{1, 0, 0, {}}, std::wstring(31, L'n'), std::wstring(255, L'd'), {}, {}},
+                        {Guid{2, 0, 0, {}}, std::wstring(32, L'n'), std::wstring(256, L'd'), {}, {}}};
+        SimulatedPlatform platform(tree);
+        std::string text;
+        QCOMPARE(run(platform, {L"find", L"*"}, &text), kSuccess);
+        QCOMPARE(text, std::string(199, 'i') + ": ?\n" + "?" + std::string(59, ' ') + ": ?\nMatching devices: 2.\n");
+        QCOMPARE(run(platform, {L"find", L"@" + std::wstring(10, L'i') + L"*"}, &text), kSuccess);
+        QVERIFY(QByteArray::fromStdString(text).endsWith("Matching devices: 1.\n"));
+        QCOMPARE(run(platform, {L"classes"}, &text), kSuccess);
+        QCOMPARE(text, "Setup classes (2):\n" + std::string(31, 'n') + ": " + std::string(255, 'd') + "\n?" +
+                           std::string(19, ' ') + ": ?\n");
+    }
+
+    /// 256 characters of a hardware id fit, the path limit counts 259.
+    void installLimits()
+    {
+        QTemporaryDir folder;
+        const std::wstring inf = (kSample + QStringLiteral("/vusbbus.inf")).toStdWString();
+        SimulatedPlatform platform(DeviceTree::fresh());
+        QCOMPARE(run(platform, {L"install", inf, std::wstring(257, L'x')}), kFailure);
+        QVERIFY(platform.tree().devices.empty());
+        QCOMPARE(run(platform, {L"install", inf, std::wstring(256, L'x')}), kFailure); // the INF does not know it
+        QCOMPARE(platform.tree().devices.size(), std::size_t(1));
+        QCOMPARE(platform.tree().devices[0].hardwareIds, TextList{std::wstring(256, L'x')});
+
+        const int room = 259 - folder.path().size() - 1;
+        QVERIFY(room > 4);
+        for (const int length : {room, room + 1}) {
+            const QString path =
+                folder.path() + QLatin1Char('/') + QString(length - 4, QLatin1Char('f')) + QStringLiteral(".inf");
+            QVERIFY(QFile::copy(kSample + QStringLiteral("/vusbbus.inf"), path));
+            std::string text;
+            QCOMPARE(run(platform, {L"dp_add", path.toStdWString()}, &text), length == room ? kSuccess : kFailure);
+            QCOMPARE(text.find("not the name of an INF") != std::string::npos, length != room);
+            const std::size_t devices = platform.tree().devices.size();
+            QCOMPARE(run(platform, {L"install", path.toStdWString(), L"root\\VUBUS"}),
+                     length == room ? kSuccess : kFailure);
+            QCOMPARE(platform.tree().devices.size(), devices + (length == room ? 1 : 0));
+        }
+    }
+
+    /// The lists that a system says are longer than last time are asked for until they fit.
+    void growingClassLists()
+    {
+        DeviceTree tree;
+        for (std::uint32_t i = 0; i < 300; ++i)
+            tree.classes.push_back({Guid{i, 0, 0, {}}, L"same", L"d", {}, {}});
+        SimulatedPlatform platform(tree);
+        std::string text;
+        QCOMPARE(run(platform, {L"classes"}, &text), kSuccess);
+        QVERIFY(QByteArray::fromStdString(text).startsWith("Setup classes (300):\n"));
+        QCOMPARE(run(platform, {L"listclass", L"same"}, &text), kSuccess);
+        QCOMPARE(QByteArray::fromStdString(text).count('\n'), 300);
+    }
+
+    void restartsAreAskedForOnce_data()
+    {
+        QTest::addColumn<QByteArray>("command");
+        QTest::addColumn<QByteArray>("failing");
+        QTest::addColumn<int>("restarts");
+        QTest::newRow("not without the option") << QByteArray("restart @ROOT\\*") << QByteArray() << 0;
+        QTest::newRow("with the option") << QByteArray("-r restart @ROOT\\*") << QByteArray() << 1;
+        QTest::newRow("without a token") << QByteArray("-r restart @ROOT\\*") << QByteArray("openProcessToken") << 1;
+        QTest::newRow("not after a success without need") << QByteArray("-r find *") << QByteArray() << 0;
+        QTest::newRow("the command itself") << QByteArray("reboot") << QByteArray() << 1;
+        QTest::newRow("the command without a token") << QByteArray("reboot") << QByteArray("openProcessToken") << 1;
+        QTest::newRow("the command without the privilege")
+            << QByteArray("reboot") << QByteArray("lookupPrivilege") << 1;
+    }
+
+    void restartsAreAskedForOnce()
+    {
+        QFETCH(QByteArray, command);
+        QFETCH(QByteArray, failing);
+        QFETCH(int, restarts);
+        DeviceTree tree = treeWithBus();
+        tree.devices[0].rebootAfterChange = true;
+        for (int call = failing.isEmpty() ? 0 : 1;; ++call) {
+            SimulatedPlatform simulated(tree);
+            FailingPlatform platform(simulated, call);
+            std::vector<std::wstring> arguments;
+            for (const QString& word : QString::fromLatin1(command).split(QLatin1Char(' ')))
+                arguments.push_back(word.toStdWString());
+            run(platform, arguments);
+            QVERIFY(failing.isEmpty() || !platform.failedCall().empty());
+            if (platform.failedCall() != failing.toStdString())
+                continue;
+            QCOMPARE(simulated.restarts(), restarts);
+            return;
+        }
+    }
+
+    void busSetup()
+    {
+        QTemporaryDir folder;
+        QVERIFY(QFile::copy(kSample + QStringLiteral("/vusbbus.inf"), folder.filePath(QStringLiteral("vusbbus.inf"))));
+        const std::filesystem::path tree = simulatedTreeFile(folder.path().toStdWString());
+        int sleeps = 0;
+        CapturedOutput output;
+        {
+            SimulatedPlatform platform(tree);
+            BusDriverSetup setup(platform, folder.path().toStdWString(), output,
+                                 [&](std::chrono::milliseconds time) { sleeps += time.count() == 1000 ? 1 : 100; });
+            QCOMPARE(QString::fromStdWString(setup.infPath()), folder.path() + QStringLiteral("\\vusbbus.inf"));
+            QVERIFY(!setup.installed());
+            QVERIFY(!setup.waitUntilInstalled());
+            QCOMPARE(sleeps, 3); // after the third failed check too
+            setup.install();
+            QVERIFY(setup.waitUntilInstalled());
+            QCOMPARE(sleeps, 3);
+        }
+        SimulatedPlatform later(tree);
+        QCOMPARE(BusDriverSetup(later, L"").installed(), true);
+        QCOMPARE(later.tree().packages.size(), std::size_t(1));
+        QCOMPARE(later.tree().devices.size(), std::size_t(1));
+        QCOMPARE(run(later, {L"disable", L"root\\vubus"}), kSuccess);
+        QVERIFY(!BusDriverSetup(later, L"").installed()); // a stopped device exposes nothing
+    }
+
+    void busSetupWithoutItsPackage()
+    {
+        QTemporaryDir folder;
+        SimulatedPlatform platform(DeviceTree::fresh());
+        CapturedOutput output;
+        int sleeps = 0;
+        BusDriverSetup setup(platform, folder.path().toStdWString(), output, [&](std::chrono::milliseconds) {
+            if (++sleeps == 1) // the device shows up after the first check
+                run(platform, {L"install", (kSample + QStringLiteral("/vusbbus.inf")).toStdWString(), L"root\\VUBUS"});
+        });
+        setup.install();
+        QVERIFY(!setup.installed());
+        const std::string text = output.take();
+        QVERIFY(text.find("usbredir: the command \"dp_add\" failed.") != std::string::npos);
+        QVERIFY(text.find("usbredir: the command \"install\" failed.") != std::string::npos);
+        QVERIFY(setup.waitUntilInstalled());
+        QCOMPARE(sleeps, 1);
+    }
+};
+
+PLUGBOARD_SUITE(PlatformTest)
+#include "platform_test.moc"

@@ -1,0 +1,158 @@
+#!/usr/bin/env python3
+"""wine_driver_test.py PROGRAMS [--fixtures FOLDER] [--prefix FOLDER] [--accept]: the Windows plugboard-driver under Wine.
+
+PROGRAMS is the folder of plugboard-driver.exe with the DLLs that it needs, FOLDER that of bus-interface.exe (PROGRAMS
+by default). First every session of cases/ runs on the simulated system: the Windows program must print what the others
+do, as UTF-16. Then wine_session.txt runs on the device tree of a Wine prefix that is made anew. Prints each difference
+and, last, "N passed, N failed". --accept writes what Wine answers into wine_session.txt instead of comparing it.
+"""
+import argparse
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+
+HERE = pathlib.Path(__file__).resolve().parent
+SAMPLE = HERE.parent.parent / "driver" / "sample"
+
+
+def windows_path(path):
+    return "Z:" + str(path).replace("/", "\\")
+
+
+class Wine:
+    def __init__(self, options):
+        self.programs = pathlib.Path(options.programs).resolve()
+        fixtures = pathlib.Path(options.fixtures or options.programs).resolve()
+        self.paths = {"$": self.programs / "plugboard-driver.exe", "%": fixtures / "bus-interface.exe"}
+        for path in self.paths.values():
+            if not path.exists():
+                sys.exit(f"{path} is missing.")
+        if not shutil.which("wine"):
+            sys.exit("Wine is missing.")
+        self.prefix = pathlib.Path(options.prefix or self.programs.parent / "wine-driver").resolve()
+        self.environment = dict(os.environ, WINEPREFIX=str(self.prefix), WINEDEBUG="-all", WINEARCH="win64",
+                                WINEPATH=windows_path(self.programs),
+                                WINEDLLOVERRIDES="mscoree=;mshtml=;winemenubuilder.exe=;winedbg.exe=")
+        self.environment.pop("DISPLAY", None)
+
+    def make_prefix(self):
+        shutil.rmtree(self.prefix, ignore_errors=True)
+        self.prefix.mkdir(parents=True)
+        subprocess.run(["wine", "wineboot", "--init"], env=self.environment, stdout=subprocess.DEVNULL,
+                       stderr=subprocess.DEVNULL, timeout=300, check=True)
+
+    def end(self):
+        subprocess.run(["wineserver", "-k"], env=self.environment, stderr=subprocess.DEVNULL)
+
+    def run(self, line, tree=None):
+        """The transcript of one line of a session: what it prints and its result."""
+        words = [a if a or not b else b for a, b in re.findall(r'"([^"]*)"|(\S+)', line[1:])]
+        environment = dict(self.environment, **({"PLUGBOARD_DEVICE_TREE": windows_path(tree)} if tree else {}))
+        done = subprocess.run(["wine", str(self.paths[line[0]])] + [filled_in(word) for word in words],
+                              env=environment, capture_output=True, timeout=120)
+        missing = re.search(rb"unimplemented function (\S+?),", done.stderr)
+        if missing:
+            output = (without_folders(done.stdout.decode("utf-16-le", "replace")))
+            return output.replace("\r\n", "\n") + f"= unimplemented {missing[1].decode()}\n"
+        output, error = (text_of(stream) for stream in (done.stdout, done.stderr))
+        return output + "".join(f"! {each}\n" for each in error.splitlines()) + f"= {done.returncode}\n"
+
+
+def text_of(stream):
+    """UTF-16 with CR LF line ends, and nothing else, as text."""
+    text = stream.decode("utf-16-le")
+    if re.search("(?<!\r)\n|\r(?!\n)", text) or text.startswith("\ufeff"):
+        raise ValueError(f"wrong line ends or a mark: {text!r}")
+    return without_folders(text.replace("\r\n", "\n").replace("plugboard-driver.exe", "plugboard-driver"))
+
+
+def filled_in(word):
+    return (word.replace("{data}", windows_path(HERE)).replace("{sample}", windows_path(SAMPLE))
+            .replace("{long}", windows_path(HERE) + "\\" + "l" * 260).replace("{257}", "i" * 257))
+
+
+def without_folders(text):
+    for folder, name in ((HERE, "{data}"), (SAMPLE, "{sample}")):
+        pattern = re.escape(windows_path(folder)) + r"([\\/][\w.\\/]+)"
+        text = re.sub(pattern, lambda found: name + found[1].replace("\\", "/"), text, flags=re.IGNORECASE)
+    return text
+
+
+def commands(lines):
+    """Each command line of a session with the lines that belong to it."""
+    result = []
+    for line in lines:
+        if line[:1] in ("$", "%"):
+            result.append((line, []))
+        elif result and not line.startswith("#") and (line or result[-1][1][-1:] and result[-1][1][-1][:2] != "= "):
+            result[-1][1].append(line)
+    return result
+
+
+def agrees(expected, actual):
+    wanted = [line[2:] for line in expected if line.startswith("~ ")]
+    if not wanted:
+        return expected == actual
+    return all(line in actual for line in wanted) and expected[-1] == actual[-1]
+
+
+def run_session(wine, file, tree=None):
+    failed = 0
+    for line, expected in commands(file.read_text(encoding="utf-8").splitlines()):
+        try:
+            actual = wine.run(line, tree).splitlines()
+        except (ValueError, subprocess.TimeoutExpired) as fault:
+            actual = [str(fault)]
+        if not agrees(expected, actual):
+            failed += 1
+            print(f"{file.name}: {line}\n  expected:\n    " + "\n    ".join(expected) + "\n  is:\n    " +
+                  "\n    ".join(actual), flush=True)
+    return failed
+
+
+def accept(wine, file):
+    result, skipping = [], False
+    for line in file.read_text(encoding="utf-8").splitlines():
+        if line[:1] in ("$", "%"):
+            skipping = True
+            result.append(line + "\n" + wine.run(line))
+        elif line.startswith("#") or (not line and not skipping):
+            result.append(("" if result and result[-1] == "\n" else "\n" if skipping else "") + line + "\n")
+            skipping = False
+    file.write_text("".join(result), encoding="utf-8")
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("programs")
+    parser.add_argument("--fixtures")
+    parser.add_argument("--prefix")
+    parser.add_argument("--accept", action="store_true")
+    options = parser.parse_args()
+    wine = Wine(options)
+    session = HERE / "wine_session.txt"
+    passed = failed = 0
+    try:
+        wine.make_prefix()
+        if options.accept:
+            return accept(wine, session)
+        with tempfile.TemporaryDirectory() as folder:
+            for case in sorted((HERE / "cases").glob("*.txt")):
+                tree = pathlib.Path(folder) / f"{case.stem}.json"
+                name = re.search("^tree: (.*)$", case.read_text(encoding="utf-8"), re.MULTILINE)[1]
+                shutil.copyfile(HERE / "trees" / f"{name}.json", tree)
+                faults = run_session(wine, case, tree)
+                passed, failed = passed + (faults == 0), failed + (faults > 0)
+        faults = run_session(wine, session)
+        passed, failed = passed + (faults == 0), failed + (faults > 0)
+    finally:
+        wine.end()
+    print(f"{passed} passed, {failed} failed")
+    return 1 if failed else 0
+
+
+sys.exit(main())

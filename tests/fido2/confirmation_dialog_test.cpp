@@ -1,0 +1,222 @@
+#include "fido2/credential_detail_dialog.h"
+#include "fido2/fido2_user_confirmation_dialog.h"
+#include "tests/fido2/fido2_test_support.h"
+#include "tests/support/suite_registry.h"
+
+#include <QCheckBox>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QLabel>
+#include <QListWidget>
+#include <QPlainTextEdit>
+#include <QSignalSpy>
+#include <QTextEdit>
+
+class ConfirmationDialogTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void showsWhatIsAsked();
+    void answersOnce_data();
+    void answersOnce();
+    void picksTheSecondOfThree();
+    void fallsBackToTheFirstCandidate();
+    void takesADescription();
+    void standsInForAnEmptyRequest();
+    void showsTheDetails();
+    void opensACandidateWithoutBlocking();
+    void staysUsableWithHugeRequests_data();
+    void staysUsableWithHugeRequests();
+};
+
+namespace {
+
+const char kThreeCandidates[] =
+    "{'isPasswordlessLogin':true,'rpName':'Shop','rpId':'s.example','allowDescriptionInput':true,'availableCredentials'"
+    ":["
+    "{'id':'aa','userName':'ann'},{'id':'bb','userName':'bob'},{'id':'cc','userName':'cid'}]}";
+
+} // namespace
+
+void ConfirmationDialogTest::showsWhatIsAsked()
+{
+    const KeyFolder folder;
+    Fido2UserConfirmationDialog dialog(QStringLiteral("get_assertion"), json(kThreeCandidates), nullptr,
+                                       folder.environment());
+    QCOMPARE(dialog.windowTitle(), QStringLiteral("FIDO2 User Confirmation"));
+    QCOMPARE(part<QLabel>(dialog, "heading")->text(), QStringLiteral("FIDO2 Authentication"));
+    const auto* details = part<QTextEdit>(dialog, "details");
+    QVERIFY(details->toPlainText().startsWith(QStringLiteral("Passwordless Login to: Shop (s.example)\n\n")));
+    QCOMPARE(details->maximumHeight(), 250);
+    QCOMPARE(part<QListWidget>(dialog, "candidates")->item(1)->text(),
+             QStringLiteral("No description - bob [ID: bb...]"));
+    QVERIFY(!dialog.findChild<QLineEdit*>(QStringLiteral("description"))); // the list is in its place
+    QStringList labels;
+    for (const QLabel* label : dialog.findChildren<QLabel*>()) {
+        QVERIFY2(label->textFormat() == Qt::PlainText || !Qt::mightBeRichText(label->text()),
+                 qPrintable(label->text()));
+        labels << label->text();
+    }
+    QVERIFY(labels.contains(QStringLiteral("Operation Details:")));
+    QVERIFY(labels.contains(QStringLiteral("Select a credential:")));
+
+    const Fido2UserConfirmationDialog plain(QStringLiteral("reset"), json("{'rpId':'a'}"));
+    QCOMPARE(part<QTextEdit>(plain, "details")->maximumHeight(), 150);
+    QCOMPARE(part<QTextEdit>(plain, "details")->toPlainText(), QString());
+}
+
+void ConfirmationDialogTest::answersOnce_data()
+{
+    QTest::addColumn<QString>("way");
+    QTest::addColumn<bool>("confirmed");
+    QTest::addColumn<QByteArray>("result");
+    const QByteArray denied = "{'rememberChoice':true,'userAction':'denied'}";
+    QTest::newRow("CONFIRM") << QStringLiteral("confirm") << true
+                             << QByteArray("{'rememberChoice':true,'userAction':'confirmed'}");
+    QTest::newRow("DENY") << QStringLiteral("deny") << false << denied;
+    QTest::newRow("closing the window denies") << QStringLiteral("close") << false << denied;
+    QTest::newRow("Escape denies") << QStringLiteral("escape") << false << denied;
+}
+
+void ConfirmationDialogTest::answersOnce()
+{
+    QFETCH(QString, way);
+    QFETCH(bool, confirmed);
+    QFETCH(QByteArray, result);
+    Fido2UserConfirmationDialog dialog(QStringLiteral("client_pin"), json("{'rpId':'a'}"));
+    QSignalSpy answers(&dialog, &Fido2UserConfirmationDialog::userConfirmed);
+    dialog.show();
+    QTest::keyClick(&dialog, Qt::Key_Return); // a key meant for another window answers nothing
+    QVERIFY(answers.isEmpty());
+    part<QCheckBox>(dialog, "remember")->setChecked(true);
+    if (way == QStringLiteral("close"))
+        dialog.close();
+    else if (way == QStringLiteral("escape"))
+        QTest::keyClick(&dialog, Qt::Key_Escape);
+    else
+        click(dialog, qPrintable(way));
+    dialog.close();
+    QCOMPARE(answers.size(), 1);
+    QCOMPARE(answers.at(0).at(0).toBool(), confirmed);
+    QCOMPARE(compact(answers.at(0).at(1).toJsonObject()), result);
+    QCOMPARE(dialog.result(), int(confirmed ? QDialog::Accepted : QDialog::Rejected));
+}
+
+void ConfirmationDialogTest::picksTheSecondOfThree()
+{
+    Fido2UserConfirmationDialog dialog(QStringLiteral("get_assertion"), json(kThreeCandidates));
+    QSignalSpy answers(&dialog, &Fido2UserConfirmationDialog::userConfirmed);
+    part<QListWidget>(dialog, "candidates")->setCurrentRow(1);
+    click(dialog, "confirm");
+    QCOMPARE(compact(answers.at(0).at(1).toJsonObject()),
+             QByteArray("{'isPasswordlessLogin':true,'rememberChoice':false,'selectedCredential':{'id':'bb',"
+                        "'userName':'bob'},'selectedCredentialIndex':1,'userAction':'confirmed'}"));
+}
+
+void ConfirmationDialogTest::fallsBackToTheFirstCandidate()
+{
+    Fido2UserConfirmationDialog dialog(QStringLiteral("get_assertion"), json(kThreeCandidates));
+    QSignalSpy answers(&dialog, &Fido2UserConfirmationDialog::userConfirmed);
+    part<QListWidget>(dialog, "candidates")->setCurrentRow(-1);
+    click(dialog, "confirm");
+    QCOMPARE(answers.at(0).at(1).toJsonObject().value(QStringLiteral("selectedCredentialIndex")), QJsonValue(0));
+}
+
+void ConfirmationDialogTest::takesADescription()
+{
+    const KeyFolder folder;
+    Fido2UserConfirmationDialog dialog(QStringLiteral("make_credential"),
+                                       json("{'allowDescriptionInput':true,'defaultDescription':'my key'}"), nullptr,
+                                       folder.environment());
+    QSignalSpy answers(&dialog, &Fido2UserConfirmationDialog::userConfirmed);
+    QCOMPARE(part(dialog, "description")->text(), QStringLiteral("my key"));
+    part(dialog, "description")->clear();
+    click(dialog, "confirm");
+    QCOMPARE(answers.at(0).at(1).toJsonObject().value(QStringLiteral("description")).toString(),
+             QStringLiteral("2025-01-05 14:30:00"));
+}
+
+void ConfirmationDialogTest::standsInForAnEmptyRequest()
+{
+    const LoggedLines logged;
+    Fido2UserConfirmationDialog dialog(QStringLiteral("make_credential"), {});
+    QCOMPARE(logged.lines(),
+             (QStringList{QStringLiteral("WARNING: Received empty data in Fido2UserConfirmationDialog!"),
+                          QStringLiteral("Operation: make_credential")}));
+    QCOMPARE(part<QTextEdit>(dialog, "details")->toPlainText(),
+             QStringLiteral("Relying Party: Unknown (Unknown)\nUser: Unknown User"));
+}
+
+void ConfirmationDialogTest::showsTheDetails()
+{
+    Fido2UserConfirmationDialog dialog(QStringLiteral("reset"), json("{'rpId':'a'}"));
+    bool seen = false;
+    whenModal([&](QWidget& window) {
+        QCOMPARE(window.windowTitle(), QStringLiteral("Detailed FIDO2 Request Information"));
+        const auto* text = part<QPlainTextEdit>(window, "request");
+        QVERIFY(text->isReadOnly());
+        QCOMPARE(text->font().family(), QStringLiteral("Consolas"));
+        QCOMPARE(text->font().pointSize(), 10);
+        QVERIFY(text->toPlainText().startsWith(QStringLiteral("Operation Type: reset\n\nRaw Request Data:\n{\n")));
+        seen = true;
+        click(window, "close");
+    });
+    click(dialog, "showDetails");
+    QVERIFY(seen);
+}
+
+void ConfirmationDialogTest::opensACandidateWithoutBlocking()
+{
+    Fido2UserConfirmationDialog dialog(QStringLiteral("get_assertion"), json(kThreeCandidates));
+    auto* list = part<QListWidget>(dialog, "candidates");
+    emit list->itemDoubleClicked(list->item(2));
+    auto* detail = dialog.findChild<CredentialDetailDialog*>();
+    QVERIFY(detail && detail->isVisible() && !detail->isModal());
+    QCOMPARE(part(*detail, "id")->text(), QStringLiteral("cc"));
+    click(*detail, "close");
+    QTRY_VERIFY(!dialog.findChild<CredentialDetailDialog*>());
+}
+
+void ConfirmationDialogTest::staysUsableWithHugeRequests_data()
+{
+    QTest::addColumn<QJsonObject>("request");
+    QJsonArray many;
+    for (int number = 0; number < 10000; ++number)
+        many.append(QJsonObject{{QStringLiteral("id"), QString::number(number)},
+                                {QStringLiteral("userName"), QStringLiteral("user")}});
+    const QJsonObject base{{QStringLiteral("isPasswordlessLogin"), true}};
+    QJsonObject manyCandidates = base;
+    manyCandidates.insert(QStringLiteral("availableCredentials"), many);
+    QTest::newRow("10,000 credentials") << manyCandidates;
+    const QString megabyte(1024 * 1024, QLatin1Char('x'));
+    QJsonObject longName = base;
+    longName.insert(QStringLiteral("rpName"), megabyte);
+    longName.insert(QStringLiteral("availableCredentials"),
+                    QJsonArray{QJsonObject{{QStringLiteral("userName"), megabyte}, {QStringLiteral("id"), megabyte}}});
+    QTest::newRow("names of 1 MiB") << longName;
+}
+
+void ConfirmationDialogTest::staysUsableWithHugeRequests()
+{
+    QFETCH(QJsonObject, request);
+    Fido2UserConfirmationDialog dialog(QStringLiteral("get_assertion"), request);
+    QSignalSpy answers(&dialog, &Fido2UserConfirmationDialog::userConfirmed);
+    dialog.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+    QVERIFY(dialog.width() < 800 && dialog.height() < 800);
+    auto* list = part<QListWidget>(dialog, "candidates");
+    const int last = request.value(QStringLiteral("availableCredentials")).toArray().size() - 1;
+    emit list->itemDoubleClicked(list->item(last));
+    whenModal([](QWidget& window) {
+        QVERIFY(window.width() < 1000);
+        click(window, "close");
+    });
+    click(dialog, "showDetails");
+    list->setCurrentRow(last);
+    click(dialog, "confirm");
+    QCOMPARE(answers.at(0).at(1).toJsonObject().value(QStringLiteral("selectedCredentialIndex")).toInt(), last);
+}
+
+PLUGBOARD_SUITE(ConfirmationDialogTest)
+#include "confirmation_dialog_test.moc"

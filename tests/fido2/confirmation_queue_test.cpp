@@ -1,0 +1,122 @@
+#include "fido2/confirmation_queue.h"
+#include "tests/fido2/fido2_test_support.h"
+#include "tests/support/suite_registry.h"
+
+#include <QEventLoop>
+
+#include <memory>
+
+class ConfirmationQueueTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void showsOneAtATimeInOrder();
+    void dropsRepetitionsThatBearATime_data();
+    void dropsRepetitionsThatBearATime();
+    void forgetsADeletedDevice();
+    void boundsWhatOneDeviceCanAsk();
+    void survivesItsEndDuringADialog();
+};
+
+namespace {
+
+ConfirmationRequest request(qint64 processId, const QString& operation, const char* data = "{}")
+{
+    return {processId, operation, json(data)};
+}
+
+} // namespace
+
+void ConfirmationQueueTest::showsOneAtATimeInOrder()
+{
+    QStringList shown;
+    int open = 0;
+    ConfirmationQueue* toAsk = nullptr;
+    ConfirmationQueue queue([&](const ConfirmationRequest& asked) {
+        QCOMPARE(++open, 1);
+        shown << asked.operation;
+        if (asked.operation == QStringLiteral("a")) {
+            toAsk->add(request(2, QStringLiteral("b"))); // arrives while the dialog is open
+            toAsk->add(request(1, QStringLiteral("c")));
+            QCoreApplication::processEvents();
+        }
+        --open;
+    });
+    toAsk = &queue;
+    queue.add(request(1, QStringLiteral("a")));
+    QVERIFY(shown.isEmpty()); // never below the caller
+    QTRY_COMPARE(shown.join(QLatin1Char(' ')), QStringLiteral("a b c"));
+    queue.add(request(1, QStringLiteral("d")));
+    QTRY_COMPARE(shown.size(), 4);
+}
+
+void ConfirmationQueueTest::dropsRepetitionsThatBearATime_data()
+{
+    QTest::addColumn<QByteArray>("second");
+    QTest::addColumn<qint64>("processId");
+    QTest::addColumn<int>("shown");
+    QTest::newRow("the same request again") << QByteArray("{'timestamp':5,'rpId':'a'}") << qint64(1) << 1;
+    QTest::newRow("asked at another time") << QByteArray("{'timestamp':6,'rpId':'a'}") << qint64(1) << 2;
+    QTest::newRow("of another device") << QByteArray("{'timestamp':5,'rpId':'a'}") << qint64(2) << 2;
+}
+
+void ConfirmationQueueTest::dropsRepetitionsThatBearATime()
+{
+    QFETCH(QByteArray, second);
+    QFETCH(qint64, processId);
+    QFETCH(int, shown);
+    int count = 0;
+    ConfirmationQueue queue([&](const ConfirmationRequest&) { ++count; });
+    const auto first = request(1, QStringLiteral("get_assertion"), "{'timestamp':5,'rpId':'a'}");
+    const auto other = request(processId, QStringLiteral("get_assertion"), second);
+    queue.add(first);
+    queue.add(other); // while the first one waits
+    QCOMPARE(queue.waiting(), shown);
+    QTRY_VERIFY(queue.waiting() == 0 && count == shown);
+    queue.add(other); // after it was answered
+    QCoreApplication::processEvents();
+    QCOMPARE(count, shown);
+    const auto timeless = request(1, QStringLiteral("client_pin"));
+    queue.add(timeless);
+    queue.add(timeless);
+    QTRY_COMPARE(count, shown + 2);
+}
+
+void ConfirmationQueueTest::forgetsADeletedDevice()
+{
+    QStringList shown;
+    ConfirmationQueue queue([&](const ConfirmationRequest& asked) { shown << asked.operation; });
+    queue.add(request(1, QStringLiteral("a")));
+    queue.add(request(2, QStringLiteral("b")));
+    queue.forget(1);
+    QTRY_COMPARE(shown, QStringList{QStringLiteral("b")});
+}
+
+void ConfirmationQueueTest::boundsWhatOneDeviceCanAsk()
+{
+    const LoggedLines logged;
+    ConfirmationQueue queue([](const ConfirmationRequest&) {});
+    for (int count = 0; count < 1000; ++count)
+        queue.add(request(1, QString::number(count)));
+    queue.add(request(2, QStringLiteral("of another device")));
+    QCOMPARE(queue.waiting(), ConfirmationQueue::kMostWaitingPerProcess + 1);
+    QCOMPARE(logged.lines().size(), 1000 - ConfirmationQueue::kMostWaitingPerProcess);
+}
+
+void ConfirmationQueueTest::survivesItsEndDuringADialog()
+{
+    std::unique_ptr<ConfirmationQueue> queue;
+    bool shown = false;
+    queue = std::make_unique<ConfirmationQueue>([&](const ConfirmationRequest&) {
+        queue.reset();
+        shown = true;
+    });
+    queue->add(request(1, QStringLiteral("a")));
+    queue->add(request(1, QStringLiteral("b")));
+    QTRY_VERIFY(shown);
+    QVERIFY(!queue);
+}
+
+PLUGBOARD_SUITE(ConfirmationQueueTest)
+#include "confirmation_queue_test.moc"

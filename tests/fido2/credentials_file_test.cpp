@@ -1,0 +1,301 @@
+#include "fido2/credentials_file.h"
+#include "fido2/pin.h"
+#include "tests/fido2/fido2_test_support.h"
+#include "tests/support/suite_registry.h"
+
+#include <QFileInfo>
+#include <QRandomGenerator>
+
+class CredentialsFileTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void mergesOnlyWhatIsMissing_data();
+    void mergesOnlyWhatIsMissing();
+    void editSequencesKeepWhatWasThere();
+    void writesForItsOwnerOnlyAndNamesThePath();
+    void tellsUnusableFilesApart_data();
+    void tellsUnusableFilesApart();
+    void setsThePinAndKeepsTheRest();
+    void countsPinsInCharacters_data();
+    void countsPinsInCharacters();
+    void clearDeletesNamedFilesAndNothingElse();
+    void summarizesForTheChooser_data();
+    void summarizesForTheChooser();
+    void serialNumbersHaveTheirForm();
+};
+
+namespace {
+
+const KeyIdentity kForm{QStringLiteral(" S1 "),   QStringLiteral(" Key "), QStringLiteral("0x1234"),
+                        QStringLiteral("0x5678"), QStringLiteral("2.0"),   true};
+
+/// deviceInfo, caInfo and pinInfo as the form alone makes them.
+const char kDevice[] = "'deviceInfo':{'deviceName':'Key','pid':'0x5678','serialNumber':'S1','supportsPin':true,"
+                       "'usbVersion':'2.0','vid':'0x1234'}";
+const char kCa[] = "'caInfo':{'caCertificateFile':'S1_ca_cert.pem','caPrivateKeyFile':'S1_ca_private.pem',"
+                   "'caPublicKeyFile':'S1_ca_public.pem'}";
+const char kPin[] = "'pinInfo':{'maxPinRetries':8,'pinPrivateKeyFile':'S1_pin_private.pem',"
+                    "'pinPublicKeyFile':'S1_pin_public.pem','pinRetryCount':8,'pinSet':false}";
+
+} // namespace
+
+void CredentialsFileTest::mergesOnlyWhatIsMissing_data()
+{
+    QTest::addColumn<QByteArray>("old");
+    QTest::addColumn<QString>("serial");
+    QTest::addColumn<QByteArray>("merged");
+    const auto row = [](const char* name, const char* old, const char* serial, const QByteArray& device,
+                        const QByteArray& ca, const QByteArray& pin) {
+        QTest::newRow(name) << QByteArray(old) << QString::fromLatin1(serial)
+                            << QByteArray('{' + ca + ",'credentials':[]," + device + ',' + pin + '}');
+    };
+    row("without a file the form fills all, trimmed", "{}", " S1 ", kDevice, kCa, kPin);
+    row("what the file has wins over the form, unknown members of the three objects stay",
+        "{'deviceInfo':{'vid':'0x9999','usbVersion':'','firmware':7},'caInfo':{'extra':1,'caPublicKeyFile':'mine'},"
+        "'pinInfo':{'pinRetryCount':2,'salt':'x'}}",
+        "S1",
+        "'deviceInfo':{'deviceName':'Key','firmware':7,'pid':'0x5678','serialNumber':'S1','supportsPin':true,"
+        "'usbVersion':'','vid':'0x9999'}",
+        "'caInfo':{'caCertificateFile':'S1_ca_cert.pem','caPrivateKeyFile':'S1_ca_private.pem',"
+        "'caPublicKeyFile':'mine','extra':1}",
+        "'pinInfo':{'maxPinRetries':8,'pinPrivateKeyFile':'S1_pin_private.pem','pinPublicKeyFile':'S1_pin_public.pem',"
+        "'pinRetryCount':2,'pinSet':false,'salt':'x'}");
+    row("everything beside the three objects is dropped, old credentials too",
+        "{'credentials':[{'id':'aa'}],'version':3}", "S1", kDevice, kCa, kPin);
+    row("a set PIN without a hash gains an empty one", "{'pinInfo':{'pinSet':true}}", "S1", kDevice, kCa,
+        "'pinInfo':{'maxPinRetries':8,'pinHash':'','pinPrivateKeyFile':'S1_pin_private.pem','pinPublicKeyFile':"
+        "'S1_pin_public.pem','pinRetryCount':8,'pinSet':true}");
+    row("a set PIN keeps its hash", "{'pinInfo':{'pinSet':true,'pinHash':'ab'}}", "S1", kDevice, kCa,
+        "'pinInfo':{'maxPinRetries':8,'pinHash':'ab','pinPrivateKeyFile':'S1_pin_private.pem','pinPublicKeyFile':"
+        "'S1_pin_public.pem','pinRetryCount':8,'pinSet':true}");
+    row("an empty serial number names no key files", "{}", "  ",
+        "'deviceInfo':{'deviceName':'Key','pid':'0x5678','serialNumber':'','supportsPin':true,"
+        "'usbVersion':'2.0','vid':'0x1234'}",
+        "'caInfo':{}", "'pinInfo':{'maxPinRetries':8,'pinRetryCount':8,'pinSet':false}");
+}
+
+void CredentialsFileTest::mergesOnlyWhatIsMissing()
+{
+    QFETCH(QByteArray, old);
+    QFETCH(QString, serial);
+    QFETCH(QByteArray, merged);
+    KeyIdentity form = kForm;
+    form.serialNumber = serial;
+    QCOMPARE(compact(mergedCredentialsRoot(json(old), form, {})), merged);
+}
+
+void CredentialsFileTest::editSequencesKeepWhatWasThere()
+{
+    // A plain model of what must hold: the first value of each member stays for ever, the credentials are the last
+    // ones.
+    constexpr int kSteps = 10000;
+    const QStringList members{QStringLiteral("serialNumber"), QStringLiteral("deviceName"), QStringLiteral("vid"),
+                              QStringLiteral("pid"),          QStringLiteral("usbVersion"), QStringLiteral("unknown")};
+    QRandomGenerator random(7);
+    QMap<QString, QString> model;
+    QJsonObject root;
+    QJsonArray credentials;
+    for (int step = 0; step < kSteps; ++step) {
+        const QString text = QString::number(random.bounded(1000));
+        const QString member = members.at(random.bounded(members.size()));
+        QJsonObject device = root.value(QStringLiteral("deviceInfo")).toObject();
+        switch (random.bounded(5)) {
+        case 0:
+            credentials.append(QJsonObject{{QStringLiteral("id"), text}});
+            break;
+        case 1:
+            if (!credentials.isEmpty())
+                credentials.removeAt(random.bounded(credentials.size()));
+            break;
+        case 2: // someone else edits the file
+            device.insert(member, text);
+            model[member] = text;
+            root.insert(QStringLiteral("deviceInfo"), device);
+            break;
+        case 3:
+            device.remove(member);
+            model.remove(member);
+            root.insert(QStringLiteral("deviceInfo"), device);
+            break;
+        default:
+            const KeyIdentity form{text, text, text, text, text, random.bounded(2) == 1};
+            root = mergedCredentialsRoot(root, form, credentials);
+            for (const QString& known : members.mid(0, 5)) {
+                if (!model.contains(known))
+                    model[known] = text;
+            }
+            QCOMPARE(root.value(QStringLiteral("credentials")).toArray(), credentials);
+        }
+        const QJsonObject now = root.value(QStringLiteral("deviceInfo")).toObject();
+        for (const QString& known : members)
+            QCOMPARE(now.value(known).toString(), model.value(known));
+    }
+}
+
+void CredentialsFileTest::writesForItsOwnerOnlyAndNamesThePath()
+{
+    const KeyFolder folder;
+    const QString path = folder.environment().credentialsPath(QStringLiteral(" S1 "));
+    QCOMPARE(path, folder.keyPath(QStringLiteral("S1_credentials.json")));
+    folder.write(path, "{}");
+    const QJsonArray credentials{json("{'id':'aa'}")};
+    QVERIFY(CredentialsFile(path).save(kForm, credentials));
+    CredentialsFile read(path);
+    QCOMPARE(read.load(), JsonFileContent::State::Object);
+    QCOMPARE(read.credentials(), credentials);
+    QVERIFY(fileBytes(path).contains("\n    \"caInfo\": {\n"));
+#ifndef Q_OS_WIN
+    const auto others = QFileDevice::ReadGroup | QFileDevice::WriteGroup | QFileDevice::ReadOther;
+    QVERIFY(!(QFileInfo(path).permissions() & others));
+#endif
+    QVERIFY(!CredentialsFile(folder.path(QStringLiteral("none/x_credentials.json"))).save(kForm, {}));
+    QVERIFY(!QFileInfo::exists(folder.path(QStringLiteral("none"))));
+}
+
+void CredentialsFileTest::tellsUnusableFilesApart_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<int>("state");
+    QTest::newRow("an array is no object") << QByteArray("[1]") << int(JsonFileContent::State::NotAnObject);
+    QTest::newRow("half an object") << QByteArray("{\"a\":") << int(JsonFileContent::State::NotJson);
+    QTest::newRow("no bytes") << QByteArray() << int(JsonFileContent::State::NotJson);
+    QTest::newRow("nesting that would exhaust the stack")
+        << QByteArray(100000, '[') << int(JsonFileContent::State::NotJson);
+}
+
+void CredentialsFileTest::tellsUnusableFilesApart()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(int, state);
+    const KeyFolder folder;
+    const QString path = folder.keyPath(QStringLiteral("a_credentials.json"));
+    CredentialsFile file(path);
+    QCOMPARE(file.load(), JsonFileContent::State::NotOpened);
+    folder.write(path, "{\"credentials\":[{}]}");
+    QCOMPARE(file.load(), JsonFileContent::State::Object);
+    folder.write(path, bytes);
+    QCOMPARE(int(file.load()), state);
+    QCOMPARE(file.parseError().isEmpty(), state != int(JsonFileContent::State::NotJson));
+    QCOMPARE(file.credentials().size(), 1); // what was read before stays
+    QCOMPARE(CredentialsFile(folder.path(QStringLiteral("fido2"))).load(), JsonFileContent::State::NotOpened);
+}
+
+void CredentialsFileTest::setsThePinAndKeepsTheRest()
+{
+    const KeyFolder folder;
+    const QString path = folder.keyPath(QStringLiteral("S1_credentials.json"));
+    CredentialsFile file(path);
+    QCOMPARE(file.setPin(QStringLiteral("1234"), QStringLiteral("S1")), CredentialsFile::PinResult::NotOpened);
+    folder.write(path, "[]");
+    QCOMPARE(file.setPin(QStringLiteral("1234"), QStringLiteral("S1")), CredentialsFile::PinResult::BadFormat);
+    folder.write(path, R"({"top":1,"credentials":[{"id":"aa"}],"pinInfo":{"pinRetryCount":2,"salt":"x"}})");
+    QCOMPARE(file.setPin(QStringLiteral("1234"), QStringLiteral("S1")), CredentialsFile::PinResult::Set);
+    QCOMPARE(compact(readJsonFile(path).root),
+             QByteArray("{'credentials':[{'id':'aa'}],'pinInfo':{'maxPinRetries':8,"
+                        "'pinHash':'03ac674216f3e15c761ee1a5e255f067','pinPrivateKeyFile':'S1_pin_private.pem',"
+                        "'pinPublicKeyFile':'S1_pin_public.pem','pinRetryCount':8,'pinSet':true,'salt':'x'},'top':1}"));
+}
+
+void CredentialsFileTest::countsPinsInCharacters_data()
+{
+    QTest::addColumn<QString>("pin");
+    QTest::addColumn<int>("check");
+    QTest::newRow("none") << QString() << int(PinCheck::Empty);
+    QTest::newRow("three") << QStringLiteral("123") << int(PinCheck::WrongLength);
+    QTest::newRow("four") << QStringLiteral("1234") << int(PinCheck::Ok);
+    QTest::newRow("63") << QString(63, QLatin1Char('1')) << int(PinCheck::Ok);
+    QTest::newRow("64") << QString(64, QLatin1Char('1')) << int(PinCheck::WrongLength);
+    QTest::newRow("63 characters of four bytes") << QStringLiteral("😀").repeated(63) << int(PinCheck::Ok);
+    QTest::newRow("64 characters of four bytes") << QStringLiteral("😀").repeated(64) << int(PinCheck::WrongLength);
+    QTest::newRow("three characters of four bytes") << QStringLiteral("😀").repeated(3) << int(PinCheck::WrongLength);
+}
+
+void CredentialsFileTest::countsPinsInCharacters()
+{
+    QFETCH(QString, pin);
+    QFETCH(int, check);
+    QCOMPARE(int(checkPin(pin, pin)), check);
+    if (check == int(PinCheck::Ok))
+        QCOMPARE(checkPin(pin, pin + pin.right(1)), PinCheck::Mismatch);
+}
+
+void CredentialsFileTest::clearDeletesNamedFilesAndNothingElse()
+{
+    const KeyFolder folder;
+    const QString path = folder.keyPath(QStringLiteral("S1_credentials.json"));
+    const QStringList doomed{path,
+                             folder.keyPath(QStringLiteral("S1_ca_cert.pem")),
+                             folder.keyPath(QStringLiteral("S1_ca_public.pem")),
+                             folder.keyPath(QStringLiteral("S1_ca_private.pem")),
+                             folder.keyPath(QStringLiteral("S1_pin_public.pem")),
+                             folder.keyPath(QStringLiteral("S1_pin_private.pem")),
+                             folder.path(QStringLiteral("elsewhere.pem"))};
+    const QStringList spared{folder.keyPath(QStringLiteral("S2_ca_cert.pem")), folder.path(QStringLiteral("other"))};
+    for (const QString& file : doomed + spared)
+        folder.write(file, "x");
+    QDir(folder.path({})).mkdir(QStringLiteral("empty"));
+    const QString folderPath = folder.path(QStringLiteral("empty"));
+    const QJsonArray credentials{QJsonObject{{QStringLiteral("privateKeyFile"), doomed.last()}},
+                                 QJsonObject{{QStringLiteral("privateKeyFile"), folderPath}},
+                                 QJsonObject{{QStringLiteral("publicKeyFile"), QString()}}, QStringLiteral("no object"),
+                                 QJsonObject{{QStringLiteral("publicKeyFile"), QStringLiteral("not/there.pem")}}};
+    CredentialsFile(path).clear(folder.environment().directory(), QStringLiteral("S1"), credentials);
+    for (const QString& file : doomed)
+        QVERIFY2(!QFileInfo::exists(file), qPrintable(file));
+    for (const QString& file : spared + QStringList{folderPath})
+        QVERIFY2(QFileInfo::exists(file), qPrintable(file));
+}
+
+void CredentialsFileTest::summarizesForTheChooser_data()
+{
+    QTest::addColumn<QByteArray>("root");
+    QTest::addColumn<QString>("summary");
+    const auto row = [](const char* name, const char* root, const char* summary) {
+        QTest::newRow(name) << QByteArray(root) << QString::fromLatin1(summary);
+    };
+    row("all of it",
+        "{'deviceInfo':{'serialNumber':'S1'},'pinInfo':{'pinHash':'ab','maxPinRetries':5},'credentials':[{},{}]}",
+        "S1|Yes|5|2");
+    row("an empty hash is no PIN", "{'pinInfo':{'pinHash':'','maxPinRetries':8}}", "?|No|8|0");
+    row("a key without a PIN has no hash at all", "{'pinInfo':{'pinSet':false}}", "?|No|?|0");
+    row("an older file keeps its PIN state in deviceInfo",
+        "{'deviceInfo':{'serialNumber':'S1','pinHash':'ab','maxPinRetries':3}}", "S1|Yes|3|0");
+    row("pinInfo hides what an older layout left in deviceInfo",
+        "{'deviceInfo':{'pinHash':'ab','maxPinRetries':3},'pinInfo':{'maxPinRetries':8}}", "?|No|8|0");
+    row("nothing is known of an empty file", "{}", "?|?|?|0");
+    row("members of wrong types count as missing",
+        "{'deviceInfo':{'serialNumber':7},'pinInfo':{'pinHash':7,'maxPinRetries':'x'},'credentials':{}}", "?|No|?|0");
+}
+
+void CredentialsFileTest::summarizesForTheChooser()
+{
+    QFETCH(QByteArray, root);
+    QFETCH(QString, summary);
+    const CredentialsFileSummary found = summarizeCredentials(json(root));
+    const QString unknown = QStringLiteral("?");
+    const QString pin = found.hasPin ? (*found.hasPin ? QStringLiteral("Yes") : QStringLiteral("No")) : unknown;
+    const QStringList texts{found.serialNumber.value_or(unknown), pin, found.maxPinRetries.value_or(unknown),
+                            QString::number(found.credentialCount)};
+    QCOMPARE(texts.join(QLatin1Char('|')), summary);
+}
+
+void CredentialsFileTest::serialNumbersHaveTheirForm()
+{
+    QRandomGenerator random(1);
+    int lowest = 10000;
+    int highest = 0;
+    for (int draw = 0; draw < 200000; ++draw) {
+        const QString serial = makeSerialNumber(QDateTime(QDate(2025, 1, 5), QTime(14, 30)), random);
+        QVERIFY(serial.startsWith(QStringLiteral("FIDO2_20250105143000_")));
+        const int number = serial.mid(21).toInt();
+        lowest = qMin(lowest, number);
+        highest = qMax(highest, number);
+    }
+    QCOMPARE(lowest, 1000);
+    QCOMPARE(highest, 9998);
+}
+
+PLUGBOARD_SUITE(CredentialsFileTest)
+#include "credentials_file_test.moc"

@@ -1,0 +1,133 @@
+#include "fido2/device_detail_dialog.h"
+#include "tests/fido2/fido2_test_support.h"
+#include "tests/support/scripted_prompter.h"
+#include "tests/support/suite_registry.h"
+
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QTextEdit>
+
+class DeviceDetailDialogTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void showsTheDevice();
+    void tellsWhatCannotBeRead();
+    void refusesWrongPins();
+    void setsThePinInTheFileAsItIsNow();
+    void clearsOnlyOnYes();
+
+private:
+    QString m_path;
+    std::unique_ptr<KeyFolder> m_folder;
+};
+
+namespace {
+
+const QString kError = QStringLiteral("Error");
+const QString kClearQuestion =
+    QStringLiteral("Are you sure you want to clear this device?\n\nThis will delete:\n- Credentials file\n"
+                   "- All related key files\n- All certificates\n\nThis action cannot be undone!");
+
+void typePin(const QWidget& dialog, const QString& pin, const QString& confirmation)
+{
+    part(dialog, "pin")->setText(pin);
+    part(dialog, "confirmPin")->setText(confirmation);
+    click(dialog, "setPin");
+}
+
+} // namespace
+
+void DeviceDetailDialogTest::init()
+{
+    m_folder = std::make_unique<KeyFolder>();
+    m_path = m_folder->keyPath(QStringLiteral("S1_credentials.json"));
+    const QJsonObject root =
+        json("{'deviceInfo':{'serialNumber':'S1','deviceName':'Key','vid':'0x1','pid':'0x2','usbVersion':'3.0',"
+             "'supportsPin':true},'pinInfo':{'pinRetryCount':2},'credentials':[{'rp':{'id':'r'}}]}");
+    m_folder->write(m_path, QJsonDocument(root).toJson());
+}
+
+void DeviceDetailDialogTest::showsTheDevice()
+{
+    const DeviceDetailDialog dialog(m_path, QStringLiteral("S1"), nullptr, m_folder->environment());
+    QCOMPARE(dialog.windowTitle(), QStringLiteral("Device Details - S1"));
+    QStringList texts;
+    for (const char* field : {"serialNumber", "deviceName", "vid", "pid", "usbVersion", "supportsPin"})
+        texts << part(dialog, field)->text();
+    QCOMPARE(texts.join(QLatin1Char('|')), QStringLiteral("S1|Key|0x1|0x2|3.0|Yes"));
+    QVERIFY(
+        part<QTextEdit>(dialog, "summary")
+            ->toPlainText()
+            .startsWith(QStringLiteral("Total Credentials: 1\nCredentials File: %1\n\nCredential 1:\n").arg(m_path)));
+    QCOMPARE(part(dialog, "pin")->echoMode(), QLineEdit::Password);
+    QCOMPARE(part(dialog, "confirmPin")->echoMode(), QLineEdit::Password);
+}
+
+void DeviceDetailDialogTest::tellsWhatCannotBeRead()
+{
+    ScriptedPrompter prompter;
+    const QString missing = m_folder->path(QStringLiteral("none.json"));
+    prompter.expectWarning(kError, QStringLiteral("Cannot open credentials file: %1").arg(missing));
+    const DeviceDetailDialog none(missing, QStringLiteral("S1"), nullptr, m_folder->environment(), prompter);
+    m_folder->write(m_path, "[]");
+    prompter.expectWarning(kError, QStringLiteral("Invalid credentials file format"));
+    const DeviceDetailDialog bad(m_path, QStringLiteral("S1"), nullptr, m_folder->environment(), prompter);
+    QCOMPARE(prompter.verify(), QString());
+}
+
+void DeviceDetailDialogTest::refusesWrongPins()
+{
+    ScriptedPrompter prompter;
+    const DeviceDetailDialog dialog(m_path, QStringLiteral("S1"), nullptr, m_folder->environment(), prompter);
+    const QByteArray before = fileBytes(m_path);
+    prompter.expectWarning(kError, QStringLiteral("Please enter a PIN"));
+    typePin(dialog, {}, QStringLiteral("1234"));
+    prompter.expectWarning(kError, QStringLiteral("PIN must be 4-63 characters long"));
+    typePin(dialog, QStringLiteral("123"), QStringLiteral("124"));
+    prompter.expectWarning(kError, QStringLiteral("PIN confirmation does not match"));
+    typePin(dialog, QStringLiteral("1234"), QStringLiteral("1235"));
+    QCOMPARE(fileBytes(m_path), before);
+    QFile::remove(m_path);
+    prompter.expectWarning(kError, QStringLiteral("Cannot open credentials file: %1").arg(m_path));
+    typePin(dialog, QStringLiteral("1234"), QStringLiteral("1234"));
+    QCOMPARE(prompter.verify(), QString());
+}
+
+void DeviceDetailDialogTest::setsThePinInTheFileAsItIsNow()
+{
+    ScriptedPrompter prompter;
+    const DeviceDetailDialog dialog(m_path, QStringLiteral("S1"), nullptr, m_folder->environment(), prompter);
+    // The device process adds a credential and a member of its own while the dialog is open.
+    m_folder->write(m_path, R"({"credentials":[{"id":"a"},{"id":"b"}],"own":1,"pinInfo":{"pinRetryCount":1,"own":2}})");
+    prompter.expectInformation(QStringLiteral("Success"), QStringLiteral("PIN has been set successfully"));
+    typePin(dialog, QStringLiteral("1234"), QStringLiteral("1234"));
+    QCOMPARE(prompter.verify(), QString());
+    QCOMPARE(part(dialog, "pin")->text() + part(dialog, "confirmPin")->text(), QString());
+    part(dialog, "pin")->undo();
+    QCOMPARE(part(dialog, "pin")->text(), QString());
+    QCOMPARE(compact(readJsonFile(m_path).root),
+             QByteArray("{'credentials':[{'id':'a'},{'id':'b'}],'own':1,'pinInfo':{'maxPinRetries':8,'own':2,"
+                        "'pinHash':'03ac674216f3e15c761ee1a5e255f067','pinPrivateKeyFile':'S1_pin_private.pem',"
+                        "'pinPublicKeyFile':'S1_pin_public.pem','pinRetryCount':8,'pinSet':true}}"));
+}
+
+void DeviceDetailDialogTest::clearsOnlyOnYes()
+{
+    ScriptedPrompter prompter;
+    const DeviceDetailDialog dialog(m_path, QStringLiteral("S1"), nullptr, m_folder->environment(), prompter);
+    const QString title = QStringLiteral("Confirm Clear Device");
+    prompter.expectQuestion(title, kClearQuestion, false);
+    click(dialog, "clear");
+    QVERIFY(QFileInfo::exists(m_path));
+    prompter.expectQuestion(title, kClearQuestion, true);
+    prompter.expectInformation(QStringLiteral("Success"), QStringLiteral("Device has been cleared successfully"));
+    click(dialog, "clear");
+    QVERIFY(!QFileInfo::exists(m_path));
+    QCOMPARE(prompter.verify(), QString());
+}
+
+PLUGBOARD_SUITE(DeviceDetailDialogTest)
+#include "device_detail_dialog_test.moc"

@@ -1,0 +1,286 @@
+#include "fido2/fido2_setting_dialog.h"
+#include "tests/fido2/fido2_test_support.h"
+#include "tests/support/scripted_prompter.h"
+#include "tests/support/suite_registry.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QHeaderView>
+#include <QJsonDocument>
+#include <QLabel>
+#include <QTableWidget>
+
+class Fido2SettingDialogTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void startsWithItsDefaults();
+    void theSerialNumberNamesTheFile();
+    void refusesToCreate_data();
+    void refusesToCreate();
+    void createsWithWhatWasTyped();
+    void editsInMemoryAndSavesOnRequest();
+    void asksForASelection();
+    void complainsAboutFiles();
+    void choosesAFile();
+    void takesOnlyUsableDeviceInfo();
+};
+
+namespace {
+
+const QString kSuccess = QStringLiteral("Success");
+const QString kWarning = QStringLiteral("Warning");
+const QString kError = QStringLiteral("Error");
+
+/// Fills the required fields of the credential editor that opens next and saves it.
+void fillEditor(const QString& id)
+{
+    whenModal([id](QWidget& editor) {
+        for (const char* field : {"id", "rpId", "userName", "userId"})
+            part(editor, field)->setText(id);
+        click(editor, "save");
+    });
+}
+
+QTableWidget* table(const QWidget& dialog)
+{
+    return part<QTableWidget>(dialog, "credentials");
+}
+
+} // namespace
+
+void Fido2SettingDialogTest::startsWithItsDefaults()
+{
+    const KeyFolder folder;
+    const Fido2SettingDialog dialog(nullptr, folder.environment());
+    QCOMPARE(dialog.windowTitle(), QStringLiteral("FIDO2 Device Configuration"));
+    const Fido2Parameters chosen = dialog.parameters();
+    QCOMPARE((QStringList{chosen.vid, chosen.pid, chosen.name, chosen.usbVersionChoice}.join(QLatin1Char('|'))),
+             QStringLiteral("0x1234|0x5678|FIDO2 Security Key|2.0"));
+    QVERIFY(chosen.supportsPin);
+    QVERIFY(chosen.serialNumber.startsWith(QStringLiteral("FIDO2_20250105143000_")));
+    QCOMPARE(chosen.credentialsPath, folder.keyPath(chosen.serialNumber + QStringLiteral("_credentials.json")));
+    QStringList columns;
+    for (int column = 0; column < table(dialog)->columnCount(); ++column)
+        columns << table(dialog)->horizontalHeaderItem(column)->text() +
+                       QStringLiteral(" %1").arg(table(dialog)->columnWidth(column));
+    QCOMPARE(columns.mid(0, 9).join(QLatin1Char('|')),
+             QStringLiteral("Credential ID 120|RP ID 100|RP Name 120|Username 100|User ID 120|Description 120|"
+                            "Created At 120|Supports Resident Key 120|Signature Count 80"));
+    QVERIFY(table(dialog)->horizontalHeader()->stretchLastSection());
+}
+
+void Fido2SettingDialogTest::theSerialNumberNamesTheFile()
+{
+    const KeyFolder folder;
+    const Fido2SettingDialog dialog(nullptr, folder.environment());
+    const QString path = folder.keyPath(QStringLiteral("mine_credentials.json"));
+    part(dialog, "serialNumber")->setText(QStringLiteral(" mine "));
+    QCOMPARE(dialog.credentialsFilePath(), path);
+    QCOMPARE(part<QLabel>(dialog, "path")->text(), QStringLiteral("Credentials file: ") + path);
+    QCOMPARE(dialog.parameters().serialNumber, QStringLiteral("mine"));
+    part(dialog, "serialNumber")->clear();
+    QCOMPARE(dialog.credentialsFilePath(), folder.keyPath(QStringLiteral("_credentials.json")));
+    click(dialog, "generate");
+    QVERIFY(dialog.credentialsFilePath().contains(QStringLiteral("/FIDO2_20250105143000_")));
+}
+
+void Fido2SettingDialogTest::refusesToCreate_data()
+{
+    QTest::addColumn<QString>("vid");
+    QTest::addColumn<QString>("pid");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("complaint");
+    const auto row = [](const char* name, const char* vid, const char* pid, const char* device, const char* complaint) {
+        QTest::newRow(name) << QString::fromLatin1(vid) << QString::fromLatin1(pid) << QString::fromLatin1(device)
+                            << QString::fromLatin1(complaint);
+    };
+    row("blank vendor id, told first", "  ", "", "", "Please enter USB VID");
+    row("blank product id", "1234", " ", "", "Please enter USB PID");
+    row("blank name before wrong ids", "1234", "x", " ", "Please enter device name");
+    row("upper-case X", "0X1234", "0x1", "n", "VID and PID must start with '0x'");
+    row("only one prefix", "0x1234", "5678", "n", "VID and PID must start with '0x'");
+    row("prefix alone", "0x", "0x1", "n", "Invalid VID or PID format");
+    row("no hexadecimal digit", "0x1", "0x12g4", "n", "Invalid VID or PID format");
+    row("sign after the prefix", "0x-1", "0x1", "n", "Invalid VID or PID format");
+}
+
+void Fido2SettingDialogTest::refusesToCreate()
+{
+    QFETCH(QString, vid);
+    QFETCH(QString, pid);
+    QFETCH(QString, name);
+    QFETCH(QString, complaint);
+    const KeyFolder folder;
+    ScriptedPrompter prompter;
+    Fido2SettingDialog dialog(nullptr, folder.environment(), prompter);
+    dialog.show();
+    part(dialog, "vid")->setText(vid);
+    part(dialog, "pid")->setText(pid);
+    part(dialog, "deviceName")->setText(name);
+    prompter.expectWarning(kWarning, complaint);
+    click(dialog, "create");
+    QCOMPARE(prompter.verify(), QString());
+    QVERIFY(dialog.isVisible());
+}
+
+void Fido2SettingDialogTest::createsWithWhatWasTyped()
+{
+    const KeyFolder folder;
+    ScriptedPrompter prompter;
+    Fido2SettingDialog dialog(nullptr, folder.environment(), prompter);
+    part(dialog, "vid")->setText(QStringLiteral("0x12345"));
+    part(dialog, "deviceName")->setText(QStringLiteral("%1 <b>"));
+    part(dialog, "serialNumber")->setText(QStringLiteral("S1"));
+    part<QComboBox>(dialog, "usbVersion")->setCurrentIndex(1);
+    part<QCheckBox>(dialog, "supportsPin")->setChecked(false);
+    prompter.expectInformation(
+        kSuccess, QStringLiteral("FIDO2 device configuration is valid.\n\nDevice will be created with the following "
+                                 "settings:\n• VID: 0x12345\n• PID: 0x5678\n• USB Version: 3.0\n• Device Name: %1 <b>\n"
+                                 "• Support PIN: No\n• Credentials File: ") +
+                      folder.keyPath(QStringLiteral("S1_credentials.json")));
+    click(dialog, "create");
+    QCOMPARE(prompter.verify(), QString());
+    QCOMPARE(dialog.result(), int(QDialog::Accepted));
+    QVERIFY(!dialog.parameters().supportsPin);
+}
+
+void Fido2SettingDialogTest::editsInMemoryAndSavesOnRequest()
+{
+    const KeyFolder folder;
+    ScriptedPrompter prompter;
+    Fido2SettingDialog dialog(nullptr, folder.environment(), prompter);
+    const QString path = dialog.credentialsFilePath();
+    for (const QString& id : {QStringLiteral("aa"), QStringLiteral("bb"), QStringLiteral("cc")}) {
+        prompter.expectInformation(kSuccess, QStringLiteral("New credential added successfully"));
+        fillEditor(id);
+        click(dialog, "add");
+    }
+    QCOMPARE(table(dialog)->rowCount(), 3);
+    QCOMPARE(table(dialog)->item(1, 0)->toolTip(), QStringLiteral("bb"));
+    QVERIFY(!QFileInfo::exists(path));
+    prompter.expectInformation(kSuccess, QStringLiteral("Credentials saved successfully"));
+    click(dialog, "save");
+    const QByteArray saved = fileBytes(path);
+    QCOMPARE(readJsonFile(path).root.value(QStringLiteral("credentials")).toArray(), dialog.credentials());
+
+    fillEditor(QStringLiteral("dd"));
+    prompter.expectInformation(kSuccess, QStringLiteral("Credential updated successfully"));
+    emit table(dialog)->itemDoubleClicked(table(dialog)->item(2, 4));
+    QCOMPARE(table(dialog)->item(2, 0)->text(), QStringLiteral("dd"));
+    table(dialog)->selectRow(0);
+    const QString question = QStringLiteral("Are you sure you want to delete this credential?");
+    prompter.expectQuestion(QStringLiteral("Confirm Delete"), question, false);
+    click(dialog, "delete");
+    QCOMPARE(dialog.credentials().size(), 3);
+    prompter.expectQuestion(QStringLiteral("Confirm Delete"), question, true);
+    prompter.expectInformation(kSuccess, QStringLiteral("Credential deleted successfully"));
+    click(dialog, "delete");
+    QCOMPARE(table(dialog)->item(0, 0)->text(), QStringLiteral("bb"));
+    QCOMPARE(fileBytes(path), saved); // nothing but "Save Credentials" writes
+    QCOMPARE(prompter.verify(), QString());
+}
+
+void Fido2SettingDialogTest::asksForASelection()
+{
+    const KeyFolder folder;
+    ScriptedPrompter prompter;
+    Fido2SettingDialog dialog(nullptr, folder.environment(), prompter);
+    prompter.expectWarning(kWarning, QStringLiteral("Please select a credential to edit"));
+    click(dialog, "edit");
+    prompter.expectWarning(kWarning, QStringLiteral("Please select a credential to delete"));
+    click(dialog, "delete");
+    table(dialog)->setRowCount(2); // rows that no credential stands behind
+    table(dialog)->selectRow(1);
+    prompter.expectWarning(kWarning, QStringLiteral("Invalid row selected"));
+    click(dialog, "edit");
+    click(dialog, "refresh");
+    QCOMPARE(table(dialog)->rowCount(), 0);
+    QCOMPARE(prompter.verify(), QString());
+}
+
+void Fido2SettingDialogTest::complainsAboutFiles()
+{
+    const KeyFolder folder;
+    ScriptedPrompter prompter;
+    Fido2SettingDialog dialog(nullptr, folder.environment(), prompter);
+    prompter.expectInformation(
+        QStringLiteral("Info"),
+        QStringLiteral("No credential files found in: %1").arg(folder.path(QStringLiteral("fido2"))));
+    click(dialog, "selectFile");
+    part(dialog, "serialNumber")->setText(QStringLiteral("S1"));
+    const QString path = dialog.credentialsFilePath();
+    prompter.expectWarning(kError, QStringLiteral("Cannot open credentials file: %1").arg(path));
+    dialog.loadDeviceInfoFromCredentialsFile();
+    folder.write(path, "{");
+    prompter.expectWarning(kError, QStringLiteral("Invalid JSON format: unterminated object"));
+    dialog.loadDeviceInfoFromCredentialsFile();
+    QVERIFY(QDir(folder.path(QStringLiteral("fido2"))).removeRecursively());
+    prompter.expectWarning(kError, QStringLiteral("Cannot write to credentials file: %1").arg(path));
+    click(dialog, "save");
+    prompter.expectInformation(
+        QStringLiteral("Info"),
+        QStringLiteral("FIDO2 directory not found: %1").arg(folder.path(QStringLiteral("fido2"))));
+    click(dialog, "selectFile");
+    QCOMPARE(prompter.verify(), QString());
+}
+
+void Fido2SettingDialogTest::choosesAFile()
+{
+    const KeyFolder folder;
+    folder.write(folder.keyPath(QStringLiteral("a_credentials.json")), "no JSON");
+    // The file's name differs from the serial number in it: the chosen path must stay.
+    const QString chosen = folder.keyPath(QStringLiteral("b_credentials.json"));
+    folder.write(chosen, QJsonDocument(json("{'deviceInfo':{'serialNumber':'S9','vid':'0x9','usbVersion':'3.0',"
+                                            "'supportsPin':false},'credentials':[{'id':'x'},{'id':'y'}]}"))
+                             .toJson());
+    ScriptedPrompter prompter;
+    Fido2SettingDialog dialog(nullptr, folder.environment(), prompter);
+    QStringList seen;
+    whenModal([&](QWidget& chooser) {
+        seen << chooser.windowTitle() << part<QLabel>(chooser, "found")->text();
+        auto* files = part<QTableWidget>(chooser, "files");
+        QVERIFY(!part<QPushButton>(chooser, "select")->isEnabled());
+        for (int row = 0; row < files->rowCount(); ++row) {
+            for (int column = 0; column < files->columnCount(); ++column)
+                seen << files->item(row, column)->text();
+        }
+        files->selectRow(1);
+        click(chooser, "select");
+    });
+    click(dialog, "selectFile");
+    QCOMPARE(seen.join(QLatin1Char('|')),
+             QStringLiteral("Select Credentials File|Found 2 credential files. Please select one:|"
+                            "Unknown|Unknown|Unknown|0|S9|No|Unknown|2"));
+    QCOMPARE(dialog.credentialsFilePath(), chosen);
+    QCOMPARE(part<QLabel>(dialog, "path")->text(), QStringLiteral("Credentials file: ") + chosen);
+    QCOMPARE(table(dialog)->rowCount(), 2);
+    const Fido2Parameters parameters = dialog.parameters();
+    QCOMPARE((QStringList{parameters.serialNumber, parameters.vid, parameters.pid, parameters.usbVersionChoice,
+                          parameters.credentialsPath}
+                  .join(QLatin1Char('|'))),
+             QStringLiteral("S9|0x9|0x5678|3.0|") + chosen);
+    QVERIFY(!parameters.supportsPin);
+
+    whenModal([](QWidget& chooser) { click(chooser, "cancel"); });
+    click(dialog, "selectFile");
+    QCOMPARE(dialog.credentialsFilePath(), chosen);
+    QCOMPARE(prompter.verify(), QString());
+}
+
+void Fido2SettingDialogTest::takesOnlyUsableDeviceInfo()
+{
+    const KeyFolder folder;
+    Fido2SettingDialog dialog(nullptr, folder.environment());
+    const Fido2Parameters before = dialog.parameters();
+    dialog.extractDeviceInfoFromCredential(
+        json("{'deviceInfo':{'serialNumber':'','vid':7,'deviceName':'New','usbVersion':'1.1','supportsPin':'no'}}"));
+    const Fido2Parameters after = dialog.parameters();
+    QCOMPARE((QStringList{after.serialNumber, after.vid, after.pid, after.name, after.usbVersionChoice}),
+             (QStringList{before.serialNumber, before.vid, before.pid, QStringLiteral("New"), QStringLiteral("2.0")}));
+    QVERIFY(after.supportsPin);
+}
+
+PLUGBOARD_SUITE(Fido2SettingDialogTest)
+#include "fido2_setting_dialog_test.moc"

@@ -1,0 +1,155 @@
+#include "media/audio_resampler.h"
+#include "media/channel_layout.h"
+#include "tests/media/stage_probe.h"
+#include "tests/support/suite_registry.h"
+
+#include <QtTest>
+
+#include <cmath>
+
+class AudioTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { av_log_set_level(AV_LOG_QUIET); }
+    void convertsSound_data();
+    void convertsSound();
+    void keepsTheBufferWhileItFits();
+    void changedFormatsAreNotReadBeyondTheirEnd();
+    void refusesImpossibleSound();
+};
+
+namespace {
+
+/// A tone of 1 kHz at half of full scale on every channel.
+ffmpeg::Frame tone(AVSampleFormat format, int rate, int channels, int samples, int start = 0)
+{
+    ffmpeg::Frame frame(av_frame_alloc());
+    frame->format = format;
+    frame->sample_rate = rate;
+    frame->nb_samples = samples;
+    ffmpeg::setChannels(*frame, channels, ffmpeg::defaultChannelMask(channels));
+    if (av_frame_get_buffer(frame.get(), 0) < 0)
+        return nullptr;
+    for (int index = 0; index < samples; ++index) {
+        const double value = 0.5 * std::sin(2 * M_PI * 1000 * (start + index) / rate);
+        for (int channel = 0; channel < channels; ++channel) {
+            if (format == AV_SAMPLE_FMT_FLTP)
+                reinterpret_cast<float*>(frame->extended_data[channel])[index] = float(value);
+            else
+                reinterpret_cast<std::int16_t*>(frame->data[0])[index * channels + channel] =
+                    std::int16_t(value * 32767);
+        }
+    }
+    return frame;
+}
+
+} // namespace
+
+void AudioTest::convertsSound_data()
+{
+    QTest::addColumn<int>("format");
+    QTest::addColumn<int>("rate");
+    QTest::addColumn<int>("channels");
+    QTest::addColumn<int>("outputChannels");
+    QTest::addColumn<int>("outputRate");
+    QTest::addColumn<QString>("printed");
+    const auto row = [](const char* name, AVSampleFormat format, int rate, int channels, int outChannels, int outRate,
+                        const char* source) {
+        QTest::newRow(name) << int(format) << rate << channels << outChannels << outRate << QString::fromLatin1(source);
+    };
+    row("planar float stereo to another rate", AV_SAMPLE_FMT_FLTP, 48000, 2, 2, 44100,
+        "48000Hz, 2 channels, format=8\n  Target: 44100Hz, 2 channels, format=1");
+    row("mono of 8 kHz", AV_SAMPLE_FMT_S16, 8000, 1, 2, 48000,
+        "8000Hz, 1 channels, format=1\n  Target: 48000Hz, 2 channels, format=1");
+    row("5.1 to stereo", AV_SAMPLE_FMT_FLTP, 48000, 6, 2, 48000,
+        "48000Hz, 6 channels, format=8\n  Target: 48000Hz, 2 channels, format=1");
+    row("stereo to mono", AV_SAMPLE_FMT_S16, 44100, 2, 1, 44100,
+        "44100Hz, 2 channels, format=1\n  Target: 44100Hz, 1 channels, format=1");
+    row("stereo to 5.1", AV_SAMPLE_FMT_FLTP, 44100, 2, 6, 48000,
+        "44100Hz, 2 channels, format=8\n  Target: 48000Hz, 6 channels, format=1");
+}
+
+void AudioTest::convertsSound()
+{
+    QFETCH(int, format);
+    QFETCH(int, rate);
+    QFETCH(int, channels);
+    QFETCH(int, outputChannels);
+    QFETCH(int, outputRate);
+    QFETCH(QString, printed);
+    PrintedText text;
+    AudioResampler resampler(outputChannels, outputRate);
+    StageProbe probe;
+    resampler.chain(probe);
+    double peak = 0;
+    probe.onFrame = [&](const AVFrame& frame) {
+        QCOMPARE(frame.format, int(AV_SAMPLE_FMT_S16));
+        QCOMPARE(ffmpeg::channelCount(frame), outputChannels);
+        QCOMPARE(frame.sample_rate, outputRate);
+        for (int index = 0; index < frame.nb_samples; ++index)
+            peak = std::max(peak,
+                            std::abs(double(reinterpret_cast<std::int16_t*>(frame.data[0])[index * outputChannels])));
+    };
+    for (int block = 0; block < 50; ++block)
+        QVERIFY(resampler.pushFrame(tone(AVSampleFormat(format), rate, channels, 1000, block * 1000).get()));
+    const double expected = 50000.0 * outputRate / rate;
+    QVERIFY2(std::abs(double(probe.samples) - expected) < 0.002 * expected + 64,
+             qPrintable(QString::number(probe.samples)));
+    QVERIFY2(peak > 8000 && peak <= 32767, qPrintable(QString::number(peak)));
+    QCOMPARE(QString::fromStdString(text.take()), QStringLiteral("AudioResampler configuration:\n  Source: ") +
+                                                      printed +
+                                                      QStringLiteral("\nAudioResampler initialized successfully\n"));
+}
+
+void AudioTest::keepsTheBufferWhileItFits()
+{
+    const PrintedText text;
+    AudioResampler resampler(2, 44100);
+    StageProbe probe;
+    resampler.chain(probe);
+    std::vector<const std::uint8_t*> buffers;
+    probe.onFrame = [&](const AVFrame& frame) { buffers.push_back(frame.data[0]); };
+    for (const int samples : {512, 512, 512, 4096, 4096, 512, 4096, 100})
+        QVERIFY(resampler.pushFrame(tone(AV_SAMPLE_FMT_FLTP, 48000, 2, samples).get()));
+    // The second frame of a size also brings out what the first has left in the resampler.
+    QCOMPARE(buffers[2], buffers[1]);
+    for (std::size_t index = 5; index < buffers.size(); ++index)
+        QCOMPARE(buffers[index], buffers[4]);
+}
+
+void AudioTest::changedFormatsAreNotReadBeyondTheirEnd()
+{
+    PrintedText text;
+    AudioResampler resampler(2, 48000);
+    StageProbe probe;
+    resampler.chain(probe);
+    QVERIFY(resampler.pushFrame(tone(AV_SAMPLE_FMT_FLTP, 48000, 2, 1000).get()));
+    QCOMPARE(probe.frames, 1);
+    text.take();
+    QVERIFY(resampler.pushFrame(tone(AV_SAMPLE_FMT_S16, 48000, 2, 1000).get())); // One plane where two are read.
+    QVERIFY(resampler.pushFrame(tone(AV_SAMPLE_FMT_FLTP, 48000, 1, 1000).get()));
+    QCOMPARE(probe.frames, 1);
+    QVERIFY(!text.take().empty());
+    QVERIFY(resampler.pushFrame(tone(AV_SAMPLE_FMT_FLTP, 44100, 6, 1000).get())); // Read as the first format.
+    QCOMPARE(probe.frames, 2);
+
+    AudioResampler packed(2, 48000);
+    packed.chain(probe);
+    QVERIFY(packed.pushFrame(tone(AV_SAMPLE_FMT_S16, 48000, 2, 1000).get()));
+    QVERIFY(packed.pushFrame(tone(AV_SAMPLE_FMT_S16, 48000, 1, 1000).get())); // Half of the bytes that are read.
+    QCOMPARE(probe.frames, 3);
+}
+
+void AudioTest::refusesImpossibleSound()
+{
+    PrintedText text;
+    AudioResampler resampler(2, 0);
+    QVERIFY(!resampler.pushFrame(tone(AV_SAMPLE_FMT_FLTP, 48000, 2, 1000).get()));
+    QVERIFY(!resampler.pushFrame(tone(AV_SAMPLE_FMT_FLTP, 48000, 2, 1000).get()));
+    QVERIFY(text.take().find("Error: Failed to ") != std::string::npos);
+}
+
+PLUGBOARD_SUITE(AudioTest)
+#include "audio_test.moc"

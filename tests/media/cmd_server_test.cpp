@@ -1,0 +1,304 @@
+#include "media/av_scaler.h"
+#include "media/cmd_server.h"
+#include "tests/support/suite_registry.h"
+
+#include <QFile>
+#include <QSignalSpy>
+#include <QtTest>
+
+#include <memory>
+#include <thread>
+
+class CmdServerTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void servesOneClient();
+    void refusesASecondClient();
+    void discardsAPartialLineWithItsClient();
+    void bytesThatCameBeforeTheHandlerAreRead();
+    void nameIsFreeForOneServerOnly();
+    void nameOfACrashedProgramIsTakenOver();
+    void survivesAFloodOfUnreadReplies();
+    void scalerAnswersCommands();
+    void scalerOfAnotherThreadFindsItsNameFree();
+    void scalerMayDieWhileCommandsRun();
+};
+
+namespace {
+
+QString uniqueName()
+{
+    static int number = 0;
+    return QStringLiteral("CmdServerTest_%1_%2").arg(QCoreApplication::applicationPid()).arg(++number);
+}
+
+struct Client
+{
+    explicit Client(const QString& name)
+    {
+        QObject::connect(&socket, &QLocalSocket::readyRead, [this] { received += socket.readAll(); });
+        socket.connectToServer(name);
+    }
+
+    bool isConnected() const { return socket.state() == QLocalSocket::ConnectedState; }
+    void send(const QByteArray& bytes)
+    {
+        socket.write(bytes);
+        socket.flush();
+    }
+
+    QLocalSocket socket;
+    QByteArray received;
+};
+
+/// Waits until the client has received just these bytes.
+#define RECEIVE(client, bytes)                  \
+    do {                                        \
+        QTRY_COMPARE((client).received, bytes); \
+        (client).received.clear();              \
+    } while (false)
+
+const QByteArray kGreeting = "OK: Command server ready\r\n";
+
+ScalerSettings settingsFor(const QString& name)
+{
+    ScalerSettings settings;
+    settings.serverName = name;
+    settings.sleep = [](std::chrono::milliseconds time) {
+        if (time != std::chrono::milliseconds(100))
+            qFatal("the scaler waits %d ms for its server", int(time.count()));
+    };
+    return settings;
+}
+
+} // namespace
+
+void CmdServerTest::servesOneClient()
+{
+    const QString name = uniqueName();
+    CmdServer server;
+    QStringList order;
+    connect(&server, &CmdServer::ClientConnected, [&] { order << QStringLiteral("connected"); });
+    connect(&server, &CmdServer::CommandReceived, [&](const QString& line) { order << QStringLiteral("got ") + line; });
+    connect(&server, &CmdServer::ServerStatusChanged,
+            [&](bool running) { order << (running ? QStringLiteral("running") : QStringLiteral("stopped")); });
+    connect(&server, &CmdServer::ClientDisconnected, [&] { order << QStringLiteral("gone"); });
+    QVERIFY(!server.IsRunning());
+    QVERIFY(server.StartServer(name));
+    QVERIFY(server.StartServer(name));
+    QVERIFY(server.IsRunning());
+
+    Client client(name);
+    RECEIVE(client, kGreeting);
+    client.send("no handler\n");
+    RECEIVE(client, QByteArray("no handler\nERROR: No command handler set\r\n"));
+    server.SetCommandHandler([&](const QString& line, QString& reply) {
+        order << QStringLiteral("handled");
+        if (line == QLatin1String("quiet"))
+            server.SetEchoEnabled(false);
+        else
+            reply = QStringLiteral("<") + line + QStringLiteral(">");
+    });
+    client.send("pa");
+    RECEIVE(client, QByteArray("pa"));
+    client.send("rt \xc3\xa4\r\nquiet\r\n");
+    RECEIVE(client, QByteArray("rt \xc3\xa4\r\nquiet\r\n<part \xc3\xa4>\r\n\r\n"));
+    client.send("x\n");
+    RECEIVE(client, QByteArray("<x>\r\n"));
+    client.socket.disconnectFromServer();
+    QTRY_COMPARE(order.last(), QStringLiteral("gone"));
+    server.StopServer();
+    QVERIFY(!server.IsRunning());
+    QCOMPARE(order.join(QLatin1Char('|')),
+             QStringLiteral("running|connected|got no handler|got part \u00e4|handled|got quiet|handled|got x|handled|"
+                            "gone|stopped"));
+}
+
+void CmdServerTest::refusesASecondClient()
+{
+    const QString name = uniqueName();
+    CmdServer server;
+    server.SetEchoEnabled(false);
+    server.SetCommandHandler([](const QString& line, QString& reply) { reply = line; });
+    QVERIFY(server.StartServer(name));
+    Client first(name);
+    RECEIVE(first, kGreeting);
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        Client second(name);
+        QTRY_COMPARE(second.received, QByteArray("ERROR: Another client is already connected\r\n"));
+        QTRY_VERIFY(!second.isConnected());
+    }
+    first.send("still here\n");
+    RECEIVE(first, QByteArray("still here\r\n"));
+    first.socket.disconnectFromServer();
+    QSignalSpy gone(&server, &CmdServer::ClientDisconnected);
+    QTRY_COMPARE(gone.count(), 1);
+    Client third(name);
+    RECEIVE(third, kGreeting);
+}
+
+void CmdServerTest::discardsAPartialLineWithItsClient()
+{
+    const QString name = uniqueName();
+    CmdServer server;
+    server.SetCommandHandler([](const QString& line, QString& reply) { reply = line; });
+    QVERIFY(server.StartServer(name));
+    QSignalSpy gone(&server, &CmdServer::ClientDisconnected);
+    {
+        Client client(name);
+        RECEIVE(client, kGreeting);
+        client.send("partial");
+        RECEIVE(client, QByteArray("partial"));
+    }
+    QTRY_COMPARE(gone.count(), 1);
+    Client next(name);
+    RECEIVE(next, kGreeting);
+    server.SetEchoEnabled(false);
+    next.send("x\n");
+    RECEIVE(next, QByteArray("x\r\n"));
+}
+
+/// The connection is announced by a queued signal; a fast client has spoken, and may have left, before it is handled.
+void CmdServerTest::bytesThatCameBeforeTheHandlerAreRead()
+{
+    const QString name = uniqueName();
+    CmdServer server;
+    server.SetEchoEnabled(false);
+    QVERIFY(server.StartServer(name));
+    QSignalSpy commands(&server, &CmdServer::CommandReceived);
+    QSignalSpy gone(&server, &CmdServer::ClientDisconnected);
+    for (int round = 1; round <= 20; ++round) {
+        std::thread([&] {
+            QLocalSocket socket;
+            socket.connectToServer(name);
+            socket.write("x\n");
+            socket.waitForBytesWritten(1000);
+        }).join();
+        QTRY_COMPARE(gone.count(), round);
+    }
+    QCOMPARE(commands.count(), 20);
+}
+
+void CmdServerTest::nameIsFreeForOneServerOnly()
+{
+    const QString name = uniqueName();
+    auto first = std::make_unique<CmdServer>();
+    CmdServer second;
+    QVERIFY(first->StartServer(name));
+    QVERIFY(!second.StartServer(name));
+    QVERIFY(!second.IsRunning());
+    Client client(name);
+    RECEIVE(client, kGreeting);
+    first.reset();
+    QVERIFY(second.StartServer(name));
+}
+
+void CmdServerTest::nameOfACrashedProgramIsTakenOver()
+{
+    const QString name = uniqueName();
+    QLocalServer probe;
+    QVERIFY(probe.listen(name));
+    QFile left(probe.fullServerName());
+    probe.close();
+#ifndef _WIN32
+    QVERIFY(left.open(QIODevice::WriteOnly));
+    left.close();
+#endif
+    CmdServer server;
+    QVERIFY(server.StartServer(name));
+    Client client(name);
+    RECEIVE(client, kGreeting);
+}
+
+void CmdServerTest::survivesAFloodOfUnreadReplies()
+{
+    const QString name = uniqueName();
+    CmdServer server;
+    server.SetCommandHandler([](const QString& line, QString& reply) { reply = line; });
+    QVERIFY(server.StartServer(name));
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("does not read")));
+    QSignalSpy commands(&server, &CmdServer::CommandReceived);
+    std::atomic<bool> sent{false};
+    std::thread flood([&] {
+        QLocalSocket socket;
+        socket.connectToServer(name);
+        socket.waitForConnected(5000);
+        socket.setReadBufferSize(1); // Reads nothing of what comes back.
+        const QByteArray lines = QByteArray(1000, 'x') + '\n';
+        for (int count = 0; count < 4000 && socket.state() == QLocalSocket::ConnectedState; ++count) {
+            socket.write(lines);
+            socket.waitForBytesWritten(5000);
+        }
+        sent = true;
+    });
+    QTRY_VERIFY_WITH_TIMEOUT(sent, 60000);
+    flood.join();
+    QTRY_VERIFY(commands.count() > 0);
+}
+
+void CmdServerTest::scalerAnswersCommands()
+{
+    const QString name = uniqueName();
+    AVScaler scaler(AV_PIX_FMT_YUV420P, 640, 480, kScaleAspectFit, settingsFor(name));
+    QVERIFY(scaler.StartCommandServer(name));
+    AVScaler second(AV_PIX_FMT_YUV420P, 640, 480, kScaleAspectFit, settingsFor(name));
+    QVERIFY(!second.StartCommandServer(name));
+
+    Client client(name);
+    RECEIVE(client, kGreeting);
+    client.send("imgx,100\r\n\r\necho,off\r\n");
+    RECEIVE(client, QByteArray("imgx,100\r\n\r\necho,off\r\nOK: Image X position set to 100\r\n"
+                               "OK: Image X position set to 100\r\nOK: Echo disabled\r\n"));
+    client.send("ImgM,2\n");
+    RECEIVE(client, QByteArray("OK: Scale mode set to PADDING\r\n"));
+    QCOMPARE(scaler.placement().x.load(), 100);
+    QCOMPARE(scaler.placement().mode.load(), kScalePadding);
+}
+
+void CmdServerTest::scalerOfAnotherThreadFindsItsNameFree()
+{
+    const QString name = uniqueName();
+    for (int round = 0; round < 5; ++round) {
+        std::unique_ptr<AVScaler> scaler;
+        // The main thread waits here, as it does for a source that it stops: the scaler must not need it.
+        std::thread([&] {
+            scaler = std::make_unique<AVScaler>(AV_PIX_FMT_YUV420P, 64, 48, kScaleAspectFit, settingsFor(name));
+        }).join();
+        if (round % 2 == 0) {
+            Client client(name);
+            QTRY_VERIFY(client.isConnected() || (client.socket.connectToServer(name), false));
+            RECEIVE(client, kGreeting);
+        }
+        std::thread([&] { scaler.reset(); }).join();
+        // A scaler of the main thread comes first here, before the main thread has seen the other one's end.
+        const AVScaler next(AV_PIX_FMT_YUV420P, 64, 48, kScaleAspectFit, settingsFor(name));
+        Client client(name);
+        RECEIVE(client, kGreeting);
+    }
+}
+
+void CmdServerTest::scalerMayDieWhileCommandsRun()
+{
+    const QString name = uniqueName();
+    for (int round = 0; round < 20; ++round) {
+        std::atomic<bool> end{false};
+        std::thread media([&] {
+            const AVScaler scaler(AV_PIX_FMT_YUV420P, 64, 48, kScaleAspectFit, settingsFor(name));
+            while (!end)
+                std::this_thread::yield();
+        });
+        Client client(name);
+        QTRY_VERIFY(client.isConnected() || (client.socket.connectToServer(name), false));
+        for (int command = 0; command < 50; ++command)
+            client.send("imgmx,1\n");
+        QTRY_VERIFY(client.received.contains("moved by 1"));
+        end = true;
+        QTRY_VERIFY(!client.isConnected());
+        media.join();
+    }
+}
+
+PLUGBOARD_SUITE(CmdServerTest)
+#include "cmd_server_test.moc"

@@ -1,0 +1,332 @@
+#include "media/av_bs_filter.h"
+#include "media/av_decoder.h"
+#include "media/av_encoder.h"
+#include "media/av_source.h"
+#include "media/media_input.h"
+#include "tests/media/media_files.h"
+#include "tests/media/stage_probe.h"
+#include "tests/support/suite_registry.h"
+
+#include <QtTest>
+
+class CodecTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { av_log_set_level(AV_LOG_QUIET); }
+    void filtersToStartCodes_data();
+    void filtersToStartCodes();
+    void decodesEveryKindOfFile_data();
+    void decodesEveryKindOfFile();
+    void searchesHardwareInOrder();
+    void hardwareFramesArriveAsNv12();
+    void failedTransferPushesNothing();
+    void deviceThatCannotDecodeLeavesItToSoftware();
+    void decoderThatDidNotOpenRefusesPackets();
+    void stopsWhenTheChainRefuses();
+    void encodesForStreaming_data();
+    void encodesForStreaming();
+    void encoderRefusesOtherPictures();
+};
+
+namespace {
+
+/// The first stream of a kind in a file, with the stages' own way of reading it.
+struct Stream
+{
+    explicit Stream(const char* file, AVMediaType kind = AVMEDIA_TYPE_VIDEO)
+        : input(mediaFile(file).toStdString(), interrupt)
+        , packet(av_packet_alloc())
+    {
+        if (input.open() != 0 || input.findStreamInformation() != 0)
+            return;
+        const int index = av_find_best_stream(const_cast<AVFormatContext*>(input.context()), kind, -1, -1, nullptr, 0);
+        if (index >= 0) {
+            const AVStream& stream = *input.context()->streams[index];
+            source = std::make_unique<AVSource>(kind == AVMEDIA_TYPE_VIDEO, *stream.codecpar, stream);
+        }
+        input.open();
+    }
+
+    /// Pushes all packets into the source's chain; false when it refused one.
+    bool play()
+    {
+        while (input.read(packet.get()) == 0) {
+            const bool taken = packet->stream_index != source->streamIndex() || source->pushPacket(packet.get());
+            av_packet_unref(packet.get());
+            if (!taken)
+                return false;
+        }
+        return true;
+    }
+
+    MediaInterrupt interrupt;
+    MediaInput input;
+    ffmpeg::Packet packet;
+    std::unique_ptr<AVSource> source;
+};
+
+/// A device whose surfaces are ordinary pictures: `surface` is the format that counts as a hardware frame.
+struct FakeHardware final : HardwareAccess
+{
+    const AVCodecHWConfig* configuration(const AVCodec& decoder, int index) const override
+    {
+        if (index > 0)
+            return nullptr;
+        asked.push_back(decoder.name);
+        return &way;
+    }
+    ffmpeg::BufferReference createDevice(AVHWDeviceType type) const override
+    {
+        created.push_back(type);
+        return ffmpeg::BufferReference(type == working ? av_hwdevice_ctx_alloc(type) : nullptr);
+    }
+    int transfer(AVFrame& to, const AVFrame& from) const override
+    {
+        ++transfers;
+        if (to.format != AV_PIX_FMT_NV12)
+            return AVERROR(EINVAL);
+        to.width = from.width;
+        to.height = from.height;
+        return transferResult < 0 ? transferResult : av_frame_get_buffer(&to, 0);
+    }
+
+    AVCodecHWConfig way = {AV_PIX_FMT_YUV420P, AV_CODEC_HW_CONFIG_METHOD_HW_DEVICE_CTX, AV_HWDEVICE_TYPE_CUDA};
+    AVHWDeviceType working = AV_HWDEVICE_TYPE_CUDA;
+    int transferResult = 0;
+    mutable std::vector<std::string> asked;
+    mutable std::vector<AVHWDeviceType> created;
+    mutable int transfers = 0;
+};
+
+} // namespace
+
+void CodecTest::filtersToStartCodes_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QString>("filter");
+    QTest::newRow("H.264 of a container") << "h264_aac.mp4"
+                                          << "h264_mp4toannexb";
+    QTest::newRow("H.265 of a container") << "hevc_10bit.mp4"
+                                          << "hevc_mp4toannexb";
+    QTest::newRow("H.264 that has start codes") << "raw.h264"
+                                                << "h264_mp4toannexb";
+    QTest::newRow("MJPEG passes unchanged") << "mjpeg.avi" << QString();
+}
+
+void CodecTest::filtersToStartCodes()
+{
+    QFETCH(QString, file);
+    QFETCH(QString, filter);
+    Stream stream(file.toLatin1().constData());
+    QVERIFY(stream.source);
+    AVBSFilter stage(*stream.source);
+    StageProbe probe;
+    stream.source->chain(stage);
+    stage.chain(probe);
+    QCOMPARE(QString::fromLatin1(stage.filter() ? stage.filter()->name : ""), filter);
+    QVERIFY(stream.play());
+    QVERIFY(probe.packets >= 25);
+    if (!filter.isEmpty()) {
+        const std::vector<std::uint8_t> start(probe.packetBytes.begin(), probe.packetBytes.begin() + 3);
+        QVERIFY((start == std::vector<std::uint8_t>{0, 0, 0} || start == std::vector<std::uint8_t>{0, 0, 1}));
+    }
+}
+
+void CodecTest::decodesEveryKindOfFile_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<int>("format");
+    QTest::addColumn<int>("leastFrames");
+    QTest::newRow("H.264 in MP4") << "h264_aac.mp4" << int(AV_PIX_FMT_YUV420P) << 30;
+    QTest::newRow("H.264 with B-frames") << "h264_b_frames.mp4" << int(AV_PIX_FMT_YUV420P) << 25;
+    QTest::newRow("H.264 in a transport stream") << "h264_aac.ts" << int(AV_PIX_FMT_YUV420P) << 29;
+    QTest::newRow("raw H.265") << "raw.h265" << int(AV_PIX_FMT_YUV420P) << 29;
+    QTest::newRow("MPEG-4 in AVI") << "mpeg4_mp3.avi" << int(AV_PIX_FMT_YUV420P) << 29;
+    QTest::newRow("full range MJPEG") << "mjpeg.avi" << int(AV_PIX_FMT_YUVJ420P) << 30;
+    QTest::newRow("10 bits") << "hevc_10bit.mp4" << int(AV_PIX_FMT_YUV420P10LE) << 25;
+    QTest::newRow("4:4:4") << "h264_444.mp4" << int(AV_PIX_FMT_YUV444P) << 30;
+    QTest::newRow("interlaced") << "h264_interlaced.mp4" << int(AV_PIX_FMT_YUV420P) << 29;
+}
+
+void CodecTest::decodesEveryKindOfFile()
+{
+    QFETCH(QString, file);
+    QFETCH(int, format);
+    QFETCH(int, leastFrames);
+    Stream stream(file.toLatin1().constData());
+    QVERIFY(stream.source);
+    AVDecoder decoder(stream.source->codecId());
+    StageProbe probe;
+    stream.source->chain(decoder);
+    decoder.chain(probe);
+    QVERIFY(decoder.open(stream.source->codecParameters()));
+    QVERIFY(stream.play());
+    QVERIFY2(probe.frames >= leastFrames, qPrintable(QString::number(probe.frames)));
+    decoder.flush();
+    QCOMPARE(probe.frames, 30);
+    if (decoder.deviceName().empty())
+        QCOMPARE(probe.last->format, format);
+    QCOMPARE(probe.last->pts, std::int64_t(0));
+    QCOMPARE(probe.last->pkt_dts, std::int64_t(0));
+    QCOMPARE(decoder.inputWidth(), 160);
+    QVERIFY(!decoder.name().empty());
+}
+
+void CodecTest::searchesHardwareInOrder()
+{
+    FakeHardware hardware;
+    hardware.working = AV_HWDEVICE_TYPE_NONE;
+    for (const AVHWDeviceType type : {AV_HWDEVICE_TYPE_QSV, AV_HWDEVICE_TYPE_CUDA, AV_HWDEVICE_TYPE_VAAPI}) {
+        hardware.way.device_type = type;
+        hardware.asked.clear();
+        AVDecoder decoder(AV_CODEC_ID_H264, hardware);
+        QVERIFY(decoder.open(nullptr));
+        QVERIFY(std::all_of(hardware.created.begin(), hardware.created.end(), [&](auto made) { return made == type; }));
+        // Each H.264 decoder is asked once per type of the fixed list, and a failing device moves on to the next.
+        QVERIFY(hardware.created.size() > 1);
+        QCOMPARE(hardware.asked.size(), hardware.created.size() * 6);
+        QCOMPARE(decoder.deviceName(), std::string());
+        hardware.created.clear();
+    }
+    hardware.way.device_type = AV_HWDEVICE_TYPE_VULKAN; // Not in the list.
+    AVDecoder decoder(AV_CODEC_ID_H264, hardware);
+    QVERIFY(decoder.open(nullptr));
+    QVERIFY(hardware.created.empty());
+}
+
+void CodecTest::hardwareFramesArriveAsNv12()
+{
+    const FakeHardware hardware;
+    Stream stream("h264_aac.mp4");
+    AVDecoder decoder(AV_CODEC_ID_H264, hardware);
+    StageProbe probe;
+    probe.onFrame = [](const AVFrame& frame) { QCOMPARE(frame.format, int(AV_PIX_FMT_NV12)); };
+    stream.source->chain(decoder);
+    decoder.chain(probe);
+    QVERIFY(decoder.open(stream.source->codecParameters()));
+    QVERIFY(stream.play());
+    QCOMPARE(decoder.deviceName(), std::string("cuda"));
+    QVERIFY(probe.frames >= 29);
+    QCOMPARE(hardware.transfers, probe.frames);
+    QCOMPARE(decoder.inputFormat(), int(AV_PIX_FMT_NV12));
+}
+
+void CodecTest::failedTransferPushesNothing()
+{
+    FakeHardware hardware;
+    hardware.transferResult = AVERROR(EIO);
+    Stream stream("h264_aac.mp4");
+    AVDecoder decoder(AV_CODEC_ID_H264, hardware);
+    StageProbe probe;
+    stream.source->chain(decoder);
+    decoder.chain(probe);
+    QVERIFY(decoder.open(stream.source->codecParameters()));
+    QVERIFY(stream.play());
+    QCOMPARE(probe.frames, 0);
+    QVERIFY(hardware.transfers >= 29);
+}
+
+/// The device exists, and setting it up for the stream fails when the first packet comes.
+void CodecTest::deviceThatCannotDecodeLeavesItToSoftware()
+{
+    FakeHardware hardware;
+    hardware.way = {AV_PIX_FMT_CUDA, AV_CODEC_HW_CONFIG_METHOD_HW_DEVICE_CTX, AV_HWDEVICE_TYPE_QSV};
+    hardware.working = AV_HWDEVICE_TYPE_QSV;
+    for (const char* file : {"h264_aac.mp4", "h264_444.mp4", "mjpeg.avi"}) {
+        Stream stream(file);
+        AVDecoder decoder(stream.source->codecId(), hardware);
+        StageProbe probe;
+        stream.source->chain(decoder);
+        decoder.chain(probe);
+        QVERIFY(decoder.open(stream.source->codecParameters()));
+        QVERIFY(stream.play());
+        QVERIFY(probe.frames >= 29);
+        QCOMPARE(decoder.deviceName(), std::string());
+        QCOMPARE(hardware.transfers, 0);
+    }
+}
+
+void CodecTest::decoderThatDidNotOpenRefusesPackets()
+{
+    Stream stream("h264_aac.mp4");
+    AVDecoder unopened(AV_CODEC_ID_H264);
+    stream.source->chain(unopened);
+    QVERIFY(!stream.play());
+    AVDecoder unknown(AV_CODEC_ID_NONE);
+    QVERIFY(!unknown.open(nullptr));
+    QVERIFY(!unknown.pushPacket(stream.packet.get()));
+    QVERIFY(!unknown.flush());
+}
+
+void CodecTest::stopsWhenTheChainRefuses()
+{
+    Stream stream("h264_aac.mp4");
+    AVDecoder decoder(AV_CODEC_ID_H264);
+    StageProbe probe;
+    probe.limit = 5;
+    stream.source->chain(decoder);
+    decoder.chain(probe);
+    QVERIFY(decoder.open(stream.source->codecParameters()));
+    QVERIFY(!stream.play());
+    QCOMPARE(probe.frames, 5);
+}
+
+void CodecTest::encodesForStreaming_data()
+{
+    QTest::addColumn<int>("codec");
+    QTest::addColumn<int>("format");
+    QTest::newRow("H.264") << int(AV_CODEC_ID_H264) << int(AV_PIX_FMT_YUV420P);
+    QTest::newRow("H.265") << int(AV_CODEC_ID_HEVC) << int(AV_PIX_FMT_YUV420P);
+    QTest::newRow("full range MJPEG") << int(AV_CODEC_ID_MJPEG) << int(AV_PIX_FMT_YUVJ420P);
+}
+
+void CodecTest::encodesForStreaming()
+{
+    QFETCH(int, codec);
+    QFETCH(int, format);
+    AVEncoder encoder({AVCodecID(codec), -1, 160, 120, 10, 1});
+    QVERIFY2(encoder.isOpen(), "this FFmpeg has no encoder of the codec");
+    QVERIFY(!encoder.name().empty());
+    StageProbe packets;
+    AVDecoder decoder{AVCodecID(codec)};
+    StageProbe pictures;
+    encoder.chain(packets);
+    encoder.chain(decoder);
+    decoder.chain(pictures);
+    QVERIFY(decoder.open(nullptr)); // All that the decoder needs is in the stream.
+    const ffmpeg::Frame frame = makePicture(format, 160, 120);
+    for (int number = 0; number < 25; ++number) {
+        std::memset(frame->data[0], 40 + number * 5, std::size_t(frame->linesize[0]) * 120);
+        std::memset(frame->data[1], 128, std::size_t(frame->linesize[1]) * 60);
+        std::memset(frame->data[2], 128, std::size_t(frame->linesize[2]) * 60);
+        frame->pict_type = AV_PICTURE_TYPE_I; // As a decoder leaves it; it must not make every packet a key.
+        QVERIFY(encoder.pushFrame(frame.get()));
+        QCOMPARE(packets.packets, number + 1); // No picture is held back.
+    }
+    QVERIFY(encoder.flush());
+    decoder.flush();
+    QCOMPARE(packets.packets, 25);
+    QCOMPARE(pictures.frames, 25);
+    for (int number = 0; number < 25; ++number)
+        QCOMPARE(packets.timeStamps[std::size_t(number)], std::int64_t(number));
+    QCOMPARE(packets.keys, codec == AV_CODEC_ID_MJPEG ? 25 : 3); // One a second.
+    QVERIFY(std::abs(int(pictures.last->data[0][60 * pictures.last->linesize[0] + 80]) - (40 + 24 * 5)) <= 6);
+}
+
+void CodecTest::encoderRefusesOtherPictures()
+{
+    AVEncoder encoder({AV_CODEC_ID_H264, AV_PIX_FMT_YUV420P, 160, 120, 10, 1});
+    for (const auto& [format, width, height] :
+         {std::tuple{AV_PIX_FMT_YUV420P, 162, 120}, {AV_PIX_FMT_YUV420P, 160, 60}, {AV_PIX_FMT_NV12, 160, 120}}) {
+        const ffmpeg::Frame frame = makePicture(format, width, height);
+        QVERIFY(!encoder.pushFrame(frame.get()));
+    }
+    AVEncoder impossible({AV_CODEC_ID_H264, AV_PIX_FMT_YUV420P, 0, 120, 10, 1});
+    QVERIFY(!impossible.isOpen());
+    QVERIFY(!impossible.flush());
+}
+
+PLUGBOARD_SUITE(CodecTest)
+#include "codec_test.moc"

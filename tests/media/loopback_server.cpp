@@ -1,0 +1,54 @@
+#include "tests/media/loopback_server.h"
+
+#include <QTcpServer>
+#include <QTcpSocket>
+
+LoopbackServer::LoopbackServer(QByteArray answer, Ending ending) : m_answer(std::move(answer)), m_ending(ending)
+{
+    m_thread = std::thread([this] {
+        QTcpServer server;
+        server.listen(QHostAddress::LocalHost);
+        m_port = server.serverPort();
+        m_port.notify_all();
+        while (!m_stop) {
+            if (server.waitForNewConnection(20))
+                serve(server);
+        }
+    });
+    m_port.wait(0);
+}
+
+LoopbackServer::~LoopbackServer()
+{
+    m_stop = true;
+    m_thread.join();
+}
+
+void LoopbackServer::serve(QTcpServer& server)
+{
+    const std::unique_ptr<QTcpSocket> client(server.nextPendingConnection());
+    ++m_clients;
+    while (!m_stop && client->state() == QAbstractSocket::ConnectedState && !client->waitForReadyRead(20)) {
+    }
+    client->write(m_answer);
+    while (!m_stop && client->bytesToWrite() > 0 && client->waitForBytesWritten(100)) {
+    }
+    if (m_ending == Ending::Stall) {
+        while (!m_stop && client->state() == QAbstractSocket::ConnectedState)
+            client->waitForReadyRead(20);
+    } else if (m_ending == Ending::Reset) {
+        client->abort();
+    } else {
+        client->disconnectFromHost();
+        if (client->state() != QAbstractSocket::UnconnectedState)
+            client->waitForDisconnected(1000);
+    }
+}
+
+QString LoopbackServer::url(const char* scheme, const char* path) const
+{
+    return QStringLiteral("%1://127.0.0.1:%2%3")
+        .arg(QString::fromLatin1(scheme))
+        .arg(m_port.load())
+        .arg(QString::fromLatin1(path));
+}

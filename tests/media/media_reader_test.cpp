@@ -1,0 +1,407 @@
+#include "media/av_decoder.h"
+#include "media/av_encoder.h"
+#include "media/av_scaler.h"
+#include "media/cmd_map.h"
+#include "media/debug_commands.h"
+#include "media/media_reader.h"
+#include "media/video_file_source.h"
+#include "tests/media/loopback_server.h"
+#include "tests/media/media_files.h"
+#include "tests/media/stage_probe.h"
+#include "tests/support/suite_registry.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QtTest>
+
+class MediaReaderTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { av_log_set_level(AV_LOG_QUIET); }
+    void buildsChains_data();
+    void buildsChains();
+    void loopsOverItsInput();
+    void endsWhenTheInputCannotBeOpenedAgain();
+    void inputMayChangeBehindItsBack();
+    void damagedFilesEndCleanly_data();
+    void damagedFilesEndCleanly();
+    void streamThatStallsEndsTheLoop();
+    void sinkKeepsTheNewest();
+    void sinkBlocksUntilThereIsRoom();
+    void sourceStopsAtAnyTime_data();
+    void sourceStopsAtAnyTime();
+    void sourceReportsItsEnd();
+    void debugCommands();
+};
+
+namespace {
+
+ScalerSettings withoutServer()
+{
+    ScalerSettings settings;
+    settings.serverName.clear();
+    return settings;
+}
+
+QByteArray contentOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+bool write(const QString& path, const QByteArray& content)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
+}
+
+/// A reader of a file with both chains built into probes, raw pictures of 80 x 60 and stereo of 48 kHz.
+struct RawChains
+{
+    explicit RawChains(const QString& path, int selector = kSelectBoth)
+        : reader(path.toStdString(), selector, interrupt, "file")
+    {
+        opened = reader.open();
+        reader.buildVideoChain(AV_CODEC_ID_NONE, AV_PIX_FMT_YUV420P, 80, 60, 25, video, withoutServer());
+        reader.buildAudioChain(2, 48000, audio);
+    }
+
+    MediaInterrupt interrupt;
+    StageProbe video;
+    StageProbe audio;
+    MediaReader reader;
+    bool opened = false;
+};
+
+VideoFileSettings settingsFor(const QString& url)
+{
+    VideoFileSettings settings;
+    settings.url = url.toStdString();
+    settings.width = 80;
+    settings.height = 60;
+    settings.scaling = withoutServer();
+    settings.inputTimeLimit = std::chrono::hours(1);
+    return settings;
+}
+
+} // namespace
+
+void MediaReaderTest::buildsChains_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<int>("codec");
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<int>("selector");
+    QTest::addColumn<QString>("result");
+    const auto row = [](const char* name, const char* file, AVCodecID codec, QSize size, int selector,
+                        const char* result) {
+        QTest::newRow(name) << QString::fromLatin1(file) << int(codec) << size << selector
+                            << QString::fromLatin1(result);
+    };
+    const AVCodecID raw = AV_CODEC_ID_NONE;
+    row("raw pictures and sound", "h264_aac.mp4", raw, {80, 60}, kSelectBoth, "pictures 80x60, sound");
+    row("video only", "h264_aac.mp4", raw, {80, 60}, kSelectVideo, "pictures 80x60");
+    row("sound only", "h264_aac.mp4", raw, {80, 60}, kSelectAudio, "sound");
+    row("sound file for video has nothing", "mono_8k.wav", raw, {80, 60}, kSelectVideo, "");
+    row("second video is left out", "two_videos.mkv", raw, {160, 120}, kSelectBoth, "pictures 160x120");
+    row("planar float of Opus", "h264_opus.mkv", raw, {80, 60}, kSelectBoth, "pictures 80x60, sound");
+    row("5.1", "surround.mka", raw, {80, 60}, kSelectBoth, "sound");
+    row("odd sizes", "h264_odd.mkv", raw, {81, 61}, kSelectBoth, "pictures 81x61");
+    row("H.264 of the same size passes undecoded", "h264_aac.mp4", AV_CODEC_ID_H264, {160, 120}, kSelectVideo,
+        "packets passed");
+    row("H.265 of the same size passes undecoded", "hevc_10bit.mp4", AV_CODEC_ID_HEVC, {160, 120}, kSelectVideo,
+        "packets passed");
+    row("another size is encoded", "h264_aac.mp4", AV_CODEC_ID_H264, {80, 60}, kSelectVideo, "packets encoded");
+    row("another codec is encoded, full range", "h264_aac.mp4", AV_CODEC_ID_MJPEG, {160, 120}, kSelectVideo,
+        "packets encoded");
+    row("10 bits are encoded with 8", "hevc_10bit.mp4", AV_CODEC_ID_H264, {80, 60}, kSelectVideo, "packets encoded");
+}
+
+void MediaReaderTest::buildsChains()
+{
+    QFETCH(QString, file);
+    QFETCH(int, codec);
+    QFETCH(QSize, size);
+    QFETCH(int, selector);
+    QFETCH(QString, result);
+    const PrintedText printed;
+    MediaInterrupt interrupt;
+    StageProbe video;
+    StageProbe audio;
+    MediaReader reader(mediaFile(file.toLatin1().constData()).toStdString(), selector, interrupt);
+    QVERIFY(reader.open());
+    QVERIFY(reader.buildVideoChain(AVCodecID(codec), -1 + (codec == AV_CODEC_ID_NONE), size.width(), size.height(), 25,
+                                   video, withoutServer()));
+    QVERIFY(reader.buildAudioChain(2, 48000, audio));
+    reader.readLoop(false);
+    reader.flush();
+    QStringList parts;
+    if (video.frames >= 14)
+        parts << QStringLiteral("pictures %1x%2").arg(video.last->width).arg(video.last->height);
+    if (video.packets >= 25)
+        parts << (reader.encoder() ? QStringLiteral("packets encoded") : QStringLiteral("packets passed"));
+    if (audio.samples > 40000 && audio.samples < 60000)
+        parts << QStringLiteral("sound");
+    QCOMPARE(parts.join(QStringLiteral(", ")), result);
+    if (video.packets > 0 && codec != AV_CODEC_ID_MJPEG) {
+        QVERIFY(video.packetBytes[0] == 0 && video.packetBytes[1] == 0 && video.packetBytes[2] <= 1); // Annex B.
+        QCOMPARE(video.inputWidth(), size.width());
+    }
+}
+
+void MediaReaderTest::loopsOverItsInput()
+{
+    PrintedText printed;
+    for (const char* file : {"h264_aac.mp4", "raw.h264", "h264_aac.ts", "mjpeg.avi"}) {
+        RawChains chains(mediaFile(file));
+        QVERIFY(chains.opened);
+        chains.video.limit = 40 * 30;
+        chains.reader.readLoop(true);
+        QCOMPARE(chains.video.frames, 40 * 30);
+        const QByteArray text = QByteArray::fromStdString(printed.take());
+        QVERIFY(text.count("Reached end of file, restarting...\n") >= 39);
+    }
+    RawChains once(mediaFile("h264_aac.mp4"));
+    once.reader.readLoop(false);
+    QVERIFY(printed.take().find("Reached end of file, exiting\n") != std::string::npos);
+}
+
+void MediaReaderTest::endsWhenTheInputCannotBeOpenedAgain()
+{
+    PrintedText printed;
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("gone.mp4"));
+    QVERIFY(QFile::copy(mediaFile("h264_aac.mp4"), path));
+    RawChains chains(path);
+    chains.video.onFrame = [&path](const AVFrame&) { QFile::remove(path); };
+    chains.reader.readLoop(true);
+    QVERIFY(chains.video.frames > 0);
+    QVERIFY(printed.take().find("restarting...\nFailed to reinitialize file for looping\n") != std::string::npos);
+}
+
+/// What is opened again has other streams, sizes and codecs at the same indexes: nothing may crash.
+void MediaReaderTest::inputMayChangeBehindItsBack()
+{
+    const PrintedText printed;
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("changing"));
+    const char* const files[] = {"h264_aac.mp4", "mjpeg.avi",   "hevc_10bit.mp4", "surround.mka",
+                                 "raw.h264",     "mono_8k.wav", "h264_odd.mkv",   "h264_444.mp4"};
+    for (const char* first : files) {
+        for (const char* second : files) {
+            QVERIFY(write(path, contentOf(mediaFile(first))));
+            RawChains chains(path);
+            QVERIFY(chains.opened);
+            int changes = 0;
+            const QByteArray next = contentOf(mediaFile(second));
+            const auto change = [&](const AVFrame&) {
+                if (++changes == 20)
+                    write(path, next);
+            };
+            chains.video.onFrame = change;
+            chains.audio.onFrame = change;
+            chains.video.limit = 100;
+            chains.audio.limit = 200;
+            chains.reader.readLoop(changes < 20);
+            chains.reader.readLoop(false);
+            chains.reader.flush();
+        }
+    }
+}
+
+void MediaReaderTest::damagedFilesEndCleanly_data()
+{
+    QTest::addColumn<QString>("file");
+    for (const char* file : {"h264_aac.mp4", "h264_opus.mkv", "h264_aac.ts", "mpeg4_mp3.avi", "raw.h264", "raw.h265",
+                             "mjpeg.avi", "surround.mka", "tone.opus", "tone.aac", "mono_8k.wav"})
+        QTest::newRow(file) << QString::fromLatin1(file);
+}
+
+void MediaReaderTest::damagedFilesEndCleanly()
+{
+    QFETCH(QString, file);
+    const PrintedText printed;
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(file);
+    const QByteArray whole = contentOf(mediaFile(file.toLatin1().constData()));
+    unsigned random = 12345;
+    for (int round = 0; round < 24; ++round) {
+        QByteArray damaged = whole;
+        if (round % 2 == 0) {
+            damaged.truncate(int(qint64(whole.size()) * round / 24));
+        } else {
+            for (int flips = 0; flips < 40; ++flips) {
+                random = random * 1664525 + 1013904223;
+                damaged[int(random >> 8) % damaged.size()] =
+                    damaged[int(random >> 8) % damaged.size()] ^ (1 << round % 8);
+            }
+        }
+        QVERIFY(write(path, damaged));
+        RawChains chains(path);
+        chains.video.limit = 200;
+        chains.audio.limit = 2000;
+        chains.reader.readLoop(false);
+        chains.reader.flush();
+    }
+}
+
+void MediaReaderTest::streamThatStallsEndsTheLoop()
+{
+    PrintedText printed;
+    QByteArray stream = contentOf(mediaFile("h264_aac.ts"));
+    const LoopbackServer server("HTTP/1.1 200 OK\r\nContent-Type: video/mp2t\r\n\r\n" +
+                                    stream.left(stream.size() * 2 / 3),
+                                LoopbackServer::Ending::Stall);
+    MediaInterrupt interrupt(std::chrono::milliseconds(300));
+    StageProbe video;
+    MediaReader reader(server.url("http", "/video").toStdString(), kSelectVideo, interrupt);
+    QVERIFY(reader.open());
+    reader.buildVideoChain(AV_CODEC_ID_NONE, AV_PIX_FMT_YUV420P, 80, 60, 25, video, withoutServer());
+    reader.readLoop(false);
+    QVERIFY(video.frames > 5);
+    QVERIFY(printed.take().find("exiting") != std::string::npos);
+}
+
+void MediaReaderTest::sinkKeepsTheNewest()
+{
+    AVMediaSink sink;
+    const ffmpeg::Frame frame = patternPicture(AV_PIX_FMT_YUV420P, 33, 17);
+    for (int number = 0; number < 100; ++number) {
+        frame->pts = number;
+        QVERIFY(sink.pushFrame(frame.get()));
+    }
+    QCOMPARE(sink.dropped(), std::uint64_t(36));
+    const std::optional<MediaItem> item = sink.take();
+    QCOMPARE(item->kind, 0);
+    QCOMPARE(item->timeStamp, std::int64_t(36));
+    QCOMPARE(item->width, 33);
+    QCOMPARE(item->bytes.size(), std::size_t(33 * 17 + 2 * 17 * 9));
+    std::vector<std::uint8_t> expected = planeBytes(*frame, 0, 33, 17);
+    for (int plane = 1; plane < 3; ++plane) {
+        const auto chroma = planeBytes(*frame, plane, 17, 9);
+        expected.insert(expected.end(), chroma.begin(), chroma.end());
+    }
+    QCOMPARE(item->bytes, expected);
+
+    sink.setInputSize(640, 480);
+    const ffmpeg::Packet packet(av_packet_alloc());
+    QCOMPARE(av_new_packet(packet.get(), 5), 0);
+    std::memcpy(packet->data, "hello", 5);
+    packet->pts = 7;
+    while (sink.take()) {
+    }
+    QVERIFY(sink.pushPacket(packet.get()));
+    const std::optional<MediaItem> packed = sink.take();
+    QCOMPARE(packed->kind, 1);
+    QCOMPARE(packed->width, 640);
+    QCOMPARE(packed->timeStamp, std::int64_t(7));
+    QCOMPARE(std::string(packed->bytes.begin(), packed->bytes.end()), std::string("hello"));
+    sink.stopQueue();
+    QVERIFY(!sink.pushFrame(frame.get()));
+    QVERIFY(!sink.take(std::chrono::hours(1)));
+}
+
+void MediaReaderTest::sinkBlocksUntilThereIsRoom()
+{
+    AVMediaSink sink(AVMediaSink::Overflow::Block);
+    std::atomic<int> pushed{0};
+    std::atomic<bool> refused{false};
+    std::thread writer([&] {
+        const ffmpeg::Frame frame = patternPicture(AV_PIX_FMT_YUV420P, 16, 16);
+        while (sink.pushFrame(frame.get()))
+            ++pushed;
+        refused = true;
+    });
+    QTRY_COMPARE(pushed.load(), 64);
+    for (int taken = 0; taken < 10; ++taken)
+        sink.recycle(std::move(*sink.take(std::chrono::seconds(5))));
+    QTRY_COMPARE(pushed.load(), 74);
+    sink.stopQueue();
+    writer.join();
+    QVERIFY(refused);
+    QCOMPARE(sink.dropped(), std::uint64_t(0));
+}
+
+void MediaReaderTest::sourceStopsAtAnyTime_data()
+{
+    QTest::addColumn<int>("items");
+    QTest::addColumn<bool>("blocks");
+    QTest::newRow("before it has opened") << 0 << false;
+    QTest::newRow("while it plays") << 10 << false;
+    QTest::newRow("while its queue is full and it waits") << 3 << true;
+}
+
+void MediaReaderTest::sourceStopsAtAnyTime()
+{
+    QFETCH(int, items);
+    QFETCH(bool, blocks);
+    for (int round = 0; round < 5; ++round) {
+        VideoFileSettings settings = settingsFor(mediaFile("h264_aac.mp4"));
+        settings.overflow = blocks ? AVMediaSink::Overflow::Block : AVMediaSink::Overflow::DropOldest;
+        VideoFileSource source(settings);
+        source.start();
+        for (int taken = 0; taken < items; ++taken)
+            QVERIFY(source.take(std::chrono::seconds(30)));
+        if (items > 0)
+            QVERIFY(source.isStarted());
+    }
+    // A camera that has stopped answering, in the middle of opening it.
+    const LoopbackServer silent({}, LoopbackServer::Ending::Stall);
+    VideoFileSource source(settingsFor(silent.url("http", "/video")));
+    source.start();
+    QTRY_COMPARE(silent.clients(), 1);
+    source.requestStop();
+    QVERIFY(source.wait(30000));
+}
+
+void MediaReaderTest::sourceReportsItsEnd()
+{
+    VideoFileSource source(settingsFor(mediaFile("missing.mp4")));
+    std::atomic<int> ends{0};
+    source.setCompletionCallback([&](const std::string& text) { ends += text.empty() ? 1 : 100; });
+    source.start();
+    QVERIFY(source.wait(30000));
+    QCOMPARE(ends.load(), 1);
+    QVERIFY(source.isStarted());
+    QVERIFY(!source.description().empty());
+}
+
+void MediaReaderTest::debugCommands()
+{
+    const CmdMap& commands = CmdMap::instance();
+    const std::vector<std::string> names = commands.names();
+    QCOMPARE(names, (std::vector<std::string>{"Reset", "TestAv"}));
+    QVERIFY(!commands.run("reset", nullptr, nullptr));
+    QCOMPARE(*commands.run("Reset", nullptr, nullptr), -1);
+
+    std::wstring askedClass;
+    std::vector<std::wstring> sent;
+    bool accepts = true;
+    ResetArguments arguments;
+    arguments.paths = [&](const std::wstring& interfaceClass, std::size_t limit) {
+        askedClass = limit == 8192 ? interfaceClass : L"wrong limit";
+        return std::vector<std::wstring>{L"\\\\?\\ROOT#OTHER", L"\\\\?\\ROOT#VHCI#0", L"\\\\?\\ROOT#VxHCI#0"};
+    };
+    arguments.send = [&](const std::wstring& path) {
+        sent.push_back(path);
+        return accepts;
+    };
+    QCOMPARE(*commands.run("Reset", &arguments, nullptr), 0);
+    arguments.kind = L"vxhci";
+    accepts = false;
+    QCOMPARE(*commands.run("Reset", &arguments, nullptr), -1);
+    arguments.kind = L"vehci";
+    QCOMPARE(*commands.run("Reset", &arguments, nullptr), -1);
+    QCOMPARE(sent, (std::vector<std::wstring>{L"\\\\?\\ROOT#VHCI#0", L"\\\\?\\ROOT#VxHCI#0"}));
+    QCOMPARE(askedClass, std::wstring(L"{4D10A44F-446C-4481-B354-4F04E6C69812}"));
+    QVERIFY(!sendHostControllerReset(L"\\\\?\\missing"));
+    QCoreApplication::removePostedEvents(qApp); // The command has asked the application to quit.
+
+    TestAvArguments missing{mediaFile("missing.mp4").toStdString(), nullptr};
+    QCOMPARE(*commands.run("TestAv", &missing, nullptr), -1);
+}
+
+PLUGBOARD_SUITE(MediaReaderTest)
+#include "media_reader_test.moc"

@@ -1,0 +1,11 @@
+// driver_program.h: what the console program does on every system once it has its arguments and its folder.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+/// Runs one command of the driver engine and returns its result. `treeFile`, the value of the environment variable
+/// PLUGBOARD_DEVICE_TREE, names the file of a simulated system to work on; empty means this system.
+int runDriverProgram(const std::vector<std::wstring>& arguments, const std::filesystem::path& programFolder,
+                     const std::filesystem::path& treeFile);

@@ -1,0 +1,112 @@
+// plugboard-media: runs a source through the media chains.
+#include "media/cmd_map.h"
+#include "media/debug_commands.h"
+#include "media/source_probe.h"
+#include "tools/media/file_run.h"
+#include "tools/media/media_options.h"
+#include "tools/media/picture_window.h"
+#include "tools/media/stop_request.h"
+
+#include <QApplication>
+
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <thread>
+
+namespace {
+
+constexpr int kPollMilliseconds = 50;
+constexpr int kStoppedExit = 130;
+
+int failed(const QString& text)
+{
+    std::fprintf(stderr, "plugboard-media: %s\n", qUtf8Printable(text));
+    return 1;
+}
+
+int showWindow(QApplication& application, const MediaOptions& options)
+{
+    SourceProbe probe;
+    const SourceProbeResult found = probe.probe(options.source, SourceProbe::Kind::Video);
+    if (!found.opened)
+        return failed(QStringLiteral("cannot open '%1': %2").arg(options.source, found.error));
+    if (!found.isUsableVideo())
+        return failed(QStringLiteral("'%1' has no video").arg(options.source));
+
+    VideoFileSettings settings;
+    settings.url = options.source.toStdString();
+    settings.selector = 0;
+    settings.width = options.width > 0 ? options.width : found.width;
+    settings.height = options.height > 0 ? options.height : found.height;
+    settings.frameRate = options.rate > 0 ? options.rate : static_cast<int>(found.frameRate);
+    settings.overflow = AVMediaSink::Overflow::Block;
+    settings.scaling.serverName = options.server;
+    settings.scaling.appliesPlacement = true;
+    PictureWindow window(settings);
+    int exitCode = 0;
+    QObject::connect(&window, &PictureWindow::ended, &application, [&](const QString& reason) {
+        exitCode = failed(QStringLiteral("playing has ended (%1)").arg(reason));
+        application.quit();
+    });
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, &application, [&] {
+        if (stopRequested())
+            application.exit();
+    });
+    poll.start(kPollMilliseconds);
+    if (options.seconds > 0)
+        QTimer::singleShot(options.seconds * 1000, &application, &QCoreApplication::quit);
+    window.show();
+    QApplication::exec();
+    if (!options.snapshot.isEmpty() && !window.picture().save(options.snapshot))
+        exitCode = failed(QStringLiteral("cannot write '%1'").arg(options.snapshot));
+    return exitCode;
+}
+
+/// The command runs beside the event loop, which serves the command server meanwhile.
+int runCommand(QCoreApplication& application, const MediaOptions& options)
+{
+    TestAvArguments testAv{options.source.isEmpty() ? "test.mp4" : options.source.toStdString(), &stopRequested()};
+    ResetArguments reset;
+    void* arguments = nullptr;
+    if (options.command == QLatin1String("TestAv"))
+        arguments = &testAv;
+    else if (options.command == QLatin1String("Reset"))
+        arguments = &reset;
+    std::optional<std::int32_t> result;
+    std::thread worker([&] {
+        result = CmdMap::instance().run(options.command.toStdString(), arguments, nullptr);
+        QMetaObject::invokeMethod(&application, &QCoreApplication::quit, Qt::QueuedConnection);
+    });
+    QCoreApplication::exec();
+    worker.join();
+    if (!result)
+        return failed(QStringLiteral("there is no command '%1'").arg(options.command));
+    if (stopRequested())
+        return kStoppedExit;
+    return *result == 0 ? 0 : failed(QStringLiteral("the command '%1' failed").arg(options.command));
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    // Which kind of application it will be depends on the arguments; only an application has them whole on Windows.
+    const MediaOptions options = [&] {
+        const QCoreApplication reader(argc, argv);
+        return parseMediaOptions(QCoreApplication::arguments());
+    }();
+    if (options.run == MediaOptions::Run::Text) {
+        std::fputs(qUtf8Printable(options.text), options.exitCode == 0 ? stdout : stderr);
+        return options.exitCode;
+    }
+    av_log_set_level(options.verbose ? AV_LOG_VERBOSE : AV_LOG_FATAL);
+    catchStopRequests();
+    if (options.run == MediaOptions::Run::Window) {
+        QApplication application(argc, argv);
+        return showWindow(application, options);
+    }
+    QCoreApplication application(argc, argv);
+    return options.run == MediaOptions::Run::Command ? runCommand(application, options) : runToFile(options);
+}

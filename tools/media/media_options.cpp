@@ -1,0 +1,174 @@
+#include "tools/media/media_options.h"
+
+#include "media/cmd_map.h"
+
+#include <QCommandLineParser>
+
+#include <optional>
+
+namespace {
+
+MediaOptions textOnly(const QString& text, int exitCode)
+{
+    MediaOptions options;
+    options.run = MediaOptions::Run::Text;
+    options.text = text;
+    options.exitCode = exitCode;
+    return options;
+}
+
+MediaOptions mistake(const QString& what)
+{
+    return textOnly(QStringLiteral("plugboard-media: %1\nTry plugboard-media --help.\n").arg(what), 2);
+}
+
+void addOptions(QCommandLineParser& parser)
+{
+    parser.setApplicationDescription(
+        QStringLiteral("Plays a file or a network stream through Plugboard's media chains: in a window (the default),\n"
+                       "to a file, or to nothing for measuring. The window's picture is moved and scaled by the text\n"
+                       "commands ImgX, ImgY, ImgMX, ImgMY, ImgWS, ImgHS, ImgM and Echo on its local server.\n"
+                       "Ctrl+C ends every run; files are complete up to there."));
+    parser.addPositionalArgument(QStringLiteral("source"), QStringLiteral("Path or URL (file, http, rtsp)."));
+    const auto add = [&parser](const char* name, const char* text, const char* value = nullptr,
+                               const char* standard = "") {
+        parser.addOption({QString::fromLatin1(name), QString::fromLatin1(text), QString::fromLatin1(value),
+                          QString::fromLatin1(standard)});
+    };
+    add("null", "Run the chain as fast as it goes, drop what comes out, print one JSON line.");
+    add("sound", "With --null: the sound chain instead of the picture chain.");
+    add("wav", "Write the sound as 16-bit PCM.", "file");
+    add("output", "Encode the pictures into a media file (no sound); its name says the container.", "file");
+    add("command", "Run a registered debug command on the source.", "name");
+    add("list-commands", "Print the names of the debug commands.");
+    add("codec", "mjpeg, h264 or h265 (with --output: h264; with --null: pictures).", "name");
+    add("format", "Pixel format of the pictures: yuv420p, yuvj420p, yuv422p or nv12.", "name");
+    add("size", "Size of the pictures in pixels (the source's own).", "WxH");
+    add("rate", "Frames per second of playing and encoding (the source's own, else 30).", "number");
+    add("channels", "Sound channels (2).", "number", "2");
+    add("sample-rate", "Samples of sound per second (48000).", "number", "48000");
+    add("threads", "Threads of decoder and encoder (0: as many as FFmpeg likes).", "number", "0");
+    add("server", "Name of the window's command server (CmdServer).", "name", "CmdServer");
+    add("seconds", "Close the window after this time.", "number", "0");
+    add("snapshot", "Save the window's last picture when it closes.", "file");
+    add("verbose", "Show FFmpeg's own messages.");
+    add("help", "Print this text.");
+    add("version", "Print the version.");
+}
+
+std::optional<int> number(const QCommandLineParser& parser, const char* name, int least, int most)
+{
+    bool valid = false;
+    const int value = parser.value(QString::fromLatin1(name)).toInt(&valid);
+    return valid && value >= least && value <= most ? std::optional(value) : std::nullopt;
+}
+
+AVCodecID codecNamed(const QString& name)
+{
+    if (name == QLatin1String("mjpeg"))
+        return AV_CODEC_ID_MJPEG;
+    if (name == QLatin1String("h264"))
+        return AV_CODEC_ID_H264;
+    if (name == QLatin1String("h265") || name == QLatin1String("hevc"))
+        return AV_CODEC_ID_HEVC;
+    return AV_CODEC_ID_NONE;
+}
+
+/// Empty when all values are good.
+QString readValues(const QCommandLineParser& parser, MediaOptions& options)
+{
+    const auto given = [&parser](const char* name) { return parser.isSet(QString::fromLatin1(name)); };
+    const auto value = [&parser](const char* name) { return parser.value(QString::fromLatin1(name)); };
+    if (given("codec")) {
+        options.codec = codecNamed(value("codec").toLower());
+        if (options.codec == AV_CODEC_ID_NONE)
+            return QStringLiteral("unknown codec '%1'").arg(value("codec"));
+    }
+    if (given("format")) {
+        options.pixelFormat = av_get_pix_fmt(value("format").toUtf8().constData());
+        if (options.pixelFormat < 0)
+            return QStringLiteral("unknown pixel format '%1'").arg(value("format"));
+    }
+    if (given("size")) {
+        const QStringList sides = value("size").split(QLatin1Char('x'));
+        options.width = sides.size() == 2 ? sides[0].toInt() : 0;
+        options.height = sides.size() == 2 ? sides[1].toInt() : 0;
+        if (options.width < 2 || options.height < 2 || options.width > 16384 || options.height > 16384)
+            return QStringLiteral("'%1' is no size like 640x480").arg(value("size"));
+    }
+    struct Number
+    {
+        const char* name;
+        int* target;
+        int least;
+        int most;
+    };
+    const Number numbers[] = {{"rate", &options.rate, 1, 1000},
+                              {"channels", &options.channels, 1, 8},
+                              {"sample-rate", &options.sampleRate, 1000, 384000},
+                              {"threads", &options.threads, 0, 64},
+                              {"seconds", &options.seconds, 0, 1000000}};
+    for (const Number& one : numbers) {
+        if (!given(one.name))
+            continue;
+        const std::optional<int> read = number(parser, one.name, one.least, one.most);
+        if (!read) {
+            return QStringLiteral("--%1 takes a number from %2 to %3")
+                .arg(QString::fromLatin1(one.name))
+                .arg(one.least)
+                .arg(one.most);
+        }
+        *one.target = *read;
+    }
+    return {};
+}
+
+} // namespace
+
+MediaOptions parseMediaOptions(const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    addOptions(parser);
+    const bool parsed = parser.parse(arguments);
+    const auto given = [&parser](const char* name) { return parser.isSet(QString::fromLatin1(name)); };
+    const auto value = [&parser](const char* name) { return parser.value(QString::fromLatin1(name)); };
+    if (!parsed)
+        return mistake(parser.errorText());
+    if (given("help"))
+        return textOnly(parser.helpText(), 0);
+    if (given("version"))
+        return textOnly(QStringLiteral("plugboard-media " PLUGBOARD_VERSION "\n"), 0);
+    if (given("list-commands")) {
+        QString names;
+        for (const std::string& name : CmdMap::instance().names())
+            names += QString::fromStdString(name) + QLatin1Char('\n');
+        return textOnly(names, 0);
+    }
+
+    MediaOptions options;
+    const QString wrong = readValues(parser, options);
+    if (!wrong.isEmpty())
+        return mistake(wrong);
+    if (given("null") + given("wav") + given("output") + given("command") > 1)
+        return mistake(QStringLiteral("--null, --wav, --output and --command exclude each other"));
+    options.source = parser.positionalArguments().value(0);
+    options.sound = given("sound");
+    options.verbose = given("verbose");
+    options.server = value("server");
+    options.snapshot = value("snapshot");
+    options.command = value("command");
+    options.output = given("wav") ? value("wav") : value("output");
+    if (given("null"))
+        options.run = MediaOptions::Run::Null;
+    else if (given("wav"))
+        options.run = MediaOptions::Run::Wav;
+    else if (given("output"))
+        options.run = MediaOptions::Run::File;
+    else if (given("command"))
+        options.run = MediaOptions::Run::Command;
+    if (options.run == MediaOptions::Run::File && options.codec == AV_CODEC_ID_NONE)
+        options.codec = AV_CODEC_ID_H264;
+    if (parser.positionalArguments().size() > 1 || (options.source.isEmpty() && !given("command")))
+        return mistake(QStringLiteral("one source is needed"));
+    return options;
+}

@@ -1,0 +1,285 @@
+// settings_walk.cpp: the tour's walk through the settings of cameras and microphones, from files and from streams.
+#include "app/device_table.h"
+#include "app/main_window.h"
+#include "app/script_commands.h"
+#include "devices/device_record_manager.h"
+#include "tests/media/loopback_server.h"
+#include "tools/tour/tour.h"
+#include "tools/tour/walks.h"
+
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QFile>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QUrl>
+#include <QtTest>
+
+namespace {
+
+/// The system's boxes; files are chosen without the system's file chooser, which no program can click through.
+class ChoosingPrompter final : public Prompter
+{
+public:
+    QString fileToChoose;
+
+    void information(QWidget* parent, const QString& title, const QString& text) override
+    {
+        systemPrompter().information(parent, title, text);
+    }
+    void warning(QWidget* parent, const QString& title, const QString& text) override
+    {
+        systemPrompter().warning(parent, title, text);
+    }
+    bool question(QWidget* parent, const QString& title, const QString& text) override
+    {
+        return systemPrompter().question(parent, title, text);
+    }
+    QString openFile(QWidget*, const QString&, const QString&, const QString&) override { return fileToChoose; }
+};
+
+/// Serves a clip to everyone who asks.
+LoopbackServer serve(const char* type, const QString& clip)
+{
+    QFile file(clip);
+    Tour::require(file.open(QIODevice::ReadOnly), clip);
+    return LoopbackServer(QByteArray("HTTP/1.1 200 OK\r\nContent-Type: ") + type + "\r\nConnection: close\r\n\r\n" +
+                              file.readAll(),
+                          LoopbackServer::Ending::Close);
+}
+
+template<typename Widget>
+Widget* find(QWidget& dialog, const char* name)
+{
+    auto* found = dialog.findChild<Widget*>(QString::fromLatin1(name));
+    Tour::require(found, QStringLiteral("no widget ") + QString::fromLatin1(name));
+    return found;
+}
+
+void click(QWidget& dialog, const char* name)
+{
+    QTest::mouseClick(find<QWidget>(dialog, name), Qt::LeftButton, {}, QPoint(8, 8));
+}
+
+void type(QWidget& dialog, const char* name, const QString& text)
+{
+    auto* edit = find<QLineEdit>(dialog, name);
+    edit->selectAll();
+    QTest::keyClicks(edit, text);
+    Tour::require(edit->text() == text, QStringLiteral("the field holds ") + edit->text());
+}
+
+void pressOk(QWidget& dialog)
+{
+    auto* buttons = dialog.findChild<QDialogButtonBox*>();
+    Tour::require(buttons, QStringLiteral("no OK button"));
+    QTest::mouseClick(buttons->button(QDialogButtonBox::Ok), Qt::LeftButton);
+}
+
+class SettingsWalk
+{
+public:
+    explicit SettingsWalk(Tour& tour) : m_tour(tour), m_window(nullptr, m_prompter) {}
+
+    void run();
+
+private:
+    void cameraFromFile();
+    void cameraFromStream();
+    void cameraOutOfReach();
+    void microphoneFromFile();
+    void microphoneFromStream();
+    QString clip(const char* name) const;
+    void create(const char* slot, const QString& step, const std::function<QString(QWidget&)>& fill);
+    QString created(const QString& name, const QString& parameters);
+    void answerTest(const QString& step, const QString& text);
+    void endAllDevices();
+
+    Tour& m_tour;
+    ChoosingPrompter m_prompter;
+    MainWindow m_window;
+    DeviceRecordManager m_records;
+    QTemporaryDir m_folder;
+};
+
+void SettingsWalk::run()
+{
+    endAllDevices(); // an earlier tour may have been cut off
+    m_window.refreshDevices();
+    m_window.show();
+    m_tour.step(QStringLiteral("camera-from-file"), [this] {
+        cameraFromFile();
+        return created(
+            QStringLiteral("Film"),
+            QStringLiteral("1|0x1234|0x5678|Film|0|%1|27|-1|1366|768|30|0x0150|0|END").arg(clip("bars_1366x768.mkv")));
+    });
+    m_tour.step(QStringLiteral("camera-out-of-reach"), [this] {
+        cameraOutOfReach();
+        Tour::require(m_records.restoreDevices().size() == 1, QStringLiteral("a camera was created"));
+        return QStringLiteral("a camera that cannot be reached is not created");
+    });
+    m_tour.step(QStringLiteral("camera-from-stream"), [this] {
+        cameraFromStream();
+        return QStringLiteral("created with the stream's size");
+    });
+    m_tour.step(QStringLiteral("microphone-from-file"), [this] {
+        microphoneFromFile();
+        return created(QStringLiteral("Tape"),
+                       QStringLiteral("3|1d6b|0002|Tape|1|2.0|1|%1|2|48000|1|END").arg(clip("tone.opus")));
+    });
+    m_tour.step(QStringLiteral("microphone-from-stream"), [this] {
+        microphoneFromStream();
+        m_tour.picture(m_window);
+        return QStringLiteral("four devices run");
+    });
+    m_tour.step(QStringLiteral("end-cameras-and-microphones"), [this] {
+        endAllDevices();
+        Tour::require(m_records.listRecords().isEmpty(), QStringLiteral("records are left"));
+        return QStringLiteral("no process and no record is left");
+    });
+}
+
+void SettingsWalk::cameraFromFile()
+{
+    create("onCreateCamera", QStringLiteral("camera-settings"), [this](QWidget& dialog) {
+        m_tour.picture(dialog);
+        m_tour.step(QStringLiteral("camera-settings-probed"), [&] {
+            m_prompter.fileToChoose = clip("bars_1366x768.mkv");
+            click(dialog, "browse");
+            const auto* sizes = find<QComboBox>(dialog, "resolution");
+            Tour::require(sizes->currentText() == QLatin1String("1366x768") && sizes->currentIndex() == 0,
+                          QStringLiteral("selected: ") + sizes->currentText());
+            type(dialog, "deviceName", QStringLiteral("Film"));
+            find<QComboBox>(dialog, "frameFormat")->setCurrentText(QStringLiteral("H264"));
+            m_tour.picture(dialog);
+            return QStringLiteral("1366x768 stands on top of the resolutions");
+        });
+        pressOk(dialog);
+        return QStringLiteral("accepted");
+    });
+}
+
+void SettingsWalk::cameraOutOfReach()
+{
+    create("onCreateCamera", QStringLiteral("camera-settings-unreachable"), [this](QWidget& dialog) {
+        click(dialog, "ipCamera");
+        type(dialog, "port", QStringLiteral("9"));
+        m_tour.picture(dialog);
+        m_tour.answerBox(QStringLiteral("camera-not-reached"), QStringLiteral("Error"),
+                         QStringLiteral("Failed to connect to IP Camera!\nPlease check IP address, port and network "
+                                        "connection.\n"),
+                         QMessageBox::Ok);
+        pressOk(dialog);
+        Tour::require(!dialog.isVisible(), QStringLiteral("the dialog is still open"));
+        return QStringLiteral("rejected");
+    });
+}
+
+void SettingsWalk::cameraFromStream()
+{
+    const LoopbackServer server = serve("video/x-matroska", clip("bars_1366x768.mkv"));
+    const QUrl url(server.url("http", "/video"));
+    create("onCreateCamera", QStringLiteral("camera-settings-network"), [&](QWidget& dialog) {
+        click(dialog, "ipCamera");
+        type(dialog, "port", QString::number(url.port()));
+        type(dialog, "deviceName", QStringLiteral("Door"));
+        answerTest(QStringLiteral("camera-test"), QStringLiteral("IP Camera connection successful!\n"));
+        click(dialog, "testNetwork");
+        m_tour.picture(dialog);
+        pressOk(dialog);
+        return QStringLiteral("accepted");
+    });
+    created(QStringLiteral("Door"),
+            QStringLiteral("1|0x1234|0x5678|Door|0|%1|7|-1|1366|768|30|0x0100|1|END").arg(url.toString()));
+}
+
+void SettingsWalk::microphoneFromFile()
+{
+    create("onCreateMicrophone", QStringLiteral("microphone-settings"), [this](QWidget& dialog) {
+        m_tour.picture(dialog);
+        m_tour.step(QStringLiteral("microphone-settings-uac2"), [&] {
+            m_prompter.fileToChoose = clip("tone.opus");
+            click(dialog, "browse");
+            type(dialog, "deviceName", QStringLiteral("Tape"));
+            find<QComboBox>(dialog, "uacVersion")->setCurrentIndex(1);
+            click(dialog, "realTime");
+            Tour::require(!find<QComboBox>(dialog, "usbVersion")->isEnabled(), QStringLiteral("USB is not locked"));
+            m_tour.picture(dialog);
+            return QStringLiteral("UAC 2.0 locks USB 3.0");
+        });
+        pressOk(dialog);
+        return QStringLiteral("accepted");
+    });
+}
+
+void SettingsWalk::microphoneFromStream()
+{
+    const LoopbackServer server = serve("audio/ogg", clip("tone.opus"));
+    const QUrl url(server.url("http", "/audio.aac"));
+    create("onCreateMicrophone", QStringLiteral("microphone-settings-network"), [&](QWidget& dialog) {
+        click(dialog, "ipCam");
+        type(dialog, "port", QString::number(url.port()));
+        type(dialog, "deviceName", QStringLiteral("Radio"));
+        answerTest(QStringLiteral("microphone-test"),
+                   QStringLiteral("IP Audio Stream connection successful!\nIP: 127.0.0.1 Port: %1").arg(url.port()));
+        click(dialog, "testNetwork");
+        m_tour.picture(dialog);
+        pressOk(dialog);
+        return QStringLiteral("accepted");
+    });
+    created(QStringLiteral("Radio"), QStringLiteral("3|1d6b|0002|Radio|0|1.0|0|%1|2|48000|1|END").arg(url.toString()));
+}
+
+/// Path of a clip, which is put into a folder of its own first: media are read from files, not from resources.
+QString SettingsWalk::clip(const char* name) const
+{
+    const QString path = m_folder.filePath(QString::fromLatin1(name));
+    if (!QFile::exists(path))
+        Tour::require(QFile::copy(QStringLiteral(":/clips/") + QString::fromLatin1(name), path), path);
+    return path;
+}
+
+void SettingsWalk::create(const char* slot, const QString& step, const std::function<QString(QWidget&)>& fill)
+{
+    m_tour.whenWindowOpens(step, fill);
+    Tour::require(QMetaObject::invokeMethod(&m_window, slot), QString::fromLatin1(slot));
+}
+
+/// Waits for the device's record and checks what it was created with.
+QString SettingsWalk::created(const QString& name, const QString& parameters)
+{
+    QString found;
+    Tour::waitUntil(
+        [&] {
+            const auto devices = m_records.restoreDevices();
+            for (const auto& device : devices)
+                if (device.record.deviceName == name)
+                    found = device.record.publicParams.join(QLatin1Char('|'));
+            return !found.isEmpty();
+        },
+        QStringLiteral("the record of ") + name);
+    Tour::require(found == parameters, QStringLiteral("created with ") + found);
+    return found.replace(m_folder.path(), QStringLiteral("..."));
+}
+
+void SettingsWalk::answerTest(const QString& step, const QString& text)
+{
+    m_tour.answerBox(step, QStringLiteral("Test Result"), text, QMessageBox::Ok);
+}
+
+void SettingsWalk::endAllDevices()
+{
+    const auto devices = m_records.restoreDevices();
+    for (const auto& device : devices) {
+        const ScriptResult result = deleteDevice(m_records, device.record.processId);
+        Tour::require(result.exitCode == 0, result.error);
+    }
+}
+
+} // namespace
+
+void walkSettings(Tour& tour)
+{
+    SettingsWalk(tour).run();
+}

@@ -1,0 +1,84 @@
+#include "tools/usb_daemon/fido2_server.h"
+
+#include <QJsonDocument>
+#include <QLocalSocket>
+
+#include <chrono>
+#include <utility>
+
+namespace {
+
+constexpr std::chrono::seconds kRepeatInterval{2};
+constexpr qint64 kLargestMessage = 1024 * 1024; // bytes
+
+} // namespace
+
+Fido2Server::Fido2Server(qint64 processId, QObject* parent)
+    : QObject(parent)
+    , m_name(QStringLiteral("Fido2Server_%1").arg(processId))
+{
+    m_server.setSocketOptions(QLocalServer::UserAccessOption);
+    connect(&m_server, &QLocalServer::newConnection, this, &Fido2Server::takeConnection);
+    m_repeat.setInterval(kRepeatInterval);
+    connect(&m_repeat, &QTimer::timeout, this, [this] { writeMessage(m_request); });
+}
+
+QString Fido2Server::listen()
+{
+    QLocalServer::removeServer(m_name); // left by a process that was killed, whose id is ours now
+    return m_server.listen(m_name)
+               ? QString()
+               : QStringLiteral("The server \"%1\" does not listen: %2").arg(m_name, m_server.errorString());
+}
+
+bool Fido2Server::ask(const QString& operation, const QJsonObject& data, Answered answered)
+{
+    if (m_answered)
+        return false;
+    m_answered = std::move(answered);
+    m_request = QJsonDocument(QJsonObject{{QStringLiteral("type"), QStringLiteral("user_confirmation_request")},
+                                          {QStringLiteral("operation"), operation},
+                                          {QStringLiteral("data"), data}})
+                    .toJson();
+    writeMessage(m_request);
+    m_repeat.start();
+    return true;
+}
+
+void Fido2Server::takeConnection()
+{
+    while (QLocalSocket* next = m_server.nextPendingConnection()) {
+        if (m_program)
+            m_program->deleteLater();
+        m_program = next;
+        connect(next, &QLocalSocket::readyRead, this, &Fido2Server::readMessage);
+        connect(next, &QLocalSocket::disconnected, this, [this, next] {
+            if (m_program == next)
+                m_program = nullptr;
+            next->deleteLater();
+        });
+    }
+}
+
+void Fido2Server::readMessage()
+{
+    if (sender() != m_program)
+        return;
+    const QJsonObject message = QJsonDocument::fromJson(m_program->read(kLargestMessage)).object();
+    const QString type = message.value(QStringLiteral("type")).toString();
+    if (type == QStringLiteral("ping"))
+        writeMessage(QJsonDocument(QJsonObject{{QStringLiteral("type"), QStringLiteral("pong")}}).toJson());
+    if (type != QStringLiteral("user_confirmation_response") || !m_answered)
+        return;
+    m_repeat.stop();
+    const Answered answered = std::exchange(m_answered, nullptr);
+    answered(message.value(QStringLiteral("confirmed")).toBool(), message.value(QStringLiteral("data")).toObject());
+}
+
+void Fido2Server::writeMessage(const QByteArray& bytes)
+{
+    if (!m_program)
+        return;
+    m_program->write(bytes);
+    m_program->flush();
+}

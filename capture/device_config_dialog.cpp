@@ -39,7 +39,7 @@ DeviceConfigDialog::DeviceConfigDialog(const QJsonObject& config, const QString&
     m_tree->setHeaderLabels({tr("Property"), tr("Value")});
     m_tree->setUniformRowHeights(true);
     m_tree->setAlternatingRowColors(true);
-    m_tree->setIndentation(14);
+    m_tree->setIndentation(12);
     m_tree->setColumnWidth(0, 200);
     m_tree->setColumnWidth(1, 500);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);

@@ -22,7 +22,7 @@ public:
     {
         const QSize oneLine = QStyledItemDelegate::sizeHint(option, index);
         const int margin = 2 * (m_tree->style()->pixelMetric(QStyle::PM_FocusFrameHMargin) + 1);
-        const QRect room(0, 0, m_tree->columnWidth(index.column()) - margin, 1 << 20);
+        const QRect room(0, 0, m_tree->columnWidth(index.column()) - margin - 4, 1 << 20);
         const QString text = index.data().toString();
         const int wrapped = option.fontMetrics.boundingRect(room, Qt::TextWordWrap, text).height();
         return {oneLine.width(), oneLine.height() + std::max(0, wrapped - option.fontMetrics.height())};
@@ -61,13 +61,13 @@ PacketDetailsDialog::PacketDetailsDialog(QWidget* parent) : QDialog(parent), m_t
     connect(
         m_tree->header(), &QHeaderView::sectionResized, m_tree, [this] { m_tree->doItemsLayout(); },
         Qt::QueuedConnection);
-    m_tree->header()->resizeSection(0, fontMetrics().averageCharWidth() * 34);
+    m_tree->header()->resizeSection(0, fontMetrics().averageCharWidth() * 28);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(m_tree);
     layout->addWidget(buttons);
-    resize(800, 600);
+    resize(880, 600);
 }
 
 void PacketDetailsDialog::showPacket(const UsbIPPacketInfo& packet)

@@ -68,6 +68,10 @@ public:
     /// Reads until a stage refuses a packet or the input ends or fails; with `loop` the input then starts again.
     Ending readLoop(bool loop);
 
+    /// Goes back to the input's beginning, as looping does: the search for stream information may have read, and with
+    /// low-latency options dropped, any number of packets. For files; a live source has no beginning.
+    bool rewind() { return m_input.open() == 0; }
+
     /// Takes what decoder and encoder still hold down the chain. Only after a read loop that will not be continued.
     void flush();
 

@@ -81,7 +81,8 @@ run_tests() {
     local excluded line
     # Whole suites on the list are not run; check_results.py compares the list with what ran.
     excluded=$(sed -n 's/^\([^# :]*\): .*/^\1$/p' $windows/not_run_under_wine.txt | paste -sd '|')
-    ctest --preset windows --output-junit "$build/tests.xml" --test-output-size-passed 4000000 \
+    mkdir -p "$build/output"
+    PLUGBOARD_WINE_OUTPUT=$build/output ctest --preset windows --output-junit "$build/tests.xml" --test-output-size-passed 4000000 \
         --test-output-size-failed 4000000 ${excluded:+-E "$excluded"} || true
     $windows/check_results.py "$build/tests.xml" $windows/not_run_under_wine.txt > "$build/verdict" || true
     cat "$build/verdict"

@@ -25,7 +25,8 @@ DeviceChildren::~DeviceChildren()
 
 bool DeviceChildren::hasReport(qint64 processId, const char* kind) const
 {
-    return QFile::exists(path(processId, kind));
+    // Not just there: a file that is being renamed on Windows cannot be opened for a moment.
+    return QFile(path(processId, kind)).open(QIODevice::ReadOnly);
 }
 
 QByteArray DeviceChildren::report(qint64 processId, const char* kind) const

@@ -36,8 +36,8 @@ Q_DECLARE_METATYPE(SourceProbeResult)
 
 namespace {
 
-const QString kWarning = QStringLiteral("Warning");
-const QString kIncomplete = QStringLiteral("Please enter IP address and port");
+const QString kUnreachable =
+    QStringLiteral("Failed to connect to IP Camera!\nPlease check IP address, port and network connection.\n");
 const QString kTestResult = QStringLiteral("Test Result");
 const QString kPickFile = QStringLiteral("Select Video File");
 const QString kFileFilter = QStringLiteral("Video Files (*.mp4 *.avi *.mov *.mkv *.h264 *.h265);;All Files (*)");
@@ -268,9 +268,7 @@ void CameraSettingDialogTest::selectsWhatAProbeFound()
     });
     f.form.toggle("ipCamera");
     if (state == QLatin1String("rejected"))
-        f.prompter.expectWarning(QStringLiteral("Error"),
-                                 QStringLiteral("Failed to connect to IP Camera!\nPlease check IP address, port and "
-                                                "network connection.\n"));
+        f.prompter.expectWarning(QStringLiteral("Error"), kUnreachable);
     f.form.ok();
     QCOMPARE(f.form.state(), state);
     QCOMPARE(f.prompter.verify(), QString());
@@ -305,9 +303,7 @@ void CameraSettingDialogTest::acceptsOnlyWhatOpens()
     f.form.toggle("ipCamera");
     f.form.type("port", portOf(server));
     if (values.isEmpty())
-        f.prompter.expectWarning(QStringLiteral("Error"),
-                                 QStringLiteral("Failed to connect to IP Camera!\nPlease check IP address, port and "
-                                                "network connection.\n"));
+        f.prompter.expectWarning(QStringLiteral("Error"), kUnreachable);
     f.form.ok();
     QCOMPARE(f.prompter.verify(), QString());
     QCOMPARE(f.form.state(), values.isEmpty() ? QStringLiteral("rejected") : QStringLiteral("accepted"));

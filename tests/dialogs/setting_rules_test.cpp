@@ -18,11 +18,13 @@ private slots:
 
 namespace {
 
-/// Rows of one table: what a script gives, ";" between settings, and the values or the error that come out.
+/// What a script gives, ";" between settings, and the values or the error that come out. CWD is the current folder.
 void row(const char* name, const char* given, const char* result)
 {
-    QTest::newRow(name) << QString::fromUtf8(given)
-                        << QString::fromUtf8(result).replace(QLatin1String("CWD"), QDir::currentPath());
+    const auto text = [](const char* t) {
+        return QString::fromUtf8(t).replace(QLatin1String("CWD"), QDir::currentPath());
+    };
+    QTest::newRow(name) << text(given) << text(result);
 }
 
 void columns()
@@ -45,8 +47,8 @@ void SettingRulesTest::readsCameras_data()
     columns();
     row("defaults are the dialog's", "source=", "0x1234|0x5678|UVC Camera|0||7|-1|640x480|25|0x0100|0");
     row("every setting",
-        "vid=0xA;pid=0xbeef;name=a=b;usb=3.0;source=/c/v.mp4;format=NV12;resolution=1280x720;rate=60;uvc=1.5;iso=on",
-        "0xA|0xbeef|a=b|1|/c/v.mp4|0|23|1280x720|60|0x0150|1");
+        "vid=0xA;pid=0xbeef;name=a=b;usb=3.0;source=CWD/v.mp4;format=NV12;resolution=1280x720;rate=60;uvc=1.5;iso=on",
+        "0xA|0xbeef|a=b|1|CWD/v.mp4|0|23|1280x720|60|0x0150|1");
     row("a relative file counts from the script's folder", "source=clips/../clip.mp4",
         "0x1234|0x5678|UVC Camera|0|CWD/clip.mp4|7|-1|640x480|25|0x0100|0");
     row("a URL is left alone", "source=http://127.0.0.1/a/../b",
@@ -117,8 +119,8 @@ void SettingRulesTest::readsMicrophones_data()
 {
     columns();
     row("defaults are the dialog's", "realtime=off", "1d6b|0002|USB Microphone|0|1.0|0|test_audio.wav|2|48000|1");
-    row("every setting", "vid=ABCD;pid=00ff;name=m;usb=3.0;uac=1.0;realtime=on;source=/c/a.wav;loop=off",
-        "ABCD|00ff|m|1|1.0|1|/c/a.wav|2|48000|0");
+    row("every setting", "vid=ABCD;pid=00ff;name=m;usb=3.0;uac=1.0;realtime=on;source=CWD/a.wav;loop=off",
+        "ABCD|00ff|m|1|1.0|1|CWD/a.wav|2|48000|0");
     row("an address chooses the stream", "port=81",
         "1d6b|0002|USB Microphone|0|1.0|0|http://127.0.0.1:81/audio.aac|2|48000|1");
     row("UAC 2.0 brings USB 3.0 along", "uac=2.0", "1d6b|0002|USB Microphone|1|2.0|0|test_audio.wav|2|48000|1");

@@ -166,6 +166,9 @@ int FileRun::run()
     if (!openOutput())
         return failed(QStringLiteral("cannot write '%1': %2").arg(m_options.output, m_file.errorString()));
     buildChains();
+    const bool isFile = !m_options.source.contains(QLatin1String("://"));
+    if (isFile && !m_reader.rewind())
+        return failed(QStringLiteral("cannot open '%1' again").arg(m_options.source));
     m_start = Clock::now();
     std::thread reading([this] { read(); });
     auto lastProgress = m_start;

@@ -19,10 +19,12 @@ constexpr int kFailure = 2; ///< exit code of everything that opens no window
 /// False when the program must end: the user does not want the bus driver, or it could not be installed.
 bool checkBusDriver(bool simulated)
 {
-    const std::wstring folder = QCoreApplication::applicationDirPath().toStdWString();
+    const QString folder = QCoreApplication::applicationDirPath();
+    // From UTF-16: a path from a wide text is converted by the C locale here and there, which has no letters but ASCII.
+    const std::filesystem::path path(folder.toStdU16String());
     const auto platform =
-        simulated ? driver::simulatedPlatform(driver::simulatedTreeFile(folder)) : driver::systemPlatform(folder);
-    driver::BusDriverSetup setup(*platform, folder);
+        simulated ? driver::simulatedPlatform(driver::simulatedTreeFile(path)) : driver::systemPlatform(path);
+    driver::BusDriverSetup setup(*platform, folder.toStdWString());
     return ensureBusDriver(setup);
 }
 

@@ -5,7 +5,8 @@ usage: compare_platforms.py LINUX_BUILD WINDOWS_BUILD
 
 Both sides run in a folder with spaces and other letters in its name: the driver engine on a simulated tree, devices of each
 type that has fixed defaults, their records, rows and end, and the messages that the device processes are handed. Process
-ids and times are replaced; the rest must be equal, byte for byte, but for the device order, which is the file system's.
+ids, times and the folder's name are replaced; the rest must be equal, but for the order of devices, which is the file
+system's, and the encoding and line ends of the driver engine's output, which are those of each system's console.
 Each difference is printed. Runs the Windows programs under Wine, so call it below with_wine.sh.
 """
 import base64
@@ -45,7 +46,7 @@ class Side:
         self.suffix = ".exe" if windows else ""
         self.environment = dict(os.environ)
         if not windows:
-            self.environment["QT_QPA_PLATFORM"] = "offscreen"
+            self.environment |= {"QT_QPA_PLATFORM": "offscreen", "LC_ALL": "C.UTF-8"}
 
     def make_folder(self, name, daemon):
         folder = self.build / "compare" / f"Plug board (ä摄) {name}"
@@ -65,11 +66,15 @@ class Side:
                                 stdout=subprocess.PIPE, stderr=subprocess.PIPE)
 
     def run(self, folder, program, arguments, **environment):
-        """Exit code and texts as one string, which tells line ends apart."""
+        """Exit code and texts as one string, in which carriage returns are seen."""
         process = self.start(folder, program, arguments, **environment)
         out, error = process.communicate(timeout=PATIENCE)
-        code = process.returncode & 0xFF  # all of it that a shell script passes on
-        return code, f"exit {code}\n{visible(out)}\n{visible(error)}"
+        if self.windows and program == "plugboard-driver":  # which writes as the consoles of each system do
+            out, error = (text.decode("utf-16-le").replace("\r\n", "\n").encode() for text in (out, error))
+        text = f"exit {process.returncode}\n{visible(out)}\n{visible(error)}"
+        for path in (str(folder), "Z:" + str(folder).replace("/", "\\")):
+            text = text.replace(path + "/", "FOLDER/").replace(path + "\\", "FOLDER/")
+        return text.replace(program + ".exe", program)
 
     def install_driver(self, folder):
         for command in DRIVER_COMMANDS[:2]:
@@ -79,7 +84,7 @@ class Side:
         folder = self.make_folder("driver", self.build / "bin" / "usb-daemon.exe")
         texts = []
         for command in DRIVER_COMMANDS:
-            _, text = self.run(folder, "plugboard-driver", command, PLUGBOARD_DEVICE_TREE="simulated_tree.json")
+            text = self.run(folder, "plugboard-driver", command, PLUGBOARD_DEVICE_TREE="simulated_tree.json")
             texts.append(" ".join(command) + "\n" + text)
         texts.append(visible((folder / "simulated_tree.json").read_bytes()))
         return texts
@@ -106,10 +111,10 @@ class Side:
             process_id = json.loads(file.read_bytes())["processId"]
             text = f"{file.name}\n{visible(file.read_bytes())}"
             records.append(re.sub(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d", "TIME", text).replace(process_id, "ID"))
-        _, listed = self.run(folder, "plugboard", ["--list"])
-        _, as_json = self.run(folder, "plugboard", ["--list", "--json"])
+        listed = self.run(folder, "plugboard", ["--list"])
+        as_json = self.run(folder, "plugboard", ["--list", "--json"])
         ids = re.findall(r'"processId": (\d+)', as_json)
-        ends = [self.run(folder, "plugboard", ["--delete", process_id])[1] for process_id in ids]
+        ends = [self.run(folder, "plugboard", ["--delete", process_id]) for process_id in ids]
         left = sorted(file.name for file in folder.glob("device_*"))
         rows = sorted(re.sub(r"\t\d+\t", "\tID\t", line) for line in listed.splitlines())
         objects = re.split(r"(?<=\}),?", re.sub(r'"processId": \d+', '"processId": ID', as_json))

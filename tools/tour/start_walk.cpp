@@ -18,7 +18,8 @@ const QString kQuestion =
 void walkFirstStart(Tour& tour)
 {
     const std::wstring folder = QCoreApplication::applicationDirPath().toStdWString();
-    const std::filesystem::path tree = driver::simulatedTreeFile(folder);
+    const std::filesystem::path tree =
+        driver::simulatedTreeFile(QCoreApplication::applicationDirPath().toStdU16String());
     std::filesystem::remove(tree);
     const auto platform = driver::simulatedPlatform(tree);
     driver::BusDriverSetup setup(*platform, folder);

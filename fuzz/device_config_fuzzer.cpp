@@ -8,10 +8,23 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include <sanitizer/lsan_interface.h>
+
+namespace {
+
+/// Qt's parser loses the first of two values with the same key; that is no leak of ours.
+QJsonObject parse(const QByteArray& json)
+{
+    const __lsan::ScopedDisabler ignoreLeaks;
+    return QJsonDocument::fromJson(json).object();
+}
+
+} // namespace
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const QByteArray json(reinterpret_cast<const char*>(data), static_cast<int>(size));
-    const DetailRow rows = deviceConfigRows(QJsonDocument::fromJson(json).object());
+    const DetailRow rows = deviceConfigRows(parse(json));
     if (rows.children.size() != 2 || rows.children.front().children.size() != 8)
         std::abort();
     return 0;

@@ -106,6 +106,8 @@ rm -rf "$pictures"
 count tour $windows/run_under_wine.sh "$build/tour/plugboard-tour.exe" "$pictures"
 step "comparing with the Linux programs"
 count comparison scripts/compare_platforms.py "$project/build/release" "$build"
+step "running the driver engine on Wine's own device tree"
+count wine_driver tests/driver/wine_driver_test.py "$build/bin" --fixtures "$build/tests/driver" --prefix "$build/wine-driver"
 step "done"
 echo "$passed passed, $failed failed"
 [ "$failed" -eq 0 ]

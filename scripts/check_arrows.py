@@ -20,6 +20,12 @@ WITHOUT_WIDGETS = {
     "devices": ["*"],
     "driver": ["*"],
     "media": ["*"],
+    "capture": ["capture_client.*", "capture_command.*", "capture_types.*", "detail_row.*", "device_config_rows.*",
+                "frame_reader.*", "hex_text.*", "packet_decoder.*", "packet_details.*", "packet_parser.*",
+                "pcapng_file.*", "protocol_*", "urb_record.*"],
+    "dialogs": ["*_settings.*", "setting_rules.*", "field_patterns.*", "network_source.*"],
+    "fido2": ["credentials_file.*", "fido2_client.*", "fido2_channels.*", "fido2_message.*", "confirmation_texts.*",
+              "confirmation_result.*", "json_file.*"],
 }
 WITHOUT_QT = ["driver"]
 INCLUDE = re.compile(r'^\s*#\s*include\s+(["<])([^">]+)[">]', re.M)

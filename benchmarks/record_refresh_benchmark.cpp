@@ -24,7 +24,7 @@ int main(int argc, char** argv)
         record.deviceType = 1 + i % 8;
         record.deviceName = QStringLiteral("Device %1").arg(i);
         record.processId = QCoreApplication::applicationPid(); // one that surely runs
-        record.publicParams = {QStringLiteral("5"), QStringLiteral("1d6b"), QStringLiteral("0002")};
+        record.publicParams = QStringList{QStringLiteral("5"), QStringLiteral("1d6b"), QStringLiteral("0002")};
         record.isRunning = true;
         records.saveRecord(record);
     }

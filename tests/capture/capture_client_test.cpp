@@ -155,7 +155,7 @@ void CaptureClientTest::longestFrameWaitsAndOneByteMoreEmptiesTheBuffer()
     QTRY_COMPARE_WITH_TIMEOUT(cleared.count(), 1, 20000);
 
     QByteArray tooLong = frame(5, {});
-    qToLittleEndian(quint32(1048577), tooLong.data() + 4);
+    tests::put(tooLong, 4, quint32(1048577));
     QTest::ignoreMessage(QtWarningMsg, "Invalid data length in binary message header");
     pair.client.receive(frame(5, {}) + tooLong + frame(5, {}));
     QCOMPARE(cleared.count(), 2); // what followed went with it

@@ -6,6 +6,15 @@
 
 namespace tests {
 
+/// Overwrites the bytes at `offset` with `value`, little-endian.
+template<typename T>
+void put(QByteArray& bytes, int offset, T value)
+{
+    char raw[sizeof(T)];
+    qToLittleEndian(value, raw);
+    bytes.replace(offset, int(sizeof raw), raw, int(sizeof raw));
+}
+
 /// Fields of a packet payload; lengths are those of the parts unless a test lies about them.
 struct PacketBytes
 {
@@ -28,18 +37,18 @@ struct PacketBytes
     QByteArray payload() const
     {
         QByteArray bytes(40, '\xEE'); // reserved bytes hold anything
-        qToLittleEndian(timestamp, bytes.data());
-        qToLittleEndian(deviceId, bytes.data() + 8);
-        qToLittleEndian(sequence, bytes.data() + 12);
+        put(bytes, 0, timestamp);
+        put(bytes, 8, deviceId);
+        put(bytes, 12, sequence);
         bytes[16] = request ? 2 : 0;
         bytes[17] = unlink ? 3 : 0;
         bytes[18] = char(endpoint);
         bytes[19] = char(direction);
         bytes[20] = char(command);
-        qToLittleEndian(length, bytes.data() + 24);
+        put(bytes, 24, length);
         bytes[28] = char(type);
-        qToLittleEndian(quint16(headerLength < 0 ? header.size() : headerLength), bytes.data() + 30);
-        qToLittleEndian(quint16(dataLength < 0 ? data.size() : dataLength), bytes.data() + 32);
+        put(bytes, 30, quint16(headerLength < 0 ? header.size() : headerLength));
+        put(bytes, 32, quint16(dataLength < 0 ? data.size() : dataLength));
         bytes[34] = setup.isEmpty() ? 0 : 5;
         return bytes + header + data + setup;
     }
@@ -49,7 +58,7 @@ inline QByteArray frame(int type, const QByteArray& payload)
 {
     QByteArray bytes(8, '\xCC'); // reserved bytes hold anything
     bytes[0] = char(type);
-    qToLittleEndian(quint32(payload.size()), bytes.data() + 4);
+    put(bytes, 4, quint32(payload.size()));
     return bytes + payload;
 }
 

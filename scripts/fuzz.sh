@@ -13,7 +13,12 @@ fi
 failed=0
 for name in "$@"; do
     seeds=fuzz/corpus/$name found=build/fuzz/found/$name
-    mkdir -p "$seeds" "$found"
+    if [ -z "$(ls -A "$seeds" 2>/dev/null)" ]; then
+        failed=1
+        echo "$name: no seeds in $seeds" >&2
+        continue
+    fi
+    mkdir -p "$found"
     log=build/fuzz/$name.log
     if LSAN_OPTIONS=suppressions=$PWD/scripts/leak_suppressions.txt "build/fuzz/fuzz/${name}_fuzzer" \
         -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 \

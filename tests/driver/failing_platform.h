@@ -10,7 +10,7 @@ namespace driver {
 
 /// Counts the calls that can fail; the one with the number `failing` (from 1, 0 for none) fails without reaching the
 /// other platform.
-class FailingPlatform final : public DevicePlatform
+class FailingPlatform : public DevicePlatform
 {
 public:
     static constexpr ErrorCode kInjected = 0xE0005555;

@@ -155,9 +155,9 @@ CameraSettings CameraSettingDialog::settings() const
     CameraSettings chosen;
     chosen.vid = m_vid->text();
     chosen.pid = m_pid->text();
-    chosen.deviceName = m_deviceName->text();
+    chosen.deviceName = m_deviceName->displayText(); // as shown: a pasted line end is still in text()
     chosen.sourceKind = sourceKind();
-    chosen.path = m_path->text();
+    chosen.path = m_path->displayText();
     chosen.network = m_network->source();
     chosen.resolution = m_resolution->currentText();
     chosen.frameRate = m_frameRate->currentText();

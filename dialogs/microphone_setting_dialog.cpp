@@ -165,12 +165,12 @@ MicrophoneSettings MicrophoneSettingDialog::settings() const
     MicrophoneSettings chosen;
     chosen.vid = m_vid->text();
     chosen.pid = m_pid->text();
-    chosen.deviceName = m_deviceName->text();
+    chosen.deviceName = m_deviceName->displayText(); // as shown: a pasted line end is still in text()
     chosen.usbVersion = m_usbVersion->currentData().toString();
     chosen.uacVersion = m_uacVersion->currentData().toString();
     chosen.realTime = m_realTime->isChecked();
     chosen.isNetwork = m_ipCam->isChecked();
-    chosen.path = m_path->text();
+    chosen.path = m_path->displayText();
     chosen.network = m_network->source();
     chosen.channels = m_channels->value();
     chosen.sampleRate = m_sampleRate->currentText().toInt();

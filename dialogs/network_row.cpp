@@ -51,7 +51,7 @@ NetworkRow::NetworkRow(QWidget* parent) : QWidget(parent)
 
 NetworkSource NetworkRow::source() const
 {
-    return {m_address->text(), m_port->text()};
+    return {m_address->displayText(), m_port->text()};
 }
 
 void NetworkRow::setTesting(bool testing)

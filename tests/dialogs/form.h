@@ -2,9 +2,12 @@
 #pragma once
 
 #include <QAbstractButton>
+#include <QClipboard>
 #include <QComboBox>
 #include <QDialog>
 #include <QDialogButtonBox>
+#include <QGuiApplication>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QtTest>
@@ -35,6 +38,14 @@ public:
         return edit->text();
     }
 
+    /// Pastes over what the edit holds.
+    void paste(const char* name, const QString& text) const
+    {
+        QGuiApplication::clipboard()->setText(text);
+        find<QLineEdit>(name)->clear();
+        find<QLineEdit>(name)->paste();
+    }
+
     /// By program, which no validator holds back.
     void set(const char* name, const QString& text) const { find<QLineEdit>(name)->setText(text); }
 
@@ -62,6 +73,38 @@ public:
     bool isEnabled(const char* name) const { return find(name)->isEnabledTo(&m_dialog); }
     bool isChecked(const char* name) const { return find<QAbstractButton>(name)->isChecked(); }
     QString text(const char* name) const { return find<QAbstractButton>(name)->text(); }
+
+    /// Of all buttons but OK and Cancel.
+    QString buttonTexts() const
+    {
+        QStringList texts;
+        const auto buttons = m_dialog.findChildren<QAbstractButton*>();
+        for (const auto* button : buttons)
+            if (!button->objectName().isEmpty())
+                texts << button->text();
+        return texts.join(QLatin1Char('|'));
+    }
+    QString labelOf(const char* name) const
+    {
+        const auto labels = m_dialog.findChildren<QLabel*>();
+        for (const auto* label : labels)
+            if (label->buddy() == find(name))
+                return label->text();
+        return {};
+    }
+
+    /// The fields that the tab key visits, beginning with `first` and up to `last`.
+    QString tabOrder(const char* first, const char* last) const
+    {
+        constexpr int kMostFields = 30;
+        find(first)->setFocus();
+        QStringList names{m_dialog.focusWidget()->objectName()};
+        while (names.last() != QLatin1String(last) && names.size() < kMostFields) {
+            QTest::keyClick(m_dialog.focusWidget(), Qt::Key_Tab);
+            names << m_dialog.focusWidget()->objectName();
+        }
+        return names.join(QLatin1Char(' '));
+    }
 
     /// "open", "accepted" or "rejected".
     QString state() const

@@ -16,6 +16,7 @@ class MicrophoneSettingDialogTest : public QObject
 private slots:
     void startsAsExpected();
     void handsBackWhatWasChosen();
+    void pastedTextStaysOneField();
     void versionsAndSourceLockEachOther();
     void ratesFollowTheChannels_data();
     void ratesFollowTheChannels();
@@ -27,6 +28,7 @@ private slots:
     void acceptsOnlyAStreamThatOpens();
     void testsTheNetwork_data();
     void testsTheNetwork();
+    void tabFollowsTheForm();
 };
 
 namespace {
@@ -83,6 +85,11 @@ void MicrophoneSettingDialogTest::startsAsExpected()
     QCOMPARE(f.form.find("loop")->toolTip(), QStringLiteral("Automatically restart audio playback when finished"));
     QCOMPARE(f.form.listed("sampleRate"), QStringLiteral("8000 11025 16000 22050 32000 44100 48000 96000 192000"));
 
+    QCOMPARE(f.form.listed("usbVersion"), QStringLiteral("2.0 3.0"));
+    QCOMPARE(f.form.listed("uacVersion"), QStringLiteral("UAC 1.0 UAC 2.0"));
+    QCOMPARE(f.form.buttonTexts(),
+             QStringLiteral("Real-time Mode|Audio File|IPCam|Browse...|Test Network|Loop audio playback"));
+
     QStringList hints;
     for (const char* name : {"vid", "pid", "deviceName", "path"})
         hints << f.form.find<QLineEdit>(name)->placeholderText();
@@ -119,6 +126,16 @@ void MicrophoneSettingDialogTest::handsBackWhatWasChosen()
     QCOMPARE(f.values(), QStringLiteral("AbC1|00ff|Desk|1|2.0|rt|%1|2|48000|once").arg(sourceFile("tone.opus")));
     QCOMPARE(f.form.state(), QStringLiteral("accepted"));
     QCOMPARE(f.prompter.verify(), QString());
+}
+
+void MicrophoneSettingDialogTest::pastedTextStaysOneField()
+{
+    Fixture f;
+    for (const char* name : {"deviceName", "path", "ipAddress"})
+        f.form.paste(name, QStringLiteral("a\nb"));
+    QCOMPARE(f.values(), QStringLiteral("1d6b|0002|a b|0|1.0|-|a b|2|48000|loop"));
+    f.form.toggle("ipCam");
+    QCOMPARE(f.dialog.settings().source(), QStringLiteral("http://a b:8080/audio.aac"));
 }
 
 void MicrophoneSettingDialogTest::versionsAndSourceLockEachOther()
@@ -257,6 +274,7 @@ void MicrophoneSettingDialogTest::acceptsOnlyAStreamThatOpens_data()
     using Ending = LoopbackServer::Ending;
     QTest::newRow("sound, whatever the other fields hold") << soundStream() << Ending::Close << true;
     QTest::newRow("pictures only") << pictureStream() << Ending::Close << false;
+    QTest::newRow("garbage") << QByteArray::fromHex("00ff13371337deadbeef").repeated(50) << Ending::Close << false;
     QTest::newRow("an error page") << QByteArray("HTTP/1.1 404 Not Found\r\n\r\n") << Ending::Close << false;
     QTest::newRow("a connection that is reset") << QByteArray() << Ending::Reset << false;
     QTest::newRow("a server that is silent") << QByteArray() << Ending::Stall << false;
@@ -298,6 +316,7 @@ void MicrophoneSettingDialogTest::testsTheNetwork_data()
     QTest::newRow("a stream that works")
         << "127.0.0.1"
         << "*" << QStringLiteral("Test Result|IP Audio Stream connection successful!\nIP: 127.0.0.1 Port: *");
+    QTest::newRow("a port where nobody listens") << "127.0.0.1" << closedPort() << failed;
     QTest::newRow("an address with a space and a place mark") << "%2 x"
                                                               << "9" << failed;
     QTest::newRow("an address with brackets") << "[::1"
@@ -336,6 +355,15 @@ void MicrophoneSettingDialogTest::testsTheNetwork()
         QCOMPARE(f.prompter.verify(), QString());
     }
     QCOMPARE(f.form.state(), QStringLiteral("open"));
+}
+
+void MicrophoneSettingDialogTest::tabFollowsTheForm()
+{
+    Fixture f;
+    QCOMPARE(f.form.tabOrder("vid", "loop"),
+             QStringLiteral("vid pid deviceName usbVersion uacVersion realTime file ipCam path browse loop"));
+    f.form.toggle("ipCam");
+    QCOMPARE(f.form.tabOrder("ipCam", "loop"), QStringLiteral("ipCam ipAddress port testNetwork loop"));
 }
 
 PLUGBOARD_SUITE(MicrophoneSettingDialogTest)

@@ -44,3 +44,9 @@ inline QString portOf(const LoopbackServer& server)
 {
     return QString::number(QUrl(server.url("http", "/")).port());
 }
+
+/// A port that was free a moment ago: connections to it are refused.
+inline QString closedPort()
+{
+    return portOf(LoopbackServer({}, LoopbackServer::Ending::Close));
+}

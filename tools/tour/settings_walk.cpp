@@ -130,6 +130,7 @@ void SettingsWalk::run()
     });
     m_tour.step(QStringLiteral("microphone-from-stream"), [this] {
         microphoneFromStream();
+        Tour::require(m_records.restoreDevices().size() == 4, QStringLiteral("not four devices run"));
         m_tour.picture(m_window);
         return QStringLiteral("four devices run");
     });

@@ -5,7 +5,10 @@
 
 #include <algorithm>
 
-ConfirmationQueue::ConfirmationQueue(Show show, QObject* parent) : QObject(parent), m_show(std::move(show))
+ConfirmationQueue::ConfirmationQueue(Show show, QObject* parent, int repetitionMs)
+    : QObject(parent)
+    , m_show(std::move(show))
+    , m_repetitionMs(repetitionMs)
 {}
 
 void ConfirmationQueue::add(const ConfirmationRequest& request)
@@ -32,7 +35,9 @@ bool ConfirmationQueue::isRepetition(const ConfirmationRequest& request) const
 {
     if (!request.data.contains(QStringLiteral("timestamp")))
         return false;
-    return request == m_shown || std::find(m_waiting.begin(), m_waiting.end(), request) != m_waiting.end();
+    const bool answerMayBeUnderWay = !m_sinceAnswer.isValid() || m_sinceAnswer.elapsed() < m_repetitionMs;
+    return (request == m_shown && answerMayBeUnderWay) ||
+           std::find(m_waiting.begin(), m_waiting.end(), request) != m_waiting.end();
 }
 
 void ConfirmationQueue::schedule()
@@ -49,9 +54,12 @@ void ConfirmationQueue::showNext()
     }
     m_shown = std::move(m_waiting.front());
     m_waiting.pop_front();
+    m_sinceAnswer.invalidate();
     const QPointer<ConfirmationQueue> alive = this; // the program may end while the dialog is open
     const Show show = m_show;
     show(ConfirmationRequest(m_shown));
-    if (alive)
-        schedule();
+    if (!alive)
+        return;
+    m_sinceAnswer.start();
+    schedule();
 }

@@ -14,6 +14,7 @@ private slots:
     void showsOneAtATimeInOrder();
     void dropsRepetitionsThatBearATime_data();
     void dropsRepetitionsThatBearATime();
+    void asksAgainWhenTheAnswerWasLost();
     void forgetsADeletedDevice();
     void boundsWhatOneDeviceCanAsk();
     void survivesItsEndDuringADialog();
@@ -81,6 +82,26 @@ void ConfirmationQueueTest::dropsRepetitionsThatBearATime()
     queue.add(timeless);
     queue.add(timeless);
     QTRY_COMPARE(count, shown + 2);
+}
+
+void ConfirmationQueueTest::asksAgainWhenTheAnswerWasLost()
+{
+    const auto asked = request(1, QStringLiteral("get_assertion"), "{'timestamp':5,'rpId':'a'}");
+    int count = 0;
+    ConfirmationQueue* toAsk = nullptr;
+    ConfirmationQueue queue(
+        [&](const ConfirmationRequest&) {
+            ++count;
+            toAsk->add(asked); // repeated while its dialog is open
+        },
+        nullptr, 0); // every repetition after the answer is a late one
+    toAsk = &queue;
+    queue.add(asked);
+    QTRY_COMPARE(count, 1);
+    QCoreApplication::processEvents();
+    QCOMPARE(count, 1);
+    queue.add(asked);
+    QTRY_COMPARE(count, 2);
 }
 
 void ConfirmationQueueTest::forgetsADeletedDevice()

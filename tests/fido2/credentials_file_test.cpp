@@ -39,6 +39,53 @@ const char kCa[] = "'caInfo':{'caCertificateFile':'S1_ca_cert.pem','caPrivateKey
 const char kPin[] = "'pinInfo':{'maxPinRetries':8,'pinPrivateKeyFile':'S1_pin_private.pem',"
                     "'pinPublicKeyFile':'S1_pin_public.pem','pinRetryCount':8,'pinSet':false}";
 
+/// Values of the three objects by "object/member".
+using Members = QMap<QString, QJsonValue>;
+
+const QStringList kUnknownMembers{QStringLiteral("deviceInfo/unknown"), QStringLiteral("caInfo/unknown"),
+                                  QStringLiteral("pinInfo/unknown")};
+
+/// What a save writes where nothing is, from a form of which each text is `text`.
+Members savedMembers(const QString& text, bool supportsPin, bool pinSet)
+{
+    Members values{{QStringLiteral("deviceInfo/supportsPin"), supportsPin},
+                   {QStringLiteral("pinInfo/pinSet"), false},
+                   {QStringLiteral("pinInfo/pinRetryCount"), 8},
+                   {QStringLiteral("pinInfo/maxPinRetries"), 8}};
+    for (const char* member : {"serialNumber", "deviceName", "vid", "pid", "usbVersion"})
+        values[QStringLiteral("deviceInfo/") + QLatin1String(member)] = text;
+    if (pinSet)
+        values[QStringLiteral("pinInfo/pinHash")] = QString();
+    if (text.isEmpty())
+        return values;
+    values[QStringLiteral("caInfo/caCertificateFile")] = text + QStringLiteral("_ca_cert.pem");
+    values[QStringLiteral("caInfo/caPublicKeyFile")] = text + QStringLiteral("_ca_public.pem");
+    values[QStringLiteral("caInfo/caPrivateKeyFile")] = text + QStringLiteral("_ca_private.pem");
+    values[QStringLiteral("pinInfo/pinPublicKeyFile")] = text + QStringLiteral("_pin_public.pem");
+    values[QStringLiteral("pinInfo/pinPrivateKeyFile")] = text + QStringLiteral("_pin_private.pem");
+    return values;
+}
+
+Members membersOf(const QJsonObject& root)
+{
+    Members values;
+    for (const char* name : {"deviceInfo", "caInfo", "pinInfo"}) {
+        const QJsonObject object = root.value(QLatin1String(name)).toObject();
+        for (auto member = object.begin(); member != object.end(); ++member)
+            values[QLatin1String(name) + QLatin1Char('/') + member.key()] = member.value();
+    }
+    return values;
+}
+
+/// Undefined removes the member.
+void change(QJsonObject& root, const QString& path, const QJsonValue& value)
+{
+    const QString name = path.section(QLatin1Char('/'), 0, 0);
+    QJsonObject object = root.value(name).toObject();
+    object.insert(path.section(QLatin1Char('/'), 1), value);
+    root.insert(name, object);
+}
+
 } // namespace
 
 void CredentialsFileTest::mergesOnlyWhatIsMissing_data()
@@ -88,19 +135,18 @@ void CredentialsFileTest::mergesOnlyWhatIsMissing()
 
 void CredentialsFileTest::editSequencesKeepWhatWasThere()
 {
-    // A plain model of what must hold: the first value of each member stays for ever, the credentials are the last
-    // ones.
+    // A plain model of what must hold: the first value of each member stays until someone else changes it, the
+    // credentials are the last ones.
     constexpr int kSteps = 10000;
-    const QStringList members{QStringLiteral("serialNumber"), QStringLiteral("deviceName"), QStringLiteral("vid"),
-                              QStringLiteral("pid"),          QStringLiteral("usbVersion"), QStringLiteral("unknown")};
     QRandomGenerator random(7);
-    QMap<QString, QString> model;
+    const QStringList members = savedMembers(QStringLiteral("x"), true, true).keys() + kUnknownMembers;
+    Members model;
     QJsonObject root;
     QJsonArray credentials;
     for (int step = 0; step < kSteps; ++step) {
-        const QString text = QString::number(random.bounded(1000));
+        const QString text = random.bounded(10) == 0 ? QString() : QString::number(random.bounded(1000));
+        const bool flag = random.bounded(2) == 1;
         const QString member = members.at(random.bounded(members.size()));
-        QJsonObject device = root.value(QStringLiteral("deviceInfo")).toObject();
         switch (random.bounded(5)) {
         case 0:
             credentials.append(QJsonObject{{QStringLiteral("id"), text}});
@@ -110,27 +156,26 @@ void CredentialsFileTest::editSequencesKeepWhatWasThere()
                 credentials.removeAt(random.bounded(credentials.size()));
             break;
         case 2: // someone else edits the file
-            device.insert(member, text);
-            model[member] = text;
-            root.insert(QStringLiteral("deviceInfo"), device);
+            model[member] = member.endsWith(QStringLiteral("pinSet")) ? QJsonValue(flag) : QJsonValue(text);
+            change(root, member, model[member]);
             break;
         case 3:
-            device.remove(member);
             model.remove(member);
-            root.insert(QStringLiteral("deviceInfo"), device);
+            change(root, member, QJsonValue::Undefined);
             break;
         default:
-            const KeyIdentity form{text, text, text, text, text, random.bounded(2) == 1};
-            root = mergedCredentialsRoot(root, form, credentials);
-            for (const QString& known : members.mid(0, 5)) {
-                if (!model.contains(known))
-                    model[known] = text;
+            root.insert(QStringLiteral("another"), text);
+            root = mergedCredentialsRoot(root, {text, text, text, text, text, flag}, credentials);
+            const bool pinSet = model.value(QStringLiteral("pinInfo/pinSet")).toBool();
+            const Members saved = savedMembers(text, flag, pinSet);
+            for (auto value = saved.begin(); value != saved.end(); ++value) {
+                if (!model.contains(value.key()))
+                    model[value.key()] = value.value();
             }
             QCOMPARE(root.value(QStringLiteral("credentials")).toArray(), credentials);
+            QVERIFY(!root.contains(QStringLiteral("another")));
         }
-        const QJsonObject now = root.value(QStringLiteral("deviceInfo")).toObject();
-        for (const QString& known : members)
-            QCOMPARE(now.value(known).toString(), model.value(known));
+        QVERIFY2(membersOf(root) == model, qPrintable(QStringLiteral("step %1").arg(step)));
     }
 }
 

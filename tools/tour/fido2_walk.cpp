@@ -202,8 +202,13 @@ QString Fido2Walk::useDetails(QWidget& dialog)
     Tour::require(root().value(QStringLiteral("pinInfo")).toObject().value(QStringLiteral("pinHash")) ==
                       QJsonValue(QStringLiteral("03ac674216f3e15c761ee1a5e255f067")),
                   QStringLiteral("the file holds another hash"));
-    const QStringList doomed{keyPath(QStringLiteral("_credentials.json")), keyPath(QStringLiteral("_ca_cert.pem")),
-                             keyPath(QStringLiteral("_pin_private.pem"))};
+    QStringList doomed;
+    for (const char* suffix : {"_credentials.json", "_ca_cert.pem", "_ca_public.pem", "_ca_private.pem",
+                               "_pin_public.pem", "_pin_private.pem"})
+        doomed << keyPath(QLatin1String(suffix));
+    const QJsonObject registered = root().value(QStringLiteral("credentials")).toArray().last().toObject();
+    for (const char* member : {"privateKeyFile", "publicKeyFile"})
+        doomed << registered.value(QLatin1String(member)).toString();
     for (const QString& file : doomed)
         Tour::require(QFile::exists(file), file + QStringLiteral(" was never there"));
     m_tour.whenWindowOpens(QStringLiteral("clear-question"), [this](QWidget& box) {

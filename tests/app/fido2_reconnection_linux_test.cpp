@@ -1,0 +1,147 @@
+// The channel to a real device process that is stopped, ended and started again; stopping one takes Linux signals.
+#include "devices/device_launcher.h"
+#include "devices/parameter_list.h"
+#include "fido2/fido2_channels.h"
+#include "tests/support/suite_registry.h"
+
+#include <QDir>
+#include <QProcess>
+#include <QtTest>
+
+#include <memory>
+
+class Fido2ReconnectionLinuxTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+    void connectsToADeviceThatListensLate();
+    void aStoppedDeviceIsServedWhenItGoesOn();
+    void aDeviceThatIsStartedAgainHasAChannelOfItsOwn();
+
+private:
+    void start();
+    void signal(const char* name) const;
+    bool isConnected() const { return m_channels->clientOf(m_processId)->isConnected(); }
+    void request(QProcess& process) const;
+    QByteArray answerTo(QProcess& process) const;
+
+    QString m_serial = QStringLiteral("RECONNECTION-%1").arg(QCoreApplication::applicationPid());
+    std::unique_ptr<Fido2Channels> m_channels;
+    QList<qint64> m_started;
+    QList<qint64> m_asked; ///< process ids of the requests that arrived, all of which are confirmed
+    qint64 m_processId = 0;
+};
+
+namespace {
+
+constexpr int kDeviceLimitMs = 30000;
+
+} // namespace
+
+void Fido2ReconnectionLinuxTest::init()
+{
+    m_asked.clear();
+    m_channels = std::make_unique<Fido2Channels>();
+    connect(m_channels.get(), &Fido2Channels::confirmationRequested, this, [this](qint64 processId) {
+        m_asked << processId;
+        m_channels->answer(processId, true, {});
+    });
+    start();
+    QTRY_VERIFY_WITH_TIMEOUT(isConnected(), kDeviceLimitMs);
+}
+
+void Fido2ReconnectionLinuxTest::cleanup()
+{
+    m_channels.reset();
+    const QDir folder(QCoreApplication::applicationDirPath());
+    if (m_processId > 0)
+        signal("-KILL");
+    for (const qint64 processId : qAsConst(m_started)) {
+        for (const QString& record : folder.entryList({QStringLiteral("device_*_%1.json").arg(processId)}))
+            QFile::remove(folder.filePath(record));
+    }
+    m_started.clear();
+    for (const QString& file : QDir(folder.filePath(QStringLiteral("fido2"))).entryList({m_serial + QLatin1Char('*')}))
+        QFile::remove(folder.filePath(QStringLiteral("fido2/") + file));
+}
+
+void Fido2ReconnectionLinuxTest::start()
+{
+    Fido2Parameters key;
+    key.vid = QStringLiteral("0x1234");
+    key.pid = QStringLiteral("0x5678");
+    key.name = m_serial;
+    key.usbVersionChoice = QStringLiteral("2.0");
+    key.serialNumber = m_serial;
+    const auto processId = DeviceLauncher().launch(joinParameters(fido2ParameterList(key)));
+    QVERIFY(processId);
+    m_processId = *processId;
+    m_started << m_processId;
+    m_channels->add(m_processId);
+}
+
+void Fido2ReconnectionLinuxTest::signal(const char* name) const
+{
+    QCOMPARE(QProcess::execute(QStringLiteral("kill"), {QLatin1String(name), QString::number(m_processId)}), 0);
+}
+
+void Fido2ReconnectionLinuxTest::request(QProcess& process) const
+{
+    process.start(QCoreApplication::applicationDirPath() + QStringLiteral("/usb-daemon.exe"),
+                  {QStringLiteral("--request"), QString::number(m_processId), QStringLiteral("client_pin")});
+}
+
+QByteArray Fido2ReconnectionLinuxTest::answerTo(QProcess& process) const
+{
+    const bool ended = QTest::qWaitFor([&process] { return process.state() == QProcess::NotRunning; }, kDeviceLimitMs);
+    return ended ? process.readAllStandardOutput() : QByteArray("no answer");
+}
+
+void Fido2ReconnectionLinuxTest::connectsToADeviceThatListensLate()
+{
+    // Its process had only just been started when init() opened the channel.
+    QProcess asking;
+    request(asking);
+    QCOMPARE(answerTo(asking), QByteArray("{\"confirmed\":true,\"data\":{}}\n"));
+    QCOMPARE(m_asked, QList<qint64>{m_processId});
+}
+
+void Fido2ReconnectionLinuxTest::aStoppedDeviceIsServedWhenItGoesOn()
+{
+    signal("-STOP");
+    QProcess asking;
+    request(asking);
+    m_channels->add(m_processId); // a refresh; the system takes the connection in the device's place
+    QVERIFY(isConnected());
+    signal("-CONT");
+    QVERIFY(answerTo(asking).contains("\"confirmed\":true"));
+    QVERIFY(isConnected());
+}
+
+void Fido2ReconnectionLinuxTest::aDeviceThatIsStartedAgainHasAChannelOfItsOwn()
+{
+    const qint64 ended = m_processId;
+    QSignalSpy lost(m_channels.get(), &Fido2Channels::deviceDisconnected);
+    signal("-KILL");
+    m_processId = 0;
+    QTRY_COMPARE(lost, QList<QVariantList>{{ended}});
+    QVERIFY(!m_channels->clientOf(ended)->isConnected());
+    QTest::ignoreMessage(
+        QtWarningMsg,
+        qPrintable(QStringLiteral("FIDO2 client for process %1 not available or not connected").arg(ended)));
+    m_channels->answer(ended, true, {});
+
+    start();
+    QTRY_VERIFY_WITH_TIMEOUT(isConnected(), kDeviceLimitMs);
+    QProcess asking;
+    request(asking);
+    QVERIFY(answerTo(asking).contains("\"confirmed\":true"));
+    QCOMPARE(m_asked, QList<qint64>{m_processId});
+    QVERIFY(!m_channels->clientOf(ended)->isConnected());
+}
+
+PLUGBOARD_SUITE(Fido2ReconnectionLinuxTest)
+#include "fido2_reconnection_linux_test.moc"

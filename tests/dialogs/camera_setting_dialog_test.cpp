@@ -412,6 +412,9 @@ void CameraSettingDialogTest::droidCamTestNeverReportsIntoAClosedDialog()
 
 void CameraSettingDialogTest::tabFollowsTheForm()
 {
+#ifdef Q_OS_WIN
+    QSKIP("the buttons of a group are one stop there");
+#endif
     Fixture f;
     QCOMPARE(f.form.tabOrder("file", "isoActive"),
              QStringLiteral("file ipCamera path browse resolution frameRate uvcVersion usbVersion frameFormat vid pid "

@@ -45,7 +45,8 @@ QString withoutFolders(const QString& text)
                                .replace(QLatin1String("\\inf\\"), QLatin1String("/inf/"))
                                .replace(QLatin1String("}\\"), QLatin1String("}/"));
         }
-    return lines.join(QLatin1Char('\n'));
+    // Wine shows the root folder of the system below it as a drive.
+    return lines.join(QLatin1Char('\n')).replace(QLatin1String("Z:{"), QLatin1String("{"));
 }
 
 QString runLine(driver::DevicePlatform& platform, const QString& line)

@@ -60,7 +60,8 @@ void CommandLineTest::understands_data()
     row("a script command opens no window", "--list --create mouse",
         "error: --list and --delete open no window: --demo, --create and --set do not go with them.");
     row("settings belong to the device before them",
-        "--create camera --set source=http://127.0.0.1/v --create keyboard --create microphone --set vid=00ff --create camera "
+        "--create camera --set source=http://127.0.0.1/v --create keyboard --create microphone --set vid=00ff --create "
+        "camera "
         "--set rate=60 --set=resolution=1280x720",
         "window camera(1|0x1234|0x5678|UVC Camera|0|http://127.0.0.1/v|7|-1|640|480|25|0x0100|0|END) keyboard "
         "microphone(3|00ff|0002|USB Microphone|0|1.0|0|test_audio.wav|2|48000|1|END) "

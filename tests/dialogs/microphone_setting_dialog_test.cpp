@@ -359,6 +359,9 @@ void MicrophoneSettingDialogTest::testsTheNetwork()
 
 void MicrophoneSettingDialogTest::tabFollowsTheForm()
 {
+#ifdef Q_OS_WIN
+    QSKIP("the buttons of a group are one stop there");
+#endif
     Fixture f;
     QCOMPARE(f.form.tabOrder("vid", "loop"),
              QStringLiteral("vid pid deviceName usbVersion uacVersion realTime file ipCam path browse loop"));

@@ -48,7 +48,8 @@ recipe_qt() {
     make -j"$jobs"
     make INSTALL_ROOT="$2" install
     mv "$2$prefix/qt" "$2/FILES"
-    rm -rf "$2/FILES/doc" "$2"/FILES/lib/*.prl "$2"/FILES/bin/{syncqt.pl,fixqt4headers.pl,tracegen,qlalr,qvkgen}
+    # What only qmake reads names this build's folders; CMake's files do not.
+    rm -rf "$2/FILES/doc" "$2/FILES/mkspecs/modules" "$2"/FILES/lib/*.prl "$2"/FILES/bin/{syncqt.pl,fixqt4headers.pl,tracegen,qlalr,qvkgen}
     find "$2/FILES/bin" -type f ! -name '*.dll' -exec strip {} +
 }
 

@@ -6,7 +6,7 @@ build=(g++ cmake ninja-build pkg-config ccache qtbase5-dev qttools5-dev qttools5
     libavformat-dev libavcodec-dev libavfilter-dev libavutil-dev libswresample-dev libswscale-dev libopencv-dev
     nlohmann-json3-dev python3 procps fonts-dejavu-core fonts-noto-cjk)
 display=(xvfb xauth libqt5gui5)
-checks=(clang-format-14 python3 git ffmpeg)
+checks=(clang-format-14 python3 git ffmpeg tshark)
 bench=(ffmpeg tshark)
 fuzz=(clang-14 libclang-rt-14-dev)
 windows=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64 xvfb xauth xz-utils python3)

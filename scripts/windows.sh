@@ -84,7 +84,8 @@ run_tests() {
     mkdir -p "$build/output"
     PLUGBOARD_WINE_OUTPUT=$build/output ctest --preset windows --output-junit "$build/tests.xml" --test-output-size-passed 4000000 \
         --test-output-size-failed 4000000 ${excluded:+-E "$excluded"} || true
-    $windows/check_results.py "$build/tests.xml" $windows/not_run_under_wine.txt > "$build/verdict" || true
+    ctest --preset windows -N | sed -n 's/^ *Test *#[0-9]*: //p' > "$build/suites"
+    $windows/check_results.py "$build/tests.xml" $windows/not_run_under_wine.txt "$build/suites" > "$build/verdict" || true
     cat "$build/verdict"
     line=$(tail -n 1 "$build/verdict")
     [[ $line =~ ^suites\ ([0-9]+)\ passed,\ ([0-9]+)\ failed$ ]] || { echo "The tests were not judged." >&2; exit 1; }

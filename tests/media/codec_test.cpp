@@ -3,6 +3,7 @@
 #include "media/av_encoder.h"
 #include "media/av_source.h"
 #include "media/media_input.h"
+#include "tests/media/encoders_at_hand.h"
 #include "tests/media/media_files.h"
 #include "tests/media/stage_probe.h"
 #include "tests/support/suite_registry.h"
@@ -67,6 +68,32 @@ struct Stream
     std::unique_ptr<AVSource> source;
 };
 
+/// A kind of device that this FFmpeg knows, and the pixel format of another kind that it can decode to.
+struct KnownHardware
+{
+    AVHWDeviceType type;
+    AVPixelFormat foreignFormat;
+};
+
+KnownHardware knownHardware()
+{
+    for (const KnownHardware known : {KnownHardware{AV_HWDEVICE_TYPE_QSV, AV_PIX_FMT_CUDA},
+                                      KnownHardware{AV_HWDEVICE_TYPE_D3D11VA, AV_PIX_FMT_DXVA2_VLD}}) {
+        if (ffmpeg::BufferReference(av_hwdevice_ctx_alloc(known.type)))
+            return known;
+    }
+    return {AV_HWDEVICE_TYPE_NONE, AV_PIX_FMT_NONE};
+}
+
+std::size_t countDecoders(AVCodecID codec)
+{
+    std::size_t count = 0;
+    void* position = nullptr;
+    while (const AVCodec* found = av_codec_iterate(&position))
+        count += found->id == codec && av_codec_is_decoder(found);
+    return count;
+}
+
 /// A device whose surfaces are ordinary pictures: `surface` is the format that counts as a hardware frame.
 struct FakeHardware final : HardwareAccess
 {
@@ -92,8 +119,8 @@ struct FakeHardware final : HardwareAccess
         return transferResult < 0 ? transferResult : av_frame_get_buffer(&to, 0);
     }
 
-    AVCodecHWConfig way = {AV_PIX_FMT_YUV420P, AV_CODEC_HW_CONFIG_METHOD_HW_DEVICE_CTX, AV_HWDEVICE_TYPE_CUDA};
-    AVHWDeviceType working = AV_HWDEVICE_TYPE_CUDA;
+    AVHWDeviceType working = knownHardware().type;
+    AVCodecHWConfig way = {AV_PIX_FMT_YUV420P, AV_CODEC_HW_CONFIG_METHOD_HW_DEVICE_CTX, working};
     int transferResult = 0;
     mutable std::vector<std::string> asked;
     mutable std::vector<AVHWDeviceType> created;
@@ -185,7 +212,7 @@ void CodecTest::searchesHardwareInOrder()
         QVERIFY(decoder.open(nullptr));
         QVERIFY(std::all_of(hardware.created.begin(), hardware.created.end(), [&](auto made) { return made == type; }));
         // Each H.264 decoder is asked once per type of the fixed list, and a failing device moves on to the next.
-        QVERIFY(hardware.created.size() > 1);
+        QCOMPARE(hardware.created.size(), countDecoders(AV_CODEC_ID_H264));
         QCOMPARE(hardware.asked.size(), hardware.created.size() * 6);
         QCOMPARE(decoder.deviceName(), std::string());
         hardware.created.clear();
@@ -207,7 +234,7 @@ void CodecTest::hardwareFramesArriveAsNv12()
     decoder.chain(probe);
     QVERIFY(decoder.open(stream.source->codecParameters()));
     QVERIFY(stream.play());
-    QCOMPARE(decoder.deviceName(), std::string("cuda"));
+    QCOMPARE(decoder.deviceName(), std::string(av_hwdevice_get_type_name(hardware.working)));
     QVERIFY(probe.frames >= 29);
     QCOMPARE(hardware.transfers, probe.frames);
     QCOMPARE(decoder.inputFormat(), int(AV_PIX_FMT_NV12));
@@ -232,8 +259,8 @@ void CodecTest::failedTransferPushesNothing()
 void CodecTest::deviceThatCannotDecodeLeavesItToSoftware()
 {
     FakeHardware hardware;
-    hardware.way = {AV_PIX_FMT_CUDA, AV_CODEC_HW_CONFIG_METHOD_HW_DEVICE_CTX, AV_HWDEVICE_TYPE_QSV};
-    hardware.working = AV_HWDEVICE_TYPE_QSV;
+    QVERIFY(hardware.working != AV_HWDEVICE_TYPE_NONE);
+    hardware.way.pix_fmt = knownHardware().foreignFormat;
     for (const char* file : {"h264_aac.mp4", "h264_444.mp4", "mjpeg.avi"}) {
         Stream stream(file);
         AVDecoder decoder(stream.source->codecId(), hardware);
@@ -286,8 +313,10 @@ void CodecTest::encodesForStreaming()
 {
     QFETCH(int, codec);
     QFETCH(int, format);
+    if (!ffmpegEncodes(AVCodecID(codec)))
+        QSKIP("this FFmpeg has no encoder of the codec");
     AVEncoder encoder({AVCodecID(codec), -1, 160, 120, 10, 1});
-    QVERIFY2(encoder.isOpen(), "this FFmpeg has no encoder of the codec");
+    QVERIFY(encoder.isOpen());
     QVERIFY(!encoder.name().empty());
     StageProbe packets;
     AVDecoder decoder{AVCodecID(codec)};

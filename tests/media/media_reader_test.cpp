@@ -5,6 +5,7 @@
 #include "media/debug_commands.h"
 #include "media/media_reader.h"
 #include "media/video_file_source.h"
+#include "tests/media/encoders_at_hand.h"
 #include "tests/media/loopback_server.h"
 #include "tests/media/media_files.h"
 #include "tests/media/stage_probe.h"
@@ -126,6 +127,8 @@ void MediaReaderTest::buildsChains()
     QFETCH(QSize, size);
     QFETCH(int, selector);
     QFETCH(QString, result);
+    if (result == QLatin1String("packets encoded") && !ffmpegEncodes(AVCodecID(codec)))
+        QSKIP("this FFmpeg has no encoder of the codec");
     const PrintedText printed;
     MediaInterrupt interrupt;
     StageProbe video;
@@ -175,7 +178,9 @@ void MediaReaderTest::endsWhenTheInputCannotBeOpenedAgain()
     const QString path = folder.filePath(QStringLiteral("gone.mp4"));
     QVERIFY(QFile::copy(mediaFile("h264_aac.mp4"), path));
     RawChains chains(path);
-    chains.video.onFrame = [&path](const AVFrame&) { QFile::remove(path); };
+    // Emptied and not removed: a file that is open stays where it is on some systems.
+    chains.video.onFrame = [&path](const AVFrame&) { QFile::resize(path, 0); };
+    chains.video.limit = 1000;
     chains.reader.readLoop(true);
     QVERIFY(chains.video.frames > 0);
     QVERIFY(printed.take().find("restarting...\nFailed to reinitialize file for looping\n") != std::string::npos);
@@ -254,7 +259,7 @@ void MediaReaderTest::streamThatStallsEndsTheLoop()
     const LoopbackServer server("HTTP/1.1 200 OK\r\nContent-Type: video/mp2t\r\n\r\n" +
                                     stream.left(stream.size() * 2 / 3),
                                 LoopbackServer::Ending::Stall);
-    MediaInterrupt interrupt(std::chrono::milliseconds(300));
+    MediaInterrupt interrupt(std::chrono::seconds(2)); // Opening must be done by then.
     StageProbe video;
     MediaReader reader(server.url("http", "/video").toStdString(), kSelectVideo, interrupt);
     QVERIFY(reader.open());

@@ -1,7 +1,7 @@
 #include "tests/support/suite_registry.h"
+#include "tests/usb_daemon/ask_to_end.h"
 #include "tests/usb_daemon/test_key.h"
 
-#include <QOperatingSystemVersion>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -101,6 +101,7 @@ QProcess* UsbDaemonTest::startDevice(KeyFile keyFile, const QStringList& argumen
     m_devices.push_back(std::make_unique<QProcess>());
     QProcess* const device = m_devices.back().get();
     device->setProcessEnvironment(environment);
+    makeAskable(*device);
     device->start(QCoreApplication::applicationDirPath() + QStringLiteral("/usb-daemon.exe"), arguments);
     return device->waitForStarted(kPatience) ? device : nullptr;
 }
@@ -200,14 +201,12 @@ void UsbDaemonTest::becomesTheMouseWithoutAMessage()
 
 void UsbDaemonTest::removesItsRecordWhenAsked()
 {
-    if (QOperatingSystemVersion::currentType() == QOperatingSystemVersion::Windows)
-        QSKIP("a process without a console cannot be asked");
     QProcess* const device = startDevice();
     QVERIFY(device);
     const qint64 processId = device->processId();
     device->write(message(kKeyboard));
     QTRY_VERIFY_WITH_TIMEOUT(!recordsOf(processId).isEmpty(), kPatience);
-    device->terminate();
+    QVERIFY(askToEnd(*device));
     QVERIFY(device->waitForFinished(kPatience));
     QCOMPARE(device->exitStatus(), QProcess::NormalExit);
     QCOMPARE(device->exitCode(), 0);

@@ -1,5 +1,6 @@
 #include "tools/tour/tour.h"
 
+#include <QAbstractAnimation>
 #include <QApplication>
 #include <QDeadlineTimer>
 #include <QElapsedTimer>
@@ -11,12 +12,23 @@
 #include <QPushButton>
 #include <QSaveFile>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
 
 const QColor kDesktopColour(0xb8, 0xc4, 0xd0);
 constexpr int kDesktopMargin = 24;
+constexpr int kLongestFading = 1000; // Milliseconds.
+
+/// Whether the style is on its way from one state of a widget to the next, which would be what a picture shows.
+bool isFading(const QWidget& window)
+{
+    const auto animations = window.findChildren<QAbstractAnimation*>();
+    return std::any_of(animations.begin(), animations.end(), [](const QAbstractAnimation* animation) {
+        return animation->state() == QAbstractAnimation::Running && animation->totalDuration() > 0;
+    });
+}
 
 } // namespace
 
@@ -77,6 +89,9 @@ void Tour::waitUntil(const std::function<bool()>& condition, const QString& what
 void Tour::picture(QWidget& widget)
 {
     QCoreApplication::processEvents();
+    const QDeadlineTimer limit(kLongestFading);
+    while (isFading(widget) && !limit.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
     const QPixmap shot = widget.grab();
     const qreal ratio = shot.devicePixelRatio();
     QPixmap canvas(shot.size() + 2 * QSize(kDesktopMargin, kDesktopMargin) * ratio);

@@ -175,14 +175,14 @@ void MediaReaderTest::endsWhenTheInputCannotBeOpenedAgain()
 {
     PrintedText printed;
     const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("gone.mp4"));
-    QVERIFY(QFile::copy(mediaFile("h264_aac.mp4"), path));
+    const QString path = folder.filePath(QStringLiteral("gone.wav"));
+    QVERIFY(QFile::copy(mediaFile("mono_8k.wav"), path));
     RawChains chains(path);
     // Emptied and not removed: a file that is open stays where it is on some systems.
-    chains.video.onFrame = [&path](const AVFrame&) { QFile::resize(path, 0); };
-    chains.video.limit = 1000;
+    chains.audio.onFrame = [&path](const AVFrame&) { QFile::resize(path, 0); };
+    chains.audio.limit = 1000;
     chains.reader.readLoop(true);
-    QVERIFY(chains.video.frames > 0);
+    QVERIFY(chains.audio.frames > 0);
     QVERIFY(printed.take().find("restarting...\nFailed to reinitialize file for looping\n") != std::string::npos);
 }
 

@@ -1,5 +1,5 @@
 #include "tests/support/suite_registry.h"
-#include "tests/usb_daemon/ask_to_end.h"
+#include "tests/usb_daemon/end_request.h"
 #include "tests/usb_daemon/test_key.h"
 
 #include <QProcess>
@@ -101,7 +101,6 @@ QProcess* UsbDaemonTest::startDevice(KeyFile keyFile, const QStringList& argumen
     m_devices.push_back(std::make_unique<QProcess>());
     QProcess* const device = m_devices.back().get();
     device->setProcessEnvironment(environment);
-    makeAskable(*device);
     device->start(QCoreApplication::applicationDirPath() + QStringLiteral("/usb-daemon.exe"), arguments);
     return device->waitForStarted(kPatience) ? device : nullptr;
 }
@@ -201,12 +200,13 @@ void UsbDaemonTest::becomesTheMouseWithoutAMessage()
 
 void UsbDaemonTest::removesItsRecordWhenAsked()
 {
+    EndRequest request;
     QProcess* const device = startDevice();
     QVERIFY(device);
     const qint64 processId = device->processId();
     device->write(message(kKeyboard));
     QTRY_VERIFY_WITH_TIMEOUT(!recordsOf(processId).isEmpty(), kPatience);
-    QVERIFY(askToEnd(*device));
+    QVERIFY(request.send(*device));
     QVERIFY(device->waitForFinished(kPatience));
     QCOMPARE(device->exitStatus(), QProcess::NormalExit);
     QCOMPARE(device->exitCode(), 0);

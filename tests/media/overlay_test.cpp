@@ -5,6 +5,8 @@
 
 #include <QtTest>
 
+#include <opencv2/imgproc.hpp>
+
 #include <cmath>
 
 class OverlayTest : public QObject
@@ -16,6 +18,7 @@ private slots:
     void countsFrames();
     void drawsOnlyItsBox_data();
     void drawsOnlyItsBox();
+    void composesWhatOpenCvDraws();
     void leavesSharedPicturesAlone();
     void saysWhatIsWrong();
     void drawtextWritesTheStatistics();
@@ -93,6 +96,28 @@ void OverlayTest::drawsOnlyItsBox()
             QCOMPARE(int(frame->data[1][index]), 90);
             QCOMPARE(int(frame->data[2][index]), 240);
         }
+    }
+}
+
+/// Every printable character, alone and beside every kind of neighbour.
+void OverlayTest::composesWhatOpenCvDraws()
+{
+    std::string all;
+    for (char character = ' '; character <= '~'; ++character)
+        all += character;
+    for (const std::string& line : {all, std::string(all.rbegin(), all.rend()),
+                                    std::string("FPS:30.0 FPS_AVG:29.9 FRAME_CNT:1234 TIME:41.133333")}) {
+        TextBox box;
+        box.layOut({line, "pic:-4,0,640,480"}, 10, 10, 4000, 200);
+        int baseline = 0;
+        const cv::Size size = cv::getTextSize(line, cv::FONT_HERSHEY_SIMPLEX, 1.0, 2, &baseline);
+        QVERIFY(box.area().width - (size.width + 20) <= 1);
+        cv::Mat expected = cv::Mat::zeros(box.mask().size(), CV_8UC1);
+        const int step = size.height + 5;
+        cv::putText(expected, line, cv::Point(10, step), cv::FONT_HERSHEY_SIMPLEX, 1.0, cv::Scalar(255), 2, cv::LINE_8);
+        cv::putText(expected, "pic:-4,0,640,480", cv::Point(10, 2 * step), cv::FONT_HERSHEY_SIMPLEX, 1.0,
+                    cv::Scalar(255), 2, cv::LINE_8);
+        QCOMPARE(cv::countNonZero(expected != box.mask()), 0);
     }
 }
 

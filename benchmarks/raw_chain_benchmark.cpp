@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr int kRounds = 3;
+constexpr int kRounds = 9;
 constexpr int kWidth = 854;
 constexpr int kHeight = 480;
 

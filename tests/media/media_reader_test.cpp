@@ -11,6 +11,7 @@
 #include "tests/support/suite_registry.h"
 
 #include <QFile>
+#include <QLocalSocket>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -32,6 +33,7 @@ private slots:
     void sinkBlocksUntilThereIsRoom();
     void sourceStopsAtAnyTime_data();
     void sourceStopsAtAnyTime();
+    void commandsArriveWhileFramesFlow();
     void sourceReportsItsEnd();
     void debugCommands();
 };
@@ -352,6 +354,34 @@ void MediaReaderTest::sourceStopsAtAnyTime()
     VideoFileSource source(settingsFor(silent.url("http", "/video")));
     source.start();
     QTRY_COMPARE(silent.clients(), 1);
+    source.requestStop();
+    QVERIFY(source.wait(30000));
+}
+
+void MediaReaderTest::commandsArriveWhileFramesFlow()
+{
+    VideoFileSettings settings = settingsFor(mediaFile("h264_aac.mp4"));
+    settings.selector = kSelectVideo;
+    settings.scaling.serverName = QStringLiteral("MediaReaderTest_%1").arg(QCoreApplication::applicationPid());
+    settings.scaling.appliesPlacement = true;
+    VideoFileSource source(settings);
+    source.start();
+    QVERIFY(source.take(std::chrono::seconds(30)));
+    QLocalSocket client;
+    QByteArray received;
+    connect(&client, &QLocalSocket::readyRead, [&] { received += client.readAll(); });
+    QTRY_VERIFY(client.state() == QLocalSocket::ConnectedState ||
+                (client.connectToServer(settings.scaling.serverName), false));
+    int frames = 0;
+    const char* const lines[] = {"imgmx,3\n", "imgmy,-2\n", "imgws,0.7\n", "imghs,1.3\n", "imgm,2\n", "imgm,0\n"};
+    for (int round = 0; round < 200; ++round) {
+        client.write(lines[round % 6]);
+        client.flush();
+        QCoreApplication::processEvents();
+        frames += source.take(std::chrono::milliseconds(50)).has_value();
+    }
+    QTRY_COMPARE(received.count("OK: Image") + received.count("OK: Scale mode"), 200);
+    QVERIFY(frames > 100);
     source.requestStop();
     QVERIFY(source.wait(30000));
 }

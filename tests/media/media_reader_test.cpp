@@ -427,7 +427,8 @@ void MediaReaderTest::debugCommands()
     QCOMPARE(sent, (std::vector<std::wstring>{L"\\\\?\\ROOT#VHCI#0", L"\\\\?\\ROOT#VxHCI#0"}));
     QCOMPARE(askedClass, std::wstring(L"{4D10A44F-446C-4481-B354-4F04E6C69812}"));
     QVERIFY(!sendHostControllerReset(L"\\\\?\\missing"));
-    QCoreApplication::removePostedEvents(qApp); // The command has asked the application to quit.
+    QCoreApplication::removePostedEvents(
+        QCoreApplication::instance()); // The command has asked the application to quit.
 
     TestAvArguments missing{mediaFile("missing.mp4").toStdString(), nullptr};
     QCOMPARE(*commands.run("TestAv", &missing, nullptr), -1);

@@ -3,6 +3,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
+#include <cstring>
 
 namespace {
 
@@ -72,6 +73,13 @@ bool TextBox::supports(int format)
     }
 }
 
+/// Asking OpenCV takes memory, so it is asked once.
+void TextBox::measureFont()
+{
+    if (m_textHeight == 0)
+        m_textHeight = cv::getTextSize("0", kFont, kFontScale, kThickness, &m_baseline).height;
+}
+
 const TextBox::Glyph& TextBox::glyph(char character)
 {
     const auto code = static_cast<unsigned char>(character);
@@ -116,15 +124,13 @@ void TextBox::drawLine(const std::string& line, int baseline)
 
 void TextBox::layOut(const std::vector<std::string>& lines, int x, int y, int pictureWidth, int pictureHeight)
 {
-    // The font's height is the same for every text.
-    int baseline = 0;
-    const int textHeight = cv::getTextSize("0", kFont, kFontScale, kThickness, &baseline).height;
+    measureFont();
     int widest = 0;
     for (const std::string& line : lines)
         widest = std::max(widest, lineWidth(line));
-    const int lineStep = textHeight + kLineGap;
+    const int lineStep = m_textHeight + kLineGap;
     const int width = roundUpToEven(widest + 2 * kTextMargin);
-    const int height = roundUpToEven(static_cast<int>(lines.size()) * lineStep + baseline);
+    const int height = roundUpToEven(static_cast<int>(lines.size()) * lineStep + m_baseline);
 
     m_area.x = startInside(x, width, pictureWidth);
     m_area.y = startInside(y, height, pictureHeight);
@@ -133,7 +139,8 @@ void TextBox::layOut(const std::vector<std::string>& lines, int x, int y, int pi
     if (m_storage.cols < m_area.width || m_storage.rows < m_area.height)
         m_storage.create(std::max(m_storage.rows, m_area.height), std::max(m_storage.cols, m_area.width), CV_8UC1);
     m_mask = m_storage(cv::Rect(0, 0, m_area.width, m_area.height));
-    m_mask.setTo(0);
+    for (int row = 0; row < m_mask.rows; ++row)
+        std::memset(m_mask.ptr<std::uint8_t>(row), 0, static_cast<std::size_t>(m_mask.cols));
     for (std::size_t index = 0; index < lines.size(); ++index)
         drawLine(lines[index], lineStep * static_cast<int>(index + 1));
 }

@@ -38,12 +38,15 @@ private:
         int advance = 0;
     };
 
+    void measureFont();
     const Glyph& glyph(char character);
     int lineWidth(const std::string& line);
     void drawLine(const std::string& line, int baseline);
     void drawPlane(AVFrame& picture, int plane, int widthShift, int heightShift, int step, int offset, std::uint8_t red,
                    std::uint8_t white) const;
 
+    int m_textHeight = 0; ///< Pixels above and below the line that text stands on; the same for every text.
+    int m_baseline = 0;
     std::array<Glyph, 128> m_glyphs; ///< Made when first needed.
     cv::Mat m_storage;               ///< Grows to the largest box so far.
     cv::Mat m_mask;                  ///< 255 where text is.

@@ -1,4 +1,5 @@
 #include "media/channel_layout.h"
+#include "media/encoder_choice.h"
 #include "tests/media/media_files.h"
 #include "tests/support/suite_registry.h"
 #include "tools/media/wav_writer.h"
@@ -15,6 +16,7 @@ class MediaProgramTest : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase() { av_log_set_level(AV_LOG_QUIET); }
     void wavFileThatCannotBeWritten_data();
     void wavFileThatCannotBeWritten();
     void endsWithAReason_data();
@@ -58,8 +60,8 @@ Outcome runProgram(const QStringList& arguments)
     QProcess process;
     process.start(QStringLiteral(PLUGBOARD_MEDIA_PROGRAM), arguments);
     process.waitForFinished(120000);
-    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
+    const auto text = [](QByteArray bytes) { return QString::fromUtf8(bytes.replace("\r\n", "\n")); };
+    return {process.exitCode(), text(process.readAllStandardOutput()), text(process.readAllStandardError())};
 }
 
 } // namespace
@@ -150,38 +152,43 @@ void MediaProgramTest::measuresInOneLine()
 void MediaProgramTest::writesFiles_data()
 {
     QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("encoder");
     QTest::addColumn<QString>("file");
-    QTest::addColumn<QString>("measuredBack");
-    QTest::newRow("encoded MP4") << QStringList{QStringLiteral("--output"), QStringLiteral("--size"),
-                                                QStringLiteral("80x60")}
-                                 << QStringLiteral("a.mp4") << QStringLiteral("frames");
-    QTest::newRow("encoded Matroska") << QStringList{QStringLiteral("--output"), QStringLiteral("--codec"),
-                                                     QStringLiteral("h265"), QStringLiteral("--size"),
-                                                     QStringLiteral("80x60")}
-                                      << QStringLiteral("b.mkv") << QStringLiteral("frames");
-    QTest::newRow("copied MP4") << QStringList{QStringLiteral("--output"), QStringLiteral("--codec"),
-                                               QStringLiteral("h264")}
-                                << QStringLiteral("c.mp4") << QStringLiteral("frames");
-    QTest::newRow("sound") << QStringList{QStringLiteral("--wav")} << QStringLiteral("d.wav")
-                           << QStringLiteral("samples");
+    const auto row = [](const char* name, const char* arguments, AVCodecID encoder, const char* file) {
+        QTest::newRow(name) << QString::fromLatin1(arguments).split(QLatin1Char(' ')) << int(encoder)
+                            << QString::fromLatin1(file);
+    };
+    row("H.264 in MP4", "--output FILE --size 80x60", AV_CODEC_ID_H264, "a.mp4");
+    row("H.265 in Matroska", "--output FILE --codec h265 --size 80x60", AV_CODEC_ID_HEVC, "b.mkv");
+    row("MJPEG in AVI", "--output FILE --codec mjpeg --size 80x60", AV_CODEC_ID_MJPEG, "c.avi");
+    row("copied MP4", "--output FILE --codec h264", AV_CODEC_ID_NONE, "d.mp4");
+    row("sound", "--wav FILE", AV_CODEC_ID_NONE, "e.wav");
 }
 
+/// A codec that this FFmpeg cannot encode is refused with the reason.
 void MediaProgramTest::writesFiles()
 {
     QFETCH(QStringList, arguments);
+    QFETCH(int, encoder);
     QFETCH(QString, file);
-    QFETCH(QString, measuredBack);
     const QTemporaryDir folder;
     const QString path = folder.filePath(file);
-    arguments.insert(1, path);
+    arguments.replaceInStrings(QStringLiteral("FILE"), path);
     const Outcome outcome = runProgram(arguments + QStringList{mediaFile("h264_aac.mp4")});
+    if (encoder != AV_CODEC_ID_NONE && !openEncoder({AVCodecID(encoder), -1, 80, 60, 25, 1})) {
+        QCOMPARE(outcome.exitCode, 1);
+        QVERIFY2(outcome.error.contains(QLatin1String("no encoder")), qPrintable(outcome.error));
+        return;
+    }
     QVERIFY2(outcome.exitCode == 0, qPrintable(outcome.error));
+    const bool isSound = file.endsWith(QLatin1String("wav"));
     QStringList back = {QStringLiteral("--null"), path};
-    if (measuredBack == QLatin1String("samples"))
+    if (isSound)
         back.prepend(QStringLiteral("--sound"));
     const QString line = runProgram(back).output.trimmed().section(QLatin1Char('\n'), -1);
-    const int count = QJsonDocument::fromJson(line.toUtf8()).object().value(measuredBack).toInt();
-    QVERIFY2(measuredBack == QLatin1String("frames") ? count == 30 : count > 55000, qPrintable(line));
+    const QJsonObject measured = QJsonDocument::fromJson(line.toUtf8()).object();
+    const int count = measured.value(isSound ? QStringLiteral("samples") : QStringLiteral("frames")).toInt();
+    QVERIFY2(isSound ? count > 55000 : count == 30, qPrintable(line));
 }
 
 PLUGBOARD_SUITE(MediaProgramTest)

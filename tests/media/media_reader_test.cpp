@@ -10,7 +10,6 @@
 #include "tests/media/stage_probe.h"
 #include "tests/support/suite_registry.h"
 
-#include <QFile>
 #include <QLocalSocket>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -45,12 +44,6 @@ ScalerSettings withoutServer()
     ScalerSettings settings;
     settings.serverName.clear();
     return settings;
-}
-
-QByteArray contentOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 bool write(const QString& path, const QByteArray& content)
@@ -107,6 +100,9 @@ void MediaReaderTest::buildsChains_data()
     row("video only", "h264_aac.mp4", raw, {80, 60}, kSelectVideo, "pictures 80x60");
     row("sound only", "h264_aac.mp4", raw, {80, 60}, kSelectAudio, "sound");
     row("sound file for video has nothing", "mono_8k.wav", raw, {80, 60}, kSelectVideo, "");
+    row("a stream kind that does not exist takes none", "h264_aac.mp4", raw, {80, 60}, 2, "");
+    row("rotated pictures come as they are stored", "rotated.mp4", raw, {160, 120}, kSelectBoth, "pictures 160x120");
+    row("mono of 8 kHz", "mono_8k.wav", raw, {80, 60}, kSelectAudio, "sound");
     row("second video is left out", "two_videos.mkv", raw, {160, 120}, kSelectBoth, "pictures 160x120");
     row("planar float of Opus", "h264_opus.mkv", raw, {80, 60}, kSelectBoth, "pictures 80x60, sound");
     row("5.1", "surround.mka", raw, {80, 60}, kSelectBoth, "sound");
@@ -294,6 +290,10 @@ void MediaReaderTest::sinkKeepsTheNewest()
     packet->pts = 7;
     while (sink.take()) {
     }
+    const ffmpeg::Frame silence(av_frame_alloc()); // A resampler may make no sample of its first ones.
+    silence->format = AV_SAMPLE_FMT_S16;
+    QVERIFY(sink.pushFrame(silence.get()));
+    QVERIFY(!sink.take());
     QVERIFY(sink.pushPacket(packet.get()));
     const std::optional<MediaItem> packed = sink.take();
     QCOMPARE(packed->kind, 1);

@@ -172,6 +172,7 @@ void OverlayTest::drawtextWritesTheStatistics()
     AVTextFilter filter;
     StageProbe probe;
     filter.chain(probe);
+    std::vector<std::uint8_t> before;
     for (int number = 0; number < 3; ++number) {
         const ffmpeg::Frame frame = makePicture(AV_PIX_FMT_YUV420P, 640, 240);
         QVERIFY(filter.pushFrame(frame.get()));
@@ -179,6 +180,9 @@ void OverlayTest::drawtextWritesTheStatistics()
         const int bright = int(std::count_if(probe.last->data[0], probe.last->data[0] + 240 * probe.last->linesize[0],
                                              [](std::uint8_t value) { return value > 200; }));
         QVERIFY2(bright > 500, "no white text on the picture");
+        const auto drawn = planeBytes(*probe.last, 0, 640, 240);
+        QVERIFY2(drawn != before, "the text does not count the pictures");
+        before = drawn;
         QCOMPARE(int(probe.last->data[0][0]), 0);
     }
     const std::string text = printed.take();

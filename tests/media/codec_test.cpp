@@ -1,10 +1,8 @@
 #include "media/av_bs_filter.h"
 #include "media/av_decoder.h"
 #include "media/av_encoder.h"
-#include "media/av_source.h"
-#include "media/media_input.h"
 #include "tests/media/encoders_at_hand.h"
-#include "tests/media/media_files.h"
+#include "tests/media/file_stream.h"
 #include "tests/media/stage_probe.h"
 #include "tests/support/suite_registry.h"
 
@@ -24,6 +22,7 @@ private slots:
     void hardwareFramesArriveAsNv12();
     void failedTransferPushesNothing();
     void deviceThatCannotDecodeLeavesItToSoftware();
+    void deviceWhoseDecoderDoesNotOpenLeavesItToSoftware();
     void decoderThatDidNotOpenRefusesPackets();
     void stopsWhenTheChainRefuses();
     void encodesForStreaming_data();
@@ -32,41 +31,6 @@ private slots:
 };
 
 namespace {
-
-/// The first stream of a kind in a file, with the stages' own way of reading it.
-struct Stream
-{
-    explicit Stream(const char* file, AVMediaType kind = AVMEDIA_TYPE_VIDEO)
-        : input(mediaFile(file).toStdString(), interrupt)
-        , packet(av_packet_alloc())
-    {
-        if (input.open() != 0 || input.findStreamInformation() != 0)
-            return;
-        const int index = av_find_best_stream(const_cast<AVFormatContext*>(input.context()), kind, -1, -1, nullptr, 0);
-        if (index >= 0) {
-            const AVStream& stream = *input.context()->streams[index];
-            source = std::make_unique<AVSource>(kind == AVMEDIA_TYPE_VIDEO, *stream.codecpar, stream);
-        }
-        input.open();
-    }
-
-    /// Pushes all packets into the source's chain; false when it refused one.
-    bool play()
-    {
-        while (input.read(packet.get()) == 0) {
-            const bool taken = packet->stream_index != source->streamIndex() || source->pushPacket(packet.get());
-            av_packet_unref(packet.get());
-            if (!taken)
-                return false;
-        }
-        return true;
-    }
-
-    MediaInterrupt interrupt;
-    MediaInput input;
-    ffmpeg::Packet packet;
-    std::unique_ptr<AVSource> source;
-};
 
 /// A kind of device that this FFmpeg knows, and the pixel format of another kind that it can decode to.
 struct KnownHardware
@@ -99,7 +63,7 @@ struct FakeHardware final : HardwareAccess
 {
     const AVCodecHWConfig* configuration(const AVCodec& decoder, int index) const override
     {
-        if (index > 0)
+        if (index > 0 || (!only.empty() && decoder.name != only))
             return nullptr;
         asked.push_back(decoder.name);
         return &way;
@@ -116,16 +80,43 @@ struct FakeHardware final : HardwareAccess
             return AVERROR(EINVAL);
         to.width = from.width;
         to.height = from.height;
-        return transferResult < 0 ? transferResult : av_frame_get_buffer(&to, 0);
+        const int result = transferResult < 0 ? transferResult : av_frame_get_buffer(&to, 0);
+        if (result >= 0)
+            interleave(to, from);
+        return result;
+    }
+    static void interleave(AVFrame& to, const AVFrame& from)
+    {
+        for (int row = 0; row < from.height; ++row)
+            std::memcpy(to.data[0] + row * to.linesize[0], from.data[0] + row * from.linesize[0],
+                        std::size_t(from.width));
+        for (int row = 0; row < from.height / 2; ++row) {
+            for (int column = 0; column < from.width; ++column) {
+                to.data[1][row * to.linesize[1] + column] =
+                    from.data[1 + column % 2][row * from.linesize[1 + column % 2] + column / 2];
+            }
+        }
     }
 
     AVHWDeviceType working = knownHardware().type;
     AVCodecHWConfig way = {AV_PIX_FMT_YUV420P, AV_CODEC_HW_CONFIG_METHOD_HW_DEVICE_CTX, working};
     int transferResult = 0;
+    std::string only; ///< The one decoder that can use the device; empty: all.
     mutable std::vector<std::string> asked;
     mutable std::vector<AVHWDeviceType> created;
     mutable int transfers = 0;
 };
+
+/// No decoder knows of any device.
+const HardwareAccess& withoutHardware()
+{
+    static const FakeHardware hardware = [] {
+        FakeHardware none;
+        none.only = "none";
+        return none;
+    }();
+    return hardware;
+}
 
 } // namespace
 
@@ -146,7 +137,7 @@ void CodecTest::filtersToStartCodes()
 {
     QFETCH(QString, file);
     QFETCH(QString, filter);
-    Stream stream(file.toLatin1().constData());
+    FileStream stream(file.toLatin1().constData());
     QVERIFY(stream.source);
     AVBSFilter stage(*stream.source);
     StageProbe probe;
@@ -182,7 +173,7 @@ void CodecTest::decodesEveryKindOfFile()
     QFETCH(QString, file);
     QFETCH(int, format);
     QFETCH(int, leastFrames);
-    Stream stream(file.toLatin1().constData());
+    FileStream stream(file.toLatin1().constData());
     QVERIFY(stream.source);
     AVDecoder decoder(stream.source->codecId());
     StageProbe probe;
@@ -225,11 +216,30 @@ void CodecTest::searchesHardwareInOrder()
 
 void CodecTest::hardwareFramesArriveAsNv12()
 {
+    std::vector<std::vector<std::uint8_t>> software;
+    {
+        FileStream stream("h264_aac.mp4");
+        AVDecoder decoder(AV_CODEC_ID_H264, withoutHardware());
+        StageProbe probe;
+        probe.onFrame = [&software](const AVFrame& frame) {
+            const ffmpeg::Frame paired = makePicture(AV_PIX_FMT_NV12, frame.width, frame.height);
+            FakeHardware::interleave(*paired, frame);
+            software.push_back(planeBytes(*paired, 1, frame.width, frame.height / 2));
+        };
+        stream.source->chain(decoder);
+        decoder.chain(probe);
+        QVERIFY(decoder.open(stream.source->codecParameters()));
+        QVERIFY(stream.play());
+    }
     const FakeHardware hardware;
-    Stream stream("h264_aac.mp4");
+    FileStream stream("h264_aac.mp4");
     AVDecoder decoder(AV_CODEC_ID_H264, hardware);
     StageProbe probe;
-    probe.onFrame = [](const AVFrame& frame) { QCOMPARE(frame.format, int(AV_PIX_FMT_NV12)); };
+    probe.onFrame = [&](const AVFrame& frame) {
+        QCOMPARE(frame.format, int(AV_PIX_FMT_NV12));
+        QCOMPARE(frame.pts, std::int64_t(0));
+        QCOMPARE(planeBytes(frame, 1, 160, 60), software.at(std::size_t(probe.frames - 1)));
+    };
     stream.source->chain(decoder);
     decoder.chain(probe);
     QVERIFY(decoder.open(stream.source->codecParameters()));
@@ -244,7 +254,7 @@ void CodecTest::failedTransferPushesNothing()
 {
     FakeHardware hardware;
     hardware.transferResult = AVERROR(EIO);
-    Stream stream("h264_aac.mp4");
+    FileStream stream("h264_aac.mp4");
     AVDecoder decoder(AV_CODEC_ID_H264, hardware);
     StageProbe probe;
     stream.source->chain(decoder);
@@ -262,7 +272,7 @@ void CodecTest::deviceThatCannotDecodeLeavesItToSoftware()
     QVERIFY(hardware.working != AV_HWDEVICE_TYPE_NONE);
     hardware.way.pix_fmt = knownHardware().foreignFormat;
     for (const char* file : {"h264_aac.mp4", "h264_444.mp4", "mjpeg.avi"}) {
-        Stream stream(file);
+        FileStream stream(file);
         AVDecoder decoder(stream.source->codecId(), hardware);
         StageProbe probe;
         stream.source->chain(decoder);
@@ -275,9 +285,29 @@ void CodecTest::deviceThatCannotDecodeLeavesItToSoftware()
     }
 }
 
+/// The device exists, and FFmpeg's decoder for it fails to open: this one wants a codec chip that no test machine has.
+void CodecTest::deviceWhoseDecoderDoesNotOpenLeavesItToSoftware()
+{
+    FakeHardware hardware;
+    hardware.only = "h264_v4l2m2m";
+    FileStream stream("h264_aac.mp4");
+    AVDecoder decoder(AV_CODEC_ID_H264, hardware);
+    StageProbe probe;
+    stream.source->chain(decoder);
+    decoder.chain(probe);
+    QVERIFY(decoder.open(stream.source->codecParameters()));
+    QCOMPARE(hardware.asked, std::vector<std::string>{hardware.only});
+    QCOMPARE(hardware.created.size(), std::size_t(1));
+    QCOMPARE(decoder.name(), std::string("h264"));
+    QCOMPARE(decoder.deviceName(), std::string());
+    QVERIFY(stream.play());
+    QVERIFY(probe.frames >= 29);
+    QCOMPARE(hardware.transfers, 0);
+}
+
 void CodecTest::decoderThatDidNotOpenRefusesPackets()
 {
-    Stream stream("h264_aac.mp4");
+    FileStream stream("h264_aac.mp4");
     AVDecoder unopened(AV_CODEC_ID_H264);
     stream.source->chain(unopened);
     QVERIFY(!stream.play());
@@ -289,7 +319,7 @@ void CodecTest::decoderThatDidNotOpenRefusesPackets()
 
 void CodecTest::stopsWhenTheChainRefuses()
 {
-    Stream stream("h264_aac.mp4");
+    FileStream stream("h264_aac.mp4");
     AVDecoder decoder(AV_CODEC_ID_H264);
     StageProbe probe;
     probe.limit = 5;

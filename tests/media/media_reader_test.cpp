@@ -11,7 +11,7 @@
 #include "tests/media/stage_probe.h"
 #include "tests/support/suite_registry.h"
 
-#include <QFile>
+#include <QLocalSocket>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -33,6 +33,7 @@ private slots:
     void sinkBlocksUntilThereIsRoom();
     void sourceStopsAtAnyTime_data();
     void sourceStopsAtAnyTime();
+    void commandsArriveWhileFramesFlow();
     void sourceReportsItsEnd();
     void debugCommands();
 };
@@ -44,12 +45,6 @@ ScalerSettings withoutServer()
     ScalerSettings settings;
     settings.serverName.clear();
     return settings;
-}
-
-QByteArray contentOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 bool write(const QString& path, const QByteArray& content)
@@ -106,6 +101,9 @@ void MediaReaderTest::buildsChains_data()
     row("video only", "h264_aac.mp4", raw, {80, 60}, kSelectVideo, "pictures 80x60");
     row("sound only", "h264_aac.mp4", raw, {80, 60}, kSelectAudio, "sound");
     row("sound file for video has nothing", "mono_8k.wav", raw, {80, 60}, kSelectVideo, "");
+    row("a stream kind that does not exist takes none", "h264_aac.mp4", raw, {80, 60}, 2, "");
+    row("rotated pictures come as they are stored", "rotated.mp4", raw, {160, 120}, kSelectBoth, "pictures 160x120");
+    row("mono of 8 kHz", "mono_8k.wav", raw, {80, 60}, kSelectAudio, "sound");
     row("second video is left out", "two_videos.mkv", raw, {160, 120}, kSelectBoth, "pictures 160x120");
     row("planar float of Opus", "h264_opus.mkv", raw, {80, 60}, kSelectBoth, "pictures 80x60, sound");
     row("5.1", "surround.mka", raw, {80, 60}, kSelectBoth, "sound");
@@ -297,6 +295,10 @@ void MediaReaderTest::sinkKeepsTheNewest()
     packet->pts = 7;
     while (sink.take()) {
     }
+    const ffmpeg::Frame silence(av_frame_alloc()); // A resampler may make no sample of its first ones.
+    silence->format = AV_SAMPLE_FMT_S16;
+    QVERIFY(sink.pushFrame(silence.get()));
+    QVERIFY(!sink.take());
     QVERIFY(sink.pushPacket(packet.get()));
     const std::optional<MediaItem> packed = sink.take();
     QCOMPARE(packed->kind, 1);
@@ -361,6 +363,34 @@ void MediaReaderTest::sourceStopsAtAnyTime()
     QVERIFY(source.wait(30000));
 }
 
+void MediaReaderTest::commandsArriveWhileFramesFlow()
+{
+    VideoFileSettings settings = settingsFor(mediaFile("h264_aac.mp4"));
+    settings.selector = kSelectVideo;
+    settings.scaling.serverName = QStringLiteral("MediaReaderTest_%1").arg(QCoreApplication::applicationPid());
+    settings.scaling.appliesPlacement = true;
+    VideoFileSource source(settings);
+    source.start();
+    QVERIFY(source.take(std::chrono::seconds(30)));
+    QLocalSocket client;
+    QByteArray received;
+    connect(&client, &QLocalSocket::readyRead, [&] { received += client.readAll(); });
+    QTRY_VERIFY(client.state() == QLocalSocket::ConnectedState ||
+                (client.connectToServer(settings.scaling.serverName), false));
+    int frames = 0;
+    const char* const lines[] = {"imgmx,3\n", "imgmy,-2\n", "imgws,0.7\n", "imghs,1.3\n", "imgm,2\n", "imgm,0\n"};
+    for (int round = 0; round < 200; ++round) {
+        client.write(lines[round % 6]);
+        client.flush();
+        QCoreApplication::processEvents();
+        frames += source.take(std::chrono::milliseconds(50)).has_value();
+    }
+    QTRY_COMPARE(received.count("OK: Image") + received.count("OK: Scale mode"), 200);
+    QVERIFY(frames > 100);
+    source.requestStop();
+    QVERIFY(source.wait(30000));
+}
+
 void MediaReaderTest::sourceReportsItsEnd()
 {
     VideoFileSource source(settingsFor(mediaFile("missing.mp4")));
@@ -402,7 +432,8 @@ void MediaReaderTest::debugCommands()
     QCOMPARE(sent, (std::vector<std::wstring>{L"\\\\?\\ROOT#VHCI#0", L"\\\\?\\ROOT#VxHCI#0"}));
     QCOMPARE(askedClass, std::wstring(L"{4D10A44F-446C-4481-B354-4F04E6C69812}"));
     QVERIFY(!sendHostControllerReset(L"\\\\?\\missing"));
-    QCoreApplication::removePostedEvents(qApp); // The command has asked the application to quit.
+    QCoreApplication::removePostedEvents(
+        QCoreApplication::instance()); // The command has asked the application to quit.
 
     TestAvArguments missing{mediaFile("missing.mp4").toStdString(), nullptr};
     QCOMPARE(*commands.run("TestAv", &missing, nullptr), -1);

@@ -14,3 +14,6 @@ void walkSecurityKey(Tour& tour);
 
 /// Cameras and microphones from files and streams, through their dialogs.
 void walkSettings(Tour& tour);
+
+/// Playing a source, moving its picture by commands, writing its sound and its pictures into files.
+void walkMedia(Tour& tour);

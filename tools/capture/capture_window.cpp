@@ -8,22 +8,16 @@
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
-#include <QFileDialog>
+#include <QFile>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
-#include <QSaveFile>
 #include <QStatusBar>
 #include <QToolBar>
 
 namespace {
 
 constexpr int kLossInterval = 500; // ms between updates of the count
-
-QString fileFilter()
-{
-    return CaptureWindow::tr("Captures (*.pcapng)");
-}
 
 } // namespace
 
@@ -45,7 +39,8 @@ void CaptureWindow::makeMenus()
 {
     QMenu* file = menuBar()->addMenu(tr("&File"));
     file->addAction(tr("&Open Capture..."), this, &CaptureWindow::askAndOpen, QKeySequence::Open);
-    file->addAction(tr("&Save Capture As..."), this, &CaptureWindow::askAndSave, QKeySequence::Save);
+    file->addAction(
+        tr("&Save Capture As..."), this, [this] { m_dialog->askAndSave(); }, QKeySequence::Save);
     file->addSeparator();
     file->addAction(tr("&Close"), this, &QWidget::close, QKeySequence::Close);
 
@@ -162,18 +157,6 @@ bool CaptureWindow::jumpToCounterpart()
     return false;
 }
 
-QString CaptureWindow::saveCapture(const QString& path)
-{
-    const BusyCursor busy;
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return file.errorString();
-    file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-    if (!PcapngFile::write(file, m_dialog->packets()) || !file.commit())
-        return file.errorString();
-    return {};
-}
-
 QString CaptureWindow::openCapture(const QString& path)
 {
     const BusyCursor busy;
@@ -191,20 +174,9 @@ QString CaptureWindow::openCapture(const QString& path)
     return result.error;
 }
 
-void CaptureWindow::askAndSave()
-{
-    const QString path =
-        QFileDialog::getSaveFileName(this, tr("Save Capture"), QStringLiteral("capture.pcapng"), fileFilter());
-    if (path.isEmpty())
-        return;
-    const QString error = saveCapture(path);
-    if (!error.isEmpty())
-        m_prompter.warning(this, tr("Error"), tr("The capture could not be saved: %1").arg(error));
-}
-
 void CaptureWindow::askAndOpen()
 {
-    const QString path = m_prompter.openFile(this, tr("Open Capture"), QString(), fileFilter());
+    const QString path = m_prompter.openFile(this, tr("Open Capture"), QString(), tr("Captures (*.pcapng)"));
     if (path.isEmpty())
         return;
     const QString error = openCapture(path);

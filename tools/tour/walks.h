@@ -14,3 +14,6 @@ void walkSecurityKey(Tour& tour);
 
 /// Cameras and microphones from files and streams, through their dialogs.
 void walkSettings(Tour& tour);
+
+/// Packet capture of real device processes: live traffic, filter, details, configuration, files, loss and return.
+void walkPacketCapture(Tour& tour);

@@ -8,12 +8,14 @@
 
 #include <QCursor>
 #include <QDir>
+#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
 #include <QMenu>
 #include <QPushButton>
 #include <QSaveFile>
+#include <QScreen>
 #include <QStandardPaths>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -38,7 +40,7 @@ UsbIPCaptureDialog::UsbIPCaptureDialog(qint64 processId, uint32_t deviceId, QWid
     m_table->headerItem()->setToolTip(TransferTypeColumn, tr("Click to choose which transfer types are shown"));
     m_table->header()->setSectionsClickable(true);
     m_table->header()->setSectionsMovable(false);
-    const std::array<int, PacketColumnCount> characters{14, 11, 6, 10, 12, 10, 9, 27, 36, 84};
+    const std::array<int, PacketColumnCount> characters{15, 12, 7, 11, 12, 11, 9, 29, 32, 84};
     for (int column = 0; column < PacketColumnCount; ++column)
         m_table->header()->resizeSection(column, fontMetrics().averageCharWidth() * characters[column]);
 
@@ -46,7 +48,7 @@ UsbIPCaptureDialog::UsbIPCaptureDialog(qint64 processId, uint32_t deviceId, QWid
     layout->addWidget(makeButtons());
     layout->addWidget(m_table);
     layout->addWidget(m_statusLabel);
-    resize(1200, 640);
+    resize(QSize(1440, 680).boundedTo(QGuiApplication::primaryScreen()->availableSize() * 0.95));
 
     connect(m_table, &QTreeWidget::itemClicked, this, &UsbIPCaptureDialog::onPacketItemClicked);
     connect(m_table->header(), &QHeaderView::sectionClicked, this, &UsbIPCaptureDialog::onHeaderSectionClicked);
@@ -70,6 +72,7 @@ QWidget* UsbIPCaptureDialog::makeButtons()
     const auto addButton = [this, layout](const QString& text, void (UsbIPCaptureDialog::*slot)()) {
         auto* button = new QPushButton(text, this);
         button->setAutoDefault(false);
+        button->setMinimumWidth(button->sizeHint().width() + 3 * fontMetrics().averageCharWidth());
         connect(button, &QPushButton::clicked, this, slot);
         layout->addWidget(button);
         return button;

@@ -25,6 +25,7 @@ CaptureWindow::CaptureWindow(qint64 processId, uint32_t deviceId, Prompter& prom
     : m_prompter(prompter)
     , m_dialog(new UsbIPCaptureDialog(processId, deviceId, nullptr, prompter))
 {
+    const QSize size = m_dialog->size() + QSize(0, 80); // menus and tool bar
     m_dialog->setParent(this, Qt::Widget);
     setCentralWidget(m_dialog);
     setWindowTitle(m_dialog->windowTitle());
@@ -32,7 +33,7 @@ CaptureWindow::CaptureWindow(qint64 processId, uint32_t deviceId, Prompter& prom
     makeToolBar();
     watchLosses();
     connect(m_dialog, &UsbIPCaptureDialog::detailsShown, this, &CaptureWindow::equipDetails);
-    resize(1280, 720);
+    resize(size);
 }
 
 void CaptureWindow::makeMenus()

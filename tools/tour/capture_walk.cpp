@@ -250,7 +250,7 @@ void CaptureWalk::showDetails(const QString& name, Predicate wanted, const QStri
     m_tour.step(name, [&] {
         PacketItem* row = rowWith(dialog(), wanted);
         Tour::require(row, QStringLiteral("the packet has no row"));
-        dialog().table().scrollToItem(row, QTreeWidget::PositionAtCenter);
+        dialog().table().setCurrentItem(row); // brings it into sight
         QTest::mouseClick(dialog().table().viewport(), Qt::LeftButton, {},
                           dialog().table().visualItemRect(row).center());
         details = dialog().findChild<PacketDetailsDialog*>();
@@ -261,6 +261,8 @@ void CaptureWalk::showDetails(const QString& name, Predicate wanted, const QStri
         return expected;
     });
     m_tour.step(name + QStringLiteral("-highlight"), [&] {
+        const QRect painted = dialog().table().visualItemRect(dialog().table().currentItem());
+        Tour::require(dialog().table().viewport()->rect().contains(painted.center()), QStringLiteral("out of sight"));
         m_tour.picture(dialog());
         if (details)
             details->close();

@@ -105,7 +105,7 @@ void DeviceConfigDialogTest::hugeConfigurationIsShownInPart()
 {
     QByteArray json = "{\"interfaces\":[{\"alternateSettings\":[{\"endpoints\":[{\"bEndpointAddress\":\"" +
                       QByteArray(200000, 'x') + "\"}]}";
-    while (json.size() < 1000000)
+    while (json.size() < 1200000)
         json += ",{\"endpoints\":[{}]}";
     json += "]}]}";
     ScriptedPrompter prompter;

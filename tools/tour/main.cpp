@@ -28,6 +28,7 @@ int main(int argc, char** argv)
         walkSecurityKey(tour);
         walkSettings(tour);
         walkMedia(tour);
+        walkPacketCapture(tour);
         const int failed = tour.finish();
         std::printf("%d steps failed; report in %s\n", failed, qPrintable(folder));
         return failed == 0 ? 0 : 1;

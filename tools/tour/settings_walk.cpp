@@ -37,6 +37,7 @@ public:
         return systemPrompter().question(parent, title, text);
     }
     QString openFile(QWidget*, const QString&, const QString&, const QString&) override { return fileToChoose; }
+    QString saveFile(QWidget*, const QString&, const QString&, const QString&) override { return fileToChoose; }
 };
 
 /// Serves a clip to everyone who asks.

@@ -17,3 +17,6 @@ void walkSettings(Tour& tour);
 
 /// Playing a source, moving its picture by commands, writing its sound and its pictures into files.
 void walkMedia(Tour& tour);
+
+/// Packet capture of real device processes: live traffic, filter, details, configuration, files, loss and return.
+void walkPacketCapture(Tour& tour);

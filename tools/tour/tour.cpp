@@ -77,7 +77,11 @@ void Tour::waitUntil(const std::function<bool()>& condition, const QString& what
 void Tour::picture(QWidget& widget)
 {
     QCoreApplication::processEvents();
-    const QPixmap shot = widget.grab();
+    picture(widget.grab());
+}
+
+void Tour::picture(const QPixmap& shot)
+{
     const qreal ratio = shot.devicePixelRatio();
     QPixmap canvas(shot.size() + 2 * QSize(kDesktopMargin, kDesktopMargin) * ratio);
     canvas.setDevicePixelRatio(ratio);

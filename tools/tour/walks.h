@@ -14,3 +14,6 @@ void walkSecurityKey(Tour& tour);
 
 /// Cameras and microphones from files and streams, through their dialogs.
 void walkSettings(Tour& tour);
+
+/// What those dialogs say no to, and their tests while they run.
+void walkSettingsWarnings(Tour& tour);

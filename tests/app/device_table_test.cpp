@@ -1,6 +1,7 @@
 #include "app/device_table.h"
 #include "tests/support/suite_registry.h"
 
+#include <QHeaderView>
 #include <QHelpEvent>
 #include <QTextDocument>
 #include <QToolTip>
@@ -18,6 +19,7 @@ private slots:
     void clearingKeepsHeaders();
     void identityNeedsBothCells();
     void toolTipOfMarkupNameShowsAsTyped();
+    void allSectionsStretchByTheirShares();
 };
 
 namespace {
@@ -117,6 +119,22 @@ void DeviceTableTest::toolTipOfMarkupNameShowsAsTyped()
     shown.setHtml(QToolTip::text());
     QCOMPARE(shown.toPlainText(), name);
     QToolTip::hideText();
+}
+
+void DeviceTableTest::allSectionsStretchByTheirShares()
+{
+    DeviceTable table;
+    table.show();
+    for (const int width : {690, 1000, 400}) {
+        table.resize(width, table.height());
+        table.setHorizontalHeaderItem(1, new QTableWidgetItem(QString::number(width))); // stretches once more, later
+        QCoreApplication::processEvents();
+        const QHeaderView* header = table.horizontalHeader();
+        QCOMPARE(header->length(), table.viewport()->width());
+        for (int column = 0; column < table.columnCount(); ++column)
+            QCOMPARE(header->sectionResizeMode(column), QHeaderView::Stretch);
+        QVERIFY(table.columnWidth(DeviceTable::kNameColumn) > 2 * table.columnWidth(DeviceTable::kPidColumn));
+    }
 }
 
 PLUGBOARD_SUITE(DeviceTableTest)

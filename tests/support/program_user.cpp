@@ -27,7 +27,7 @@ private:
     void look()
     {
         if (auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget())) {
-            if (box->isVisible() && !m_answers.isEmpty())
+            if (box->isVisible() && hasItsSize(*box) && !m_answers.isEmpty())
                 answer(*box, m_answers.takeFirst());
             return;
         }
@@ -39,6 +39,15 @@ private:
             note(*window, QStringLiteral("window ") + window->windowTitle());
             window->close();
         }
+    }
+
+    /// A window takes its size a little after it has become visible.
+    bool hasItsSize(const QWidget& window)
+    {
+        constexpr int kMostWaits = 500;
+        const bool fits = window.size().expandedTo(window.minimumSizeHint()) == window.size();
+        m_waits = fits ? 0 : m_waits + 1;
+        return fits || m_waits > kMostWaits;
     }
 
     void answer(QMessageBox& box, const QString& text)
@@ -63,6 +72,7 @@ private:
     QStringList m_answers;
     const QString m_folder;
     int m_seen = 0;
+    int m_waits = 0;
     QTimer m_look;
 };
 

@@ -129,7 +129,7 @@ QString SettingsWarningsWalk::warnOfMicrophoneFile(QWidget& dialog)
         type(dialog, row.field, QString::fromLatin1(row.wrong));
         expectBox(row.step, "Invalid Input", row.text);
         pressOk(dialog);
-        Tour::require(findPart(dialog, row.field)->hasFocus(), QStringLiteral("the focus is elsewhere"));
+        Tour::require(dialog.focusWidget() == findPart(dialog, row.field), QStringLiteral("the focus is elsewhere"));
         type(dialog, row.field, QString::fromLatin1(row.right));
     }
     expectBox("microphone-file-not-found", "File Not Found",

@@ -103,6 +103,12 @@ void Tour::reactToWindow()
         window = QApplication::activeModalWidget();
     if (!window || !window->isVisible() || m_reactions.empty())
         return;
+    // A window takes its size a little after it has become visible.
+    constexpr int kMostWaits = 500;
+    const QSize needed = window->minimumSizeHint();
+    if (window->size().expandedTo(needed) != window->size() && ++m_waits < kMostWaits)
+        return;
+    m_waits = 0;
     m_poll.stop();
     const Reaction next = m_reactions.front();
     m_reactions.pop_front();

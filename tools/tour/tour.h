@@ -64,5 +64,6 @@ private:
     QString m_picture; ///< file name of the running step's picture
     int m_failed = 0;
     std::deque<Reaction> m_reactions;
-    QTimer m_poll; ///< runs while reactions wait
+    QTimer m_poll;   ///< runs while reactions wait
+    int m_waits = 0; ///< for the size of the window that is next
 };

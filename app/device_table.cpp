@@ -7,54 +7,6 @@
 #include <QToolTip>
 
 #include <algorithm>
-#include <array>
-#include <numeric>
-
-namespace {
-
-/// Stretches all sections, each by its share: equal ones would cut names and leave numbers half empty.
-class SharingHeader final : public QHeaderView
-{
-public:
-    explicit SharingHeader(QWidget* parent) : QHeaderView(Qt::Horizontal, parent)
-    {
-        setSectionsClickable(true); // as the header is that a table makes for itself
-    }
-
-protected:
-    bool event(QEvent* event) override
-    {
-        const bool handled = QHeaderView::event(event);
-        if (event->type() == QEvent::Timer) // a delayed stretching
-            share();
-        return handled;
-    }
-
-    bool viewportEvent(QEvent* event) override
-    {
-        const bool handled = QHeaderView::viewportEvent(event);
-        if (event->type() == QEvent::Resize || event->type() == QEvent::FontChange ||
-            event->type() == QEvent::StyleChange)
-            share();
-        return handled;
-    }
-
-private:
-    void share()
-    {
-        constexpr std::array<int, DeviceTable::kColumns> kShares{40, 18, 19, 19, 15, 50};
-        const int whole = std::accumulate(kShares.begin(), kShares.end(), 0);
-        int before = 0;
-        for (int section = 0; section < count() && section < int(kShares.size()); ++section) {
-            const int after = before + kShares[section];
-            // From edge to edge, so that roundings leave no gap.
-            resizeSection(section, viewport()->width() * after / whole - viewport()->width() * before / whole);
-            before = after;
-        }
-    }
-};
-
-} // namespace
 
 DeviceTable::DeviceTable(QWidget* parent) : QTableWidget(kMinimumRows, kColumns, parent)
 {
@@ -65,7 +17,6 @@ DeviceTable::DeviceTable(QWidget* parent) : QTableWidget(kMinimumRows, kColumns,
     setShowGrid(true);
     setTabKeyNavigation(false);
     setWordWrap(false); // a long name is cut at its last letter that fits, not at its last word
-    setHorizontalHeader(new SharingHeader(this));
     horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
     horizontalHeader()->setHighlightSections(false);
     verticalHeader()->setHighlightSections(false);

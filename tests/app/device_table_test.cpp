@@ -1,7 +1,6 @@
 #include "app/device_table.h"
 #include "tests/support/suite_registry.h"
 
-#include <QHeaderView>
 #include <QHelpEvent>
 #include <QTextDocument>
 #include <QToolTip>
@@ -19,7 +18,6 @@ private slots:
     void clearingKeepsHeaders();
     void identityNeedsBothCells();
     void toolTipOfMarkupNameShowsAsTyped();
-    void allSectionsStretchByTheirShares();
 };
 
 namespace {
@@ -80,8 +78,15 @@ void DeviceTableTest::removingKeepsTenRows()
     QVERIFY(!table.identityAt(0));
     for (int i = 0; i < 12; ++i)
         table.addDevice(device(QString::number(i)));
+    table.selectRow(0);
     table.removeDevice(0);
     QCOMPARE(table.rowCount(), 11);
+    QCOMPARE(table.selectedRow(), 0); // the next one is as good
+    table.clearDevices();
+    table.addDevice(device(QStringLiteral("last")));
+    table.selectRow(0);
+    table.removeDevice(0);
+    QCOMPARE(table.selectedRow(), -1); // an empty row is not selected
 }
 
 void DeviceTableTest::clearingKeepsHeaders()
@@ -119,22 +124,6 @@ void DeviceTableTest::toolTipOfMarkupNameShowsAsTyped()
     shown.setHtml(QToolTip::text());
     QCOMPARE(shown.toPlainText(), name);
     QToolTip::hideText();
-}
-
-void DeviceTableTest::allSectionsStretchByTheirShares()
-{
-    DeviceTable table;
-    table.show();
-    for (const int width : {690, 1000, 400}) {
-        table.resize(width, table.height());
-        table.setHorizontalHeaderItem(1, new QTableWidgetItem(QString::number(width))); // stretches once more, later
-        QCoreApplication::processEvents();
-        const QHeaderView* header = table.horizontalHeader();
-        QCOMPARE(header->length(), table.viewport()->width());
-        for (int column = 0; column < table.columnCount(); ++column)
-            QCOMPARE(header->sectionResizeMode(column), QHeaderView::Stretch);
-        QVERIFY(table.columnWidth(DeviceTable::kNameColumn) > 2 * table.columnWidth(DeviceTable::kPidColumn));
-    }
 }
 
 PLUGBOARD_SUITE(DeviceTableTest)

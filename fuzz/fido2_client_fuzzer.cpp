@@ -3,6 +3,7 @@
 // back.
 #include "fido2/fido2_client.h"
 #include "fido2/fido2_message.h"
+#include "fuzz/json_input.h"
 
 #include <QCoreApplication>
 #include <QLocalServer>

@@ -1,8 +1,8 @@
 // Requests and answers of a real device process that are larger than what a system hands over in one piece.
-#include "app/process_ender.h"
 #include "devices/device_launcher.h"
 #include "devices/device_record_manager.h"
 #include "devices/parameter_list.h"
+#include "devices/process_table.h"
 #include "fido2/fido2_channels.h"
 #include "tests/support/suite_registry.h"
 
@@ -12,7 +12,7 @@
 #include <QProcess>
 #include <QtTest>
 
-class Fido2LargeRequestTest : public QObject
+class LargeRequestTest : public QObject
 {
     Q_OBJECT
 
@@ -48,7 +48,7 @@ QJsonObject credential(int number)
 
 } // namespace
 
-void Fido2LargeRequestTest::start(int credentials)
+void LargeRequestTest::start(int credentials)
 {
     QJsonArray all;
     for (int number = 0; number < credentials; ++number)
@@ -72,11 +72,12 @@ void Fido2LargeRequestTest::start(int credentials)
     QTRY_VERIFY_WITH_TIMEOUT(m_channels.clientOf(m_processId)->isConnected(), kDeviceLimitMs);
 }
 
-void Fido2LargeRequestTest::cleanup()
+void LargeRequestTest::cleanup()
 {
     m_channels.drop(m_processId);
     QVERIFY(m_processId > 0);
-    QCOMPARE(endProcess(killCommand(m_processId)).exitCode, 0);
+    const KillCommand kill = killCommand(m_processId);
+    QCOMPARE(QProcess::execute(kill.program, kill.arguments), 0);
     const DeviceRecordManager records;
     QTRY_VERIFY(!records.isProcessRunning(m_processId));
     const QDir folder(QCoreApplication::applicationDirPath());
@@ -87,7 +88,7 @@ void Fido2LargeRequestTest::cleanup()
     m_processId = 0;
 }
 
-void Fido2LargeRequestTest::arriveWhole_data()
+void LargeRequestTest::arriveWhole_data()
 {
     QTest::addColumn<int>("credentials");
     QTest::addColumn<int>("leastBytes");  // of the request
@@ -98,7 +99,7 @@ void Fido2LargeRequestTest::arriveWhole_data()
     QTest::newRow("an answer of that kind") << 1 << 0 << 100000;
 }
 
-void Fido2LargeRequestTest::arriveWhole()
+void LargeRequestTest::arriveWhole()
 {
     QFETCH(int, credentials);
     QFETCH(int, leastBytes);
@@ -130,5 +131,5 @@ void Fido2LargeRequestTest::arriveWhole()
              description);
 }
 
-PLUGBOARD_SUITE(Fido2LargeRequestTest)
+PLUGBOARD_SUITE(LargeRequestTest)
 #include "fido2_large_request_test.moc"

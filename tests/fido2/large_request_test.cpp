@@ -132,4 +132,4 @@ void LargeRequestTest::arriveWhole()
 }
 
 PLUGBOARD_SUITE(LargeRequestTest)
-#include "fido2_large_request_test.moc"
+#include "large_request_test.moc"

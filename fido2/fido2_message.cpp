@@ -4,46 +4,45 @@
 #include <QJsonDocument>
 #include <QLoggingCategory>
 
-static Q_LOGGING_CATEGORY(channelLog, "plugboard.fido2.channel", QtWarningMsg)
+namespace {
 
-    namespace
+Q_LOGGING_CATEGORY(channelLog, "plugboard.fido2.channel", QtWarningMsg)
+
+QJsonObject dataFromTopLevel(const QJsonObject& message)
 {
-
-    QJsonObject dataFromTopLevel(const QJsonObject& message)
-    {
-        static constexpr const char* kKeys[] = {
-            "rpId",
-            "rpName",
-            "userName",
-            "userDisplayName",
-            "userId",
-            "credentialId",
-            "credentialType",
-            "algorithm",
-            "signatureCounter",
-            "userVerificationRequired",
-            "userPresenceRequired",
-            "pinRequired",
-            "deviceSerialNumber",
-            "deviceName",
-            "timestamp",
-            "operation",
-            "isPasswordlessLogin",
-            "availableCredentials",
-            "transports",
-        };
-        qWarning("ERROR: Received empty data in user confirmation request!");
-        qWarning().noquote() << "Original command:" << QJsonDocument(message).toJson(QJsonDocument::Compact);
-        QJsonObject data;
-        for (const char* name : kKeys) {
-            const QString key = QLatin1String(name);
-            if (const auto member = message.constFind(key); member != message.constEnd())
-                data.insert(key, *member);
-        }
-        if (data.isEmpty())
-            qWarning("Failed to reconstruct data from original command");
-        return data;
+    static constexpr const char* kKeys[] = {
+        "rpId",
+        "rpName",
+        "userName",
+        "userDisplayName",
+        "userId",
+        "credentialId",
+        "credentialType",
+        "algorithm",
+        "signatureCounter",
+        "userVerificationRequired",
+        "userPresenceRequired",
+        "pinRequired",
+        "deviceSerialNumber",
+        "deviceName",
+        "timestamp",
+        "operation",
+        "isPasswordlessLogin",
+        "availableCredentials",
+        "transports",
+    };
+    qWarning("ERROR: Received empty data in user confirmation request!");
+    qWarning().noquote() << "Original command:" << QJsonDocument(message).toJson(QJsonDocument::Compact);
+    QJsonObject data;
+    for (const char* name : kKeys) {
+        const QString key = QLatin1String(name);
+        if (const auto member = message.constFind(key); member != message.constEnd())
+            data.insert(key, *member);
     }
+    if (data.isEmpty())
+        qWarning("Failed to reconstruct data from original command");
+    return data;
+}
 
 } // namespace
 

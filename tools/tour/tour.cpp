@@ -92,7 +92,11 @@ void Tour::picture(QWidget& widget)
     const QDeadlineTimer limit(kLongestFading);
     while (isFading(widget) && !limit.hasExpired())
         QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    const QPixmap shot = widget.grab();
+    picture(widget.grab());
+}
+
+void Tour::picture(const QPixmap& shot)
+{
     const qreal ratio = shot.devicePixelRatio();
     QPixmap canvas(shot.size() + 2 * QSize(kDesktopMargin, kDesktopMargin) * ratio);
     canvas.setDevicePixelRatio(ratio);
@@ -114,6 +118,12 @@ void Tour::reactToWindow()
         window = QApplication::activeModalWidget();
     if (!window || !window->isVisible() || m_reactions.empty())
         return;
+    // A window takes its size a little after it has become visible.
+    constexpr int kMostWaits = 500;
+    const QSize needed = window->minimumSizeHint();
+    if (window->size().expandedTo(needed) != window->size() && ++m_waits < kMostWaits)
+        return;
+    m_waits = 0;
     m_poll.stop();
     const Reaction next = m_reactions.front();
     m_reactions.pop_front();

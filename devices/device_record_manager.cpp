@@ -1,9 +1,9 @@
 #include "devices/device_record_manager.h"
 
 #include "devices/device_type.h"
+#include "devices/log.h"
 
 #include <QCoreApplication>
-#include <QDebug>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -54,7 +54,7 @@ bool mayBeStale(const DeviceRecord& record)
 
 void warn(const char* what, const QString& path)
 {
-    qWarning().noquote() << what << path;
+    qCWarning(devicesLog).noquote() << what << path;
 }
 
 } // namespace

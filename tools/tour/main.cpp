@@ -1,4 +1,4 @@
-// main.cpp: plugboard-tour DIR: walks every feature and leaves pictures and report.json in DIR.
+// main.cpp: plugboard-tour DIR [--language LANGUAGE]: walks every feature and leaves pictures and report.json in DIR.
 #include "tools/tour/tour.h"
 #include "tools/tour/walks.h"
 
@@ -13,8 +13,10 @@ int main(int argc, char** argv)
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     QApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.size() != 2) {
-        std::fprintf(stderr, "usage: plugboard-tour DIR\n");
+    const bool chooses = arguments.size() == 4 && arguments[2] == QLatin1String("--language");
+    const auto language = chooses ? languageFromWord(arguments[3]) : Language::English;
+    if ((arguments.size() != 2 && !chooses) || !language || !speak(*language, application)) {
+        std::fprintf(stderr, "usage: plugboard-tour DIR [--language en|zh_CN]\n");
         return 2;
     }
     const QString folder = QDir(arguments[1]).absolutePath();
@@ -22,7 +24,7 @@ int main(int argc, char** argv)
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/res/logo.png")));
 
     try {
-        Tour tour(folder);
+        Tour tour(folder, *language);
         walkFirstStart(tour);
         walkDevices(tour);
         walkSecurityKey(tour);

@@ -1,0 +1,3 @@
+#include "devices/log.h"
+
+Q_LOGGING_CATEGORY(devicesLog, "plugboard.devices", QtInfoMsg)

@@ -85,8 +85,10 @@ private:
         }
         if (button.text().isEmpty())
             return;
-        const QSize text = button.fontMetrics().size(Qt::TextShowMnemonic, button.text());
-        need(button, button.text(), QSize(text.width() + 2 * kFrame, qMin(text.height(), button.sizeHint().height())));
+        // Of small buttons with one sign on them only the sign itself must fit.
+        const int width = button.fontMetrics().size(Qt::TextShowMnemonic, button.text()).width();
+        const int height = button.fontMetrics().tightBoundingRect(button.text()).height();
+        need(button, button.text(), QSize(width + 2 * kFrame, height + 2 * kFrame));
     }
 
     /// The placeholder, as it would show in an empty field.

@@ -10,6 +10,7 @@
 #include "driver/platform/system_platform.h"
 #include "runtime/program_run.h"
 #include "runtime/start_options.h"
+#include "ui/chinese_font.h"
 
 #include <QApplication>
 #include <QDir>
@@ -40,6 +41,8 @@ int runWindow(int argc, char** argv, const WindowRequest& request)
     QApplication application(argc, argv);
     const ProgramRun run(kProgram, kVersion, request.logRules);
     const Language language = speakAsAsked(request.language, application);
+    if (language == Language::SimplifiedChinese)
+        preferSimplifiedChinese();
     QDir::setCurrent(QCoreApplication::applicationDirPath());
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/res/logo.png")));
     if (!checkBusDriver(request.demo))

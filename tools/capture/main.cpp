@@ -2,6 +2,7 @@
 #include "runtime/start_options.h"
 #include "tools/capture/capture_window.h"
 #include "tools/capture/headless_capture.h"
+#include "ui/chinese_font.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -88,7 +89,8 @@ int run(int argc, char** argv)
     if (options->headlessSeconds > 0)
         return runHeadless(application, *options);
     if constexpr (std::is_same_v<Application, QApplication>) {
-        speakAsAsked(options->start.language, application);
+        if (speakAsAsked(options->start.language, application) == Language::SimplifiedChinese)
+            preferSimplifiedChinese();
         CaptureWindow window(options->processId, options->deviceId);
         window.show();
         return QCoreApplication::exec();

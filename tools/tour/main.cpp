@@ -1,9 +1,11 @@
 // main.cpp: plugboard-tour DIR [--language LANGUAGE]: walks every feature and leaves pictures and report.json in DIR.
 #include "tools/tour/tour.h"
 #include "tools/tour/walks.h"
+#include "ui/chinese_font.h"
 
 #include <QApplication>
 #include <QIcon>
+#include <QLoggingCategory>
 
 #include <cstdio>
 
@@ -19,11 +21,14 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "usage: plugboard-tour DIR [--language en|zh_CN]\n");
         return 2;
     }
+    if (*language == Language::SimplifiedChinese)
+        preferSimplifiedChinese();
     const QString folder = QDir(arguments[1]).absolutePath();
     QDir::setCurrent(QCoreApplication::applicationDirPath());
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/res/logo.png")));
 
     try {
+        QLoggingCategory::setFilterRules(QStringLiteral("plugboard.*.info=false")); // the report says what is done
         Tour tour(folder, *language);
         walkFirstStart(tour);
         walkDevices(tour);

@@ -168,6 +168,7 @@ void UsbIPCaptureClient::onConnected()
         const QMutexLocker lock(&m_mutex);
         m_connected = true;
         m_reconnectTimer.stop();
+        qCInfo(captureLog) << "Connected to" << m_socket.serverName();
     }
     emit connected();
 }
@@ -178,6 +179,7 @@ void UsbIPCaptureClient::onDisconnected()
         const QMutexLocker lock(&m_mutex);
         m_connected = false;
         m_reconnectTimer.start();
+        qCInfo(captureLog) << "Disconnected from" << m_socket.serverName();
     }
     emit disconnected();
 }

@@ -44,7 +44,7 @@
     </message>
     <message>
         <source>Browse...</source>
-        <translation>浏览…</translation>
+        <translation>浏览...</translation>
     </message>
     <message>
         <source>Video File Path:</source>
@@ -143,11 +143,11 @@ Please check IP address, port and network connection.
     </message>
     <message>
         <source>&amp;Open Capture...</source>
-        <translation>打开抓包文件(&amp;O)…</translation>
+        <translation>打开抓包文件(&amp;O)...</translation>
     </message>
     <message>
         <source>&amp;Save Capture As...</source>
-        <translation>抓包另存为(&amp;S)…</translation>
+        <translation>抓包另存为(&amp;S)...</translation>
     </message>
     <message>
         <source>&amp;Close</source>
@@ -183,7 +183,7 @@ Please check IP address, port and network connection.
     </message>
     <message>
         <source>Show only packets whose details contain...</source>
-        <translation>仅显示详情中包含以下内容的数据包…</translation>
+        <translation>仅显示详情中包含以下内容的数据包...</translation>
     </message>
     <message>
         <source>F&amp;ilter:</source>
@@ -956,7 +956,7 @@ Field Explanations:
     </message>
     <message>
         <source>... (%1 more)</source>
-        <translation>…（还有 %1 项）</translation>
+        <translation>...（还有 %1 项）</translation>
     </message>
     <message>
         <source>Endpoints (%1)</source>
@@ -1510,7 +1510,7 @@ Device will be created with the following settings:
     </message>
     <message>
         <source>This feature is not yet open, please stay tuned ...</source>
-        <translation>此功能尚未开放，敬请期待…</translation>
+        <translation>此功能尚未开放，敬请期待...</translation>
     </message>
     <message>
         <source>Warning</source>
@@ -1677,11 +1677,11 @@ Error code: %2</source>
     </message>
     <message>
         <source>Select audio file...</source>
-        <translation>选择音频文件…</translation>
+        <translation>选择音频文件...</translation>
     </message>
     <message>
         <source>Browse...</source>
-        <translation>浏览…</translation>
+        <translation>浏览...</translation>
     </message>
     <message>
         <source>Audio File:</source>
@@ -1758,7 +1758,7 @@ Please check IP address, port and network connection.</source>
     </message>
     <message>
         <source>Testing...</source>
-        <translation>正在测试…</translation>
+        <translation>正在测试...</translation>
     </message>
 </context>
 <context>
@@ -1987,7 +1987,7 @@ Please check IP address, port and network connection.</source>
     </message>
     <message>
         <source>Connecting to USBIP capture daemon...</source>
-        <translation>正在连接 USBIP 抓包进程…</translation>
+        <translation>正在连接 USBIP 抓包进程...</translation>
     </message>
     <message>
         <source>Start Capture</source>
@@ -2015,7 +2015,7 @@ Please check IP address, port and network connection.</source>
     </message>
     <message>
         <source>Starting capture...</source>
-        <translation>正在开始抓包…</translation>
+        <translation>正在开始抓包...</translation>
     </message>
     <message>
         <source>Failed to stop capture. Please check daemon connection.</source>
@@ -2023,7 +2023,7 @@ Please check IP address, port and network connection.</source>
     </message>
     <message>
         <source>Stopping capture...</source>
-        <translation>正在停止抓包…</translation>
+        <translation>正在停止抓包...</translation>
     </message>
     <message>
         <source>Clear Error</source>
@@ -2043,7 +2043,7 @@ Please check IP address, port and network connection.</source>
     </message>
     <message>
         <source>Requesting device configuration...</source>
-        <translation>正在请求设备配置…</translation>
+        <translation>正在请求设备配置...</translation>
     </message>
     <message>
         <source>No configuration available</source>
@@ -2087,7 +2087,7 @@ Please check IP address, port and network connection.</source>
     </message>
     <message>
         <source>Capturing... Total: %1 packets (Req: %2, Rep: %3)</source>
-        <translation>正在抓包… 共 %1 个数据包（请求 %2，应答 %3）</translation>
+        <translation>正在抓包... 共 %1 个数据包（请求 %2，应答 %3）</translation>
     </message>
     <message>
         <source>Ready. Total: %1 packets captured</source>

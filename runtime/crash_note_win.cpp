@@ -88,7 +88,8 @@ void writeNote(const char* what, DWORD code, const CONTEXT& context)
     if (file == INVALID_HANDLE_VALUE)
         return;
     put(file, s_prepared->heading.data());
-    putLine(file, "%s: 0x%08lx\n", what, static_cast<unsigned long>(code));
+    putLine(file, "%s: 0x%08lx at 0x%llx\n", what, static_cast<unsigned long>(code),
+            static_cast<unsigned long long>(context.Rip));
     putStack(file, context);
     ::CloseHandle(file);
 }
@@ -96,7 +97,8 @@ void writeNote(const char* what, DWORD code, const CONTEXT& context)
 LONG WINAPI onException(EXCEPTION_POINTERS* exception)
 {
     writeNote("exception", exception->ExceptionRecord->ExceptionCode, *exception->ContextRecord);
-    return EXCEPTION_CONTINUE_SEARCH;
+    // Whoever started the program such that the system shows no box for a crash gets none.
+    return ::GetErrorMode() & SEM_NOGPFAULTERRORBOX ? EXCEPTION_EXECUTE_HANDLER : EXCEPTION_CONTINUE_SEARCH;
 }
 
 /// abort(), which is also how an uncaught C++ exception ends, raises no exception of the system.

@@ -6,6 +6,8 @@
 #include <QDateTime>
 #include <QLoggingCategory>
 
+#include <cstdlib>
+
 namespace {
 
 /// Qt's message handler is a plain function: it finds the session here.
@@ -87,6 +89,8 @@ void LogSession::handle(QtMsgType type, const QMessageLogContext& context, const
     }
     if (type != QtDebugMsg && type != QtInfoMsg && before)
         before(type, context, kept);
+    if (type == QtFatalMsg)
+        std::abort(); // Qt would end the process now, on Windows without a trace
 }
 
 void LogSession::take(QtMsgType type, const char* category, const QString& text)

@@ -11,7 +11,22 @@
 #include <stdexcept>
 #include <thread>
 
+#ifdef Q_OS_WIN
+#include <windows.h>
+#endif
+
 namespace {
+
+/// The system must not offer to debug a crash that is wanted.
+#ifdef Q_OS_WIN
+void keepDebuggersAway()
+{
+    ::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
+}
+#else
+void keepDebuggersAway()
+{}
+#endif
 
 /// Where no program may write; volatile, so that no compiler sees through it.
 int* volatile s_nowhere = nullptr;
@@ -70,6 +85,7 @@ int main(int argc, char** argv)
     if (arguments.value(1) == QLatin1String("write"))
         return writeLines(arguments.value(2), arguments.value(3).toLongLong(), arguments.value(4).toInt(),
                           arguments.value(5).at(0).toLatin1());
+    keepDebuggersAway();
     const ProgramRun run(QStringLiteral("child"), QStringLiteral("1.2.3"), logRules({}).rules);
     return crash(arguments.value(1).toLatin1());
 }

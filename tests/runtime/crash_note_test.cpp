@@ -71,7 +71,13 @@ void CrashNoteTest::everyCrashLeavesANote()
     QFETCH(QString, onLinux);
     QFETCH(QString, onWindows);
     const QString how = QString::fromLatin1(QTest::currentDataTag());
-    QVERIFY2(!run(how), "it did not crash");
+    const bool endedWell = run(how);
+#ifdef Q_OS_WIN
+    // Wine lets such a process end with exit code 0 when its handler runs out of stack as well.
+    QVERIFY2(!endedWell || how == QLatin1String("stack"), "it did not crash");
+#else
+    QVERIFY2(!endedWell, "it did not crash");
+#endif
 
     const QStringList notes = takeNewCrashNotes(m_logs, QStringLiteral("child"));
     QCOMPARE(notes.size(), 1);

@@ -1,12 +1,12 @@
 #include "capture/capture_client.h"
 
 #include "capture/capture_command.h"
+#include "capture/log.h"
 #include "capture/packet_parser.h"
 #include "capture/protocol_line.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
-#include <QDebug>
 #include <QJsonDocument>
 #include <QMutexLocker>
 
@@ -87,6 +87,7 @@ void UsbIPCaptureClient::connectToServer()
         return;
     const QString name = m_serverName.isEmpty() ? serverNameOf(QCoreApplication::applicationPid()) : m_serverName;
     m_frames.clear(); // what an earlier connection left half sent would be taken for the head of this one's first frame
+    qCDebug(captureLog) << "Connecting to" << name;
     m_socket.connectToServer(name, QIODevice::ReadWrite);
 }
 
@@ -172,6 +173,7 @@ void UsbIPCaptureClient::onConnected()
         const QMutexLocker lock(&m_mutex);
         m_connected = true;
         m_reconnectTimer.stop();
+        qCInfo(captureLog) << "Connected to" << m_socket.serverName();
     }
     emit connected();
 }
@@ -184,6 +186,7 @@ void UsbIPCaptureClient::onDisconnected()
         m_readTimer.stop();
         m_connected = false;
         m_reconnectTimer.start();
+        qCInfo(captureLog) << "Disconnected from" << m_socket.serverName();
     }
     emit disconnected();
 }
@@ -238,7 +241,7 @@ void UsbIPCaptureClient::processBinaryBuffer()
         handleBinaryMessage(frame.type, frame.payload);
     if (result == FrameReader::Result::Oversize) {
         ++m_refusedMessages;
-        qWarning() << "Invalid data length in binary message header";
+        qCWarning(captureLog) << "Invalid data length in binary message header";
     }
 }
 
@@ -267,7 +270,7 @@ void UsbIPCaptureClient::handleBinaryMessage(uint8_t messageType, const QByteArr
     case DeviceConfigResponse:
         return processDeviceConfigResponse(messageData);
     default:
-        qWarning() << "Unknown message type:" << static_cast<int>(messageType);
+        qCWarning(captureLog) << "Unknown message type:" << static_cast<int>(messageType);
     }
 }
 
@@ -276,7 +279,7 @@ void UsbIPCaptureClient::processPacketCapturedMessage(const QByteArray& data)
     std::optional<UsbIPPacketInfo> packet = parseCapturedPacket(data);
     if (!packet) {
         ++m_refusedMessages;
-        qWarning() << "Invalid packet captured message size";
+        qCWarning(captureLog) << "Invalid packet captured message size";
         return;
     }
     parseProtocolInfo(*packet);
@@ -294,7 +297,7 @@ void UsbIPCaptureClient::processStatsUpdatedMessage(const QByteArray& data)
     const std::optional<CaptureStats> stats = parseCaptureStats(data);
     if (!stats) {
         ++m_refusedMessages;
-        qWarning() << "Invalid stats message size";
+        qCWarning(captureLog) << "Invalid stats message size";
         return;
     }
     m_lastStats = *stats;
@@ -307,7 +310,7 @@ void UsbIPCaptureClient::processErrorMessage(const QByteArray& data)
     if (!reply)
         return;
     const QString message = reply->value(QLatin1String("message")).toString();
-    qWarning() << "Error received from server:" << message;
+    qCWarning(captureLog) << "Error received from server:" << message;
     emit connectionError(message);
 }
 
@@ -321,7 +324,7 @@ void UsbIPCaptureClient::processCommandResult(const QByteArray& data)
         callback(reply->value(QLatin1String("success")).toBool(false),
                  reply->value(QLatin1String("message")).toString());
     else
-        qWarning() << "No callback found for command ID:" << id;
+        qCWarning(captureLog) << "No callback found for command ID:" << id;
 }
 
 void UsbIPCaptureClient::processStatsResponse(const QByteArray& data)
@@ -355,7 +358,7 @@ std::optional<QJsonObject> UsbIPCaptureClient::replyObject(const QByteArray& dat
     if (document.isObject())
         return document.object();
     ++m_refusedMessages;
-    qWarning() << complaint;
+    qCWarning(captureLog) << complaint;
     return std::nullopt;
 }
 

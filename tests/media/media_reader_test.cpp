@@ -6,9 +6,9 @@
 #include "media/media_reader.h"
 #include "media/video_file_source.h"
 #include "tests/media/encoders_at_hand.h"
-#include "tests/media/loopback_server.h"
 #include "tests/media/media_files.h"
 #include "tests/media/stage_probe.h"
+#include "tests/support/loopback_server.h"
 #include "tests/support/suite_registry.h"
 
 #include <QLocalSocket>

@@ -1,8 +1,8 @@
 #include "media/av_scaler.h"
 #include "media/media_reader.h"
-#include "tests/media/loopback_server.h"
 #include "tests/media/media_files.h"
 #include "tests/media/stage_probe.h"
+#include "tests/support/loopback_server.h"
 #include "tests/support/suite_registry.h"
 
 #include <QtTest>

@@ -1,6 +1,6 @@
 #include "media/source_probe.h"
-#include "tests/media/loopback_server.h"
 #include "tests/media/media_files.h"
+#include "tests/support/loopback_server.h"
 #include "tests/support/suite_registry.h"
 
 #include <QFile>

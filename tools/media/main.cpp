@@ -4,6 +4,7 @@
 #include "media/cmd_map.h"
 #include "media/debug_commands.h"
 #include "media/source_probe.h"
+#include "runtime/program_run.h"
 #include "tools/media/file_run.h"
 #include "tools/media/media_options.h"
 #include "tools/media/picture_window.h"
@@ -110,6 +111,7 @@ int main(int argc, char** argv)
         return options.exitCode;
     }
     av_log_set_level(options.verbose ? AV_LOG_VERBOSE : AV_LOG_FATAL);
+    const ProgramRun run(QStringLiteral("plugboard-media"), QStringLiteral(PLUGBOARD_VERSION), options.logRules);
     catchStopRequests();
     if (options.run == MediaOptions::Run::Window) {
         QApplication application(argc, argv);

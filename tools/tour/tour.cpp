@@ -1,5 +1,7 @@
 #include "tools/tour/tour.h"
 
+#include "tools/tour/expected_text.h"
+
 #include <QAbstractAnimation>
 #include <QApplication>
 #include <QDeadlineTimer>
@@ -32,7 +34,7 @@ bool isFading(const QWidget& window)
 
 } // namespace
 
-Tour::Tour(const QString& folder) : m_folder(folder)
+Tour::Tour(const QString& folder, Language language) : m_folder(folder), m_language(language)
 {
     if (!m_folder.mkpath(QStringLiteral(".")))
         throw StepFailure("cannot make the folder " + folder.toStdString());
@@ -92,7 +94,11 @@ void Tour::picture(QWidget& widget)
     const QDeadlineTimer limit(kLongestFading);
     while (isFading(widget) && !limit.hasExpired())
         QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    const QPixmap shot = widget.grab();
+    picture(widget.grab());
+}
+
+void Tour::picture(const QPixmap& shot)
+{
     const qreal ratio = shot.devicePixelRatio();
     QPixmap canvas(shot.size() + 2 * QSize(kDesktopMargin, kDesktopMargin) * ratio);
     canvas.setDevicePixelRatio(ratio);
@@ -114,6 +120,12 @@ void Tour::reactToWindow()
         window = QApplication::activeModalWidget();
     if (!window || !window->isVisible() || m_reactions.empty())
         return;
+    // A window takes its size a little after it has become visible.
+    constexpr int kMostWaits = 500;
+    const QSize needed = window->minimumSizeHint();
+    if (window->size().expandedTo(needed) != window->size() && ++m_waits < kMostWaits)
+        return;
+    m_waits = 0;
     m_poll.stop();
     const Reaction next = m_reactions.front();
     m_reactions.pop_front();
@@ -131,8 +143,9 @@ void Tour::answerBox(const QString& name, const QString& title, const QString& t
         auto* box = qobject_cast<QMessageBox*>(&window);
         require(box, QStringLiteral("the window is no message box"));
         picture(window);
-        require(box->windowTitle() == title, QStringLiteral("unexpected title: ") + box->windowTitle());
-        require(box->text() == text, QStringLiteral("unexpected text: ") + box->text());
+        require(box->windowTitle() == expectedText(title, m_language),
+                QStringLiteral("unexpected title: ") + box->windowTitle());
+        require(box->text() == expectedText(text, m_language), QStringLiteral("unexpected text: ") + box->text());
         require(box->button(button), QStringLiteral("the button is missing"));
         box->button(button)->click();
         return QStringLiteral("\"%1\", answered with %2")

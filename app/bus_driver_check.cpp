@@ -11,7 +11,7 @@ QString tr(const char* text)
 
 } // namespace
 
-bool ensureBusDriver(driver::BusDriverSetup& setup, Prompter& prompter)
+bool ensureBusDriver(driver::BusDriverSetup& setup, const ElevatedDriver& elevated, Prompter& prompter)
 {
     if (setup.installed())
         return true;
@@ -20,7 +20,11 @@ bool ensureBusDriver(driver::BusDriverSetup& setup, Prompter& prompter)
             tr("Driver not installed, about to install virtual USB bus driver! Please confirm that driver "
                "signature enforcement is disabled!")))
         return false;
-    setup.install();
+    // Whether the user refused the rights makes no difference: only what the checks find counts.
+    if (elevated)
+        elevated(driver::joinArgumentVectors(setup.commands()));
+    else
+        setup.install();
     if (setup.waitUntilInstalled())
         return true;
     prompter.information(nullptr, tr("Error"), tr("Driver installation failed!"));

@@ -1,4 +1,5 @@
 #include "app/bus_driver_check.h"
+#include "driver/platform/simulated_platform.h"
 #include "driver/platform/system_platform.h"
 #include "tests/support/scripted_prompter.h"
 #include "tests/support/suite_registry.h"
@@ -124,7 +125,10 @@ void BusDriverCheckTest::withoutRightsBothCommandsGoThroughOnePrompt()
         environment.insert(QStringLiteral("PLUGBOARD_DEVICE_TREE"), QString::fromStdWString(fixture.tree.wstring()));
         program.setProcessEnvironment(environment);
         program.start(QStringLiteral(PLUGBOARD_DRIVER_PROGRAM), texts);
-        return program.waitForFinished() ? std::optional(program.exitCode()) : std::nullopt;
+        const bool finished = program.waitForFinished();
+        // A simulated system is read once; the real one shows what another program did to it.
+        dynamic_cast<driver::SimulatedPlatform&>(*fixture.platform) = driver::SimulatedPlatform(fixture.tree);
+        return finished ? std::optional(program.exitCode()) : std::nullopt;
     };
     fixture.prompter.expectQuestion(QStringLiteral("Error"), kQuestion, true);
     QVERIFY(ensureBusDriver(setup, elevated, fixture.prompter));

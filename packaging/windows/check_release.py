@@ -64,6 +64,7 @@ class Release:
         self.users = Path(os.environ["WINEPREFIX"]) / "drive_c/users"
         local = next(folder for folder in self.users.glob("*/AppData/Local") if folder.parts[-3] != "Public")
         self.home = local / "Programs/Plugboard"
+        self.written = [local / "Plugboard/settings.ini", local / "Plugboard/logs/plugboard.log"]
         self.shortcut = local.parent / "Roaming/Microsoft/Windows/Start Menu/Programs/Plugboard.lnk"
 
     def start(self, program, *arguments, **environment):
@@ -104,7 +105,7 @@ class Release:
             archive.extractall(folder)
         folder = folder / f"plugboard-{self.version}"
         programs = sorted(name for name in packed if name.endswith(".exe"))
-        require(programs == [name + ".exe" for name in PROGRAMS], f"the programs are {programs}")
+        require(programs == sorted(name + ".exe" for name in PROGRAMS), f"the programs are {programs}")
         strange = [name for name in packed if Path(name).suffix not in (".exe", ".dll", ".txt") or "daemon" in name]
         require(not strange, f"{strange} does not belong into a release")
         for name in packed:
@@ -175,6 +176,9 @@ def main():
     step(f"contents: {release.check_contents()} files, as they should be")
     release.run(release.make_earlier_version(), "/S")
     require((release.home / "platforms/given-up.dll").exists() and release.is_registered(), "an earlier version is there")
+    for file in release.written:
+        file.parent.mkdir(parents=True, exist_ok=True)
+        file.write_text("written by the program\n")
     (release.home / "fido2").mkdir()
     (release.home / "fido2/credentials.json").write_text("{}")
     step("installed an earlier version")
@@ -182,6 +186,7 @@ def main():
     release.run(release.setup, "/S")
     require(release.installed() == release.packed() | {"fido2/credentials.json": hashlib.sha256(b"{}").hexdigest()},
             "the upgraded folder holds the zip's files and the user's")
+    require(all(file.exists() for file in release.written), "settings and logs outlast an upgrade")
     require(release.is_registered() and release.shortcut.exists(), "the upgraded program is in the menu and can be removed")
     shown = release.run("reg.exe", "query", REGISTRY, "/v", "DisplayVersion")
     require(release.version in shown, f"the registered version is {shown}")
@@ -198,6 +203,7 @@ def main():
     release.uninstall()
     left = sorted(content(release.home))
     require(left == sorted([*USER_FILES, "fido2/credentials.json", "simulated_tree.json"]), f"what stays is {left}")
+    require(not release.written[0].parent.exists(), "settings and logs go")
     step("uninstalled; the user's files stay: " + ", ".join(left))
 
     shutil.rmtree(release.home)

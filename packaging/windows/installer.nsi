@@ -130,6 +130,9 @@ Section
     WriteRegDWORD HKCU "${REGISTRY}" "NoRepair" 1
 SectionEnd
 
+; What the programs write of their own accord beside the user's files: settings, logs, crash notes.
+!define WRITTEN "$LOCALAPPDATA\Plugboard"
+
 ; Device records, credentials, the device process and its driver package are the user's and stay, and so does their folder.
 Section "Uninstall"
     StrCpy $R0 $INSTDIR
@@ -139,4 +142,14 @@ Section "Uninstall"
     Delete "$SMPROGRAMS\Plugboard.lnk"
     DeleteRegKey HKCU "${REGISTRY}"
     RMDir "$INSTDIR"
+    ${GetParameters} $R4
+    ClearErrors
+    ${GetOptions} $R4 "${KEEP_SETTINGS}" $R5
+    ${If} ${Errors}
+        Delete "${WRITTEN}\settings.ini"
+        Delete "${WRITTEN}\logs\*.log"
+        Delete "${WRITTEN}\logs\*-crash-*.txt"
+        RMDir "${WRITTEN}\logs"
+        RMDir "${WRITTEN}"
+    ${EndIf}
 SectionEnd

@@ -44,9 +44,9 @@ def check(file, version):
         wrong.append("icon")
 
     info = found.get(VERSION, [b""])[0]
-    numbers = struct.unpack_from("<HHHH", info, info.find(struct.pack("<I", 0xFEEF04BD)) + 8) if info else ()
-    expected = [int(number) for number in version.split(".")] + [0]
-    if [numbers[i] for i in (1, 0, 3, 2)] != expected if numbers else True:
+    fixed = info.find(struct.pack("<I", 0xFEEF04BD))  # each two of the four numbers stand in reverse
+    numbers = struct.unpack_from("<HHHH", info, fixed + 8) if fixed >= 0 else (0, 0, 0, 0)
+    if [numbers[i] for i in (1, 0, 3, 2)] != [int(number) for number in version.split(".")] + [0]:
         wrong.append(f"file version {numbers}")
     texts = dict(re.findall(r"(\w+)\0+([^\0]+)\0", info.decode("utf-16-le", "replace")))
     if (texts.get("ProductVersion"), texts.get("OriginalFilename")) != (version, Path(file).name):

@@ -22,13 +22,14 @@ struct Options
     double headlessSeconds = 0; ///< 0 asks for the window
 };
 
-/// Nothing when the arguments make no sense; what is wrong has been printed.
-std::optional<Options> parseOptions(const QCoreApplication& application)
+/// Nothing when a text was asked for or the arguments make no sense; it has been printed, and `exitCode` is set. (The
+/// parser's own printing shows a box where Windows gives the program no console.)
+std::optional<Options> parseOptions(int& exitCode)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Watches the USB traffic of one virtual device."));
-    parser.addHelpOption();
-    parser.addVersionOption();
+    const QCommandLineOption help = parser.addHelpOption();
+    const QCommandLineOption version = parser.addVersionOption();
     parser.addPositionalArgument(QStringLiteral("PID"), QStringLiteral("Process id of the device process."));
     const QCommandLineOption device(QStringLiteral("device"), QStringLiteral("USB/IP device id (default 0)."),
                                     QStringLiteral("ID"), QStringLiteral("0"));
@@ -36,7 +37,18 @@ std::optional<Options> parseOptions(const QCoreApplication& application)
         QStringLiteral("headless"), QStringLiteral("Prints one line for each packet for that long, without a window."),
         QStringLiteral("SECONDS"));
     parser.addOptions({device, headless});
-    parser.process(application);
+    exitCode = kUsageError;
+    if (!parser.parse(QCoreApplication::arguments())) {
+        std::fprintf(stderr, "%s\n", qUtf8Printable(parser.errorText()));
+        return std::nullopt;
+    }
+    if (parser.isSet(help) || parser.isSet(version)) {
+        const QString named = QStringLiteral("plugboard-capture " PLUGBOARD_VERSION "\n");
+        const QString text = parser.isSet(help) ? parser.helpText() : named;
+        std::fputs(qUtf8Printable(text), stdout);
+        exitCode = 0;
+        return std::nullopt;
+    }
 
     Options options;
     bool pidValid = false;
@@ -70,9 +82,10 @@ int run(int argc, char** argv)
     Application application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("plugboard-capture"));
     QCoreApplication::setApplicationVersion(QStringLiteral(PLUGBOARD_VERSION));
-    const std::optional<Options> options = parseOptions(application);
+    int exitCode = 0;
+    const std::optional<Options> options = parseOptions(exitCode);
     if (!options)
-        return kUsageError;
+        return exitCode;
     if (options->headlessSeconds > 0)
         return runHeadless(application, *options);
     if constexpr (std::is_same_v<Application, QApplication>) {

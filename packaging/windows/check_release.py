@@ -208,7 +208,9 @@ def main():
 
     shutil.rmtree(release.home)
     release.home = release.home.parent / "Plug board ä摄"
-    release.run(release.setup, "/S", "/D=" + windows_path(release.home))
+    # Where the last installation was: Wine puts quotation marks around a /D= with a blank in it, which must have none.
+    release.run("reg.exe", "add", REGISTRY, "/v", "InstallLocation", "/d", windows_path(release.home))
+    release.run(release.setup, "/S")
     require(release.installed() == release.packed(), "a fresh folder holds the zip's files")
     text = release.run(release.home / "plugboard.exe", "--version")
     require(text == f"Plugboard {release.version}", f"the version is '{text}'")

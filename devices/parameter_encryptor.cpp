@@ -2,7 +2,6 @@
 
 #include <QtEndian>
 
-#include <openssl/crypto.h>
 #include <openssl/err.h>
 #include <openssl/pem.h>
 #include <openssl/rsa.h>
@@ -20,11 +19,25 @@ void appendBigEndian(QByteArray& bytes, int value)
     bytes.append(reinterpret_cast<const char*>(&word), sizeof word);
 }
 
+/// The key of the first "PUBLIC KEY" block. Done in two steps, because PEM_read_bio_PUBKEY tries every decoder that
+/// the library has and takes three times as long, for each device that is created.
+openssl::Key readPublicKey(BIO* pem)
+{
+    unsigned char* der = nullptr;
+    long size = 0;
+    if (PEM_bytes_read_bio(&der, &size, nullptr, PEM_STRING_PUBLIC, pem, openssl::refusePassphrase, nullptr) <= 0)
+        return nullptr;
+    const unsigned char* position = der;
+    openssl::Key key(d2i_PUBKEY(nullptr, &position, size));
+    OPENSSL_free(der);
+    return key;
+}
+
 } // namespace
 
 ParameterEncryptor::ParameterEncryptor()
 {
-    OPENSSL_init_crypto(OPENSSL_INIT_ADD_ALL_CIPHERS | OPENSSL_INIT_LOAD_CRYPTO_STRINGS, nullptr);
+    openssl::initialise();
 }
 
 bool ParameterEncryptor::loadPublicKey(const QByteArray& pem)
@@ -35,7 +48,7 @@ bool ParameterEncryptor::loadPublicKey(const QByteArray& pem)
         m_lastError = QStringLiteral("Failed to create BIO");
         return false;
     }
-    openssl::Key key(PEM_read_bio_PUBKEY(bio.get(), nullptr, openssl::refusePassphrase, nullptr));
+    openssl::Key key = readPublicKey(bio.get());
     ERR_clear_error();
     if (!key) {
         m_lastError = QStringLiteral("Failed to read public key from PEM");

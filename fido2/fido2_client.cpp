@@ -1,11 +1,13 @@
 #include "fido2/fido2_client.h"
 
 #include "fido2/fido2_message.h"
+#include "fido2/log.h"
 
 #include <QDateTime>
-#include <QDebug>
 #include <QJsonDocument>
 
+#include <algorithm>
+#include <cctype>
 #include <limits>
 
 namespace {
@@ -14,6 +16,29 @@ constexpr int kConnectTimeoutMs = 5000;
 constexpr int kDisconnectTimeoutMs = 1000;
 constexpr int kRefuseTimeoutMs = 30000;
 constexpr int kMostAttempts = 5; // the last of them attempts nothing
+
+/// Smaller writes reach the reader in one piece on every system.
+constexpr int kSmallestPiece = 4096;
+constexpr int kPieceTimeoutMs = 50;
+
+bool isOneMessage(const QByteArray& bytes)
+{
+    // Only what ends like an object is worth parsing.
+    const auto last =
+        std::find_if(bytes.rbegin(), bytes.rend(), [](char letter) { return !std::isspace(uchar(letter)); });
+    return last != bytes.rend() && *last == '}' && QJsonDocument::fromJson(bytes).isObject();
+}
+
+/// What the other end wrote at once, as far as `most` + 1 bytes: the system hands a large write over in pieces, which
+/// follow each other without a pause.
+QByteArray readOneWrite(QLocalSocket& socket, qint64 most)
+{
+    QByteArray bytes = socket.read(most + 1);
+    while (bytes.size() >= kSmallestPiece && bytes.size() <= most && !isOneMessage(bytes) &&
+           socket.waitForReadyRead(kPieceTimeoutMs))
+        bytes += socket.read(most + 1 - bytes.size());
+    return bytes;
+}
 
 } // namespace
 
@@ -68,6 +93,7 @@ bool Fido2Client::sendMessage(const QJsonObject& message)
 
 void Fido2Client::handleConnected()
 {
+    qCDebug(fido2Log) << "Connected to" << m_serverName;
     m_connected = true;
     m_reconnectAttempts = 0;
     if (m_stopping) {
@@ -90,11 +116,12 @@ void Fido2Client::handleDisconnected()
 
 void Fido2Client::handleServerData()
 {
-    const QByteArray bytes = m_socket->read(kLargestMessage + 1);
+    const QByteArray bytes = readOneWrite(*m_socket, kLargestMessage);
     if (bytes.size() > kLargestMessage) {
-        qWarning() << "FIDO2 message of more than" << kLargestMessage << "bytes dropped, from" << m_serverName;
+        qCWarning(fido2Log) << "FIDO2 message of more than" << kLargestMessage << "bytes dropped, from" << m_serverName;
         return;
     }
+    qCDebug(fido2Log) << bytes.size() << "bytes received from" << m_serverName;
     if (const auto question = parseConfirmationQuestion(bytes))
         emit userConfirmationRequestReceived(question->operation, question->data);
 }
@@ -110,6 +137,7 @@ void Fido2Client::attemptReconnect()
         return;
     if (m_reconnectAttempts < std::numeric_limits<std::int32_t>::max())
         ++m_reconnectAttempts;
+    qCDebug(fido2Log) << "Attempt" << m_reconnectAttempts << "to reach" << m_serverName << "again";
     if (m_reconnectAttempts < kMostAttempts)
         connectToServer(m_serverName);
 }

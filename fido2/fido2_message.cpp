@@ -1,49 +1,46 @@
 #include "fido2/fido2_message.h"
 
-#include <QDebug>
+#include "fido2/log.h"
+
 #include <QJsonDocument>
-#include <QLoggingCategory>
 
-static Q_LOGGING_CATEGORY(channelLog, "plugboard.fido2.channel", QtWarningMsg)
+namespace {
 
-    namespace
+QJsonObject dataFromTopLevel(const QJsonObject& message)
 {
-
-    QJsonObject dataFromTopLevel(const QJsonObject& message)
-    {
-        static constexpr const char* kKeys[] = {
-            "rpId",
-            "rpName",
-            "userName",
-            "userDisplayName",
-            "userId",
-            "credentialId",
-            "credentialType",
-            "algorithm",
-            "signatureCounter",
-            "userVerificationRequired",
-            "userPresenceRequired",
-            "pinRequired",
-            "deviceSerialNumber",
-            "deviceName",
-            "timestamp",
-            "operation",
-            "isPasswordlessLogin",
-            "availableCredentials",
-            "transports",
-        };
-        qWarning("ERROR: Received empty data in user confirmation request!");
-        qWarning().noquote() << "Original command:" << QJsonDocument(message).toJson(QJsonDocument::Compact);
-        QJsonObject data;
-        for (const char* name : kKeys) {
-            const QString key = QLatin1String(name);
-            if (const auto member = message.constFind(key); member != message.constEnd())
-                data.insert(key, *member);
-        }
-        if (data.isEmpty())
-            qWarning("Failed to reconstruct data from original command");
-        return data;
+    static constexpr const char* kKeys[] = {
+        "rpId",
+        "rpName",
+        "userName",
+        "userDisplayName",
+        "userId",
+        "credentialId",
+        "credentialType",
+        "algorithm",
+        "signatureCounter",
+        "userVerificationRequired",
+        "userPresenceRequired",
+        "pinRequired",
+        "deviceSerialNumber",
+        "deviceName",
+        "timestamp",
+        "operation",
+        "isPasswordlessLogin",
+        "availableCredentials",
+        "transports",
+    };
+    qCWarning(fido2Log, "ERROR: Received empty data in user confirmation request!");
+    qCWarning(fido2Log).noquote() << "Original command:" << QJsonDocument(message).toJson(QJsonDocument::Compact);
+    QJsonObject data;
+    for (const char* name : kKeys) {
+        const QString key = QLatin1String(name);
+        if (const auto member = message.constFind(key); member != message.constEnd())
+            data.insert(key, *member);
     }
+    if (data.isEmpty())
+        qCWarning(fido2Log, "Failed to reconstruct data from original command");
+    return data;
+}
 
 } // namespace
 
@@ -51,7 +48,7 @@ std::optional<ConfirmationQuestion> parseConfirmationQuestion(const QByteArray& 
 {
     const QJsonDocument document = QJsonDocument::fromJson(bytes);
     if (!document.isObject()) {
-        qCDebug(channelLog, "dropped %d bytes that are not one message", bytes.size());
+        qCDebug(fido2Log, "dropped %d bytes that are not one message", bytes.size());
         return {};
     }
     const QJsonObject message = document.object();

@@ -37,7 +37,7 @@ struct Fixture
     }
 
     QTemporaryDir folder{QDir::tempPath() + QStringLiteral("/plug board XXXXXX")};
-    std::filesystem::path tree = driver::simulatedTreeFile(folder.path().toStdWString());
+    std::filesystem::path tree = driver::simulatedTreeFile(folder.path().toStdU16String());
     std::unique_ptr<driver::DevicePlatform> platform = driver::simulatedPlatform(tree);
     ScriptedPrompter prompter;
     int sleeps = 0;

@@ -1,7 +1,7 @@
 // sources.h: files and streams that the tests let dialogs look at.
 #pragma once
 
-#include "tests/media/loopback_server.h"
+#include "tests/support/loopback_server.h"
 
 #include <QFile>
 #include <QMetaType>

@@ -1,5 +1,8 @@
+#include "runtime/program_run.h"
+#include "runtime/start_options.h"
 #include "tools/capture/capture_window.h"
 #include "tools/capture/headless_capture.h"
+#include "ui/chinese_font.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -20,6 +23,7 @@ struct Options
     qint64 processId = 0;
     uint32_t deviceId = 0;
     double headlessSeconds = 0; ///< 0 asks for the window
+    StartOptions start;
 };
 
 /// Nothing when a text was asked for or the arguments make no sense; it has been printed, and `exitCode` is set. (The
@@ -37,6 +41,8 @@ std::optional<Options> parseOptions(int& exitCode)
         QStringLiteral("headless"), QStringLiteral("Prints one line for each packet for that long, without a window."),
         QStringLiteral("SECONDS"));
     parser.addOptions({device, headless});
+    addLanguageOption(parser);
+    addLogOption(parser);
     exitCode = kUsageError;
     if (!parser.parse(QCoreApplication::arguments())) {
         std::fprintf(stderr, "%s\n", qUtf8Printable(parser.errorText()));
@@ -51,6 +57,11 @@ std::optional<Options> parseOptions(int& exitCode)
     }
 
     Options options;
+    options.start = readStartOptions(parser);
+    if (!options.start.error.isEmpty()) {
+        std::fprintf(stderr, "%s\n", qUtf8Printable(options.start.error));
+        return std::nullopt;
+    }
     bool pidValid = false;
     bool deviceValid = false;
     bool secondsValid = true;
@@ -86,9 +97,13 @@ int run(int argc, char** argv)
     const std::optional<Options> options = parseOptions(exitCode);
     if (!options)
         return exitCode;
+    const ProgramRun running(QCoreApplication::applicationName(), QCoreApplication::applicationVersion(),
+                             options->start.logRules);
     if (options->headlessSeconds > 0)
         return runHeadless(application, *options);
     if constexpr (std::is_same_v<Application, QApplication>) {
+        if (speakAsAsked(options->start.language, application) == Language::SimplifiedChinese)
+            preferSimplifiedChinese();
         CaptureWindow window(options->processId, options->deviceId);
         window.show();
         return QCoreApplication::exec();

@@ -20,10 +20,10 @@ verify stage/plugboard-driver.exe && fail "an unsigned program passes"
 "$here/sign.sh" stage/plugboard-driver.exe > sign.log
 verify stage/plugboard-driver.exe || fail "the program's signature: $(cat plugboard-driver.exe.log)"
 
-"$here/make_installer.sh" stage 0.0.1 files setup.exe > makensis.log
-"$here/sign.sh" setup.exe >> sign.log
-verify setup.exe || fail "the installer's signature: $(cat setup.exe.log)"
-# Without a signature the uninstaller inside is smaller.
+"$here/make_installer.sh" stage 0.0.1 files plugboard-test.exe > makensis.log
+"$here/sign.sh" plugboard-test.exe >> sign.log
+verify plugboard-test.exe || fail "the installer's signature: $(cat plugboard-test.exe.log)"
+# The uninstaller is signed while the installer is made, which shows what the signing says.
 grep -q "Signing succeeded\|Succeeded" makensis.log || fail "the uninstaller was not signed: $(cat makensis.log)"
 
 cp stage/plugboard-driver.exe changed.exe

@@ -1,28 +1,37 @@
 #include "app/bus_driver_check.h"
 
+#include "app/log.h"
+
 #include <QCoreApplication>
 
 namespace {
 
-QString tr(const char* text)
+struct BusDriverCheck
 {
-    return QCoreApplication::translate("BusDriverCheck", text);
-}
+    Q_DECLARE_TR_FUNCTIONS(BusDriverCheck)
+};
 
 } // namespace
 
 bool ensureBusDriver(driver::BusDriverSetup& setup, Prompter& prompter)
 {
-    if (setup.installed())
+    if (setup.installed()) {
+        qCDebug(driverLog) << "The bus driver is installed";
         return true;
+    }
+    qCInfo(driverLog) << "The bus driver is not installed";
     if (!prompter.question(
-            nullptr, tr("Error"),
-            tr("Driver not installed, about to install virtual USB bus driver! Please confirm that driver "
-               "signature enforcement is disabled!")))
+            nullptr, BusDriverCheck::tr("Error"),
+            BusDriverCheck::tr(
+                "Driver not installed, about to install virtual USB bus driver! Please confirm that driver "
+                "signature enforcement is disabled!")))
         return false;
     setup.install();
-    if (setup.waitUntilInstalled())
+    if (setup.waitUntilInstalled()) {
+        qCInfo(driverLog) << "The bus driver was installed";
         return true;
-    prompter.information(nullptr, tr("Error"), tr("Driver installation failed!"));
+    }
+    qCWarning(driverLog) << "The bus driver is still not there after its installation";
+    prompter.information(nullptr, BusDriverCheck::tr("Error"), BusDriverCheck::tr("Driver installation failed!"));
     return false;
 }

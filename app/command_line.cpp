@@ -1,6 +1,7 @@
 #include "app/command_line.h"
 
 #include "app/device_settings.h"
+#include "runtime/start_options.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -65,9 +66,11 @@ std::optional<std::vector<CreateOption>> createOptions(const QCommandLineParser&
     return options;
 }
 
-Request parseWindowRequest(const QCommandLineParser& parser)
+Request parseWindowRequest(const QCommandLineParser& parser, const StartOptions& start)
 {
     WindowRequest request;
+    request.language = start.language;
+    request.logRules = start.logRules;
     request.demo = parser.isSet(kDemo);
     const auto options = createOptions(parser);
     if (!options)
@@ -88,13 +91,13 @@ Request parseWindowRequest(const QCommandLineParser& parser)
     return request;
 }
 
-Request parseDeleteRequest(const QCommandLineParser& parser)
+Request parseDeleteRequest(const QCommandLineParser& parser, const StartOptions& start)
 {
     bool isNumber = false;
     const qint64 processId = parser.value(kDelete).toLongLong(&isNumber);
     if (!isNumber || processId <= 0)
         return usageError(QStringLiteral("'%1' is not a process id.").arg(parser.value(kDelete)));
-    return DeleteRequest{processId};
+    return DeleteRequest{processId, start.logRules};
 }
 
 } // namespace
@@ -105,6 +108,8 @@ Request parseCommandLine(const QStringList& arguments)
     parser.setApplicationDescription(QStringLiteral("Creates, lists and removes virtual USB devices."));
     const QCommandLineOption version = parser.addVersionOption();
     parser.addOptions({kHelp, kDemo, kCreate, setOption(), kList, kJson, kDelete});
+    addLanguageOption(parser);
+    addLogOption(parser);
 
     if (!parser.parse(arguments))
         return usageError(parser.errorText());
@@ -112,6 +117,9 @@ Request parseCommandLine(const QStringList& arguments)
         return PrintRequest{parser.helpText()};
     if (parser.isSet(version))
         return PrintRequest{QStringLiteral("Plugboard %1\n").arg(QStringLiteral(PLUGBOARD_VERSION))};
+    const StartOptions start = readStartOptions(parser);
+    if (!start.error.isEmpty())
+        return usageError(start.error);
     if (!parser.positionalArguments().isEmpty())
         return usageError(QStringLiteral("Unexpected argument '%1'.").arg(parser.positionalArguments().first()));
     if (parser.isSet(kList) && parser.isSet(kDelete))
@@ -119,12 +127,12 @@ Request parseCommandLine(const QStringList& arguments)
     if (parser.isSet(kJson) && !parser.isSet(kList))
         return usageError(QStringLiteral("--json goes with --list."));
     if ((parser.isSet(kList) || parser.isSet(kDelete)) &&
-        (parser.isSet(kCreate) || parser.isSet(setOption()) || parser.isSet(kDemo)))
-        return usageError(
-            QStringLiteral("--list and --delete open no window: --demo, --create and --set do not go with them."));
+        (parser.isSet(kCreate) || parser.isSet(setOption()) || parser.isSet(kDemo) || start.language))
+        return usageError(QStringLiteral(
+            "--list and --delete open no window: --demo, --create, --set and --language do not go with them."));
     if (parser.isSet(kList))
-        return ListRequest{parser.isSet(kJson)};
+        return ListRequest{parser.isSet(kJson), start.logRules};
     if (parser.isSet(kDelete))
-        return parseDeleteRequest(parser);
-    return parseWindowRequest(parser);
+        return parseDeleteRequest(parser, start);
+    return parseWindowRequest(parser, start);
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "app/creation_slots.h"
+#include "runtime/language.h"
 
 #include <QStringList>
 
@@ -14,18 +15,22 @@ struct WindowRequest
 {
     bool demo = false;                     ///< a simulated device tree instead of the system's driver store
     std::vector<CreationRequest> toCreate; ///< in order, once the window is shown
+    std::optional<Language> language;      ///< what --language chose
+    QString logRules = {};                 ///< see logRules()
 };
 
 /// Print the devices that run, without a window.
 struct ListRequest
 {
     bool json = false;
+    QString logRules = {};
 };
 
 /// End one device, without a window.
 struct DeleteRequest
 {
     qint64 processId = 0;
+    QString logRules = {};
 };
 
 /// Print a text and exit: help, the version, or an error (exit code 2, to standard error).

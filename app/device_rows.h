@@ -18,3 +18,7 @@ QIcon restoredDeviceIcon(const DeviceRecordManager::RestoredDevice& device);
 
 /// "Microphone (UAC 1.0, Normal)", "Camera", ...; empty for an unknown type code.
 QString restoredDeviceLabel(const DeviceRecord& record);
+
+/// How the window shows a text of the type column: a type's word or label in the window's language, any other text as
+/// it stands.
+QString deviceTypeCaption(const QString& typeCell);

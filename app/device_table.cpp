@@ -1,5 +1,6 @@
 #include "app/device_table.h"
 
+#include "app/device_rows.h"
 #include "ui/plain_tool_tip.h"
 
 #include <QHeaderView>
@@ -7,6 +8,20 @@
 #include <QToolTip>
 
 #include <algorithm>
+
+namespace {
+
+constexpr int kValueRole = Qt::UserRole; // of a cell that shows another text than was given: the given one
+
+QString textOf(const QTableWidgetItem* cell)
+{
+    if (!cell)
+        return {};
+    const QVariant value = cell->data(kValueRole);
+    return value.isValid() ? value.toString() : cell->text();
+}
+
+} // namespace
 
 DeviceTable::DeviceTable(QWidget* parent) : QTableWidget(kMinimumRows, kColumns, parent)
 {
@@ -37,8 +52,11 @@ void DeviceTable::addDevice(const QStringList& cells, const QIcon& icon)
     const int row = firstFreeRow();
     const int count = std::min(cells.size(), columnCount());
     for (int column = 0; column < count; ++column) {
-        auto* cell = new QTableWidgetItem(cells[column]);
-        cell->setToolTip(cells[column]);
+        const QString shown = column == kTypeColumn ? deviceTypeCaption(cells[column]) : cells[column];
+        auto* cell = new QTableWidgetItem(shown);
+        if (shown != cells[column])
+            cell->setData(kValueRole, cells[column]);
+        cell->setToolTip(shown);
         if (column == 0 && !icon.isNull())
             cell->setIcon(icon);
         setItem(row, column, cell);
@@ -66,7 +84,7 @@ std::optional<DeviceTable::Identity> DeviceTable::identityAt(int row) const
     const QTableWidgetItem* processId = item(row, kPidColumn);
     if (!name || !processId)
         return std::nullopt;
-    return Identity{name->text(), processId->text()};
+    return Identity{textOf(name), textOf(processId)};
 }
 
 int DeviceTable::selectedRow() const
@@ -80,7 +98,7 @@ QStringList DeviceTable::cellTexts(int row) const
     QStringList texts;
     for (int column = 0; column < columnCount(); ++column) {
         const QTableWidgetItem* cell = item(row, column);
-        texts << (cell ? cell->text() : QString());
+        texts << textOf(cell);
     }
     return texts;
 }

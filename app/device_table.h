@@ -20,7 +20,8 @@ public:
     explicit DeviceTable(QWidget* parent = nullptr);
 
     /// Fills the first row whose first cell is missing or empty, else a new one. Texts beyond the columns are dropped;
-    /// each cell has its text as tool tip; the icon, if any, goes into the first cell.
+    /// each cell has its text as tool tip; the icon, if any, goes into the first cell. The type is shown by its caption
+    /// in the window's language (see deviceTypeCaption()).
     void addDevice(const QStringList& cells, const QIcon& icon = {});
 
     /// Empties the table and gives it its ten rows; the headers stay.
@@ -40,7 +41,8 @@ public:
     /// The selected row, -1 when none is.
     int selectedRow() const;
 
-    /// Texts of a row's cells, a missing cell as an empty text.
+    /// Texts of a row's cells as addDevice() got them, in whatever language they are shown; a missing cell as an empty
+    /// text.
     QStringList cellTexts(int row) const;
 
 protected:

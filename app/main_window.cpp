@@ -5,6 +5,7 @@
 #include "app/device_table.h"
 #include "app/device_type_bar.h"
 #include "app/fido2_desk.h"
+#include "app/log.h"
 #include "app/process_ender.h"
 #include "app/title_bar.h"
 #include "app/window_body.h"
@@ -18,7 +19,6 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QCoreApplication>
-#include <QDebug>
 #include <QMenu>
 #include <QMouseEvent>
 #include <QPainter>
@@ -120,6 +120,7 @@ void MainWindow::CallUsbDaemon(const QString& devType, const QString& args, cons
     }();
     if (!processId)
         return;
+    qCInfo(appLog).noquote() << "Device created, type" << devType << "process" << *processId;
     m_table->addDevice(launchedDeviceRow(devType, args, *processId));
     callback(*processId);
 }
@@ -211,6 +212,11 @@ bool MainWindow::endDevice(qint64 processId)
         const BusyCursor busy;
         return endProcess(m_services.killCommand(processId));
     }();
+    if (!result.finished || result.exitCode != 0)
+        qCWarning(appLog) << "Process" << processId << "could not be ended, finished:" << result.finished
+                          << "exit code:" << result.exitCode;
+    else
+        qCInfo(appLog) << "Process" << processId << "ended";
     if (!result.finished) {
         m_prompter.warning(this, tr("Error"), tr("Process termination timed out"));
         return false;
@@ -227,7 +233,8 @@ bool MainWindow::endDevice(qint64 processId)
 void MainWindow::onTableWidgetContextMenu(const QPoint& position)
 {
     const int row = m_table->rowAt(position.y());
-    if (!m_table->identityAt(row))
+    const auto device = m_table->identityAt(row);
+    if (!device)
         return;
     const QPersistentModelIndex place(m_table->model()->index(row, DeviceTable::kNameColumn));
     QMenu menu(m_table);
@@ -241,7 +248,7 @@ void MainWindow::onTableWidgetContextMenu(const QPoint& position)
     if (chosen == info && place.isValid())
         showDeviceDetails(place.row());
     else if (chosen == capture)
-        m_prompter.information(this, QString(), tr("for debug version"));
+        m_services.openCapture(*this, device->processId, m_prompter);
     else if (chosen == refresh)
         refreshDevices();
 }
@@ -250,7 +257,7 @@ void MainWindow::refreshDevices()
 {
     m_table->clearDevices();
     if (!m_records) {
-        qWarning() << "DeviceRecordManager not available";
+        qCWarning(appLog) << "DeviceRecordManager not available";
         return;
     }
     const auto devices = m_records->restoreDevices();
@@ -278,12 +285,12 @@ void MainWindow::showDeviceDetails(int row)
 
 void MainWindow::onFido2DeviceConnected(qint64 processId)
 {
-    qDebug() << "FIDO2 device connected, process" << processId;
+    qCInfo(appLog) << "FIDO2 device connected, process" << processId;
 }
 
 void MainWindow::onFido2DeviceDisconnected(qint64 processId)
 {
-    qDebug() << "FIDO2 device disconnected, process" << processId;
+    qCInfo(appLog) << "FIDO2 device disconnected, process" << processId;
 }
 
 void MainWindow::showFido2UserConfirmationDialog(const QString& operation, const QJsonObject& request)

@@ -1,19 +1,21 @@
 #include "capture/capture_client.h"
 
 #include "capture/capture_command.h"
+#include "capture/log.h"
 #include "capture/packet_parser.h"
 #include "capture/protocol_line.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
-#include <QDebug>
 #include <QJsonDocument>
 #include <QMutexLocker>
 
 namespace {
 
-constexpr int kReconnectInterval = 2000;  // ms
-constexpr qint64 kReadLimit = 256 * 1024; // bytes of one read, so that one turn of the event loop stays short
+constexpr int kReconnectInterval = 2000;   // ms
+constexpr qint64 kReadBuffer = 256 * 1024; // bytes that wait in the socket
+constexpr qint64 kReadPiece = 16 * 1024;   // bytes between two looks at the clock
+constexpr int kReadTime = 8;               // ms of one turn of the event loop
 
 /// Types of the messages that a device process sends.
 enum MessageType : std::uint8_t
@@ -50,8 +52,11 @@ int commandIdOf(const QJsonObject& reply)
 UsbIPCaptureClient::UsbIPCaptureClient(QObject* parent) : QObject(parent)
 {
     registerCaptureTypes();
-    m_socket.setReadBufferSize(kReadLimit);
+    m_socket.setReadBufferSize(kReadBuffer);
     m_reconnectTimer.setInterval(kReconnectInterval);
+    m_readTimer.setSingleShot(true);
+    m_readTimer.setInterval(0);
+    connect(&m_readTimer, &QTimer::timeout, this, &UsbIPCaptureClient::onReadyRead);
     connect(&m_socket, &QLocalSocket::connected, this, &UsbIPCaptureClient::onConnected);
     connect(&m_socket, &QLocalSocket::disconnected, this, &UsbIPCaptureClient::onDisconnected);
     connect(&m_socket, &QLocalSocket::errorOccurred, this, &UsbIPCaptureClient::onError);
@@ -82,6 +87,7 @@ void UsbIPCaptureClient::connectToServer()
         return;
     const QString name = m_serverName.isEmpty() ? serverNameOf(QCoreApplication::applicationPid()) : m_serverName;
     m_frames.clear(); // what an earlier connection left half sent would be taken for the head of this one's first frame
+    qCDebug(captureLog) << "Connecting to" << name;
     m_socket.connectToServer(name, QIODevice::ReadWrite);
 }
 
@@ -167,6 +173,7 @@ void UsbIPCaptureClient::onConnected()
         const QMutexLocker lock(&m_mutex);
         m_connected = true;
         m_reconnectTimer.stop();
+        qCInfo(captureLog) << "Connected to" << m_socket.serverName();
     }
     emit connected();
 }
@@ -175,8 +182,11 @@ void UsbIPCaptureClient::onDisconnected()
 {
     {
         const QMutexLocker lock(&m_mutex);
+        readUntil(QDeadlineTimer(QDeadlineTimer::Forever));
+        m_readTimer.stop();
         m_connected = false;
         m_reconnectTimer.start();
+        qCInfo(captureLog) << "Disconnected from" << m_socket.serverName();
     }
     emit disconnected();
 }
@@ -201,7 +211,18 @@ void UsbIPCaptureClient::onReconnectTimer()
 
 void UsbIPCaptureClient::onReadyRead()
 {
-    receive(m_socket.readAll());
+    const QMutexLocker lock(&m_mutex);
+    if (m_readTimer.isActive())
+        return; // this turn of the event loop has had its share
+    readUntil(QDeadlineTimer(kReadTime, Qt::PreciseTimer));
+    if (m_socket.bytesAvailable() > 0)
+        m_readTimer.start();
+}
+
+void UsbIPCaptureClient::readUntil(const QDeadlineTimer& end)
+{
+    while (m_socket.isOpen() && m_socket.bytesAvailable() > 0 && !end.hasExpired())
+        receive(m_socket.read(kReadPiece));
 }
 
 void UsbIPCaptureClient::receive(const QByteArray& bytes)
@@ -220,7 +241,7 @@ void UsbIPCaptureClient::processBinaryBuffer()
         handleBinaryMessage(frame.type, frame.payload);
     if (result == FrameReader::Result::Oversize) {
         ++m_refusedMessages;
-        qWarning() << "Invalid data length in binary message header";
+        qCWarning(captureLog) << "Invalid data length in binary message header";
     }
 }
 
@@ -249,7 +270,7 @@ void UsbIPCaptureClient::handleBinaryMessage(uint8_t messageType, const QByteArr
     case DeviceConfigResponse:
         return processDeviceConfigResponse(messageData);
     default:
-        qWarning() << "Unknown message type:" << static_cast<int>(messageType);
+        qCWarning(captureLog) << "Unknown message type:" << static_cast<int>(messageType);
     }
 }
 
@@ -258,7 +279,7 @@ void UsbIPCaptureClient::processPacketCapturedMessage(const QByteArray& data)
     std::optional<UsbIPPacketInfo> packet = parseCapturedPacket(data);
     if (!packet) {
         ++m_refusedMessages;
-        qWarning() << "Invalid packet captured message size";
+        qCWarning(captureLog) << "Invalid packet captured message size";
         return;
     }
     parseProtocolInfo(*packet);
@@ -276,7 +297,7 @@ void UsbIPCaptureClient::processStatsUpdatedMessage(const QByteArray& data)
     const std::optional<CaptureStats> stats = parseCaptureStats(data);
     if (!stats) {
         ++m_refusedMessages;
-        qWarning() << "Invalid stats message size";
+        qCWarning(captureLog) << "Invalid stats message size";
         return;
     }
     m_lastStats = *stats;
@@ -289,7 +310,7 @@ void UsbIPCaptureClient::processErrorMessage(const QByteArray& data)
     if (!reply)
         return;
     const QString message = reply->value(QLatin1String("message")).toString();
-    qWarning() << "Error received from server:" << message;
+    qCWarning(captureLog) << "Error received from server:" << message;
     emit connectionError(message);
 }
 
@@ -303,7 +324,7 @@ void UsbIPCaptureClient::processCommandResult(const QByteArray& data)
         callback(reply->value(QLatin1String("success")).toBool(false),
                  reply->value(QLatin1String("message")).toString());
     else
-        qWarning() << "No callback found for command ID:" << id;
+        qCWarning(captureLog) << "No callback found for command ID:" << id;
 }
 
 void UsbIPCaptureClient::processStatsResponse(const QByteArray& data)
@@ -337,7 +358,7 @@ std::optional<QJsonObject> UsbIPCaptureClient::replyObject(const QByteArray& dat
     if (document.isObject())
         return document.object();
     ++m_refusedMessages;
-    qWarning() << complaint;
+    qCWarning(captureLog) << complaint;
     return std::nullopt;
 }
 

@@ -2,11 +2,18 @@
 
 #include "capture/hex_text.h"
 
+#include <QCoreApplication>
 #include <QJsonArray>
 
 #include <initializer_list>
 
 namespace {
+
+/// Titles are translated, the names of descriptor fields are not.
+struct DeviceConfigRows
+{
+    Q_DECLARE_TR_FUNCTIONS(DeviceConfigRows)
+};
 
 using Keys = std::initializer_list<const char*>;
 
@@ -15,11 +22,18 @@ QString decimal(const QJsonObject& object, const char* key)
     return QString::number(object.value(QLatin1String(key)).toInt());
 }
 
-/// Rows of descriptors whose values are texts; a value of any other type shows as nothing.
+/// A value that is a text, as it stands; one that was made to stop the window is cut. Nothing for any other type.
+QString text(const QJsonObject& object, const char* key)
+{
+    constexpr int kLongest = 1000; // characters
+    return object.value(QLatin1String(key)).toString().left(kLongest);
+}
+
+/// Rows of descriptors whose values are texts.
 void addTexts(DetailRow& parent, const QJsonObject& object, Keys keys)
 {
     for (const char* key : keys)
-        parent.add(QLatin1String(key), object.value(QLatin1String(key)).toString());
+        parent.add(QLatin1String(key), text(object, key));
 }
 
 QString configValue(const QJsonObject& descriptor, const char* key)
@@ -34,7 +48,7 @@ QString configValue(const QJsonObject& descriptor, const char* key)
 
 void addConfigDescriptor(DetailRow& parent, const QJsonObject& descriptor)
 {
-    DetailRow& group = parent.add(QStringLiteral("Configuration Descriptor"));
+    DetailRow& group = parent.add(DeviceConfigRows::tr("Configuration Descriptor"));
     for (const char* key : {"bLength", "bDescriptorType", "wTotalLength", "bNumInterfaces", "bConfigurationValue",
                             "iConfiguration", "bmAttributes", "bMaxPower"})
         group.add(QLatin1String(key), configValue(descriptor, key));
@@ -58,7 +72,7 @@ public:
             show(element.toObject());
         }
         if (shown < elements.size())
-            parent.add(QStringLiteral("... (%1 more)").arg(elements.size() - shown));
+            parent.add(DeviceConfigRows::tr("... (%1 more)").arg(elements.size() - shown));
     }
 
 private:
@@ -67,9 +81,9 @@ private:
 
 void addEndpoints(DetailRow& parent, const QJsonArray& endpoints, Room& room)
 {
-    DetailRow& group = parent.add(QStringLiteral("Endpoints (%1)").arg(endpoints.size()));
+    DetailRow& group = parent.add(DeviceConfigRows::tr("Endpoints (%1)").arg(endpoints.size()));
     room.forEach(group, endpoints, [&group](const QJsonObject& endpoint) {
-        addTexts(group.add(endpoint.value(QLatin1String("bEndpointAddress")).toString()), endpoint,
+        addTexts(group.add(text(endpoint, "bEndpointAddress")), endpoint,
                  {"bLength", "bDescriptorType", "bEndpointAddress", "bmAttributes", "wMaxPacketSize", "bInterval"});
     });
 }
@@ -77,8 +91,9 @@ void addEndpoints(DetailRow& parent, const QJsonArray& endpoints, Room& room)
 void addAlternateSetting(DetailRow& parent, const QJsonObject& setting, Room& room)
 {
     const QJsonObject descriptor = setting.value(QLatin1String("descriptor")).toObject();
-    DetailRow& group = parent.add(QStringLiteral("Alternate Setting %1").arg(decimal(descriptor, "bAlternateSetting")));
-    addTexts(group.add(QStringLiteral("Interface Descriptor")), descriptor,
+    DetailRow& group =
+        parent.add(DeviceConfigRows::tr("Alternate Setting %1").arg(decimal(descriptor, "bAlternateSetting")));
+    addTexts(group.add(DeviceConfigRows::tr("Interface Descriptor")), descriptor,
              {"bLength", "bDescriptorType", "bInterfaceNumber", "bAlternateSetting", "bNumEndpoints", "bInterfaceClass",
               "bInterfaceSubClass", "bInterfaceProtocol", "iInterface"});
     addEndpoints(group, setting.value(QLatin1String("endpoints")).toArray(), room);
@@ -87,12 +102,12 @@ void addAlternateSetting(DetailRow& parent, const QJsonObject& setting, Room& ro
 void addInterfaces(DetailRow& parent, const QJsonArray& interfaces)
 {
     Room room;
-    DetailRow& group = parent.add(QStringLiteral("Interfaces (%1)").arg(interfaces.size()));
+    DetailRow& group = parent.add(DeviceConfigRows::tr("Interfaces (%1)").arg(interfaces.size()));
     int number = 0;
     room.forEach(group, interfaces, [&](const QJsonObject& interface) {
         const QJsonArray settings = interface.value(QLatin1String("alternateSettings")).toArray();
-        DetailRow& row =
-            group.add(QStringLiteral("Interface %1 - Alternate Settings (%2)").arg(number++).arg(settings.size()));
+        DetailRow& row = group.add(
+            DeviceConfigRows::tr("Interface %1 - Alternate Settings (%2)").arg(number++).arg(settings.size()));
         room.forEach(row, settings, [&](const QJsonObject& setting) { addAlternateSetting(row, setting, room); });
     });
 }

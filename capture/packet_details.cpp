@@ -4,37 +4,44 @@
 #include "capture/packet_decoder.h"
 #include "capture/protocol_names.h"
 
+#include <QCoreApplication>
 #include <QDateTime>
 
 namespace {
 
 constexpr int kHexLimit = 128; // bytes
 
+/// The window's own rows are translated; what the decoders say of the protocol is not.
+struct PacketDetails
+{
+    Q_DECLARE_TR_FUNCTIONS(PacketDetails)
+};
+
 QString byteCount(qint64 count)
 {
-    return QStringLiteral("%1 bytes").arg(count);
+    return PacketDetails::tr("%1 bytes").arg(count);
 }
 
 void addBasicInformation(const UsbIPPacketInfo& packet, DetailRow& parent)
 {
     const QDateTime time = QDateTime::fromMSecsSinceEpoch(packet.timestamp);
-    DetailRow& group = parent.add(QStringLiteral("Basic Information"));
-    group.add(QStringLiteral("Timestamp"), time.toString(QStringLiteral("yyyy-MM-dd hh:mm:ss.zzz")));
-    group.add(QStringLiteral("Packet Type"), packet.isRequest ? QStringLiteral("REQUEST") : QStringLiteral("REPLY"));
-    group.add(QStringLiteral("Device ID"), QString::number(packet.deviceId));
-    group.add(QStringLiteral("Sequence Number"), QString::number(packet.sequenceNumber));
-    group.add(QStringLiteral("Command"), hexNumber(packet.command, 4));
-    group.add(QStringLiteral("Endpoint"), hexNumber(packet.endpoint, 2));
-    group.add(QStringLiteral("Endpoint Type"), detail_names::transferType(packet.transferType));
-    group.add(QStringLiteral("Direction"), packet.direction != 0 ? QStringLiteral("IN") : QStringLiteral("OUT"));
-    group.add(QStringLiteral("Transfer Length"), byteCount(packet.transferLength));
-    group.add(QStringLiteral("Is Unlink"), packet.isUnlink ? QStringLiteral("Yes") : QStringLiteral("No"));
+    DetailRow& group = parent.add(PacketDetails::tr("Basic Information"));
+    group.add(PacketDetails::tr("Timestamp"), time.toString(QStringLiteral("yyyy-MM-dd hh:mm:ss.zzz")));
+    group.add(PacketDetails::tr("Packet Type"), packet.isRequest ? QStringLiteral("REQUEST") : QStringLiteral("REPLY"));
+    group.add(PacketDetails::tr("Device ID"), QString::number(packet.deviceId));
+    group.add(PacketDetails::tr("Sequence Number"), QString::number(packet.sequenceNumber));
+    group.add(PacketDetails::tr("Command"), hexNumber(packet.command, 4));
+    group.add(PacketDetails::tr("Endpoint"), hexNumber(packet.endpoint, 2));
+    group.add(PacketDetails::tr("Endpoint Type"), detail_names::transferType(packet.transferType));
+    group.add(PacketDetails::tr("Direction"), packet.direction != 0 ? QStringLiteral("IN") : QStringLiteral("OUT"));
+    group.add(PacketDetails::tr("Transfer Length"), byteCount(packet.transferLength));
+    group.add(PacketDetails::tr("Is Unlink"), packet.isUnlink ? PacketDetails::tr("Yes") : PacketDetails::tr("No"));
 }
 
 void addSetup(const UsbIPPacketInfo& packet, DetailRow& parent)
 {
     if (packet.setupData.isEmpty())
-        parent.add(QStringLiteral("Setup Data"), QStringLiteral("No setup data available"));
+        parent.add(PacketDetails::tr("Setup Data"), PacketDetails::tr("No setup data available"));
     else
         packet_decoder::decodeSetup(packet.setupData, parent);
 }
@@ -49,9 +56,9 @@ void addBulk(const UsbIPPacketInfo& packet, DetailRow& parent)
 
 void addPlainData(const UsbIPPacketInfo& packet, DetailRow& parent)
 {
-    DetailRow& group = parent.add(QStringLiteral("Data"));
-    group.add(QStringLiteral("Length"), byteCount(packet.data.size()));
-    group.add(QStringLiteral("Data (Hex)"), hexText(packet.data, kHexLimit));
+    DetailRow& group = parent.add(PacketDetails::tr("Data"));
+    group.add(PacketDetails::tr("Length"), byteCount(packet.data.size()));
+    group.add(PacketDetails::tr("Data (Hex)"), hexText(packet.data, kHexLimit));
 }
 
 } // namespace
@@ -75,8 +82,8 @@ DetailRow packetDetails(const UsbIPPacketInfo& packet)
         break;
     }
     if (!packet.protocolInfo.isEmpty())
-        top.add(QStringLiteral("Protocol Info")).add(QStringLiteral("Info"), packet.protocolInfo);
+        top.add(PacketDetails::tr("Protocol Info")).add(PacketDetails::tr("Info"), packet.protocolInfo);
     if (!packet.parsedDetails.isEmpty())
-        top.add(QStringLiteral("Parsed Details")).add(QStringLiteral("Details"), packet.parsedDetails);
+        top.add(PacketDetails::tr("Parsed Details")).add(PacketDetails::tr("Details"), packet.parsedDetails);
     return top;
 }

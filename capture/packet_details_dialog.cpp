@@ -85,5 +85,5 @@ void PacketDetailsDialog::showPacket(const UsbIPPacketInfo& packet)
 void PacketDetailsDialog::showNothing()
 {
     m_tree->clear();
-    m_tree->addTopLevelItem(itemOf({QStringLiteral("Error"), QStringLiteral("No packet data available"), {}}));
+    m_tree->addTopLevelItem(itemOf({tr("Error"), tr("No packet data available"), {}}));
 }

@@ -1,6 +1,7 @@
 #include "devices/device_launcher.h"
 
 #include "devices/device_process.h"
+#include "devices/log.h"
 #include "devices/parameter_encryptor.h"
 
 #include <QCoreApplication>
@@ -30,7 +31,12 @@ DeviceProcess* start(const QString& program)
 {
     DeviceProcess* process = keep(new DeviceProcess(program));
     process->start(QIODevice::ReadWrite);
-    return process->waitForStarted(kStartTimeoutMs) ? process : nullptr;
+    if (!process->waitForStarted(kStartTimeoutMs)) {
+        qCWarning(devicesLog).noquote() << "Device process does not start:" << program << process->errorString();
+        return nullptr;
+    }
+    qCInfo(devicesLog) << "Device process started, process" << process->processId();
+    return process;
 }
 
 QByteArray publicKeyPem()
@@ -64,7 +70,11 @@ std::optional<qint64> DeviceLauncher::launch(const QString& joinedParameters) co
     if (!process)
         return std::nullopt;
     const qint64 processId = process->processId(); // 0 once it has ended, which it may while the message is written
-    push(*process, parameterMessage(joinedParameters, publicKeyPem()));
+    const QByteArray message = parameterMessage(joinedParameters, publicKeyPem());
+    push(*process, message);
+    qCDebug(devicesLog) << "Parameters handed to process" << processId << "in" << message.size() << "bytes";
+    if (process->bytesToWrite() > 0)
+        qCWarning(devicesLog) << "Device process does not read its parameters, process" << processId;
     return processId;
 }
 

@@ -1,6 +1,5 @@
 #include "devices/device_record.h"
 
-#include <QCoreApplication>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -76,8 +75,6 @@ bool canBeFileName(const QString& name)
 QString microphoneLabel(const QStringList& publicParams)
 {
     const QString version = publicParams.value(5, QStringLiteral("1.0"));
-    const QString mode = publicParams.value(6) == QLatin1String("1")
-                             ? QCoreApplication::translate("DeviceType", "RT")
-                             : QCoreApplication::translate("DeviceType", "Normal");
-    return QCoreApplication::translate("DeviceType", "Microphone (UAC %1, %2)").arg(version, mode);
+    const QString mode = publicParams.value(6) == QLatin1String("1") ? QStringLiteral("RT") : QStringLiteral("Normal");
+    return QStringLiteral("Microphone (UAC %1, %2)").arg(version, mode);
 }

@@ -1,9 +1,9 @@
 #include "devices/device_record_manager.h"
 
 #include "devices/device_type.h"
+#include "devices/log.h"
 
 #include <QCoreApplication>
-#include <QDebug>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -54,7 +54,7 @@ bool mayBeStale(const DeviceRecord& record)
 
 void warn(const char* what, const QString& path)
 {
-    qWarning().noquote() << what << path;
+    qCWarning(devicesLog).noquote() << what << path;
 }
 
 } // namespace
@@ -117,8 +117,11 @@ std::vector<DeviceRecord> DeviceRecordManager::loadCurrentRecords() const
     const ProcessSnapshot snapshot = m_takeSnapshot();
     std::vector<DeviceRecord> current;
     for (std::size_t i = 0; i < loaded.size(); ++i) {
-        if (!mayBeStale(loaded[i]) || snapshot.contains(loaded[i].processId) || !remove(fileNames[static_cast<int>(i)]))
+        const QString& fileName = fileNames[static_cast<int>(i)];
+        if (!mayBeStale(loaded[i]) || snapshot.contains(loaded[i].processId) || !remove(fileName))
             current.push_back(std::move(loaded[i]));
+        else
+            qCInfo(devicesLog).noquote() << "Record removed, its process has ended:" << fileName;
     }
     return current;
 }

@@ -1,7 +1,5 @@
 #include "devices/device_type.h"
 
-#include <QCoreApplication>
-
 #include <algorithm>
 #include <array>
 
@@ -16,14 +14,14 @@ struct Words
 };
 
 constexpr std::array<Words, 8> kTypes{{
-    {DeviceType::Camera, "camera", QT_TRANSLATE_NOOP("DeviceType", "Camera"), nullptr},
-    {DeviceType::Fido2, "fido2", QT_TRANSLATE_NOOP("DeviceType", "FIDO2"), nullptr},
-    {DeviceType::Mouse, "mouse", QT_TRANSLATE_NOOP("DeviceType", "Mouse"), nullptr},
-    {DeviceType::Keyboard, "keyboard", QT_TRANSLATE_NOOP("DeviceType", "Keyboard"), ":/icons/res/keyboard.png"},
-    {DeviceType::UsbIp, "usbip", QT_TRANSLATE_NOOP("DeviceType", "Network"), ":/icons/res/network.png"},
-    {DeviceType::Storage, "udisk", QT_TRANSLATE_NOOP("DeviceType", "Storage"), ":/icons/res/storage.png"},
-    {DeviceType::Microphone, "microphone", QT_TRANSLATE_NOOP("DeviceType", "Microphone"), ":/icons/res/microphone.png"},
-    {DeviceType::Speaker, "speaker", QT_TRANSLATE_NOOP("DeviceType", "Speaker"), ":/icons/res/speaker.png"},
+    {DeviceType::Camera, "camera", "Camera", nullptr},
+    {DeviceType::Fido2, "fido2", "FIDO2", nullptr},
+    {DeviceType::Mouse, "mouse", "Mouse", nullptr},
+    {DeviceType::Keyboard, "keyboard", "Keyboard", ":/icons/res/keyboard.png"},
+    {DeviceType::UsbIp, "usbip", "Network", ":/icons/res/network.png"},
+    {DeviceType::Storage, "udisk", "Storage", ":/icons/res/storage.png"},
+    {DeviceType::Microphone, "microphone", "Microphone", ":/icons/res/microphone.png"},
+    {DeviceType::Speaker, "speaker", "Speaker", ":/icons/res/speaker.png"},
 }};
 
 const Words& wordsOf(DeviceType type)
@@ -54,7 +52,7 @@ std::optional<DeviceType> deviceTypeFromWord(const QString& word)
 
 QString deviceTypeLabel(DeviceType type)
 {
-    return QCoreApplication::translate("DeviceType", wordsOf(type).label);
+    return QString::fromLatin1(wordsOf(type).label);
 }
 
 QString deviceTypeIconPath(DeviceType type)

@@ -8,6 +8,11 @@ namespace {
 
 constexpr int kIdLength = 4;
 
+struct FaultTexts
+{
+    Q_DECLARE_TR_FUNCTIONS(FaultTexts)
+};
+
 bool take(QString& field, const QString& value, bool isValid)
 {
     field = value;
@@ -91,16 +96,15 @@ MicrophoneSettings::Fault MicrophoneSettings::findFault() const
 
 QString textOf(MicrophoneSettings::Fault fault)
 {
-    const auto translate = [](const char* text) { return QCoreApplication::translate("MicrophoneSettings", text); };
     switch (fault) {
     case MicrophoneSettings::Fault::Vid:
-        return translate(QT_TRANSLATE_NOOP("MicrophoneSettings", "Please enter a valid 4-digit USB VID."));
+        return FaultTexts::tr("Please enter a valid 4-digit USB VID.");
     case MicrophoneSettings::Fault::Pid:
-        return translate(QT_TRANSLATE_NOOP("MicrophoneSettings", "Please enter a valid 4-digit USB PID."));
+        return FaultTexts::tr("Please enter a valid 4-digit USB PID.");
     case MicrophoneSettings::Fault::DeviceName:
-        return translate(QT_TRANSLATE_NOOP("MicrophoneSettings", "Please enter a device name."));
+        return FaultTexts::tr("Please enter a device name.");
     case MicrophoneSettings::Fault::Path:
-        return translate(QT_TRANSLATE_NOOP("MicrophoneSettings", "Please select an audio file."));
+        return FaultTexts::tr("Please select an audio file.");
     case MicrophoneSettings::Fault::None:
         break;
     }

@@ -1,8 +1,7 @@
 #include "dialogs/source_check.h"
 
+#include "media/log.h"
 #include "ui/busy_cursor.h"
-
-#include <QDebug>
 
 #include <exception>
 #include <future>
@@ -50,10 +49,10 @@ SourceProbeResult runCheck(const SourceCheck& check, const QString& source, Sour
     try {
         const SourceProbeResult result = check(source, kind);
         if (!result.opened)
-            qWarning() << "Source" << source << "does not open:" << result.error;
+            qCWarning(mediaLog) << "Source" << source << "does not open:" << result.error;
         return result;
     } catch (const std::exception& failure) {
-        qWarning() << "Source" << source << "cannot be checked:" << failure.what();
+        qCWarning(mediaLog) << "Source" << source << "cannot be checked:" << failure.what();
         return {};
     }
 }

@@ -1,6 +1,7 @@
 #include "fido2/confirmation_queue.h"
 
-#include <QDebug>
+#include "fido2/log.h"
+
 #include <QPointer>
 
 #include <algorithm>
@@ -17,9 +18,11 @@ void ConfirmationQueue::add(const ConfirmationRequest& request)
         return;
     const auto ofProcess = [&](const ConfirmationRequest& waiting) { return waiting.processId == request.processId; };
     if (std::count_if(m_waiting.begin(), m_waiting.end(), ofProcess) >= kMostWaitingPerProcess) {
-        qWarning() << "Too many FIDO2 confirmation requests are waiting; one dropped, of process" << request.processId;
+        qCWarning(fido2Log) << "Too many FIDO2 confirmation requests are waiting; one dropped, of process"
+                            << request.processId;
         return;
     }
+    qCInfo(fido2Log) << "Process" << request.processId << "asks for" << request.operation;
     m_waiting.push_back(request);
     if (!m_busy)
         schedule();

@@ -1,5 +1,6 @@
 #include "fido2/credentials_file.h"
 
+#include "fido2/log.h"
 #include "fido2/pin.h"
 #include "fido2/shown_text.h"
 
@@ -80,8 +81,11 @@ QJsonArray CredentialsFile::credentials() const
 bool CredentialsFile::save(const KeyIdentity& form, const QJsonArray& credentials)
 {
     const QJsonObject merged = mergedCredentialsRoot(readJsonFile(m_path).root, form, credentials);
-    if (!writeJsonFile(m_path, merged))
+    if (!writeJsonFile(m_path, merged)) {
+        qCWarning(fido2Log).noquote() << "Credentials file cannot be written:" << m_path;
         return false;
+    }
+    qCInfo(fido2Log).noquote() << "Credentials file written:" << m_path << "credentials:" << credentials.size();
     m_root = merged;
     return true;
 }
@@ -96,12 +100,14 @@ CredentialsFile::PinResult CredentialsFile::setPin(const QString& pin, const QSt
     const QJsonObject changed = rootWithPin(content.root, pin, serialNumber);
     if (!writeJsonFile(m_path, changed))
         return PinResult::NotWritten;
+    qCInfo(fido2Log).noquote() << "PIN set in" << m_path;
     m_root = changed;
     return PinResult::Set;
 }
 
 void CredentialsFile::clear(const QString& directory, const QString& serialNumber, const QJsonArray& credentials) const
 {
+    qCInfo(fido2Log).noquote() << "Device cleared with its files:" << m_path;
     removeFile(m_path);
     const QString prefix = directory + QLatin1Char('/') + serialNumber;
     for (const char* suffix :

@@ -35,6 +35,8 @@ CredentialsFileChooser::CredentialsFileChooser(const QString& directory, const Q
     m_table->verticalHeader()->hide();
     constexpr int kNumberWidth = 140;
     m_table->horizontalHeader()->setDefaultSectionSize(kNumberWidth);
+    for (int column = 1; column < titles.size(); ++column)
+        m_table->setColumnWidth(column, qMax(kNumberWidth, m_table->horizontalHeader()->sectionSizeHint(column)));
     m_table->horizontalHeader()->setSectionResizeMode(0, QHeaderView::Stretch);
     for (int row = 0; row < names.size(); ++row)
         fillRow(row, directory + QLatin1Char('/') + names.at(row));

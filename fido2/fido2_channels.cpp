@@ -1,9 +1,9 @@
 #include "fido2/fido2_channels.h"
 
 #include "fido2/fido2_message.h"
+#include "fido2/log.h"
 
 #include <QDateTime>
-#include <QDebug>
 
 Fido2Channels::Fido2Channels(QObject* parent, int reconnectIntervalMs)
     : QObject(parent)
@@ -52,13 +52,14 @@ void Fido2Channels::answer(qint64 processId, bool confirmed, const QJsonObject& 
 {
     Fido2Client* client = m_clients.value(processId);
     if (!client) {
-        qWarning() << "No FIDO2 client found for process" << processId;
+        qCWarning(fido2Log) << "No FIDO2 client found for process" << processId;
         return;
     }
     if (!client->isConnected()) {
-        qWarning() << "FIDO2 client for process" << processId << "not available or not connected";
+        qCWarning(fido2Log) << "FIDO2 client for process" << processId << "not available or not connected";
         return;
     }
+    qCInfo(fido2Log) << "Request of process" << processId << (confirmed ? "confirmed" : "denied");
     client->sendMessage(confirmationResponse(confirmed, result, QDateTime::currentMSecsSinceEpoch()));
 }
 

@@ -1,9 +1,9 @@
 #include "fido2/fido2_client.h"
 
 #include "fido2/fido2_message.h"
+#include "fido2/log.h"
 
 #include <QDateTime>
-#include <QDebug>
 #include <QJsonDocument>
 
 #include <algorithm>
@@ -93,6 +93,7 @@ bool Fido2Client::sendMessage(const QJsonObject& message)
 
 void Fido2Client::handleConnected()
 {
+    qCDebug(fido2Log) << "Connected to" << m_serverName;
     m_connected = true;
     m_reconnectAttempts = 0;
     if (m_stopping) {
@@ -121,9 +122,10 @@ void Fido2Client::handleServerData()
     const QByteArray bytes = readOneWrite(*m_socket, kLargestMessage);
     m_reading = false;
     if (bytes.size() > kLargestMessage) {
-        qWarning() << "FIDO2 message of more than" << kLargestMessage << "bytes dropped, from" << m_serverName;
+        qCWarning(fido2Log) << "FIDO2 message of more than" << kLargestMessage << "bytes dropped, from" << m_serverName;
         return;
     }
+    qCDebug(fido2Log) << bytes.size() << "bytes received from" << m_serverName;
     if (const auto question = parseConfirmationQuestion(bytes))
         emit userConfirmationRequestReceived(question->operation, question->data);
 }
@@ -139,6 +141,7 @@ void Fido2Client::attemptReconnect()
         return;
     if (m_reconnectAttempts < std::numeric_limits<std::int32_t>::max())
         ++m_reconnectAttempts;
+    qCDebug(fido2Log) << "Attempt" << m_reconnectAttempts << "to reach" << m_serverName << "again";
     if (m_reconnectAttempts < kMostAttempts)
         connectToServer(m_serverName);
 }

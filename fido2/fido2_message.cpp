@@ -1,12 +1,10 @@
 #include "fido2/fido2_message.h"
 
-#include <QDebug>
+#include "fido2/log.h"
+
 #include <QJsonDocument>
-#include <QLoggingCategory>
 
 namespace {
-
-Q_LOGGING_CATEGORY(channelLog, "plugboard.fido2.channel", QtWarningMsg)
 
 QJsonObject dataFromTopLevel(const QJsonObject& message)
 {
@@ -31,8 +29,8 @@ QJsonObject dataFromTopLevel(const QJsonObject& message)
         "availableCredentials",
         "transports",
     };
-    qWarning("ERROR: Received empty data in user confirmation request!");
-    qWarning().noquote() << "Original command:" << QJsonDocument(message).toJson(QJsonDocument::Compact);
+    qCWarning(fido2Log, "ERROR: Received empty data in user confirmation request!");
+    qCWarning(fido2Log).noquote() << "Original command:" << QJsonDocument(message).toJson(QJsonDocument::Compact);
     QJsonObject data;
     for (const char* name : kKeys) {
         const QString key = QLatin1String(name);
@@ -40,7 +38,7 @@ QJsonObject dataFromTopLevel(const QJsonObject& message)
             data.insert(key, *member);
     }
     if (data.isEmpty())
-        qWarning("Failed to reconstruct data from original command");
+        qCWarning(fido2Log, "Failed to reconstruct data from original command");
     return data;
 }
 
@@ -50,7 +48,7 @@ std::optional<ConfirmationQuestion> parseConfirmationQuestion(const QByteArray& 
 {
     const QJsonDocument document = QJsonDocument::fromJson(bytes);
     if (!document.isObject()) {
-        qCDebug(channelLog, "dropped %d bytes that are not one message", bytes.size());
+        qCDebug(fido2Log, "dropped %d bytes that are not one message", bytes.size());
         return {};
     }
     const QJsonObject message = document.object();

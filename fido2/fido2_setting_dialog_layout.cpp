@@ -37,6 +37,31 @@ protected:
     }
 };
 
+/// Columns keep their widths, whatever the font: titles take several lines and, where a word is still too wide, a
+/// smaller font.
+void fitTitles(QHeaderView& header)
+{
+    constexpr qreal kSmallestFont = 6; // points
+    constexpr int kPadding = 8;
+    const int margins = 2 * header.style()->pixelMetric(QStyle::PM_HeaderMargin, nullptr, &header) + 2;
+    const auto sizeOf = [&header, margins](int section) {
+        const QRect room(0, 0, header.sectionSize(section) - margins, 1 << 16);
+        const QString title = header.model()->headerData(section, Qt::Horizontal).toString();
+        return header.fontMetrics().boundingRect(room, Qt::TextWordWrap, title).size();
+    };
+    int height = 0;
+    for (int section = 0; section < header.count(); ++section) {
+        QFont font = header.font();
+        while (sizeOf(section).width() > header.sectionSize(section) - margins && font.pointSizeF() > kSmallestFont) {
+            font.setPointSizeF(font.pointSizeF() - 0.5);
+            header.setFont(font);
+        }
+    }
+    for (int section = 0; section < header.count(); ++section)
+        height = qMax(height, sizeOf(section).height());
+    header.setFixedHeight(height + kPadding);
+}
+
 constexpr int kFieldWidth = 420; // serial numbers fit; the dialog is as wide as its table, which is too wide for them
 
 } // namespace
@@ -168,7 +193,7 @@ QTableWidget* Fido2SettingDialog::buildTable()
     QHeaderView* header = table->horizontalHeader();
     header->setStretchLastSection(true);
     header->setDefaultAlignment(static_cast<Qt::Alignment>(int(Qt::AlignCenter) | int(Qt::TextWordWrap)));
-    header->setFixedHeight(twoLines + kPadding); // the longest titles take two lines at their width
+    fitTitles(*header);
     table->verticalHeader()->hide();
     table->verticalHeader()->setDefaultSectionSize(qMax(twoLines, keyFiles) + kPadding);
     table->setItemDelegateForColumn(int(CredentialColumn::KeyFiles), new KeyFilesDelegate(table));

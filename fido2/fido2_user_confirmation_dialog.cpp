@@ -4,10 +4,10 @@
 #include "fido2/confirmation_texts.h"
 #include "fido2/credential_detail_dialog.h"
 #include "fido2/dialog_parts.h"
+#include "fido2/log.h"
 #include "fido2/request_details_dialog.h"
 
 #include <QCheckBox>
-#include <QDebug>
 #include <QHBoxLayout>
 #include <QJsonArray>
 #include <QLabel>
@@ -47,8 +47,8 @@ Fido2UserConfirmationDialog::Fido2UserConfirmationDialog(const QString& operatio
     , m_environment(std::move(environment))
 {
     if (m_data.isEmpty()) {
-        qWarning("WARNING: Received empty data in Fido2UserConfirmationDialog!");
-        qWarning().noquote() << "Operation:" << operation;
+        qCWarning(fido2Log, "WARNING: Received empty data in Fido2UserConfirmationDialog!");
+        qCWarning(fido2Log).noquote() << "Operation:" << operation;
         m_data = placeholderData(operation);
     }
     setWindowTitle(tr("FIDO2 User Confirmation"));

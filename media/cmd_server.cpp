@@ -1,5 +1,6 @@
 #include "media/cmd_server.h"
 
+#include "media/log.h"
 #include "media/server_names.h"
 
 #include <QCoreApplication>
@@ -77,7 +78,7 @@ void CmdServer::StartServerInMainThread(QString serverName)
     if (!parent())
         setParent(QCoreApplication::instance()); // Not before: an object's parent lives on its own thread.
     if (!listen(serverName))
-        qWarning("ERROR: The command server cannot listen as \"%s\".", qUtf8Printable(serverName));
+        qCWarning(mediaLog, "ERROR: The command server cannot listen as \"%s\".", qUtf8Printable(serverName));
 }
 
 bool CmdServer::listen(const QString& name)
@@ -211,7 +212,7 @@ void CmdServer::send(QLocalSocket& socket, const QByteArray& bytes)
         return;
     if (socket.bytesToWrite() > kMaxUnsentBytes) {
         if (!std::exchange(m_reportedUnread, true))
-            qWarning("The client of the command server does not read; what it is sent is dropped.");
+            qCWarning(mediaLog, "The client of the command server does not read; what it is sent is dropped.");
         return;
     }
     socket.write(bytes);
@@ -239,7 +240,7 @@ void CmdServer::receive(const QByteArray& bytes)
     while (const std::optional<QString> line = m_received.next())
         answer(*line);
     if (m_received.limitPending())
-        qWarning("ERROR: A command line of more than %d characters was cut.", LineSplitter::kMaxLineLength);
+        qCWarning(mediaLog, "ERROR: A command line of more than %d characters was cut.", LineSplitter::kMaxLineLength);
     if (!m_client)
         m_received.clear();
 }

@@ -1,5 +1,6 @@
 #include "media/source_probe.h"
 
+#include "media/log.h"
 #include "media/media_reader.h"
 
 namespace {
@@ -39,5 +40,7 @@ SourceProbeResult SourceProbe::probe(const QString& source, Kind kind)
         result.channels = audio->channels();
         result.sampleRate = audio->sampleRate();
     }
+    qCInfo(mediaLog) << "Source looked at: video" << result.width << "x" << result.height << "sound" << result.channels
+                     << "channels," << result.sampleRate << "Hz";
     return result;
 }

@@ -6,6 +6,7 @@ import sys
 
 # Folder: the folders of ours that it may include, besides itself.
 ARROWS = {
+    "runtime": set(),
     "ui": set(),
     "driver": set(),
     "devices": set(),
@@ -13,10 +14,11 @@ ARROWS = {
     "capture": {"ui"},
     "fido2": {"devices", "ui"},
     "dialogs": {"media", "ui"},
-    "app": {"dialogs", "fido2", "capture", "devices", "driver", "ui"},
+    "app": {"dialogs", "fido2", "capture", "devices", "driver", "runtime", "ui"},
 }
 # What needs no widgets says so here: these may not include one. Folder: file name patterns.
 WITHOUT_WIDGETS = {
+    "runtime": ["*"],
     "devices": ["*"],
     "driver": ["*"],
     "media": ["*"],

@@ -2,10 +2,10 @@
 # packages.sh GROUP...: installs what is missing of the Debian packages that a group of commands needs.
 set -euo pipefail
 
-build=(g++ cmake ninja-build pkg-config ccache qtbase5-dev qttools5-dev qttools5-dev-tools libssl-dev openssl
+build=(g++ cmake ninja-build pkg-config ccache qtbase5-dev qttools5-dev qttools5-dev-tools qttranslations5-l10n libssl-dev openssl
     libavformat-dev libavcodec-dev libavfilter-dev libavutil-dev libswresample-dev libswscale-dev libopencv-dev
     nlohmann-json3-dev python3 procps fonts-dejavu-core fonts-noto-cjk)
-display=(xvfb xauth libqt5gui5)
+display=(xvfb xauth libqt5gui5 fonts-noto-cjk)
 checks=(clang-format-14 python3 git ffmpeg tshark)
 bench=(ffmpeg tshark)
 guide=(imagemagick)

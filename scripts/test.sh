@@ -5,6 +5,7 @@
 
 scripts/packages.sh build display checks
 passed=0 failed=0
+export PLUGBOARD_USER_DATA=$PWD/build/user-data # not the settings and logs of whoever runs the tests
 
 # check NAME COMMAND...: one check that counts.
 check() {
@@ -20,6 +21,7 @@ check() {
 
 check "format" scripts/check_format.sh
 check "arrows between folders" python3 scripts/check_arrows.py
+check "translations" scripts/update_translations.sh --check
 configure_and_build release
 log=build/release/tests.log
 on_display ctest --preset release --parallel 2 --output-on-failure | tee "$log" || true
@@ -29,6 +31,7 @@ broken=$(sed -n 's/.*% tests passed, \([0-9]*\) tests failed out of .*/\1/p' "$l
 passed=$((passed + total - broken)) failed=$((failed + broken))
 
 check "tour" on_display build/release/tour/plugboard-tour "$PWD/build/tour"
+check "tour in Chinese" on_display build/release/tour/plugboard-tour "$PWD/build/tour-zh_CN" --language zh_CN
 
 if [ "${1:-}" != --native ]; then
     log=build/windows.log

@@ -39,17 +39,6 @@ QString summary(const SourceProbeResult& result)
     return parts.join(QStringLiteral(", "));
 }
 
-QByteArray httpAnswer(const QByteArray& type, const QByteArray& body)
-{
-    return "HTTP/1.1 200 OK\r\nContent-Type: " + type + "\r\nConnection: close\r\n\r\n" + body;
-}
-
-QByteArray contentOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 } // namespace
 
 void SourceProbeTest::findsWhatASourceHolds_data()

@@ -1,6 +1,7 @@
 // test_main.cpp: runs one registered suite: PROGRAM SUITE [QtTest arguments].
 #include "tests/support/suite_registry.h"
 
+#include <QTemporaryDir>
 #include <QtTest>
 #ifdef PLUGBOARD_TEST_WIDGETS
 #include <QApplication>
@@ -47,6 +48,10 @@ int main(int argc, char** argv)
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
 #endif
+    // Programs that a test starts must not touch what the user who runs it has.
+    const QTemporaryDir userData;
+    if (qEnvironmentVariableIsEmpty("PLUGBOARD_USER_DATA"))
+        qputenv("PLUGBOARD_USER_DATA", QFile::encodeName(userData.path()));
     Application application(argc, argv);
     std::vector<char*> arguments(argv + 1, argv + argc);
     arguments.front() = argv[0];

@@ -1,5 +1,8 @@
+#include "runtime/program_run.h"
+#include "runtime/start_options.h"
 #include "tools/capture/capture_window.h"
 #include "tools/capture/headless_capture.h"
+#include "ui/chinese_font.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -20,6 +23,7 @@ struct Options
     qint64 processId = 0;
     uint32_t deviceId = 0;
     double headlessSeconds = 0; ///< 0 asks for the window
+    StartOptions start;
 };
 
 /// Nothing when the arguments make no sense; what is wrong has been printed.
@@ -36,9 +40,16 @@ std::optional<Options> parseOptions(const QCoreApplication& application)
         QStringLiteral("headless"), QStringLiteral("Prints one line for each packet for that long, without a window."),
         QStringLiteral("SECONDS"));
     parser.addOptions({device, headless});
+    addLanguageOption(parser);
+    addLogOption(parser);
     parser.process(application);
 
     Options options;
+    options.start = readStartOptions(parser);
+    if (!options.start.error.isEmpty()) {
+        std::fprintf(stderr, "%s\n", qUtf8Printable(options.start.error));
+        return std::nullopt;
+    }
     bool pidValid = false;
     bool deviceValid = false;
     bool secondsValid = true;
@@ -73,9 +84,13 @@ int run(int argc, char** argv)
     const std::optional<Options> options = parseOptions(application);
     if (!options)
         return kUsageError;
+    const ProgramRun running(QCoreApplication::applicationName(), QCoreApplication::applicationVersion(),
+                             options->start.logRules);
     if (options->headlessSeconds > 0)
         return runHeadless(application, *options);
     if constexpr (std::is_same_v<Application, QApplication>) {
+        if (speakAsAsked(options->start.language, application) == Language::SimplifiedChinese)
+            preferSimplifiedChinese();
         CaptureWindow window(options->processId, options->deviceId);
         window.show();
         return QCoreApplication::exec();

@@ -1,7 +1,10 @@
 // plugboard-media: runs a source through the media chains.
+#include "driver/device_interfaces.h"
+#include "driver/platform/system_platform.h"
 #include "media/cmd_map.h"
 #include "media/debug_commands.h"
 #include "media/source_probe.h"
+#include "runtime/program_run.h"
 #include "tools/media/file_run.h"
 #include "tools/media/media_options.h"
 #include "tools/media/picture_window.h"
@@ -10,6 +13,7 @@
 #include <QApplication>
 
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <thread>
@@ -69,6 +73,11 @@ int runCommand(QCoreApplication& application, const MediaOptions& options)
 {
     TestAvArguments testAv{options.source.isEmpty() ? "test.mp4" : options.source.toStdString(), &stopRequested()};
     ResetArguments reset;
+    const std::filesystem::path folder = QCoreApplication::applicationDirPath().toStdU16String();
+    reset.paths = [folder](const std::wstring&, std::size_t) {
+        const auto platform = driver::systemPlatform(folder);
+        return driver::devicePaths(*platform, driver::kHostControllerInterface);
+    };
     void* arguments = nullptr;
     if (options.command == QLatin1String("TestAv"))
         arguments = &testAv;
@@ -102,6 +111,7 @@ int main(int argc, char** argv)
         return options.exitCode;
     }
     av_log_set_level(options.verbose ? AV_LOG_VERBOSE : AV_LOG_FATAL);
+    const ProgramRun run(QStringLiteral("plugboard-media"), QStringLiteral(PLUGBOARD_VERSION), options.logRules);
     catchStopRequests();
     if (options.run == MediaOptions::Run::Window) {
         QApplication application(argc, argv);

@@ -1,6 +1,7 @@
 #include "tools/media/media_options.h"
 
 #include "media/cmd_map.h"
+#include "runtime/start_options.h"
 
 #include <QCommandLineParser>
 
@@ -52,6 +53,7 @@ void addOptions(QCommandLineParser& parser)
     add("seconds", "Close the window after this time.", "number", "0");
     add("snapshot", "Save the window's last picture when it closes.", "file");
     add("verbose", "Show FFmpeg's own messages.");
+    addLogOption(parser);
     add("help", "Print this text.");
     add("version", "Print the version.");
 }
@@ -134,6 +136,9 @@ MediaOptions parseMediaOptions(const QStringList& arguments)
     const auto value = [&parser](const char* name) { return parser.value(QString::fromLatin1(name)); };
     if (!parsed)
         return mistake(parser.errorText());
+    const StartOptions start = readStartOptions(parser, false);
+    if (!start.error.isEmpty())
+        return mistake(start.error);
     if (given("help"))
         return textOnly(parser.helpText(), 0);
     if (given("version"))
@@ -146,6 +151,7 @@ MediaOptions parseMediaOptions(const QStringList& arguments)
     }
 
     MediaOptions options;
+    options.logRules = start.logRules;
     const QString wrong = readValues(parser, options);
     if (!wrong.isEmpty())
         return mistake(wrong);

@@ -39,6 +39,7 @@ struct MediaOptions
     int threads = 0; ///< 0: FFmpeg decides.
     int seconds = 0; ///< The window closes after; 0: never.
     bool verbose = false;
+    QString logRules; ///< see logRules()
 };
 
 /// Never ends the program: help, version and mistakes come back as text to print.

@@ -1,9 +1,11 @@
-// main.cpp: plugboard-tour DIR: walks every feature and leaves pictures and report.json in DIR.
+// main.cpp: plugboard-tour DIR [--language LANGUAGE]: walks every feature and leaves pictures and report.json in DIR.
 #include "tools/tour/tour.h"
 #include "tools/tour/walks.h"
+#include "ui/chinese_font.h"
 
 #include <QApplication>
 #include <QIcon>
+#include <QLoggingCategory>
 
 #include <cstdio>
 
@@ -13,20 +15,27 @@ int main(int argc, char** argv)
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     QApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.size() != 2) {
-        std::fprintf(stderr, "usage: plugboard-tour DIR\n");
+    const bool chooses = arguments.size() == 4 && arguments[2] == QLatin1String("--language");
+    const auto language = chooses ? languageFromWord(arguments[3]) : Language::English;
+    if ((arguments.size() != 2 && !chooses) || !language || !speak(*language, application)) {
+        std::fprintf(stderr, "usage: plugboard-tour DIR [--language en|zh_CN]\n");
         return 2;
     }
+    if (*language == Language::SimplifiedChinese)
+        preferSimplifiedChinese();
     const QString folder = QDir(arguments[1]).absolutePath();
     QDir::setCurrent(QCoreApplication::applicationDirPath());
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/res/logo.png")));
 
     try {
-        Tour tour(folder);
+        QLoggingCategory::setFilterRules(QStringLiteral("plugboard.*.info=false")); // the report says what is done
+        Tour tour(folder, *language);
         walkFirstStart(tour);
         walkDevices(tour);
         walkSecurityKey(tour);
         walkSettings(tour);
+        walkMedia(tour);
+        walkPacketCapture(tour);
         walkSettingsWarnings(tour);
         const int failed = tour.finish();
         std::printf("%d steps failed; report in %s\n", failed, qPrintable(folder));

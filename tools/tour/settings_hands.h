@@ -27,6 +27,7 @@ public:
         return systemPrompter().question(parent, title, text);
     }
     QString openFile(QWidget*, const QString&, const QString&, const QString&) override { return fileToChoose; }
+    QString saveFile(QWidget*, const QString&, const QString&, const QString&) override { return fileToChoose; }
 };
 
 /// The tour's clips as files of a folder of their own: media are read from files, not from resources.

@@ -1,5 +1,8 @@
 #include "tools/tour/tour.h"
 
+#include "tools/tour/expected_text.h"
+
+#include <QAbstractAnimation>
 #include <QApplication>
 #include <QDeadlineTimer>
 #include <QElapsedTimer>
@@ -11,16 +14,27 @@
 #include <QPushButton>
 #include <QSaveFile>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
 
 const QColor kDesktopColour(0xb8, 0xc4, 0xd0);
 constexpr int kDesktopMargin = 24;
+constexpr int kLongestFading = 1000; // Milliseconds.
+
+/// Whether the style is on its way from one state of a widget to the next, which would be what a picture shows.
+bool isFading(const QWidget& window)
+{
+    const auto animations = window.findChildren<QAbstractAnimation*>();
+    return std::any_of(animations.begin(), animations.end(), [](const QAbstractAnimation* animation) {
+        return animation->state() == QAbstractAnimation::Running && animation->totalDuration() > 0;
+    });
+}
 
 } // namespace
 
-Tour::Tour(const QString& folder) : m_folder(folder)
+Tour::Tour(const QString& folder, Language language) : m_folder(folder), m_language(language)
 {
     if (!m_folder.mkpath(QStringLiteral(".")))
         throw StepFailure("cannot make the folder " + folder.toStdString());
@@ -77,6 +91,9 @@ void Tour::waitUntil(const std::function<bool()>& condition, const QString& what
 void Tour::picture(QWidget& widget)
 {
     QCoreApplication::processEvents();
+    const QDeadlineTimer limit(kLongestFading);
+    while (isFading(widget) && !limit.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
     picture(widget.grab());
 }
 
@@ -126,8 +143,9 @@ void Tour::answerBox(const QString& name, const QString& title, const QString& t
         auto* box = qobject_cast<QMessageBox*>(&window);
         require(box, QStringLiteral("the window is no message box"));
         picture(window);
-        require(box->windowTitle() == title, QStringLiteral("unexpected title: ") + box->windowTitle());
-        require(box->text() == text, QStringLiteral("unexpected text: ") + box->text());
+        require(box->windowTitle() == expectedText(title, m_language),
+                QStringLiteral("unexpected title: ") + box->windowTitle());
+        require(box->text() == expectedText(text, m_language), QStringLiteral("unexpected text: ") + box->text());
         require(box->button(button), QStringLiteral("the button is missing"));
         box->button(button)->click();
         return QStringLiteral("\"%1\", answered with %2")

@@ -1,6 +1,8 @@
 // tour.h: an unattended walk through the real windows, with a picture and a report line for each step.
 #pragma once
 
+#include "runtime/language.h"
+
 #include <QDir>
 #include <QJsonArray>
 #include <QMessageBox>
@@ -24,8 +26,8 @@ public:
 class Tour
 {
 public:
-    /// Pictures and report.json go into `folder`, which is made.
-    explicit Tour(const QString& folder);
+    /// Pictures and report.json go into `folder`, which is made. The windows speak `language`.
+    explicit Tour(const QString& folder, Language language = Language::English);
 
     /// Runs `body`, which returns the line of detail for the report, and records the outcome.
     void step(const QString& name, const std::function<QString()>& body);
@@ -44,7 +46,8 @@ public:
     /// windows in turn; a window that never opens fails the step in which it was expected.
     void whenWindowOpens(const QString& name, const std::function<QString(QWidget&)>& react);
 
-    /// The usual reaction to a message box: picture, check of title and text, click.
+    /// The usual reaction to a message box: picture, check of title and text, click. Both are given in English and
+    /// expected in the language of the tour.
     void answerBox(const QString& name, const QString& title, const QString& text, QMessageBox::StandardButton button);
 
     /// Writes report.json and returns the number of failed steps; -1 when it cannot be written.
@@ -60,6 +63,7 @@ private:
     void reactToWindow();
 
     QDir m_folder;
+    Language m_language;
     QJsonArray m_steps;
     QString m_picture; ///< file name of the running step's picture
     int m_failed = 0;

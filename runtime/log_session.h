@@ -1,0 +1,31 @@
+// log_session.h: takes what the program logs into its log file.
+#pragma once
+
+#include "runtime/log_file.h"
+
+#include <QtGlobal>
+
+#include <mutex>
+
+/// While it lives, every message of Qt's logging goes, as one line, to the log file (see LogFile) and, from warnings
+/// on, to the handler that was there before (standard error). A line is "TIME LEVEL CATEGORY [PID] TEXT" in local time,
+/// with control characters of the text escaped and secrets left out. A log that cannot be written stops nothing. One at
+/// a time; messages may come from any thread.
+class LogSession
+{
+public:
+    /// `rules` are those of logRules().
+    LogSession(const QString& folder, const QString& program, const QString& rules);
+    ~LogSession();
+    LogSession(const LogSession&) = delete;
+    LogSession& operator=(const LogSession&) = delete;
+
+    QString path() const { return m_file.path(); }
+
+private:
+    static void handle(QtMsgType type, const QMessageLogContext& context, const QString& text);
+    void take(QtMsgType type, const char* category, const QString& text);
+
+    LogFile m_file;
+    QtMessageHandler m_before = nullptr;
+};

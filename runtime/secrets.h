@@ -1,0 +1,9 @@
+// secrets.h: keeps secrets out of texts that are kept.
+#pragma once
+
+#include <QString>
+
+/// `text` without what must not be kept, "***" in its place: user name, password and query of URLs, values of JSON
+/// members and of NAME=VALUE pairs whose names speak of PINs, passwords, tokens, secrets or private keys, and PEM
+/// blocks. A second line of defence: whoever logs leaves secrets out in the first place.
+QString withoutSecrets(const QString& text);

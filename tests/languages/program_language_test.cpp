@@ -1,0 +1,147 @@
+#include "driver/bus_driver_setup.h"
+#include "driver/platform/system_platform.h"
+#include "tests/support/suite_registry.h"
+
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+
+/// The program itself with a user folder of its own.
+class ProgramLanguageTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void whatTheCommandLinePrintsIsEnglish_data();
+    void whatTheCommandLinePrintsIsEnglish();
+    void theChosenLanguageIsRemembered();
+    void theLogIsWhereItBelongs();
+
+private:
+    struct Output
+    {
+        int exitCode = -1;
+        QByteArray out;
+        QByteArray error;
+    };
+    Output run(const QStringList& arguments) const;
+    void openWindow(const QStringList& arguments) const;
+    QByteArray userFile(const char* name) const;
+    QProcessEnvironment environment() const;
+
+    QTemporaryDir m_user;
+};
+
+namespace {
+
+QString program()
+{
+    return QCoreApplication::applicationDirPath() + QStringLiteral("/plugboard");
+}
+
+} // namespace
+
+void ProgramLanguageTest::initTestCase()
+{
+    // The driver is there, so that the program starts without a question.
+    const QString folder = QCoreApplication::applicationDirPath();
+    QFile::copy(QStringLiteral(SAMPLE_DRIVER_PACKAGE), folder + QStringLiteral("/vusbbus.inf"));
+    const auto platform = driver::simulatedPlatform(driver::simulatedTreeFile(folder.toStdWString()));
+    driver::BusDriverSetup setup(*platform, folder.toStdWString());
+    if (!setup.installed())
+        setup.install();
+    QVERIFY(setup.installed());
+}
+
+QProcessEnvironment ProgramLanguageTest::environment() const
+{
+    QProcessEnvironment made = QProcessEnvironment::systemEnvironment();
+    made.insert(QStringLiteral("PLUGBOARD_USER_DATA"), m_user.path());
+    return made;
+}
+
+ProgramLanguageTest::Output ProgramLanguageTest::run(const QStringList& arguments) const
+{
+    QProcess process;
+    process.setProcessEnvironment(environment());
+    process.start(program(), arguments);
+    if (!process.waitForFinished(60000))
+        return {};
+    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
+}
+
+/// Until its log says that it speaks with the user, then it is ended.
+void ProgramLanguageTest::openWindow(const QStringList& arguments) const
+{
+    const int before = userFile("logs/plugboard.log").count("Main window shown");
+    QProcess window;
+    window.setProcessEnvironment(environment());
+    window.start(program(), QStringList{QStringLiteral("--demo")} + arguments);
+    QVERIFY(window.waitForStarted());
+    QTRY_VERIFY_WITH_TIMEOUT(userFile("logs/plugboard.log").count("Main window shown") > before, 60000);
+    window.kill();
+    QVERIFY(window.waitForFinished());
+}
+
+QByteArray ProgramLanguageTest::userFile(const char* name) const
+{
+    QFile file(m_user.filePath(QLatin1String(name)));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void ProgramLanguageTest::whatTheCommandLinePrintsIsEnglish_data()
+{
+    QTest::addColumn<QString>("arguments");
+    for (const char* arguments :
+         {"--help", "--list", "--list --json", "--delete 1", "--delete x", "--create toaster", "--nonsense",
+          "--create microphone --set port=9 --set uac=2.0", "--create microphone --set name=", "--language de",
+          "--log loud", "--list --language en"})
+        QTest::newRow(arguments) << QString::fromLatin1(arguments);
+}
+
+void ProgramLanguageTest::whatTheCommandLinePrintsIsEnglish()
+{
+    QFETCH(QString, arguments);
+    const auto with = [&](const char* language) {
+        QFile settings(m_user.filePath(QStringLiteral("settings.ini")));
+        if (!settings.open(QIODevice::WriteOnly) || settings.write(QByteArray("[General]\nlanguage=") + language) < 0)
+            return QByteArray("no settings");
+        settings.close();
+        const Output output = run(arguments.split(QLatin1Char(' ')));
+        return QByteArray::number(output.exitCode) + output.out + output.error;
+    };
+    const QByteArray chinese = with("zh_CN");
+    QCOMPARE(chinese, with("en"));
+    QVERIFY2(!chinese.startsWith("-1") && std::all_of(chinese.begin(), chinese.end(), [](char c) { return c >= 0; }),
+             chinese.constData());
+}
+
+void ProgramLanguageTest::theChosenLanguageIsRemembered()
+{
+    QFile::remove(m_user.filePath(QStringLiteral("settings.ini")));
+    openWindow({});
+    QVERIFY(userFile("logs/plugboard.log").contains("Main window shown in en"));
+    QVERIFY(!userFile("logs/plugboard.log").contains("Main window shown in zh_CN"));
+    openWindow({QStringLiteral("--language"), QStringLiteral("zh_CN")});
+    openWindow({});
+    QCOMPARE(userFile("logs/plugboard.log").count("Main window shown in zh_CN"), 2);
+    openWindow({QStringLiteral("--language=en")});
+    openWindow({});
+    QCOMPARE(userFile("logs/plugboard.log").count("Main window shown in en"), 3);
+}
+
+void ProgramLanguageTest::theLogIsWhereItBelongs()
+{
+    openWindow({QStringLiteral("--log"), QStringLiteral("plugboard.driver=debug")});
+    const QByteArray log = userFile("logs/plugboard.log");
+    QVERIFY2(log.contains(" debug plugboard.driver ["), log.constData());
+    QVERIFY2(!log.contains(" debug plugboard.app ["), log.constData());
+    // Records lie beside the program; nothing of the user's lies there.
+    const QDir folder(QCoreApplication::applicationDirPath());
+    QCOMPARE(folder.entryList({QStringLiteral("*.log"), QStringLiteral("settings.ini"), QStringLiteral("*crash*")}),
+             QStringList());
+}
+
+PLUGBOARD_SUITE(ProgramLanguageTest)
+#include "program_language_test.moc"

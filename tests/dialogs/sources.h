@@ -20,11 +20,6 @@ inline QByteArray contentOf(const char* name)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-inline QByteArray httpAnswer(const QByteArray& type, const QByteArray& body)
-{
-    return "HTTP/1.1 200 OK\r\nContent-Type: " + type + "\r\nConnection: close\r\n\r\n" + body;
-}
-
 /// What a camera in the network sends: pictures of 640 x 480, one after the other.
 inline QByteArray pictureStream()
 {

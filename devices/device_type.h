@@ -27,8 +27,8 @@ std::optional<DeviceType> deviceTypeFromRecordCode(int code);
 QString deviceTypeWord(DeviceType type);
 std::optional<DeviceType> deviceTypeFromWord(const QString& word);
 
-/// What scripts and restored rows call the type ("Camera", "Network", ...), in English: programs read it, and windows show
-/// it by deviceTypeCaption(). The microphone's label has more to it, see microphoneLabel().
+/// What scripts and restored rows call the type ("Camera", "Network", ...), in English: programs read it, and windows
+/// show it by deviceTypeCaption(). The microphone's label has more to it, see microphoneLabel().
 QString deviceTypeLabel(DeviceType type);
 
 /// Resource path of the icon in a restored row; empty for the types that have none.

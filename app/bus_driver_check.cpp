@@ -13,7 +13,7 @@ struct BusDriverCheck
 
 } // namespace
 
-bool ensureBusDriver(driver::BusDriverSetup& setup, Prompter& prompter)
+bool ensureBusDriver(driver::BusDriverSetup& setup, const ElevatedDriver& elevated, Prompter& prompter)
 {
     if (setup.installed()) {
         qCDebug(driverLog) << "The bus driver is installed";
@@ -26,7 +26,11 @@ bool ensureBusDriver(driver::BusDriverSetup& setup, Prompter& prompter)
                 "Driver not installed, about to install virtual USB bus driver! Please confirm that driver "
                 "signature enforcement is disabled!")))
         return false;
-    setup.install();
+    // Whether the user refused the rights makes no difference: only what the checks find counts.
+    if (!elevated)
+        setup.install();
+    else if (!elevated(driver::joinArgumentVectors(setup.commands())))
+        qCWarning(driverLog) << "The elevated driver program did not run";
     if (setup.waitUntilInstalled()) {
         qCInfo(driverLog) << "The bus driver was installed";
         return true;

@@ -74,6 +74,8 @@ void DeviceTable::removeDevice(int row)
     removeRow(row);
     if (rowCount() < kMinimumRows)
         insertRow(rowCount());
+    if (!identityAt(selectedRow()))
+        clearSelection(); // it has moved on to an empty row
 }
 
 std::optional<DeviceTable::Identity> DeviceTable::identityAt(int row) const

@@ -31,7 +31,7 @@ bool checkBusDriver(bool simulated)
     const auto platform =
         simulated ? driver::simulatedPlatform(driver::simulatedTreeFile(path)) : driver::systemPlatform(path);
     driver::BusDriverSetup setup(*platform, folder.toStdWString());
-    return ensureBusDriver(setup);
+    return ensureBusDriver(setup, simulated ? ElevatedDriver() : elevatedDriver());
 }
 
 int runWindow(int argc, char** argv, const WindowRequest& request)

@@ -233,7 +233,8 @@ bool MainWindow::endDevice(qint64 processId)
 void MainWindow::onTableWidgetContextMenu(const QPoint& position)
 {
     const int row = m_table->rowAt(position.y());
-    if (!m_table->identityAt(row))
+    const auto device = m_table->identityAt(row);
+    if (!device)
         return;
     const QPersistentModelIndex place(m_table->model()->index(row, DeviceTable::kNameColumn));
     QMenu menu(m_table);
@@ -247,7 +248,7 @@ void MainWindow::onTableWidgetContextMenu(const QPoint& position)
     if (chosen == info && place.isValid())
         showDeviceDetails(place.row());
     else if (chosen == capture)
-        m_prompter.information(this, QString(), tr("for debug version"));
+        m_services.openCapture(*this, device->processId, m_prompter);
     else if (chosen == refresh)
         refreshDevices();
 }

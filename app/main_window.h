@@ -1,6 +1,7 @@
 // main_window.h: the program's only top-level window: title bar, device-type bar and device table.
 #pragma once
 
+#include "app/packet_capture.h"
 #include "devices/device_launcher.h"
 #include "devices/process_table.h"
 #include "ui/prompter.h"
@@ -23,6 +24,7 @@ struct MainWindowServices
     DeviceLauncher launcher;
     std::function<KillCommand(qint64)> killCommand = ::killCommand;
     TakeProcessSnapshot takeSnapshot = &ProcessSnapshot::take;
+    std::function<void(QWidget&, const QString& processId, Prompter&)> openCapture = &openPacketCapture;
     QString recordsFolder; ///< of records and of the folder "fido2"; empty for the application directory
 };
 

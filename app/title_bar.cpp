@@ -5,6 +5,7 @@
 
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QPainter>
 #include <QPushButton>
 
 namespace {
@@ -23,9 +24,31 @@ QLabel* makeLogo(QWidget* parent)
     return label;
 }
 
+/// Its style sheet knows no border: who comes with the Tab key sees a ring.
+class TitleButton final : public QPushButton
+{
+public:
+    using QPushButton::QPushButton;
+
+protected:
+    void paintEvent(QPaintEvent* event) override
+    {
+        QPushButton::paintEvent(event);
+        if (!hasFocus())
+            return;
+        constexpr qreal kRingWidth = 1.5;
+        constexpr qreal kRadius = 4;
+        const qreal inset = kRingWidth / 2;
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(QPen(QColor(0x15, 0x65, 0xc0), kRingWidth));
+        painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset), kRadius, kRadius);
+    }
+};
+
 QPushButton* makeButton(const QString& text, const QString& toolTip, const QString& hoverColour, QWidget* parent)
 {
-    auto* button = new QPushButton(text, parent);
+    auto* button = new TitleButton(text, parent);
     button->setFixedSize(16, 16);
     button->setToolTip(toolTip);
     button->setAccessibleName(toolTip);

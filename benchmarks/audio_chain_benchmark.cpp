@@ -1,7 +1,5 @@
 // links: plugboard::media
 #include "benchmarks/media_peer.h"
-#include "benchmarks/report.h"
-#include "media/media_reader.h"
 
 #include <QTemporaryDir>
 

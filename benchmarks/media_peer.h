@@ -1,7 +1,9 @@
-// media_peer.h: clips for the media benchmarks, and the ffmpeg command line as their peer.
+// media_peer.h: clips for the media benchmarks, their chains, and the ffmpeg command line as their peer.
 #pragma once
 
-#include "media/av_source_sink.h"
+#include "benchmarks/report.h"
+#include "media/av_scaler.h"
+#include "media/media_reader.h"
 
 #include <QProcess>
 #include <QRegularExpression>
@@ -73,3 +75,41 @@ struct NullSink final : AVSourceSink
     std::int64_t items = 0;
     std::int64_t samples = 0;
 };
+
+/// Low-latency H.264 of 1280 x 720 with some grain, 30 pictures a second.
+inline void makeGrainyClip(const QString& path, int pictures)
+{
+    runFfmpeg(words(QStringLiteral("-f lavfi -i testsrc2=size=1280x720:rate=30 -frames:v %1 -vf noise=alls=6:allf=t "
+                                   "-c:v libx264 -preset veryfast -bf 0 -pix_fmt yuv420p %2")
+                        .arg(pictures)
+                        .arg(path)));
+}
+
+inline ScalerSettings withoutServer()
+{
+    ScalerSettings settings;
+    settings.serverName.clear();
+    return settings;
+}
+
+/// Pictures or packets a second of a whole clip through the chain that `build` puts between reader and sink, in one
+/// thread.
+inline double videoItemsPerSecond(const QString& clip, const std::function<void(MediaReader&, NullSink&)>& build)
+{
+    const QuietOutput quiet;
+    MediaInterrupt interrupt;
+    NullSink sink;
+    MediaReader reader(clip.toStdString(), kSelectVideo, interrupt);
+    if (!reader.open()) {
+        std::fprintf(stderr, "cannot open the clip: %s\n", reader.error().c_str());
+        std::exit(1);
+    }
+    reader.setThreadCounts(1, 1);
+    build(reader, sink);
+    reader.rewind();
+    const double time = millisecondsOf([&] {
+        reader.readLoop(false);
+        reader.flush();
+    });
+    return 1000.0 * double(sink.items) / time;
+}

@@ -1,8 +1,5 @@
 // links: plugboard::media
 #include "benchmarks/media_peer.h"
-#include "benchmarks/report.h"
-#include "media/av_source.h"
-#include "media/media_reader.h"
 
 #include <QTemporaryDir>
 
@@ -12,16 +9,9 @@ constexpr int kRounds = 3;
 
 double packetsPerSecond(const QString& clip)
 {
-    const QuietOutput quiet;
-    MediaInterrupt interrupt;
-    NullSink sink;
-    MediaReader reader(clip.toStdString(), kSelectVideo, interrupt);
-    if (!reader.open())
-        std::exit(1);
-    reader.buildVideoChain(AV_CODEC_ID_H264, -1, 640, 360, 30, sink);
-    reader.rewind();
-    const double time = millisecondsOf([&] { reader.readLoop(false); });
-    return 1000.0 * double(sink.items) / time;
+    return videoItemsPerSecond(clip, [](MediaReader& reader, NullSink& sink) {
+        reader.buildVideoChain(AV_CODEC_ID_H264, -1, 640, 360, 30, sink);
+    });
 }
 
 } // namespace

@@ -12,8 +12,10 @@
 
 namespace {
 
-constexpr int kReconnectInterval = 2000;  // ms
-constexpr qint64 kReadLimit = 256 * 1024; // bytes of one read, so that one turn of the event loop stays short
+constexpr int kReconnectInterval = 2000;   // ms
+constexpr qint64 kReadBuffer = 256 * 1024; // bytes that wait in the socket
+constexpr qint64 kReadPiece = 16 * 1024;   // bytes between two looks at the clock
+constexpr int kReadTime = 8;               // ms of one turn of the event loop
 
 /// Types of the messages that a device process sends.
 enum MessageType : std::uint8_t
@@ -50,8 +52,11 @@ int commandIdOf(const QJsonObject& reply)
 UsbIPCaptureClient::UsbIPCaptureClient(QObject* parent) : QObject(parent)
 {
     registerCaptureTypes();
-    m_socket.setReadBufferSize(kReadLimit);
+    m_socket.setReadBufferSize(kReadBuffer);
     m_reconnectTimer.setInterval(kReconnectInterval);
+    m_readTimer.setSingleShot(true);
+    m_readTimer.setInterval(0);
+    connect(&m_readTimer, &QTimer::timeout, this, &UsbIPCaptureClient::onReadyRead);
     connect(&m_socket, &QLocalSocket::connected, this, &UsbIPCaptureClient::onConnected);
     connect(&m_socket, &QLocalSocket::disconnected, this, &UsbIPCaptureClient::onDisconnected);
     connect(&m_socket, &QLocalSocket::errorOccurred, this, &UsbIPCaptureClient::onError);
@@ -177,6 +182,8 @@ void UsbIPCaptureClient::onDisconnected()
 {
     {
         const QMutexLocker lock(&m_mutex);
+        readUntil(QDeadlineTimer(QDeadlineTimer::Forever));
+        m_readTimer.stop();
         m_connected = false;
         m_reconnectTimer.start();
         qCInfo(captureLog) << "Disconnected from" << m_socket.serverName();
@@ -204,7 +211,18 @@ void UsbIPCaptureClient::onReconnectTimer()
 
 void UsbIPCaptureClient::onReadyRead()
 {
-    receive(m_socket.readAll());
+    const QMutexLocker lock(&m_mutex);
+    if (m_readTimer.isActive())
+        return; // this turn of the event loop has had its share
+    readUntil(QDeadlineTimer(kReadTime, Qt::PreciseTimer));
+    if (m_socket.bytesAvailable() > 0)
+        m_readTimer.start();
+}
+
+void UsbIPCaptureClient::readUntil(const QDeadlineTimer& end)
+{
+    while (m_socket.isOpen() && m_socket.bytesAvailable() > 0 && !end.hasExpired())
+        receive(m_socket.read(kReadPiece));
 }
 
 void UsbIPCaptureClient::receive(const QByteArray& bytes)

@@ -4,6 +4,7 @@
 #include "capture/capture_types.h"
 #include "capture/frame_reader.h"
 
+#include <QDeadlineTimer>
 #include <QJsonObject>
 #include <QLocalSocket>
 #include <QObject>
@@ -18,7 +19,8 @@
 /// Connects to the capture server of a device process, sends commands, and keeps and reports every packet that comes.
 /// Signals are emitted on the thread that owns the object. While it is not connected, but once asked to be, it tries
 /// again every 2000 ms. Malformed input is logged and skipped and never closes the connection; at most one frame of
-/// 1 MiB and one read of 256 KiB are buffered.
+/// 1 MiB and 256 KiB more are buffered. Packets that come faster than they are handled take 8 ms of each turn of the
+/// event loop and wait in the socket for the next one; those of a lost connection are reported before disconnected().
 class UsbIPCaptureClient : public QObject
 {
     Q_OBJECT
@@ -80,6 +82,7 @@ private slots:
     void onReconnectTimer();
 
 private:
+    void readUntil(const QDeadlineTimer& end);
     bool sendWhenConnected(const QString& name);
     void processBinaryBuffer();
     void handleBinaryMessage(uint8_t messageType, const QByteArray& messageData);
@@ -99,6 +102,7 @@ private:
     QString m_serverName;
     bool m_connected = false;
     QTimer m_reconnectTimer;
+    QTimer m_readTimer; // runs while bytes wait in the socket for the next turn of the event loop
     FrameReader m_frames;
     CaptureStats m_lastStats;
     std::map<std::uint32_t, PacketList> m_packets;

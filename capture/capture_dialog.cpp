@@ -3,31 +3,33 @@
 #include "capture/device_config_dialog.h"
 #include "capture/packet_columns.h"
 #include "capture/packet_details_dialog.h"
+#include "capture/pcapng_file.h"
+#include "ui/busy_cursor.h"
 
 #include <QCursor>
+#include <QDir>
+#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
 #include <QMenu>
 #include <QPushButton>
+#include <QSaveFile>
+#include <QScreen>
+#include <QStandardPaths>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include <algorithm>
-#include <limits>
-
-namespace {
-
-constexpr int kRowsAtOnce = 50'000;  // rows that a change of the filter makes before it returns
-constexpr int kRowsOfSlice = 16'000; // and in each turn of the event loop after that
-
-} // namespace
 
 UsbIPCaptureDialog::UsbIPCaptureDialog(qint64 processId, uint32_t deviceId, QWidget* parent, Prompter& prompter)
     : QDialog(parent)
     , m_prompter(prompter)
+    , m_processId(processId)
     , m_deviceId(deviceId)
     , m_statusLabel(new QLabel(this))
     , m_table(new PacketTable(this))
+    , m_rows(*m_table, [this](const UsbIPPacketInfo& packet) { return isShown(packet); })
 {
     setWindowTitle(tr("USB Packet Capture - Process %1").arg(processId));
     setWindowFlag(Qt::WindowMaximizeButtonHint);
@@ -38,7 +40,7 @@ UsbIPCaptureDialog::UsbIPCaptureDialog(qint64 processId, uint32_t deviceId, QWid
     m_table->headerItem()->setToolTip(TransferTypeColumn, tr("Click to choose which transfer types are shown"));
     m_table->header()->setSectionsClickable(true);
     m_table->header()->setSectionsMovable(false);
-    const std::array<int, PacketColumnCount> characters{14, 11, 6, 10, 12, 10, 9, 27, 36, 84};
+    const std::array<int, PacketColumnCount> characters{15, 12, 7, 11, 12, 11, 9, 29, 32, 84};
     for (int column = 0; column < PacketColumnCount; ++column)
         m_table->header()->resizeSection(column, fontMetrics().averageCharWidth() * characters[column]);
 
@@ -46,11 +48,10 @@ UsbIPCaptureDialog::UsbIPCaptureDialog(qint64 processId, uint32_t deviceId, QWid
     layout->addWidget(makeButtons());
     layout->addWidget(m_table);
     layout->addWidget(m_statusLabel);
-    resize(1200, 640);
+    resize(QSize(1440, 680).boundedTo(QGuiApplication::primaryScreen()->availableSize() * 0.95));
 
     connect(m_table, &QTreeWidget::itemClicked, this, &UsbIPCaptureDialog::onPacketItemClicked);
     connect(m_table->header(), &QHeaderView::sectionClicked, this, &UsbIPCaptureDialog::onHeaderSectionClicked);
-    connect(&m_replacing, &QTimer::timeout, this, &UsbIPCaptureDialog::replaceSlice);
     connectClient();
     showStatus(tr("Connecting to USBIP capture daemon..."));
     m_client.setServerName(UsbIPCaptureClient::serverNameOf(processId));
@@ -71,6 +72,7 @@ QWidget* UsbIPCaptureDialog::makeButtons()
     const auto addButton = [this, layout](const QString& text, void (UsbIPCaptureDialog::*slot)()) {
         auto* button = new QPushButton(text, this);
         button->setAutoDefault(false);
+        button->setMinimumWidth(button->sizeHint().width() + 3 * fontMetrics().averageCharWidth());
         connect(button, &QPushButton::clicked, this, slot);
         layout->addWidget(button);
         return button;
@@ -79,9 +81,11 @@ QWidget* UsbIPCaptureDialog::makeButtons()
     m_stopButton = addButton(tr("Stop Capture"), &UsbIPCaptureDialog::onStopCapture);
     addButton(tr("Clear"), &UsbIPCaptureDialog::onClearCapture);
     layout->addStretch();
+    m_saveButton = addButton(tr("Save Capture..."), &UsbIPCaptureDialog::askAndSave);
     addButton(tr("Device Configuration"), &UsbIPCaptureDialog::onShowDeviceConfig);
     m_startButton->setEnabled(false);
     m_stopButton->setEnabled(false);
+    m_saveButton->setEnabled(false);
     return bar;
 }
 
@@ -100,9 +104,13 @@ void UsbIPCaptureDialog::connectClient()
     connect(&m_client, &Client::deviceConfigReceived, this, &Dialog::onDeviceConfigReceived);
 }
 
+// What a device process says may be of any length and have any number of lines; the label has one.
 void UsbIPCaptureDialog::showStatus(const QString& text)
 {
-    m_statusLabel->setText(text);
+    constexpr int kLongest = 500; // characters
+    QString line = text.left(kLongest);
+    line.replace(QLatin1Char('\n'), QLatin1Char(' '));
+    m_statusLabel->setText(line);
 }
 
 void UsbIPCaptureDialog::setCapturing(bool capturing)
@@ -162,7 +170,8 @@ void UsbIPCaptureDialog::onDeviceConfigReceived(QJsonObject config)
         });
         return;
     }
-    auto* viewer = new DeviceConfigDialog(config, tr("Device %1").arg(m_deviceId), this, m_prompter);
+    const QString title = m_deviceId == 0 ? tr("Process %1").arg(m_processId) : tr("Device %1").arg(m_deviceId);
+    auto* viewer = new DeviceConfigDialog(config, title, this, m_prompter);
     viewer->setAttribute(Qt::WA_DeleteOnClose);
     viewer->show();
     showStatus(tr("Device configuration displayed"));
@@ -170,11 +179,10 @@ void UsbIPCaptureDialog::onDeviceConfigReceived(QJsonObject config)
 
 void UsbIPCaptureDialog::onPacketCaptured(uint32_t, UsbIPPacketInfo packet)
 {
-    m_packets.push_back(std::move(packet));
     if (std::none_of(m_shownTypes.begin(), m_shownTypes.end(), [](bool shown) { return shown; }))
         m_shownTypes.fill(true);
-    if (isShown(m_packets.back()))
-        m_table->appendRow(new PacketItem(m_packets.back(), static_cast<std::uint32_t>(m_packets.size() - 1)));
+    m_rows.add(std::move(packet));
+    m_saveButton->setEnabled(true);
     if (m_followNewest)
         m_table->scrollToNewest();
 }
@@ -185,49 +193,11 @@ bool UsbIPCaptureDialog::isShown(const UsbIPPacketInfo& packet) const
            (!m_rowFilter || m_rowFilter(packet));
 }
 
-PacketItem* UsbIPCaptureDialog::rowOf(std::size_t number)
-{
-    if (number < m_withoutRows) {
-        m_table->deleteRetiredRows(std::numeric_limits<int>::max());
-        m_table->prependRows(makeOlderRows(std::numeric_limits<int>::max()));
-    }
-    return m_table->rowOf(static_cast<std::uint32_t>(number));
-}
-
-// A long list is replaced in slices, the newest rows first, so that the window never stops for long.
 void UsbIPCaptureDialog::rebuildTable()
 {
-    if (m_table->topLevelItemCount() > kRowsAtOnce)
-        m_table->retireRows();
-    else
-        m_table->removeRows();
-    m_withoutRows = m_packets.size();
-    m_table->appendRows(makeOlderRows(kRowsAtOnce));
+    m_rows.rebuild();
     if (m_followNewest)
         m_table->scrollToNewest();
-    m_replacing.start();
-}
-
-void UsbIPCaptureDialog::replaceSlice()
-{
-    if (m_table->retiredRows() > 0)
-        m_table->deleteRetiredRows(kRowsOfSlice);
-    else if (m_withoutRows > 0)
-        m_table->prependRows(makeOlderRows(kRowsOfSlice));
-    else
-        m_replacing.stop();
-}
-
-QList<QTreeWidgetItem*> UsbIPCaptureDialog::makeOlderRows(int limit)
-{
-    QList<QTreeWidgetItem*> rows;
-    while (m_withoutRows > 0 && rows.size() < limit) {
-        const UsbIPPacketInfo& packet = m_packets[--m_withoutRows];
-        if (isShown(packet))
-            rows.append(new PacketItem(packet, static_cast<std::uint32_t>(m_withoutRows)));
-    }
-    std::reverse(rows.begin(), rows.end());
-    return rows;
 }
 
 void UsbIPCaptureDialog::setRowFilter(RowFilter filter)
@@ -236,19 +206,36 @@ void UsbIPCaptureDialog::setRowFilter(RowFilter filter)
     rebuildTable();
 }
 
-void UsbIPCaptureDialog::forgetPackets()
-{
-    m_table->removeRows();
-    m_replacing.stop();
-    m_withoutRows = 0;
-    m_packets.clear();
-}
-
 void UsbIPCaptureDialog::setPackets(PacketList packets)
 {
-    forgetPackets();
-    m_packets = std::move(packets);
-    rebuildTable();
+    m_rows.replace(std::move(packets));
+    m_saveButton->setEnabled(!m_rows.packets().empty());
+    if (m_followNewest)
+        m_table->scrollToNewest();
+}
+
+QString UsbIPCaptureDialog::saveCapture(const QString& path)
+{
+    const BusyCursor busy;
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return file.errorString();
+    file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+    if (!PcapngFile::write(file, m_rows.packets()) || !file.commit())
+        return file.errorString();
+    return {};
+}
+
+void UsbIPCaptureDialog::askAndSave()
+{
+    const QDir folder(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation));
+    const QString path = m_prompter.saveFile(
+        this, tr("Save Capture"), folder.filePath(QStringLiteral("capture.pcapng")), tr("Captures (*.pcapng)"));
+    if (path.isEmpty())
+        return;
+    const QString error = saveCapture(path);
+    if (!error.isEmpty())
+        m_prompter.warning(this, tr("Error"), tr("The capture could not be saved: %1").arg(error));
 }
 
 void UsbIPCaptureDialog::onHeaderSectionClicked(int logicalIndex)
@@ -297,7 +284,7 @@ void UsbIPCaptureDialog::onPacketItemClicked(QTreeWidgetItem* item, int)
     const QVariant carried = item->data(0, Qt::UserRole);
     if (carried.canConvert<UsbIPPacketInfo>()) {
         const auto packet = carried.value<UsbIPPacketInfo>();
-        m_table->setHighlight(packet.sequenceNumber, static_cast<std::uint32_t>(m_packets.size()));
+        m_table->setHighlight(packet.sequenceNumber, static_cast<std::uint32_t>(packets().size()));
         m_details->showPacket(packet);
     } else {
         m_details->showNothing();
@@ -356,7 +343,7 @@ void UsbIPCaptureDialog::onCaptureStopped(uint32_t)
 
 void UsbIPCaptureDialog::onCaptureCleared()
 {
-    forgetPackets();
+    setPackets({});
     showStatus(tr("Capture cleared successfully"));
 }
 

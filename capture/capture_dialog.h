@@ -2,12 +2,12 @@
 #pragma once
 
 #include "capture/capture_client.h"
+#include "capture/packet_rows.h"
 #include "capture/packet_table.h"
 #include "ui/prompter.h"
 
 #include <QDialog>
 #include <QPointer>
-#include <QTimer>
 
 #include <array>
 
@@ -22,8 +22,8 @@ class UsbIPCaptureDialog : public QDialog
     Q_OBJECT
 
 public:
-    using PacketList = UsbIPCaptureClient::PacketList;
-    using RowFilter = std::function<bool(const UsbIPPacketInfo&)>;
+    using PacketList = PacketRows::PacketList;
+    using RowFilter = PacketRows::Filter;
 
     explicit UsbIPCaptureDialog(qint64 processId, uint32_t deviceId = 0, QWidget* parent = nullptr,
                                 Prompter& prompter = systemPrompter());
@@ -31,7 +31,8 @@ public:
 
     UsbIPCaptureClient& client() { return m_client; }
     PacketTable& table() { return *m_table; }
-    const PacketList& packets() const { return m_packets; }
+    const PacketList& packets() const { return m_rows.packets(); }
+    qint64 processId() const { return m_processId; }
     uint32_t deviceId() const { return m_deviceId; }
 
     /// Rows are shown when their type is and this says true; an empty filter shows all.
@@ -41,7 +42,15 @@ public:
     /// Shows these packets in place of the ones there are.
     void setPackets(PacketList packets);
     /// The row of the packet at this position of the list, null when it is filtered out.
-    PacketItem* rowOf(std::size_t number);
+    PacketItem* rowOf(std::size_t number) { return m_rows.rowOf(number); }
+    /// Whether rows of a long list are still being replaced, or its packets freed.
+    bool isReplacingRows() const { return m_rows.isBusy(); }
+
+    /// Writes all packets, shown or not, as a pcapng file, whole or not at all and readable by its owner only. Empty,
+    /// or why it failed.
+    QString saveCapture(const QString& path);
+    /// The same for a file that the user is asked for.
+    void askAndSave();
 
 public slots:
     void onStartCapture();
@@ -76,20 +85,17 @@ private:
     void showFilterStatus();
     bool isShown(const UsbIPPacketInfo& packet) const;
     void rebuildTable();
-    void replaceSlice();
-    QList<QTreeWidgetItem*> makeOlderRows(int limit);
-    void forgetPackets();
 
     Prompter& m_prompter;
     UsbIPCaptureClient m_client;
+    qint64 m_processId;
     uint32_t m_deviceId;
     QPushButton* m_startButton = nullptr;
     QPushButton* m_stopButton = nullptr;
+    QPushButton* m_saveButton = nullptr;
     QLabel* m_statusLabel = nullptr;
     PacketTable* m_table = nullptr;
-    PacketList m_packets;          // grows at its end only: rows refer to its elements
-    std::size_t m_withoutRows = 0; // packets before this position wait for their rows after a change of the filter
-    QTimer m_replacing;            // runs while the rows of a long list are replaced
+    PacketRows m_rows;
     std::array<bool, 4> m_shownTypes{true, true, true, true};
     RowFilter m_rowFilter;
     bool m_followNewest = true;

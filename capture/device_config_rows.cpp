@@ -22,11 +22,18 @@ QString decimal(const QJsonObject& object, const char* key)
     return QString::number(object.value(QLatin1String(key)).toInt());
 }
 
-/// Rows of descriptors whose values are texts; a value of any other type shows as nothing.
+/// A value that is a text, as it stands; one that was made to stop the window is cut. Nothing for any other type.
+QString text(const QJsonObject& object, const char* key)
+{
+    constexpr int kLongest = 1000; // characters
+    return object.value(QLatin1String(key)).toString().left(kLongest);
+}
+
+/// Rows of descriptors whose values are texts.
 void addTexts(DetailRow& parent, const QJsonObject& object, Keys keys)
 {
     for (const char* key : keys)
-        parent.add(QLatin1String(key), object.value(QLatin1String(key)).toString());
+        parent.add(QLatin1String(key), text(object, key));
 }
 
 QString configValue(const QJsonObject& descriptor, const char* key)
@@ -76,7 +83,7 @@ void addEndpoints(DetailRow& parent, const QJsonArray& endpoints, Room& room)
 {
     DetailRow& group = parent.add(DeviceConfigRows::tr("Endpoints (%1)").arg(endpoints.size()));
     room.forEach(group, endpoints, [&group](const QJsonObject& endpoint) {
-        addTexts(group.add(endpoint.value(QLatin1String("bEndpointAddress")).toString()), endpoint,
+        addTexts(group.add(text(endpoint, "bEndpointAddress")), endpoint,
                  {"bLength", "bDescriptorType", "bEndpointAddress", "bmAttributes", "wMaxPacketSize", "bInterval"});
     });
 }

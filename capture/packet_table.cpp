@@ -33,11 +33,11 @@ void PacketTable::appendRow(PacketItem* row)
     addTopLevelItems({row}); // unlike addTopLevelItem, reserves no memory for the values of columns
 }
 
-void PacketTable::prependRows(const QList<QTreeWidgetItem*>& rows)
+void PacketTable::prependRow(PacketItem* row)
 {
     if (topLevelItemCount() > 0)
-        m_rowsAbove += rows.size();
-    insertTopLevelItems(0, rows);
+        ++m_rowsAbove;
+    insertTopLevelItems(0, {row});
 }
 
 void PacketTable::appendRows(const QList<QTreeWidgetItem*>& rows)
@@ -65,9 +65,12 @@ void PacketTable::retireRows()
 
 void PacketTable::deleteRetiredRows(int limit)
 {
-    const int count = std::min(limit, m_retired);
-    model()->removeRows(0, count);
-    m_retired -= count;
+    constexpr int kBatch = 256; // rows; taking one out of the model's list moves all rows of its batch before it
+    for (int left = std::min(limit, m_retired); left > 0; left -= kBatch) {
+        const int count = std::min(left, kBatch);
+        model()->removeRows(0, count);
+        m_retired -= count;
+    }
 }
 
 PacketItem* PacketTable::rowAt(int row) const

@@ -18,10 +18,11 @@ class PacketTable final : public QTreeWidget
 public:
     explicit PacketTable(QWidget* parent = nullptr);
 
-    /// All take the rows over. What is on the screen stays there when rows come in above it.
+    /// All take rows over, at a cost that does not grow with the rows that there are. What is on the screen stays there
+    /// when rows come in above it.
     void appendRow(PacketItem* row);
     void appendRows(const QList<QTreeWidgetItem*>& rows);
-    void prependRows(const QList<QTreeWidgetItem*>& rows);
+    void prependRow(PacketItem* row);
     /// Deletes all rows and ends the highlighting.
     void removeRows();
     /// As removeRows() for the user, at once however many rows there are: they stay in the tree, ahead of rows to come

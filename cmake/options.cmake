@@ -8,6 +8,11 @@ set(STARTUP_FETCH_HOST "127.0.0.1" CACHE STRING "IPv4 host of the start-up fetch
 set(DEFAULT_LAN_ADDRESS "127.0.0.1" CACHE STRING "IPv4 address that dialogs and the USB/IP device start with")
 option(CAPTURE_WINDOW "The context menu opens the capture window instead of the notice" OFF)
 
+option(PLUGBOARD_RELEASE "Only the programs that ship: neither the stand-in device process nor the sample driver package" OFF)
+if(PLUGBOARD_RELEASE AND PARAM_PUBLIC_KEY STREQUAL "")
+    message(FATAL_ERROR "A release needs PARAM_PUBLIC_KEY: nobody could read what is encrypted with a key made here.")
+endif()
+
 set(PLUGBOARD_SANITIZER "" CACHE STRING "address or thread: build everything under that sanitizer")
 option(PLUGBOARD_FUZZERS "Build the fuzzers (needs clang)" OFF)
 option(PLUGBOARD_BENCHMARKS "Build the benchmarks" OFF)

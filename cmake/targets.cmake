@@ -21,12 +21,16 @@ function(plugboard_platform_source variable stem)
     endif()
 endfunction()
 
-# plugboard_program(TARGET OUTPUT name SOURCES file... [DEPENDS target...] [WHOLE target...] [GUI])
+# plugboard_program(TARGET OUTPUT name SOURCES file... [DEPENDS target...] [WHOLE target...] [GUI] [DESCRIPTION text])
 # Executable in bin/ (or FOLDER). WHOLE libraries are linked with every object, so that their static registries and
-# compiled-in resources survive.
+# compiled-in resources survive. A DESCRIPTION marks a program that ships: it is installed, and Windows shows the text
+# (ASCII), version and icon.
 function(plugboard_program target)
-    cmake_parse_arguments(arg "GUI" "OUTPUT;FOLDER" "SOURCES;DEPENDS;WHOLE" ${ARGN})
+    cmake_parse_arguments(arg "GUI" "OUTPUT;FOLDER;DESCRIPTION" "SOURCES;DEPENDS;WHOLE" ${ARGN})
     add_executable(${target} ${arg_SOURCES})
+    if(WIN32)
+        plugboard_windows_resources(${target} "${arg_OUTPUT}" "${arg_DESCRIPTION}")
+    endif()
     set_target_properties(${target} PROPERTIES OUTPUT_NAME "${arg_OUTPUT}")
     if(arg_FOLDER)
         set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${arg_FOLDER}")
@@ -38,6 +42,21 @@ function(plugboard_program target)
     foreach(library IN LISTS arg_WHOLE)
         target_link_libraries(${target} PRIVATE "$<LINK_LIBRARY:WHOLE_ARCHIVE,${library}>")
     endforeach()
+endfunction()
+
+# plugboard_windows_resources(TARGET OUTPUT DESCRIPTION): the manifest, which tests run under too, and for a program with
+# a description its version and icon.
+function(plugboard_windows_resources target output description)
+    string(REPLACE "." "," version_words "${PROJECT_VERSION},0")
+    set(resources "${CMAKE_CURRENT_BINARY_DIR}/${target}.rc")
+    set(windows "${CMAKE_SOURCE_DIR}/packaging/windows")
+    configure_file("${windows}/program.rc.in" "${resources}" @ONLY)
+    target_sources(${target} PRIVATE "${resources}")
+    set_source_files_properties("${resources}" PROPERTIES
+        OBJECT_DEPENDS "${windows}/program.manifest;${windows}/plugboard.ico")
+    if(description)
+        set_source_files_properties("${resources}" PROPERTIES COMPILE_DEFINITIONS PROGRAM_DESCRIPTION)
+    endif()
 endfunction()
 
 # plugboard_tests(FOLDER SUITES file... [SUPPORT file...] [DEPENDS target...] [WHOLE target...] [WIDGETS] [DAEMON])

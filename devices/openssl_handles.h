@@ -2,12 +2,21 @@
 #pragma once
 
 #include <openssl/bio.h>
+#include <openssl/crypto.h>
 #include <openssl/evp.h>
 #include <openssl/x509.h>
 
 #include <memory>
 
 namespace openssl {
+
+/// Call before anything else of OpenSSL. The library then reads no settings file: one could name a module to load, and
+/// where the library looks for the file was fixed when it was built, on Windows perhaps a folder that anyone can make.
+inline void initialise()
+{
+    OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG | OPENSSL_INIT_ADD_ALL_CIPHERS | OPENSSL_INIT_LOAD_CRYPTO_STRINGS,
+                        nullptr);
+}
 
 /// Handed to the readers of PEM files: a block with a passphrase is refused. The library's own default would ask for it
 /// on the terminal.

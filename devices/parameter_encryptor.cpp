@@ -2,7 +2,6 @@
 
 #include <QtEndian>
 
-#include <openssl/crypto.h>
 #include <openssl/err.h>
 #include <openssl/pem.h>
 #include <openssl/rsa.h>
@@ -38,7 +37,7 @@ openssl::Key readPublicKey(BIO* pem)
 
 ParameterEncryptor::ParameterEncryptor()
 {
-    OPENSSL_init_crypto(OPENSSL_INIT_ADD_ALL_CIPHERS | OPENSSL_INIT_LOAD_CRYPTO_STRINGS, nullptr);
+    openssl::initialise();
 }
 
 bool ParameterEncryptor::loadPublicKey(const QByteArray& pem)

@@ -37,6 +37,8 @@ NetworkRow::NetworkRow(QWidget* parent) : QWidget(parent)
     m_test = new QPushButton(tr("Test Network"), this);
     m_test->setObjectName(QStringLiteral("testNetwork"));
     m_test->setAutoDefault(false);
+    constexpr int kSideMargin = 8;
+    m_test->setMinimumWidth(m_test->sizeHint().width() + 2 * kSideMargin);
     connect(m_test, &QPushButton::clicked, this, &NetworkRow::testRequested);
 
     auto* layout = new QHBoxLayout(this);

@@ -3,53 +3,43 @@
 #include "media/log.h"
 #include "ui/busy_cursor.h"
 
-#include <condition_variable>
 #include <exception>
-#include <mutex>
+#include <future>
+#include <memory>
 #include <thread>
+#include <utility>
 
 namespace {
 
-/// Cancels a probe that is not destroyed in time: the probe itself bounds each of its steps, not their sum.
-class Watchdog
+/// A probe and its outcome; they live as long as the dialog waits or the probe's thread runs, whichever is longer.
+struct RunningProbe
 {
-public:
-    Watchdog(SourceProbe& probe, std::chrono::milliseconds limit)
-        : m_thread([this, &probe, limit] {
-            std::unique_lock lock(m_mutex);
-            if (!m_ended.wait_for(lock, limit, [this] { return m_isOver; }))
-                probe.cancel();
-        })
-    {}
+    explicit RunningProbe(std::chrono::milliseconds limit) : probe(limit) {}
 
-    ~Watchdog()
-    {
-        {
-            const std::lock_guard lock(m_mutex);
-            m_isOver = true;
-        }
-        m_ended.notify_one();
-        m_thread.join();
-    }
-
-    Watchdog(const Watchdog&) = delete;
-    Watchdog& operator=(const Watchdog&) = delete;
-
-private:
-    std::mutex m_mutex;
-    std::condition_variable m_ended;
-    bool m_isOver = false;
-    std::thread m_thread; ///< last, since it uses the others
+    SourceProbe probe;
+    std::promise<SourceProbeResult> outcome;
 };
 
 } // namespace
 
-SourceCheck checkWithin(std::chrono::milliseconds limit)
+SourceCheck checkWithin(std::chrono::milliseconds limit, ProbeCall call)
 {
-    return [limit](const QString& source, SourceProbe::Kind kind) {
-        SourceProbe probe(limit);
-        const Watchdog watchdog(probe, limit);
-        return probe.probe(source, kind);
+    return [limit, call = std::move(call)](const QString& source, SourceProbe::Kind kind) {
+        const auto running = std::make_shared<RunningProbe>(limit);
+        auto outcome = running->outcome.get_future();
+        std::thread([running, call, source, kind] {
+            try {
+                running->outcome.set_value(call(running->probe, source, kind));
+            } catch (...) {
+                running->outcome.set_exception(std::current_exception());
+            }
+        }).detach();
+        if (outcome.wait_for(limit) == std::future_status::ready)
+            return outcome.get();
+        running->probe.cancel();
+        SourceProbeResult late;
+        late.error = QStringLiteral("no answer within %1 ms").arg(limit.count());
+        return late;
     };
 }
 

@@ -9,9 +9,14 @@
 /// Looks at a path or URL and blocks meanwhile. Dialogs take one as a constructor argument.
 using SourceCheck = std::function<SourceProbeResult(const QString& source, SourceProbe::Kind kind)>;
 
+/// How a check asks its probe.
+using ProbeCall = std::function<SourceProbeResult(SourceProbe&, const QString& source, SourceProbe::Kind kind)>;
+
 /// A check that blocks no longer than `limit` in all, and for which anything that goes wrong is a source that did not
-/// open.
-SourceCheck checkWithin(std::chrono::milliseconds limit = std::chrono::seconds(10));
+/// open. The probe runs on a thread of its own, which is left to end by itself when the limit is over: a probe can be
+/// cancelled while it connects and reads, but not while the system looks up the name of a host.
+SourceCheck checkWithin(std::chrono::milliseconds limit = std::chrono::seconds(10),
+                        ProbeCall call = &SourceProbe::probe);
 
 /// Runs `check` under the busy cursor. A check that throws found nothing.
 SourceProbeResult runCheck(const SourceCheck& check, const QString& source, SourceProbe::Kind kind);

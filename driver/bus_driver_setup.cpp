@@ -3,7 +3,6 @@
 #include "driver/device_interfaces.h"
 #include "driver/engine.h"
 
-#include <array>
 #include <thread>
 
 namespace driver {
@@ -28,14 +27,16 @@ bool BusDriverSetup::installed() const
     return !devicePaths(m_platform, kHostControllerInterface).empty();
 }
 
+std::vector<ArgumentVector> BusDriverSetup::commands() const
+{
+    return {{kProgramName, L"dp_add", infPath()}, {kProgramName, L"install", infPath(), L"root\\VUBUS"}};
+}
+
 void BusDriverSetup::install()
 {
     DriverEngine engine(m_platform, m_output);
-    const std::wstring inf = infPath();
-    const std::array<const wchar_t*, 3> add{kProgramName, L"dp_add", inf.c_str()};
-    const std::array<const wchar_t*, 4> create{kProgramName, L"install", inf.c_str(), L"root\\VUBUS"};
-    engine.run(static_cast<int>(add.size()), add.data());
-    engine.run(static_cast<int>(create.size()), create.data());
+    for (const ArgumentVector& command : commands())
+        engine.run(command);
 }
 
 bool BusDriverSetup::waitUntilInstalled()

@@ -1,12 +1,14 @@
 // bus_driver_setup.h: what start-up asks of the engine to have the virtual bus driver, without any window.
 #pragma once
 
+#include "driver/argument_vectors.h"
 #include "driver/device_platform.h"
 #include "driver/output.h"
 
 #include <chrono>
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace driver {
 
@@ -23,8 +25,11 @@ public:
     /// Whether any present device exposes the host controller interface.
     bool installed() const;
 
-    /// Adds the package "vusbbus.inf" of the application directory and creates the bus device; only installed() tells
-    /// whether that worked.
+    /// The two commands, in order: add the package "vusbbus.inf" of the application directory, create the bus device.
+    /// Whole argument vectors, the program's name included.
+    std::vector<ArgumentVector> commands() const;
+
+    /// Runs commands(), the second one whatever became of the first; only installed() tells whether that worked.
     void install();
 
     /// Checks three times, and sleeps 1000 ms after each check that fails, the last one too. Whether one succeeded.

@@ -6,6 +6,8 @@
 #include <QDateTime>
 #include <QJsonDocument>
 
+#include <algorithm>
+#include <cctype>
 #include <limits>
 
 namespace {
@@ -14,6 +16,29 @@ constexpr int kConnectTimeoutMs = 5000;
 constexpr int kDisconnectTimeoutMs = 1000;
 constexpr int kRefuseTimeoutMs = 30000;
 constexpr int kMostAttempts = 5; // the last of them attempts nothing
+
+/// Smaller writes reach the reader in one piece on every system.
+constexpr int kSmallestPiece = 4096;
+constexpr int kPieceTimeoutMs = 50;
+
+bool isOneMessage(const QByteArray& bytes)
+{
+    // Only what ends like an object is worth parsing.
+    const auto last =
+        std::find_if(bytes.rbegin(), bytes.rend(), [](char letter) { return !std::isspace(uchar(letter)); });
+    return last != bytes.rend() && *last == '}' && QJsonDocument::fromJson(bytes).isObject();
+}
+
+/// What the other end wrote at once, as far as `most` + 1 bytes: the system hands a large write over in pieces, which
+/// follow each other without a pause.
+QByteArray readOneWrite(QLocalSocket& socket, qint64 most)
+{
+    QByteArray bytes = socket.read(most + 1);
+    while (bytes.size() >= kSmallestPiece && bytes.size() <= most && !isOneMessage(bytes) &&
+           socket.waitForReadyRead(kPieceTimeoutMs))
+        bytes += socket.read(most + 1 - bytes.size());
+    return bytes;
+}
 
 } // namespace
 
@@ -91,7 +116,7 @@ void Fido2Client::handleDisconnected()
 
 void Fido2Client::handleServerData()
 {
-    const QByteArray bytes = m_socket->read(kLargestMessage + 1);
+    const QByteArray bytes = readOneWrite(*m_socket, kLargestMessage);
     if (bytes.size() > kLargestMessage) {
         qCWarning(fido2Log) << "FIDO2 message of more than" << kLargestMessage << "bytes dropped, from" << m_serverName;
         return;

@@ -2,6 +2,7 @@
 // credentials_file_fuzzer.cpp: a credentials file that is read, shown, merged with a form and given a PIN.
 #include "fido2/credential_texts.h"
 #include "fido2/credentials_file.h"
+#include "fuzz/json_input.h"
 
 #include <QJsonDocument>
 

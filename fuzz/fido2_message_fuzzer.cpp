@@ -3,6 +3,7 @@
 #include "fido2/confirmation_result.h"
 #include "fido2/confirmation_texts.h"
 #include "fido2/fido2_message.h"
+#include "fuzz/json_input.h"
 
 #include <QJsonArray>
 #include <QtGlobal>

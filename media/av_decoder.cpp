@@ -130,6 +130,7 @@ bool AVDecoder::receiveFrame(bool& accepted)
         const int result = m_hardware.transfer(*m_transferred, *m_frame);
         m_transferred->color_range = m_frame->color_range;
         m_transferred->colorspace = m_frame->colorspace;
+        m_transferred->sample_aspect_ratio = m_frame->sample_aspect_ratio;
         av_frame_unref(m_frame.get());
         frame = m_transferred.get();
         if (result < 0) {

@@ -46,6 +46,11 @@ bool copyPictureBytes(const AVFrame& frame, std::vector<std::uint8_t>& bytes)
 
 } // namespace
 
+AVMediaSink::AVMediaSink(Overflow overflow) : m_overflow(overflow), m_items(kCapacity)
+{
+    m_spare.reserve(kCapacity + 1);
+}
+
 MediaItem AVMediaSink::blankItem()
 {
     const std::lock_guard guard(m_lock);
@@ -58,8 +63,10 @@ MediaItem AVMediaSink::blankItem()
 
 bool AVMediaSink::pushFrame(AVFrame* frame)
 {
+    const bool isSound = frame->width == 0;
+    if (isSound && frame->nb_samples == 0)
+        return true;
     MediaItem item = blankItem();
-    const bool isSound = frame->width == 0 && frame->nb_samples > 0;
     if (!isSound)
         recordInput(*frame);
     item.kind = MediaItem::kFrame;
@@ -89,27 +96,33 @@ bool AVMediaSink::append(MediaItem&& item)
 {
     std::unique_lock guard(m_lock);
     if (m_overflow == Overflow::Block)
-        m_changed.wait(guard, [this] { return m_stopped || m_items.size() < kCapacity; });
+        m_changed.wait(guard, [this] { return m_stopped || m_size < kCapacity; });
     if (m_stopped)
         return false;
-    if (m_items.size() >= kCapacity) {
-        m_spare.push_back(std::move(m_items.front()));
-        m_items.pop_front();
+    if (m_size == kCapacity) {
+        m_spare.push_back(removeOldest());
         ++m_dropped;
     }
-    m_items.push_back(std::move(item));
+    m_items[(m_first + m_size++) % kCapacity] = std::move(item);
     m_changed.notify_all();
     return true;
+}
+
+MediaItem AVMediaSink::removeOldest()
+{
+    MediaItem item = std::move(m_items[m_first]);
+    m_first = (m_first + 1) % kCapacity;
+    --m_size;
+    return item;
 }
 
 std::optional<MediaItem> AVMediaSink::take(std::chrono::milliseconds limit)
 {
     std::unique_lock guard(m_lock);
-    m_changed.wait_for(guard, limit, [this] { return m_stopped || !m_items.empty(); });
-    if (m_stopped || m_items.empty())
+    m_changed.wait_for(guard, limit, [this] { return m_stopped || m_size > 0; });
+    if (m_stopped || m_size == 0)
         return std::nullopt;
-    std::optional<MediaItem> item(std::move(m_items.front()));
-    m_items.pop_front();
+    std::optional<MediaItem> item(removeOldest());
     m_changed.notify_all();
     return item;
 }

@@ -6,7 +6,6 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
-#include <deque>
 #include <mutex>
 #include <optional>
 #include <vector>
@@ -39,9 +38,10 @@ public:
 
     static constexpr std::size_t kCapacity = 64;
 
-    explicit AVMediaSink(Overflow overflow = Overflow::DropOldest) : m_overflow(overflow) {}
+    explicit AVMediaSink(Overflow overflow = Overflow::DropOldest);
 
-    /// On the media thread. False after stopQueue().
+    /// On the media thread. False after stopQueue(). What has no bytes to copy (a block of sound without samples, a
+    /// picture in device memory) makes no item.
     bool pushFrame(AVFrame* frame) override;
     bool pushPacket(AVPacket* packet) override;
 
@@ -60,11 +60,14 @@ public:
 private:
     MediaItem blankItem();
     bool append(MediaItem&& item);
+    MediaItem removeOldest();
 
     const Overflow m_overflow;
     mutable std::mutex m_lock;
     std::condition_variable m_changed;
-    std::deque<MediaItem> m_items;
+    std::vector<MediaItem> m_items; ///< Ring of kCapacity places: a queue that never allocates.
+    std::size_t m_first = 0;
+    std::size_t m_size = 0;
     std::vector<MediaItem> m_spare;
     std::uint64_t m_dropped = 0;
     bool m_stopped = false;

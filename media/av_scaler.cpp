@@ -60,6 +60,8 @@ bool AVScaler::StartCommandServer(const QString& name)
         std::cout << "Warning: Creating CmdServer in non-main thread, moving to main thread" << std::endl;
 
     auto* server = new CmdServer(onMainThread ? application : nullptr);
+    const std::shared_ptr<CmdServerLink> link =
+        server->Link(); // Once started, the server may end with the application.
     server->MoveToThread(application->thread());
     const EchoSwitch echo = {[server] { return server->IsEchoEnabled(); },
                              [server](bool enabled) { server->SetEchoEnabled(enabled); }};
@@ -69,7 +71,7 @@ bool AVScaler::StartCommandServer(const QString& name)
         server->Retire();
         return false;
     }
-    m_server = server->Link();
+    m_server = link;
     m_settings.sleep(kServerStartTime);
     std::cout << "Command server started successfully: " << name.toStdString()
               << "\nServer thread: " << (onMainThread ? "Has event loop" : "No event loop") << std::endl;

@@ -6,6 +6,7 @@ void LineSplitter::append(const QString& text)
     m_start = 0;
     m_buffer += text;
     m_mayHoldPair = true;
+    m_mayHoldFeed = true;
 }
 
 QString LineSplitter::cut(int position, int terminatorLength)
@@ -17,18 +18,22 @@ QString LineSplitter::cut(int position, int terminatorLength)
 
 std::optional<QString> LineSplitter::next()
 {
-    // Cutting at the front brings no new pair about, so one search that finds none serves all lines of this text.
+    // Cutting at the front brings nothing new about, so one search in vain serves all lines of this text.
     if (m_mayHoldPair) {
         const int pair = m_buffer.indexOf(QLatin1String("\r\n"), m_start);
         if (pair >= 0)
             return cut(pair, 2);
         m_mayHoldPair = false;
     }
-    for (const char terminator : {'\n', '\r'}) {
-        const int position = m_buffer.indexOf(QLatin1Char(terminator), m_start);
-        if (position >= 0)
-            return cut(position, 1);
+    if (m_mayHoldFeed) {
+        const int feed = m_buffer.indexOf(QLatin1Char('\n'), m_start);
+        if (feed >= 0)
+            return cut(feed, 1);
+        m_mayHoldFeed = false;
     }
+    const int carriageReturn = m_buffer.indexOf(QLatin1Char('\r'), m_start);
+    if (carriageReturn >= 0)
+        return cut(carriageReturn, 1);
     return std::nullopt;
 }
 
@@ -45,4 +50,5 @@ void LineSplitter::clear()
     m_buffer.clear();
     m_start = 0;
     m_mayHoldPair = false;
+    m_mayHoldFeed = false;
 }

@@ -32,4 +32,5 @@ private:
     QString m_buffer;
     int m_start = 0;
     bool m_mayHoldPair = false; ///< A CR LF may still be in the buffer.
+    bool m_mayHoldFeed = false; ///< Likewise a lone LF.
 };

@@ -1,7 +1,14 @@
 #include "media/media_reader.h"
 
 #include <iostream>
+#include <thread>
 #include <utility>
+
+namespace {
+
+constexpr std::chrono::milliseconds kEmptyInputPause(100);
+
+} // namespace
 
 MediaReader::MediaReader(std::string url, int selector, MediaInterrupt& interrupt, std::string protocols)
     : m_input(std::move(url), interrupt, std::move(protocols))
@@ -20,13 +27,14 @@ bool MediaReader::open()
         m_error = ffmpeg::errorText(result);
         return false;
     }
+    const auto takes = [this](int kind) { return m_selector == kSelectBoth || m_selector == kind; };
     const AVFormatContext& context = *m_input.context();
     for (unsigned index = 0; index < context.nb_streams; ++index) {
         const AVStream& stream = *context.streams[index];
         const AVCodecParameters& parameters = *stream.codecpar;
-        if (parameters.codec_type == AVMEDIA_TYPE_VIDEO && !m_video && m_selector != kSelectAudio)
+        if (parameters.codec_type == AVMEDIA_TYPE_VIDEO && !m_video && takes(kSelectVideo))
             m_video = std::make_unique<AVSource>(true, parameters, stream);
-        else if (parameters.codec_type == AVMEDIA_TYPE_AUDIO && !m_audio && m_selector != kSelectVideo)
+        else if (parameters.codec_type == AVMEDIA_TYPE_AUDIO && !m_audio && takes(kSelectAudio))
             m_audio = std::make_unique<AVSource>(false, parameters, stream);
     }
     return true;
@@ -46,9 +54,11 @@ MediaReader::Ending MediaReader::readLoop(bool loop)
     const ffmpeg::Packet packet(av_packet_alloc());
     if (!packet)
         return Ending::StageRefused;
+    bool isEmpty = true;
     for (;;) {
         const int result = m_input.read(packet.get());
         if (result == 0) {
+            isEmpty = false;
             const bool accepted = push(packet.get());
             av_packet_unref(packet.get());
             if (!accepted)
@@ -62,6 +72,9 @@ MediaReader::Ending MediaReader::readLoop(bool loop)
             return Ending::InputEnded;
         }
         std::cout << "Reached end of file, restarting..." << std::endl;
+        if (isEmpty)
+            std::this_thread::sleep_for(kEmptyInputPause); // Nothing else would slow the restarts down.
+        isEmpty = true;
         if (m_input.open() != 0) {
             std::cerr << "Failed to reinitialize file for looping" << std::endl;
             return Ending::NotReopened;

@@ -3,6 +3,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
+#include <cstring>
 
 namespace {
 
@@ -11,6 +12,9 @@ constexpr double kFontScale = 1.0;
 constexpr int kThickness = 2; // Pixels, as the margins.
 constexpr int kTextMargin = 10;
 constexpr int kLineGap = 5;
+constexpr int kAscent = 28; // Room for a character's pixels above, below and beside the pen.
+constexpr int kDescent = 14;
+constexpr int kOverhang = 6;
 
 /// The two colours of the box in one pixel format: values of one byte for each of three channels.
 struct Colors
@@ -69,18 +73,64 @@ bool TextBox::supports(int format)
     }
 }
 
+/// Asking OpenCV takes memory, so it is asked once.
+void TextBox::measureFont()
+{
+    if (m_textHeight == 0)
+        m_textHeight = cv::getTextSize("0", kFont, kFontScale, kThickness, &m_baseline).height;
+}
+
+const TextBox::Glyph& TextBox::glyph(char character)
+{
+    const auto code = static_cast<unsigned char>(character);
+    Glyph& glyph = m_glyphs[code < m_glyphs.size() ? code : '?'];
+    if (glyph.pixels.empty()) {
+        const std::string text(1, code < m_glyphs.size() ? character : '?');
+        // A line of one character is as wide as the pen moves and the pen is thick.
+        glyph.advance = cv::getTextSize(text, kFont, kFontScale, kThickness, nullptr).width - kThickness;
+        glyph.pixels = cv::Mat::zeros(kAscent + kDescent, glyph.advance + 2 * kOverhang, CV_8UC1);
+        cv::putText(glyph.pixels, text, cv::Point(kOverhang, kAscent), kFont, kFontScale, cv::Scalar(255), kThickness,
+                    cv::LINE_8);
+    }
+    return glyph;
+}
+
+int TextBox::lineWidth(const std::string& line)
+{
+    int width = kThickness;
+    for (const char character : line)
+        width += glyph(character).advance;
+    return width;
+}
+
+void TextBox::drawLine(const std::string& line, int baseline)
+{
+    const cv::Rect all(0, 0, m_mask.cols, m_mask.rows);
+    int pen = kTextMargin;
+    for (const char character : line) {
+        const Glyph& drawn = glyph(character);
+        const cv::Rect place(pen - kOverhang, baseline - kAscent, drawn.pixels.cols, drawn.pixels.rows);
+        const cv::Rect visible = place & all;
+        for (int row = visible.y; row < visible.y + visible.height; ++row) {
+            const std::uint8_t* from = drawn.pixels.ptr<std::uint8_t>(row - place.y) + (visible.x - place.x);
+            std::uint8_t* to = m_mask.ptr<std::uint8_t>(row) + visible.x;
+            const int count = visible.width;
+            for (int column = 0; column < count; ++column)
+                to[column] |= from[column];
+        }
+        pen += drawn.advance;
+    }
+}
+
 void TextBox::layOut(const std::vector<std::string>& lines, int x, int y, int pictureWidth, int pictureHeight)
 {
-    cv::Size largest;
-    int baseline = 0;
-    for (const std::string& line : lines) {
-        const cv::Size size = cv::getTextSize(line, kFont, kFontScale, kThickness, &baseline);
-        largest.width = std::max(largest.width, size.width);
-        largest.height = std::max(largest.height, size.height);
-    }
-    const int lineStep = largest.height + kLineGap;
-    const int width = roundUpToEven(largest.width + 2 * kTextMargin);
-    const int height = roundUpToEven(static_cast<int>(lines.size()) * lineStep + baseline);
+    measureFont();
+    int widest = 0;
+    for (const std::string& line : lines)
+        widest = std::max(widest, lineWidth(line));
+    const int lineStep = m_textHeight + kLineGap;
+    const int width = roundUpToEven(widest + 2 * kTextMargin);
+    const int height = roundUpToEven(static_cast<int>(lines.size()) * lineStep + m_baseline);
 
     m_area.x = startInside(x, width, pictureWidth);
     m_area.y = startInside(y, height, pictureHeight);
@@ -89,11 +139,10 @@ void TextBox::layOut(const std::vector<std::string>& lines, int x, int y, int pi
     if (m_storage.cols < m_area.width || m_storage.rows < m_area.height)
         m_storage.create(std::max(m_storage.rows, m_area.height), std::max(m_storage.cols, m_area.width), CV_8UC1);
     m_mask = m_storage(cv::Rect(0, 0, m_area.width, m_area.height));
-    m_mask.setTo(0);
-    for (std::size_t index = 0; index < lines.size(); ++index) {
-        const cv::Point start(kTextMargin, lineStep * static_cast<int>(index + 1));
-        cv::putText(m_mask, lines[index], start, kFont, kFontScale, cv::Scalar(255), kThickness, cv::LINE_8);
-    }
+    for (int row = 0; row < m_mask.rows; ++row)
+        std::memset(m_mask.ptr<std::uint8_t>(row), 0, static_cast<std::size_t>(m_mask.cols));
+    for (std::size_t index = 0; index < lines.size(); ++index)
+        drawLine(lines[index], lineStep * static_cast<int>(index + 1));
 }
 
 /// Writes one channel: every `step`-th byte of a plane from `offset` on. A colour sample takes the upper left of the
@@ -103,18 +152,25 @@ void TextBox::drawPlane(AVFrame& picture, int plane, int widthShift, int heightS
 {
     const int columnStep = 1 << widthShift;
     const int rowStep = 1 << heightShift;
+    const int samples = (m_area.width + columnStep - 1) >> widthShift;
     for (int row = 0; row < m_area.height; row += rowStep) {
         const std::uint8_t* mask = m_mask.ptr<std::uint8_t>(row);
         std::uint8_t* line = picture.data[plane] +
                              static_cast<std::ptrdiff_t>((m_area.y + row) >> heightShift) * picture.linesize[plane] +
                              static_cast<std::ptrdiff_t>(m_area.x >> widthShift) * step + offset;
+        // The mask is 0 or 255: red where nothing is drawn, white elsewhere. The two common cases by themselves can
+        // be done many bytes at a time.
+        const auto difference = static_cast<std::uint8_t>(red ^ white);
         if (step == 1 && columnStep == 1) {
-            for (int column = 0; column < m_area.width; ++column)
-                line[column] = mask[column] ? white : red;
-            continue;
+            for (int column = 0; column < samples; ++column)
+                line[column] = static_cast<std::uint8_t>(red ^ (mask[column] & difference));
+        } else if (step == 1 && columnStep == 2) {
+            for (int column = 0; column < samples; ++column)
+                line[column] = static_cast<std::uint8_t>(red ^ (mask[2 * column] & difference));
+        } else {
+            for (int column = 0; column < samples; ++column)
+                line[column * step] = static_cast<std::uint8_t>(red ^ (mask[column * columnStep] & difference));
         }
-        for (int column = 0; column < m_area.width; column += columnStep, line += step)
-            *line = mask[column] ? white : red;
     }
 }
 

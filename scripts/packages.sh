@@ -8,8 +8,12 @@ build=(g++ cmake ninja-build pkg-config ccache qtbase5-dev qttools5-dev qttools5
 display=(xvfb xauth libqt5gui5 fonts-noto-cjk)
 checks=(clang-format-14 python3 git ffmpeg tshark)
 bench=(ffmpeg tshark)
+guide=(imagemagick)
 fuzz=(clang-14 libclang-rt-14-dev)
-windows=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64 xvfb xauth xz-utils python3)
+windows=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64 xvfb xauth xz-utils python3 nsis osslsigncode
+    libfreetype-dev)
+package=(dpkg-dev file)
+clean_root=(debootstrap)
 dependencies=(g++ make perl cmake ninja-build nasm pkg-config python3 dpkg-dev g++-mingw-w64-x86-64-posix libz-mingw-w64-dev xz-utils)
 
 missing=()

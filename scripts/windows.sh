@@ -1,11 +1,15 @@
 #!/usr/bin/env bash
-# windows.sh: builds the Windows x64 programs and runs the tests and the tour as Windows programs under Wine.
+# windows.sh: builds the Windows x64 programs and the release, and runs the tests and the tour as Windows programs under Wine.
 #
-#   usage: windows.sh [--build-only | --run-only]    (--run-only: what an earlier call built)
+#   usage: windows.sh [--build-only | --run-only | --dist]
+#
+# --run-only runs what an earlier call built. --dist only makes the release, for the public key that $PLUGBOARD_PARAM_PUBLIC_KEY
+# names; other calls make it for the stand-in device process, which their tests put beside it.
 #
 # The libraries are those of the folder $PLUGBOARD_WINDOWS_SYSROOT, else those of ../shared/windows-sysroot.tar.xz, else they are
 # built from Debian's source packages (packaging/windows/build_dependencies.sh, about an hour on two cores). Results lie in
-# build/windows (programs in bin/, tests.xml) and build/windows-tour (report and pictures). The last line is "N passed, N failed".
+# build/windows (programs in bin/, tests.xml, the release in dist/) and build/windows-tour (report and pictures). The last line is
+# "N passed, N failed".
 set -euo pipefail
 
 project=$(dirname "$(dirname "$(realpath "$0")")")
@@ -76,6 +80,11 @@ build_programs() {
         "$build/bin" "$build/tests" "$build/tour"
 }
 
+make_release() {
+    step "making the release"
+    PLUGBOARD_PARAM_PUBLIC_KEY=$1 $windows/make_dist.sh "$sysroot" "$project/build/windows-dist" "$build/dist"
+}
+
 run_tests() {
     step "running the tests"
     local excluded line
@@ -94,9 +103,16 @@ run_tests() {
 
 if [ -z "${PLUGBOARD_WINE_RUNS:-}" ]; then
     scripts/packages.sh build windows
+    if [ "${1:-}" = --dist ]; then
+        : "${PLUGBOARD_PARAM_PUBLIC_KEY:?must name the public key of the device process}"
+        find_sysroot
+        make_release "$PLUGBOARD_PARAM_PUBLIC_KEY"
+        exit
+    fi
     if [ "${1:-}" != --run-only ]; then
         find_sysroot
         build_programs
+        make_release "$build/dev_keys/param_public.pem"
     fi
     [ "${1:-}" = --build-only ] && exit
     exec $windows/with_wine.sh "$0" --run-only
@@ -109,6 +125,11 @@ step "comparing with the Linux programs"
 count comparison scripts/compare_platforms.py "$project/build/release" "$build"
 step "running the driver engine on Wine's own device tree"
 count wine_driver tests/driver/wine_driver_test.py "$build/bin" --fixtures "$build/tests/driver" --prefix "$build/wine-driver"
+step "installing, using and removing the release"
+rm -rf "$project/build/wine-release"
+count release env -u PLUGBOARD_WINE_RUNS WINEPREFIX="$project/build/wine-release" $windows/with_wine.sh \
+    $windows/check_release.py "$build/dist" "$build" "$build/release-check"
+count signing $windows/check_signing.sh "$project"/build/windows-dist/stage/plugboard-* "$build/signing-check"
 step "done"
 echo "$passed passed, $failed failed"
 [ "$failed" -eq 0 ]

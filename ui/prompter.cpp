@@ -1,6 +1,7 @@
 #include "ui/prompter.h"
 
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QMessageBox>
 
 namespace {
@@ -35,6 +36,16 @@ public:
     QString openFile(QWidget* parent, const QString& title, const QString& directory, const QString& filter) override
     {
         return QFileDialog::getOpenFileName(parent, title, directory, filter);
+    }
+
+    QString saveFile(QWidget* parent, const QString& title, const QString& suggestion, const QString& filter) override
+    {
+        const QFileInfo file(suggestion);
+        QFileDialog dialog(parent, title, file.path(), filter);
+        dialog.setAcceptMode(QFileDialog::AcceptSave);
+        dialog.setDefaultSuffix(file.suffix());
+        dialog.selectFile(file.fileName());
+        return dialog.exec() == QDialog::Accepted ? dialog.selectedFiles().value(0) : QString();
     }
 };
 

@@ -22,6 +22,11 @@ public:
     /// Existing file that the user chose, empty when none. `filter` is in QFileDialog's form.
     virtual QString openFile(QWidget* parent, const QString& title, const QString& directory,
                              const QString& filter) = 0;
+
+    /// File to write that the user chose, empty when none; the user has agreed to replace one that exists. `suggestion`
+    /// is the path that is offered; its suffix goes onto a name without one.
+    virtual QString saveFile(QWidget* parent, const QString& title, const QString& suggestion,
+                             const QString& filter) = 0;
 };
 
 /// The one that shows message boxes and the file chooser.

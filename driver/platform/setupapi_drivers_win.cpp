@@ -81,9 +81,10 @@ UINT WINAPI collectTarget(PVOID context, UINT notification, UINT_PTR first, UINT
 /// What installing the selected driver would copy, found by queueing its files and never committing the queue.
 Outcome<TextList> queuedFiles(SetupDriverList& list)
 {
-    const FileQueue queue(SetupOpenFileQueue());
-    if (queue.get() == INVALID_HANDLE_VALUE)
+    const HSPFILEQ opened = SetupOpenFileQueue();
+    if (opened == INVALID_HANDLE_VALUE) // which must not reach the owner, who would close it
         return Outcome<TextList>::failed(lastError());
+    const FileQueue queue(opened);
     const RestoredParameters restored(list.set, list.device);
     SP_DEVINSTALL_PARAMS_W parameters = restored.before();
     parameters.FileQueue = queue.get();

@@ -37,13 +37,13 @@ fi
 # What Wine starts on its own must not hold this command's output open after the command's end.
 mkdir -p "$WINEPREFIX"
 wineserver -p > /dev/null 2>&1 || { echo "A program runs in $WINEPREFIX already." >&2; exit 1; }
-if [ ! -e "$WINEPREFIX/ready" ]; then
+if ! cmp -s "$here/wine_prefix.reg" "$WINEPREFIX/ready"; then
     settings=Z:$here/wine_prefix.reg
     if ! { wineboot --init && wine regedit /S "${settings//\//\\}"; } > "$WINEPREFIX/wineboot.log" 2>&1; then
         cat "$WINEPREFIX/wineboot.log" >&2
         exit 1
     fi
-    touch "$WINEPREFIX/ready"
+    cp "$here/wine_prefix.reg" "$WINEPREFIX/ready"
 fi
 wine explorer.exe /desktop=plugboard,1600x1200 > /dev/null 2>&1 &
 

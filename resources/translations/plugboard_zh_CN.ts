@@ -198,16 +198,8 @@ Please check IP address, port and network connection.
         <translation>截断：%1   丢失：%2</translation>
     </message>
     <message>
-        <source>Save Capture</source>
-        <translation>保存抓包</translation>
-    </message>
-    <message>
         <source>Error</source>
         <translation>错误</translation>
-    </message>
-    <message>
-        <source>The capture could not be saved: %1</source>
-        <translation>无法保存抓包：%1</translation>
     </message>
     <message>
         <source>Open Capture</source>
@@ -2116,6 +2108,30 @@ Please check IP address, port and network connection.</source>
     <message>
         <source>Capture cleared successfully</source>
         <translation>抓包已清空</translation>
+    </message>
+    <message>
+        <source>Save Capture...</source>
+        <translation>保存抓包...</translation>
+    </message>
+    <message>
+        <source>Process %1</source>
+        <translation>进程 %1</translation>
+    </message>
+    <message>
+        <source>Save Capture</source>
+        <translation>保存抓包</translation>
+    </message>
+    <message>
+        <source>Captures (*.pcapng)</source>
+        <translation>抓包文件 (*.pcapng)</translation>
+    </message>
+    <message>
+        <source>Error</source>
+        <translation>错误</translation>
+    </message>
+    <message>
+        <source>The capture could not be saved: %1</source>
+        <translation>无法保存抓包：%1</translation>
     </message>
 </context>
 </TS>

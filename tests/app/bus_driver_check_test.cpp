@@ -1,4 +1,5 @@
 #include "app/bus_driver_check.h"
+#include "driver/platform/simulated_platform.h"
 #include "driver/platform/system_platform.h"
 #include "tests/support/scripted_prompter.h"
 #include "tests/support/suite_registry.h"
@@ -16,6 +17,8 @@ private slots:
     void yesInstallsThePackage();
     void failedInstallationCostsThreeChecks();
     void driverThatShowsUpLateIsWaitedFor();
+    void withoutRightsBothCommandsGoThroughOnePrompt();
+    void refusedRightsAreAFailedInstallation();
 };
 
 namespace {
@@ -33,8 +36,8 @@ struct Fixture
             QFile::copy(QStringLiteral(SAMPLE_DRIVER_PACKAGE), folder.filePath(QStringLiteral("vusbbus.inf")));
     }
 
-    QTemporaryDir folder;
-    std::filesystem::path tree = driver::simulatedTreeFile(folder.path().toStdWString());
+    QTemporaryDir folder{QDir::tempPath() + QStringLiteral("/plug board XXXXXX")};
+    std::filesystem::path tree = driver::simulatedTreeFile(folder.path().toStdU16String());
     std::unique_ptr<driver::DevicePlatform> platform = driver::simulatedPlatform(tree);
     ScriptedPrompter prompter;
     int sleeps = 0;
@@ -57,7 +60,7 @@ void BusDriverCheckTest::presentDriverShowsNoBox()
     Fixture fixture(true);
     auto setup = fixture.setup();
     setup.install();
-    QVERIFY(ensureBusDriver(setup, fixture.prompter));
+    QVERIFY(ensureBusDriver(setup, {}, fixture.prompter));
     QCOMPARE(fixture.prompter.verify(), QString());
     QCOMPARE(fixture.sleeps, 0);
 }
@@ -67,7 +70,7 @@ void BusDriverCheckTest::noEndsWithoutCallingTheEngine()
     Fixture fixture(true);
     auto setup = fixture.setup();
     fixture.prompter.expectQuestion(QStringLiteral("Error"), kQuestion, false);
-    QVERIFY(!ensureBusDriver(setup, fixture.prompter));
+    QVERIFY(!ensureBusDriver(setup, {}, fixture.prompter));
     QCOMPARE(fixture.prompter.verify(), QString());
     QVERIFY2(!std::filesystem::exists(fixture.tree), "the system was changed");
 }
@@ -77,7 +80,7 @@ void BusDriverCheckTest::yesInstallsThePackage()
     Fixture fixture(true);
     auto setup = fixture.setup();
     fixture.prompter.expectQuestion(QStringLiteral("Error"), kQuestion, true);
-    QVERIFY(ensureBusDriver(setup, fixture.prompter));
+    QVERIFY(ensureBusDriver(setup, {}, fixture.prompter));
     QCOMPARE(fixture.prompter.verify(), QString());
     QVERIFY(setup.installed());
 }
@@ -88,7 +91,7 @@ void BusDriverCheckTest::failedInstallationCostsThreeChecks()
     auto setup = fixture.setup();
     fixture.prompter.expectQuestion(QStringLiteral("Error"), kQuestion, true);
     fixture.prompter.expectInformation(QStringLiteral("Error"), QStringLiteral("Driver installation failed!"));
-    QVERIFY(!ensureBusDriver(setup, fixture.prompter));
+    QVERIFY(!ensureBusDriver(setup, {}, fixture.prompter));
     QCOMPARE(fixture.prompter.verify(), QString());
     QCOMPARE(fixture.sleeps, 3);
 }
@@ -102,8 +105,54 @@ void BusDriverCheckTest::driverThatShowsUpLateIsWaitedFor()
         setup.install();
     };
     fixture.prompter.expectQuestion(QStringLiteral("Error"), kQuestion, true);
-    QVERIFY(ensureBusDriver(setup, fixture.prompter));
+    QVERIFY(ensureBusDriver(setup, {}, fixture.prompter));
     QCOMPARE(fixture.sleeps, 1);
+}
+
+/// The real plugboard-driver stands for the elevated one, in a folder whose name needs quoting.
+void BusDriverCheckTest::withoutRightsBothCommandsGoThroughOnePrompt()
+{
+    Fixture fixture(true);
+    auto setup = fixture.setup();
+    std::vector<std::vector<std::wstring>> calls;
+    const ElevatedDriver elevated = [&](const std::vector<std::wstring>& arguments) -> std::optional<int> {
+        calls.push_back(arguments);
+        QStringList texts;
+        for (const std::wstring& argument : arguments)
+            texts << QString::fromStdWString(argument);
+        QProcess program;
+        auto environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("PLUGBOARD_DEVICE_TREE"), QString::fromStdWString(fixture.tree.wstring()));
+        program.setProcessEnvironment(environment);
+        program.start(QStringLiteral(PLUGBOARD_DRIVER_PROGRAM), texts);
+        const bool finished = program.waitForFinished();
+        // A simulated system is read once; the real one shows what another program did to it.
+        dynamic_cast<driver::SimulatedPlatform&>(*fixture.platform) = driver::SimulatedPlatform(fixture.tree);
+        return finished ? std::optional(program.exitCode()) : std::nullopt;
+    };
+    fixture.prompter.expectQuestion(QStringLiteral("Error"), kQuestion, true);
+    QVERIFY(ensureBusDriver(setup, elevated, fixture.prompter));
+    QCOMPARE(fixture.prompter.verify(), QString());
+    QCOMPARE(fixture.sleeps, 0);
+
+    const std::wstring inf = fixture.folder.path().toStdWString() + L"\\vusbbus.inf";
+    const std::vector<std::wstring> expected{L"--each",   L"usbredir", L"dp_add", inf,           L"--then",
+                                             L"usbredir", L"install",  inf,       L"root\\VUBUS"};
+    QVERIFY2(calls == decltype(calls){expected},
+             "the elevated program was not handed both commands, whole, in one call");
+}
+
+void BusDriverCheckTest::refusedRightsAreAFailedInstallation()
+{
+    Fixture fixture(true);
+    auto setup = fixture.setup();
+    fixture.prompter.expectQuestion(QStringLiteral("Error"), kQuestion, true);
+    fixture.prompter.expectInformation(QStringLiteral("Error"), QStringLiteral("Driver installation failed!"));
+    QVERIFY(!ensureBusDriver(
+        setup, [](const auto&) { return std::nullopt; }, fixture.prompter));
+    QCOMPARE(fixture.prompter.verify(), QString());
+    QCOMPARE(fixture.sleeps, 3);
+    QVERIFY2(!std::filesystem::exists(fixture.tree), "the commands ran without the rights");
 }
 
 PLUGBOARD_SUITE(BusDriverCheckTest)

@@ -78,8 +78,15 @@ void DeviceTableTest::removingKeepsTenRows()
     QVERIFY(!table.identityAt(0));
     for (int i = 0; i < 12; ++i)
         table.addDevice(device(QString::number(i)));
+    table.selectRow(0);
     table.removeDevice(0);
     QCOMPARE(table.rowCount(), 11);
+    QCOMPARE(table.selectedRow(), 0); // the next one is as good
+    table.clearDevices();
+    table.addDevice(device(QStringLiteral("last")));
+    table.selectRow(0);
+    table.removeDevice(0);
+    QCOMPARE(table.selectedRow(), -1); // an empty row is not selected
 }
 
 void DeviceTableTest::clearingKeepsHeaders()

@@ -2,12 +2,14 @@
 #include "devices/process_table.h"
 #include "driver/bus_driver_setup.h"
 #include "driver/platform/system_platform.h"
+#include "tests/support/program_run.h"
 #include "tests/support/suite_registry.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QTemporaryDir>
 #include <QtTest>
 
 /// The program itself, as a script or a person starts it, with real device processes.
@@ -19,12 +21,15 @@ private slots:
     void initTestCase();
     void init();
     void cleanup();
+    void asksForTheDriverAtTheFirstStart_data();
+    void asksForTheDriverAtTheFirstStart();
     void devicesOutliveTheProgramAndAreListedAndDeleted();
     void createsFromSettingsWithoutADialog();
     void refusesToEndAProcessThatIsNoDevice();
     void badArgumentsExitWith2();
 
 private:
+    static void installDriver();
     struct Output
     {
         int exitCode = -1;
@@ -46,16 +51,29 @@ QString program()
 #endif
 }
 
+QString packageFile()
+{
+    return QCoreApplication::applicationDirPath() + QStringLiteral("/vusbbus.inf");
+}
+
+std::filesystem::path treeFile()
+{
+    return driver::simulatedTreeFile(QCoreApplication::applicationDirPath().toStdU16String());
+}
+
 } // namespace
 
 void ProgramTest::initTestCase()
 {
-    // The driver is there, so that the program starts without a question.
-    const std::wstring folder = QCoreApplication::applicationDirPath().toStdWString();
-    QFile::copy(QStringLiteral(SAMPLE_DRIVER_PACKAGE),
-                QCoreApplication::applicationDirPath() + QStringLiteral("/vusbbus.inf"));
-    const auto platform = driver::simulatedPlatform(driver::simulatedTreeFile(folder));
-    driver::BusDriverSetup setup(*platform, folder);
+    installDriver();
+}
+
+/// The driver is there, so that the program starts without a question.
+void ProgramTest::installDriver()
+{
+    QFile::copy(QStringLiteral(SAMPLE_DRIVER_PACKAGE), packageFile());
+    const auto platform = driver::simulatedPlatform(treeFile());
+    driver::BusDriverSetup setup(*platform, QCoreApplication::applicationDirPath().toStdWString());
     if (!setup.installed())
         setup.install();
     QVERIFY(setup.installed());
@@ -85,6 +103,49 @@ ProgramTest::Output ProgramTest::run(const QStringList& arguments) const
 QJsonArray ProgramTest::listed() const
 {
     return QJsonDocument::fromJson(run({QStringLiteral("--list"), QStringLiteral("--json")}).out).array();
+}
+
+void ProgramTest::asksForTheDriverAtTheFirstStart_data()
+{
+    QTest::addColumn<bool>("hasPackage");
+    QTest::addColumn<QStringList>("answers");
+    QTest::addColumn<QStringList>("seen");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<bool>("isInstalled");
+    const QString question = QStringLiteral("Error: Driver not installed, about to install virtual USB bus driver! "
+                                            "Please confirm that driver signature enforcement is disabled!");
+    const QString no = QStringLiteral("no");
+    const QString yes = QStringLiteral("yes");
+    QTest::newRow("No ends the program") << true << QStringList{no} << QStringList{question} << 255 << false;
+    QTest::newRow("so does closing the question")
+        << true << QStringList{QStringLiteral("close")} << QStringList{question} << 255 << false;
+    QTest::newRow("Yes installs and opens the window")
+        << true << QStringList{yes} << QStringList{question, QStringLiteral("window Plugboard")} << 0 << true;
+    QTest::newRow("Yes without a package beside the program")
+        << false << QStringList{yes, QStringLiteral("ok")}
+        << QStringList{question, QStringLiteral("Error: Driver installation failed!")} << 255 << false;
+}
+
+void ProgramTest::asksForTheDriverAtTheFirstStart()
+{
+    QFETCH(bool, hasPackage);
+    QFETCH(QStringList, answers);
+    std::filesystem::remove(treeFile());
+    if (!hasPackage)
+        QVERIFY(QFile::remove(packageFile()));
+
+    const QTemporaryDir folder;
+    const ProgramRun run = runWithUser(program(), {QStringLiteral("--demo")}, answers, folder.path());
+    const bool changed = std::filesystem::exists(treeFile());
+    const auto platform = driver::simulatedPlatform(treeFile());
+    const bool installed = driver::BusDriverSetup(*platform, std::wstring()).installed();
+    installDriver();
+
+    QTEST(run.seen, "seen");
+    QTEST(run.exitCode, "exitCode");
+    QTEST(installed, "isInstalled");
+    if (answers.first() != QLatin1String("yes"))
+        QVERIFY2(!changed, "the driver engine was called");
 }
 
 void ProgramTest::devicesOutliveTheProgramAndAreListedAndDeleted()

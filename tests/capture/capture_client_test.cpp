@@ -31,6 +31,7 @@ private slots:
     void reconnectsAfterLossAndAfterFailure();
     void bytesOfALostConnectionDoNotMixWithTheNext();
     void slotMayLetMoreBytesArrive();
+    void burstIsHandledInSlicesAndWholeBeforeTheDisconnect();
 };
 
 namespace {
@@ -388,6 +389,41 @@ void CaptureClientTest::slotMayLetMoreBytesArrive()
     client.receive(frame(1, first.payload()) + frame(1, second.payload()));
     QCOMPARE(order, (QList<quint32>{1, 2, 3}));
     QCOMPARE(client.packets(7).size(), std::size_t(3));
+}
+
+void CaptureClientTest::burstIsHandledInSlicesAndWholeBeforeTheDisconnect()
+{
+    constexpr int kCount = 4000;
+    QByteArray burst;
+    for (quint32 number = 0; number < kCount; ++number) {
+        PacketBytes packet;
+        packet.sequence = number;
+        packet.data = QByteArray(400, 'x');
+        burst += frame(1, packet.payload());
+    }
+    ConnectedClient pair;
+    int inThisTurn = 0;
+    int mostInATurn = 0;
+    QTimer turns;
+    connect(&turns, &QTimer::timeout, &turns, [&inThisTurn] { inThisTurn = 0; });
+    turns.start(0);
+    connect(&pair.client, &UsbIPCaptureClient::packetCaptured, &pair.client, [&] {
+        mostInATurn = std::max(mostInATurn, ++inThisTurn);
+        QThread::usleep(100); // a window that takes its time
+    });
+    int atDisconnect = -1;
+    connect(&pair.client, &UsbIPCaptureClient::disconnected, &pair.client,
+            [&] { atDisconnect = int(pair.client.packets(7).size()); });
+    pair.server.send(burst);
+    QTRY_COMPARE_WITH_TIMEOUT(pair.client.packets(7).size(), std::size_t(kCount), 60000);
+    QVERIFY2(mostInATurn < 500, qPrintable(QString::number(mostInATurn))); // 8 ms and what 16 KiB hold beyond
+
+    constexpr int kLast = 200; // as much as the system keeps for a reader when the sender is gone
+    pair.server.send(burst.left(burst.size() / kCount * kLast));
+    pair.server.stop();
+    QTRY_COMPARE_WITH_TIMEOUT(atDisconnect, kCount + kLast, 20000);
+    for (std::size_t number = 0; number < std::size_t(kCount + kLast); ++number)
+        QCOMPARE(pair.client.packets(7)[number].sequenceNumber, quint32(number % kCount));
 }
 
 PLUGBOARD_SUITE(CaptureClientTest)

@@ -35,6 +35,7 @@ private slots:
     void clearEmptiesTheTableOnceConfirmed();
     void followsTheNewestRow();
     void longListIsReplacedInSlices();
+    void longListIsClearedWhilePacketsArrive();
     void configurationOpensWithoutStoppingTheStream();
     void closingIsForWindowsOnly();
 };
@@ -142,6 +143,11 @@ void CaptureDialogTest::walksThroughItsStates()
     QVERIFY(!window.canStart() && !window.canStop());
     window.dialog.onConnectionError(QStringLiteral("gone"));
     QCOMPARE(window.status(), QStringLiteral("Connection error: gone"));
+
+    const QSize hint = window.dialog.sizeHint();
+    window.dialog.onConnectionError(QString(100000, QLatin1Char('\n')) + QString(900000, QLatin1Char('x')));
+    QCOMPARE(window.dialog.sizeHint(), hint); // a device process cannot make the window grow
+    QVERIFY(window.status().size() < 1000);
 }
 
 void CaptureDialogTest::failedCommandsWarnAndChangeNothing_data()
@@ -360,6 +366,27 @@ void CaptureDialogTest::longListIsReplacedInSlices()
     window.toggle(2);
     QCOMPARE(window.dialog.rowOf(0)->packet().sequenceNumber, 0U); // completes the table at once
     QCOMPARE(window.tree()->topLevelItemCount(), kCount + 1);
+}
+
+void CaptureDialogTest::longListIsClearedWhilePacketsArrive()
+{
+    Window window;
+    window.dialog.setPackets(UsbIPCaptureDialog::PacketList(120'000));
+    window.dialog.onPacketItemClicked(window.dialog.rowOf(0), 0); // every row has its sequence number, 0
+    PacketBytes packet;
+    packet.sequence = 0;
+    const QByteArray stream = frame(1, packet.payload());
+    window.dialog.client().receive(stream + frame(5, {}) + stream + stream);
+    QCOMPARE(window.dialog.packets().size(), std::size_t(2));
+    QCOMPARE(window.tree()->itemAt(5, 5), window.dialog.rowOf(0));
+    window.dialog.client().receive(frame(5, {}) + stream); // again, before the first rows are gone
+    window.toggle(1);
+    window.dialog.client().receive(stream);
+    QTRY_VERIFY(!window.dialog.isReplacingRows());
+    QCOMPARE(window.tree()->topLevelItemCount(), 2);
+    QCOMPARE(window.highlights(), QStringLiteral("--"));
+    QVERIFY(window.tree()->topLevelItem(0) == window.dialog.rowOf(0));
+    QVERIFY(window.tree()->topLevelItem(1) == window.dialog.rowOf(1));
 }
 
 void CaptureDialogTest::configurationOpensWithoutStoppingTheStream()

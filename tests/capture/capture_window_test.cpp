@@ -165,7 +165,9 @@ void CaptureWindowTest::savedCaptureOpensAsItWas()
             packets.push_back(packet);
     }
     window.dialog().setPackets(packets);
-    QCOMPARE(window.saveCapture(path), QString());
+    prompter.expectSaveFile(QStringLiteral("Save Capture"), QStringLiteral("Captures (*.pcapng)"), path);
+    window.dialog().askAndSave();
+    QCOMPARE(prompter.verify(), QString());
     const auto others = QFileDevice::ReadGroup | QFileDevice::ReadOther | QFileDevice::WriteGroup;
 #ifndef Q_OS_WIN
     QVERIFY(!(QFile::permissions(path) & others));

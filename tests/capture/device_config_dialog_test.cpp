@@ -103,8 +103,9 @@ void DeviceConfigDialogTest::emptyConfigurationGivesABoxAndAnEmptyTree()
 
 void DeviceConfigDialogTest::hugeConfigurationIsShownInPart()
 {
-    QByteArray json = "{\"interfaces\":[{\"alternateSettings\":[{}";
-    while (json.size() < 1000000)
+    QByteArray json = "{\"interfaces\":[{\"alternateSettings\":[{\"endpoints\":[{\"bEndpointAddress\":\"" +
+                      QByteArray(200000, 'x') + "\"}]}";
+    while (json.size() < 1200000)
         json += ",{\"endpoints\":[{}]}";
     json += "]}]}";
     ScriptedPrompter prompter;
@@ -113,6 +114,8 @@ void DeviceConfigDialogTest::hugeConfigurationIsShownInPart()
     const auto* tree = dialog.findChild<QTreeWidget*>();
     const QTreeWidgetItem* interface = tree->topLevelItem(1)->child(0);
     QVERIFY(interface->text(0).section(QLatin1Char('('), 1).chopped(1).toInt() > 50000);
+    const QTreeWidgetItem* endpoint = interface->child(0)->child(1)->child(0);
+    QVERIFY(endpoint->text(0).size() <= 1000 && endpoint->child(2)->text(1).size() <= 1000); // painted in no time
     QVERIFY(interface->childCount() > 2000 && interface->childCount() < 5000);
     QVERIFY(interface->child(interface->childCount() - 1)->text(0).endsWith(QLatin1String(" more)")));
 }

@@ -66,19 +66,26 @@ void expectWarning(const char* what, const QString& folder)
                          qPrintable(QLatin1String(what) + QLatin1Char(' ') + folder + QLatin1Char('/') + kFileName));
 }
 
-/// Leaves everyone these rights to `path`, and nothing that the folder above would add. Its owner may always undo it.
-bool grant(const QString& path, DWORD rights)
+/// Whatever makes, changes or removes a file, in its folder and at the file itself.
+constexpr DWORD kWriting = FILE_WRITE_DATA | FILE_APPEND_DATA | FILE_DELETE_CHILD | DELETE;
+
+/// Gives everyone all rights to `path` but the denied ones, and nothing that the folder above would add. A denied right
+/// is refused whoever else grants it. The owner may always undo it.
+bool setRights(const QString& path, DWORD denied)
 {
-    wchar_t everyone[] = L"EVERYONE";
-    EXPLICIT_ACCESSW access{};
-    BuildExplicitAccessWithNameW(&access, everyone, rights, SET_ACCESS, NO_INHERITANCE);
-    std::byte sidBytes[SECURITY_MAX_SID_SIZE];
-    DWORD sidSize = sizeof sidBytes;
-    if (!CreateWellKnownSid(WinWorldSid, nullptr, sidBytes, &sidSize))
+    std::byte everyone[SECURITY_MAX_SID_SIZE];
+    DWORD size = sizeof everyone;
+    if (!CreateWellKnownSid(WinWorldSid, nullptr, everyone, &size))
         return false;
-    BuildTrusteeWithSidW(&access.Trustee, sidBytes);
+    EXPLICIT_ACCESSW entries[2]{};
+    entries[0].grfAccessPermissions = FILE_ALL_ACCESS & ~denied;
+    entries[0].grfAccessMode = GRANT_ACCESS;
+    entries[1].grfAccessPermissions = denied;
+    entries[1].grfAccessMode = DENY_ACCESS;
+    for (EXPLICIT_ACCESSW& entry : entries)
+        BuildTrusteeWithSidW(&entry.Trustee, everyone);
     ACL* list = nullptr;
-    if (SetEntriesInAclW(1, &access, nullptr, &list) != ERROR_SUCCESS)
+    if (SetEntriesInAclW(denied ? 2 : 1, entries, nullptr, &list) != ERROR_SUCCESS)
         return false;
     QString native = QDir::toNativeSeparators(path);
     const DWORD error = SetNamedSecurityInfoW(const_cast<wchar_t*>(wide(native)), SE_FILE_OBJECT,
@@ -141,12 +148,8 @@ void DevicesWinTest::folderThatMayOnlyBeRead()
     const DeviceRecordManager manager = managerOf(folder.path());
     manager.saveRecord(record(4));
     const QString path = folder.filePath(kFileName);
-    constexpr DWORD kReadOnly = FILE_GENERIC_READ | FILE_GENERIC_EXECUTE;
-    QVERIFY(grant(path, kReadOnly));
-    QVERIFY(grant(folder.path(), kReadOnly));
-    QFile probe(folder.filePath(QStringLiteral("probe")));
-    if (probe.open(QIODevice::WriteOnly))
-        QSKIP("this user may write everywhere");
+    QVERIFY(setRights(path, kWriting));
+    QVERIFY(setRights(folder.path(), kWriting));
 
     expectWarning("Failed to save device record to:", folder.path());
     manager.saveRecord(record(8));
@@ -155,8 +158,8 @@ void DevicesWinTest::folderThatMayOnlyBeRead()
     manager.removeStaleRecords();
     QVERIFY(QFile::exists(path));
 
-    QVERIFY(grant(folder.path(), FILE_ALL_ACCESS));
-    QVERIFY(grant(path, FILE_ALL_ACCESS));
+    QVERIFY(setRights(folder.path(), 0));
+    QVERIFY(setRights(path, 0));
     manager.removeStaleRecords();
     QVERIFY(!QFile::exists(path));
 }

@@ -4,6 +4,7 @@
 #include "tests/devices/rsa_key_pair.h"
 #include "tests/support/suite_registry.h"
 
+#include <QTemporaryFile>
 #include <QtTest>
 
 class ParameterEncryptorTest : public QObject
@@ -11,6 +12,7 @@ class ParameterEncryptorTest : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase();
     void framesAndDecrypts_data();
     void framesAndDecrypts();
     void refusesKeys_data();
@@ -18,7 +20,22 @@ private slots:
     void failedLoadForgetsTheOldKey();
     void messageIsOneLine_data();
     void messageIsOneLine();
+
+private:
+    QTemporaryFile m_settings;
 };
+
+/// All that follows must hold though the machine's OpenSSL settings leave no algorithm: they must not even be read,
+/// because they could name code to load.
+void ParameterEncryptorTest::initTestCase()
+{
+    QVERIFY(m_settings.open());
+    m_settings.write("openssl_conf = start\n[start]\nproviders = providers\n[providers]\nnull = nothing\n"
+                     "[nothing]\nactivate = 1\n");
+    QVERIFY(m_settings.flush());
+    qputenv("OPENSSL_CONF", QFile::encodeName(m_settings.fileName()));
+    ParameterEncryptor first;
+}
 
 void ParameterEncryptorTest::framesAndDecrypts_data()
 {

@@ -412,13 +412,11 @@ void CameraSettingDialogTest::droidCamTestNeverReportsIntoAClosedDialog()
 
 void CameraSettingDialogTest::tabFollowsTheForm()
 {
-#ifdef Q_OS_WIN
-    QSKIP("the buttons of a group are one stop there");
-#endif
     Fixture f;
-    QCOMPARE(f.form.tabOrder("file", "isoActive"),
-             QStringLiteral("file ipCamera path browse resolution frameRate uvcVersion usbVersion frameFormat vid pid "
-                            "deviceName isoActive"));
+    const QString order = f.form.tabOrder("file", "isoActive");
+    QCOMPARE(order, QStringLiteral("file %1path browse resolution frameRate uvcVersion usbVersion frameFormat vid pid "
+                                   "deviceName isoActive")
+                        .arg(f.form.tabStop("ipCamera")));
     f.form.toggle("ipCamera");
     QCOMPARE(f.form.tabOrder("ipCamera", "resolution"),
              QStringLiteral("ipCamera ipAddress port testNetwork resolution"));

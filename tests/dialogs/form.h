@@ -106,6 +106,13 @@ public:
         return names.join(QLatin1Char(' '));
     }
 
+    /// The name and a space when the tab key visits the unchecked button; nothing where a group of buttons is one stop,
+    /// as the system has it.
+    QString tabStop(const char* name) const
+    {
+        return find(name)->focusPolicy() & Qt::TabFocus ? QString::fromLatin1(name) + QLatin1Char(' ') : QString();
+    }
+
     /// "open", "accepted" or "rejected".
     QString state() const
     {

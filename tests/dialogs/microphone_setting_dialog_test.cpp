@@ -359,12 +359,10 @@ void MicrophoneSettingDialogTest::testsTheNetwork()
 
 void MicrophoneSettingDialogTest::tabFollowsTheForm()
 {
-#ifdef Q_OS_WIN
-    QSKIP("the buttons of a group are one stop there");
-#endif
     Fixture f;
-    QCOMPARE(f.form.tabOrder("vid", "loop"),
-             QStringLiteral("vid pid deviceName usbVersion uacVersion realTime file ipCam path browse loop"));
+    const QString order = f.form.tabOrder("vid", "loop");
+    QCOMPARE(order, QStringLiteral("vid pid deviceName usbVersion uacVersion realTime file %1path browse loop")
+                        .arg(f.form.tabStop("ipCam")));
     f.form.toggle("ipCam");
     QCOMPARE(f.form.tabOrder("ipCam", "loop"), QStringLiteral("ipCam ipAddress port testNetwork loop"));
 }

@@ -5,6 +5,8 @@
 #include <QGuiApplication>
 #include <QtTest>
 
+#include <atomic>
+#include <future>
 #include <stdexcept>
 
 class SourceCheckTest : public QObject
@@ -15,6 +17,7 @@ private slots:
     void isBusyWhileItLooksAndCatchesWhatIsThrown();
     void endsWithItsLimit_data();
     void endsWithItsLimit();
+    void waitsForNoProbeThatCannotBeCancelled();
 };
 
 void SourceCheckTest::isBusyWhileItLooksAndCatchesWhatIsThrown()
@@ -43,6 +46,28 @@ void SourceCheckTest::endsWithItsLimit()
     const LoopbackServer server(answer, LoopbackServer::Ending::Stall);
     const SourceCheck check = checkWithin(std::chrono::milliseconds(200));
     QVERIFY(!runCheck(check, server.url("http", "/video"), SourceProbe::Kind::Video).opened);
+}
+
+/// Like the look-up of a host's name: it ends when it ends.
+void SourceCheckTest::waitsForNoProbeThatCannotBeCancelled()
+{
+    std::promise<void> answer;
+    const std::shared_future<void> answered = answer.get_future().share();
+    const auto ended = std::make_shared<std::atomic<bool>>(false);
+    const SourceCheck check = checkWithin(
+        std::chrono::milliseconds(50), [answered, ended](SourceProbe& probe, const QString&, SourceProbe::Kind) {
+            answered.wait();
+            SourceProbeResult found = probe.probe(QString(), SourceProbe::Kind::Video); // the probe is still there
+            found.opened = true;
+            *ended = true;
+            return found;
+        });
+    const SourceProbeResult result = runCheck(check, QStringLiteral("http://slow.invalid/"), SourceProbe::Kind::Video);
+    QVERIFY(!*ended);
+    QVERIFY(!result.opened);
+    QCOMPARE(result.error, QStringLiteral("no answer within 50 ms"));
+    answer.set_value();
+    QTRY_VERIFY(*ended);
 }
 
 PLUGBOARD_SUITE(SourceCheckTest)

@@ -1,7 +1,7 @@
 // sources.h: files and streams that the tests let dialogs look at.
 #pragma once
 
-#include "tests/media/loopback_server.h"
+#include "tests/support/loopback_server.h"
 
 #include <QFile>
 #include <QMetaType>
@@ -18,11 +18,6 @@ inline QByteArray contentOf(const char* name)
 {
     QFile file(sourceFile(name));
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-inline QByteArray httpAnswer(const QByteArray& type, const QByteArray& body)
-{
-    return "HTTP/1.1 200 OK\r\nContent-Type: " + type + "\r\nConnection: close\r\n\r\n" + body;
 }
 
 /// What a camera in the network sends: pictures of 640 x 480, one after the other.

@@ -93,7 +93,7 @@ private slots:
             if (!line.startsWith(QLatin1Char('$')))
                 continue;
             // A new platform each time: what a command changed must be in the file.
-            driver::SimulatedPlatform platform(tree.toStdWString());
+            driver::SimulatedPlatform platform(tree.toStdU16String());
             actual += line + QLatin1Char('\n') + runLine(platform, line.mid(1));
             QCOMPARE(platform.openObjects(), 0);
         }

@@ -83,7 +83,7 @@ private slots:
         QFile file(path);
         QVERIFY(file.open(QIODevice::WriteOnly) && file.write(text) == text.size());
         file.close();
-        SimulatedPlatform platform(path.toStdWString());
+        SimulatedPlatform platform(path.toStdU16String());
         QCOMPARE(run(platform, {L"dp_add", (kSample + QStringLiteral("/vusbbus.inf")).toStdWString()}), kFailure);
         QCOMPARE(run(platform, {L"find", L"*"}), kSuccess);
         QCOMPARE(contentOf(path), text);
@@ -94,10 +94,10 @@ private slots:
     {
         QTemporaryDir folder;
         const QString path = folder.filePath(QStringLiteral("device_tree.json"));
-        QVERIFY(saveTree(treeWithBus(), path.toStdWString()));
+        QVERIFY(saveTree(treeWithBus(), path.toStdU16String()));
         const QByteArray before = contentOf(path);
         QVERIFY(QDir(folder.path()).mkdir(QStringLiteral("device_tree.json.new"))); // where the new file would go
-        SimulatedPlatform platform(path.toStdWString());
+        SimulatedPlatform platform(path.toStdU16String());
         QCOMPARE(run(platform, {L"sethwid", L"@ROOT\\*", L":=", L"+X"}), kFailure);
         QCOMPARE(platform.tree().devices[0].hardwareIds, TextList{L"ROOT\\VUBUS"});
         QCOMPARE(contentOf(path), before);
@@ -210,7 +210,7 @@ private slots:
     {
         QTemporaryDir folder;
         QVERIFY(QFile::copy(kSample + QStringLiteral("/vusbbus.inf"), folder.filePath(QStringLiteral("vusbbus.inf"))));
-        const std::filesystem::path tree = simulatedTreeFile(folder.path().toStdWString());
+        const std::filesystem::path tree = simulatedTreeFile(folder.path().toStdU16String());
         int sleeps = 0;
         CapturedOutput output;
         {

@@ -57,6 +57,7 @@ public:
     {
         return QStringLiteral("/clips/a.mp4");
     }
+    QString saveFile(QWidget*, const QString&, const QString&, const QString&) override { return {}; }
 
     QByteArray kinds;
 };

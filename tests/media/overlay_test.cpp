@@ -5,6 +5,8 @@
 
 #include <QtTest>
 
+#include <opencv2/imgproc.hpp>
+
 #include <cmath>
 
 class OverlayTest : public QObject
@@ -16,6 +18,7 @@ private slots:
     void countsFrames();
     void drawsOnlyItsBox_data();
     void drawsOnlyItsBox();
+    void composesWhatOpenCvDraws();
     void leavesSharedPicturesAlone();
     void saysWhatIsWrong();
     void drawtextWritesTheStatistics();
@@ -96,6 +99,28 @@ void OverlayTest::drawsOnlyItsBox()
     }
 }
 
+/// Every printable character, alone and beside every kind of neighbour.
+void OverlayTest::composesWhatOpenCvDraws()
+{
+    std::string all;
+    for (char character = ' '; character <= '~'; ++character)
+        all += character;
+    for (const std::string& line : {all, std::string(all.rbegin(), all.rend()),
+                                    std::string("FPS:30.0 FPS_AVG:29.9 FRAME_CNT:1234 TIME:41.133333")}) {
+        TextBox box;
+        box.layOut({line, "pic:-4,0,640,480"}, 10, 10, 4000, 200);
+        int baseline = 0;
+        const cv::Size size = cv::getTextSize(line, cv::FONT_HERSHEY_SIMPLEX, 1.0, 2, &baseline);
+        QVERIFY(box.area().width - (size.width + 20) <= 1);
+        cv::Mat expected = cv::Mat::zeros(box.mask().size(), CV_8UC1);
+        const int step = size.height + 5;
+        cv::putText(expected, line, cv::Point(10, step), cv::FONT_HERSHEY_SIMPLEX, 1.0, cv::Scalar(255), 2, cv::LINE_8);
+        cv::putText(expected, "pic:-4,0,640,480", cv::Point(10, 2 * step), cv::FONT_HERSHEY_SIMPLEX, 1.0,
+                    cv::Scalar(255), 2, cv::LINE_8);
+        QCOMPARE(cv::countNonZero(expected != box.mask()), 0);
+    }
+}
+
 /// A decoder still looks at the pictures it has handed out.
 void OverlayTest::leavesSharedPicturesAlone()
 {
@@ -147,6 +172,7 @@ void OverlayTest::drawtextWritesTheStatistics()
     AVTextFilter filter;
     StageProbe probe;
     filter.chain(probe);
+    std::vector<std::uint8_t> before;
     for (int number = 0; number < 3; ++number) {
         const ffmpeg::Frame frame = makePicture(AV_PIX_FMT_YUV420P, 640, 240);
         QVERIFY(filter.pushFrame(frame.get()));
@@ -154,6 +180,9 @@ void OverlayTest::drawtextWritesTheStatistics()
         const int bright = int(std::count_if(probe.last->data[0], probe.last->data[0] + 240 * probe.last->linesize[0],
                                              [](std::uint8_t value) { return value > 200; }));
         QVERIFY2(bright > 500, "no white text on the picture");
+        const auto drawn = planeBytes(*probe.last, 0, 640, 240);
+        QVERIFY2(drawn != before, "the text does not count the pictures");
+        before = drawn;
         QCOMPARE(int(probe.last->data[0][0]), 0);
     }
     const std::string text = printed.take();

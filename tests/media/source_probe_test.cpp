@@ -1,6 +1,6 @@
 #include "media/source_probe.h"
-#include "tests/media/loopback_server.h"
 #include "tests/media/media_files.h"
+#include "tests/support/loopback_server.h"
 #include "tests/support/suite_registry.h"
 
 #include <QFile>
@@ -37,17 +37,6 @@ QString summary(const SourceProbeResult& result)
     if (result.hasAudio)
         parts << QStringLiteral("%1ch %2Hz").arg(result.channels).arg(result.sampleRate);
     return parts.join(QStringLiteral(", "));
-}
-
-QByteArray httpAnswer(const QByteArray& type, const QByteArray& body)
-{
-    return "HTTP/1.1 200 OK\r\nContent-Type: " + type + "\r\nConnection: close\r\n\r\n" + body;
-}
-
-QByteArray contentOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 } // namespace

@@ -7,9 +7,9 @@
 
 #include <deque>
 
-/// Each expectation is one line, "KIND|title|text" with the kinds "info", "warn", "ask" and "open" (for "open" the
-/// text is the filter). A box that is not the next expected one is recorded in unexpected(); `verify` at the end of a
-/// test says in one string what went wrong, empty when nothing did.
+/// Each expectation is one line, "KIND|title|text" with the kinds "info", "warn", "ask", "open" and "save" (for the
+/// last two the text is the filter). A box that is not the next expected one is recorded in unexpected(); `verify` at
+/// the end of a test says in one string what went wrong, empty when nothing did.
 class ScriptedPrompter final : public Prompter
 {
 public:
@@ -22,6 +22,10 @@ public:
     void expectOpenFile(const QString& title, const QString& filter, const QString& chosen)
     {
         expect("open", title, filter, chosen);
+    }
+    void expectSaveFile(const QString& title, const QString& filter, const QString& chosen)
+    {
+        expect("save", title, filter, chosen);
     }
 
     /// Empty when every expected box came, in order, and no other did.
@@ -42,6 +46,10 @@ public:
     QString openFile(QWidget*, const QString& title, const QString&, const QString& filter) override
     {
         return take("open", title, filter);
+    }
+    QString saveFile(QWidget*, const QString& title, const QString&, const QString& filter) override
+    {
+        return take("save", title, filter);
     }
 
 private:

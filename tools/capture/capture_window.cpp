@@ -8,11 +8,10 @@
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
-#include <QFileDialog>
+#include <QFile>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
-#include <QSaveFile>
 #include <QStatusBar>
 #include <QToolBar>
 
@@ -20,17 +19,13 @@ namespace {
 
 constexpr int kLossInterval = 500; // ms between updates of the count
 
-QString fileFilter()
-{
-    return CaptureWindow::tr("Captures (*.pcapng)");
-}
-
 } // namespace
 
 CaptureWindow::CaptureWindow(qint64 processId, uint32_t deviceId, Prompter& prompter)
     : m_prompter(prompter)
     , m_dialog(new UsbIPCaptureDialog(processId, deviceId, nullptr, prompter))
 {
+    const QSize size = m_dialog->size() + QSize(0, 80); // menus and tool bar
     m_dialog->setParent(this, Qt::Widget);
     setCentralWidget(m_dialog);
     setWindowTitle(m_dialog->windowTitle());
@@ -38,14 +33,15 @@ CaptureWindow::CaptureWindow(qint64 processId, uint32_t deviceId, Prompter& prom
     makeToolBar();
     watchLosses();
     connect(m_dialog, &UsbIPCaptureDialog::detailsShown, this, &CaptureWindow::equipDetails);
-    resize(1280, 720);
+    resize(size);
 }
 
 void CaptureWindow::makeMenus()
 {
     QMenu* file = menuBar()->addMenu(tr("&File"));
     file->addAction(tr("&Open Capture..."), this, &CaptureWindow::askAndOpen, QKeySequence::Open);
-    file->addAction(tr("&Save Capture As..."), this, &CaptureWindow::askAndSave, QKeySequence::Save);
+    file->addAction(
+        tr("&Save Capture As..."), this, [this] { m_dialog->askAndSave(); }, QKeySequence::Save);
     file->addSeparator();
     file->addAction(tr("&Close"), this, &QWidget::close, QKeySequence::Close);
 
@@ -162,18 +158,6 @@ bool CaptureWindow::jumpToCounterpart()
     return false;
 }
 
-QString CaptureWindow::saveCapture(const QString& path)
-{
-    const BusyCursor busy;
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return file.errorString();
-    file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-    if (!PcapngFile::write(file, m_dialog->packets()) || !file.commit())
-        return file.errorString();
-    return {};
-}
-
 QString CaptureWindow::openCapture(const QString& path)
 {
     const BusyCursor busy;
@@ -191,20 +175,9 @@ QString CaptureWindow::openCapture(const QString& path)
     return result.error;
 }
 
-void CaptureWindow::askAndSave()
-{
-    const QString path =
-        QFileDialog::getSaveFileName(this, tr("Save Capture"), QStringLiteral("capture.pcapng"), fileFilter());
-    if (path.isEmpty())
-        return;
-    const QString error = saveCapture(path);
-    if (!error.isEmpty())
-        m_prompter.warning(this, tr("Error"), tr("The capture could not be saved: %1").arg(error));
-}
-
 void CaptureWindow::askAndOpen()
 {
-    const QString path = m_prompter.openFile(this, tr("Open Capture"), QString(), fileFilter());
+    const QString path = m_prompter.openFile(this, tr("Open Capture"), QString(), tr("Captures (*.pcapng)"));
     if (path.isEmpty())
         return;
     const QString error = openCapture(path);

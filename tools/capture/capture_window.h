@@ -20,8 +20,7 @@ public:
 
     UsbIPCaptureDialog& dialog() { return *m_dialog; }
 
-    /// Empty, or why it failed. Files are written whole or not at all and are readable by their owner only.
-    QString saveCapture(const QString& path);
+    /// Empty, or why it failed; what could be read is shown all the same.
     QString openCapture(const QString& path);
 
     void setTextFilter(const QString& text);
@@ -34,7 +33,6 @@ private:
     void makeMenus();
     void makeToolBar();
     void watchLosses();
-    void askAndSave();
     void askAndOpen();
     void equipDetails(PacketDetailsDialog* details);
     PacketItem* currentRow() const;

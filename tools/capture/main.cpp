@@ -26,13 +26,14 @@ struct Options
     StartOptions start;
 };
 
-/// Nothing when the arguments make no sense; what is wrong has been printed.
-std::optional<Options> parseOptions(const QCoreApplication& application)
+/// Nothing when a text was asked for or the arguments make no sense; it has been printed, and `exitCode` is set. (The
+/// parser's own printing shows a box where Windows gives the program no console.)
+std::optional<Options> parseOptions(int& exitCode)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Watches the USB traffic of one virtual device."));
-    parser.addHelpOption();
-    parser.addVersionOption();
+    const QCommandLineOption help = parser.addHelpOption();
+    const QCommandLineOption version = parser.addVersionOption();
     parser.addPositionalArgument(QStringLiteral("PID"), QStringLiteral("Process id of the device process."));
     const QCommandLineOption device(QStringLiteral("device"), QStringLiteral("USB/IP device id (default 0)."),
                                     QStringLiteral("ID"), QStringLiteral("0"));
@@ -42,7 +43,18 @@ std::optional<Options> parseOptions(const QCoreApplication& application)
     parser.addOptions({device, headless});
     addLanguageOption(parser);
     addLogOption(parser);
-    parser.process(application);
+    exitCode = kUsageError;
+    if (!parser.parse(QCoreApplication::arguments())) {
+        std::fprintf(stderr, "%s\n", qUtf8Printable(parser.errorText()));
+        return std::nullopt;
+    }
+    if (parser.isSet(help) || parser.isSet(version)) {
+        const QString named = QStringLiteral("plugboard-capture " PLUGBOARD_VERSION "\n");
+        const QString text = parser.isSet(help) ? parser.helpText() : named;
+        std::fputs(qUtf8Printable(text), stdout);
+        exitCode = 0;
+        return std::nullopt;
+    }
 
     Options options;
     options.start = readStartOptions(parser);
@@ -81,9 +93,10 @@ int run(int argc, char** argv)
     Application application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("plugboard-capture"));
     QCoreApplication::setApplicationVersion(QStringLiteral(PLUGBOARD_VERSION));
-    const std::optional<Options> options = parseOptions(application);
+    int exitCode = 0;
+    const std::optional<Options> options = parseOptions(exitCode);
     if (!options)
-        return kUsageError;
+        return exitCode;
     const ProgramRun running(QCoreApplication::applicationName(), QCoreApplication::applicationVersion(),
                              options->start.logRules);
     if (options->headlessSeconds > 0)

@@ -166,6 +166,10 @@ int FileRun::run()
     if (!openOutput())
         return failed(QStringLiteral("cannot write '%1': %2").arg(m_options.output, m_file.errorString()));
     buildChains();
+    if (m_reader.encoder() && !m_reader.encoder()->isOpen()) {
+        return failed(QStringLiteral("no encoder of this FFmpeg takes such pictures as %1")
+                          .arg(QString::fromLatin1(avcodec_get_name(m_options.codec))));
+    }
     const bool isFile = !m_options.source.contains(QLatin1String("://"));
     if (isFile && !m_reader.rewind())
         return failed(QStringLiteral("cannot open '%1' again").arg(m_options.source));

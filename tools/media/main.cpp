@@ -1,4 +1,6 @@
 // plugboard-media: runs a source through the media chains.
+#include "driver/device_interfaces.h"
+#include "driver/platform/system_platform.h"
 #include "media/cmd_map.h"
 #include "media/debug_commands.h"
 #include "media/source_probe.h"
@@ -11,6 +13,7 @@
 #include <QApplication>
 
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <thread>
@@ -70,6 +73,11 @@ int runCommand(QCoreApplication& application, const MediaOptions& options)
 {
     TestAvArguments testAv{options.source.isEmpty() ? "test.mp4" : options.source.toStdString(), &stopRequested()};
     ResetArguments reset;
+    const std::filesystem::path folder = QCoreApplication::applicationDirPath().toStdU16String();
+    reset.paths = [folder](const std::wstring&, std::size_t) {
+        const auto platform = driver::systemPlatform(folder);
+        return driver::devicePaths(*platform, driver::kHostControllerInterface);
+    };
     void* arguments = nullptr;
     if (options.command == QLatin1String("TestAv"))
         arguments = &testAv;

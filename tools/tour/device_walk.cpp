@@ -8,6 +8,7 @@
 #include "tools/tour/walks.h"
 
 #include <QMenu>
+#include <QPushButton>
 #include <QtTest>
 
 #include <memory>
@@ -24,6 +25,7 @@ public:
 private:
     void openWindow();
     void activateWindow();
+    void showFocus();
     void createDevices();
     void startAgain();
     void openContextMenu();
@@ -48,6 +50,10 @@ void DeviceWalk::run()
         Tour::require(namesInTable().isEmpty(), QStringLiteral("the table is not empty"));
         m_tour.picture(*m_window);
         return QStringLiteral("ten empty rows");
+    });
+    m_tour.step(QStringLiteral("keyboard-focus"), [this] {
+        showFocus();
+        return QStringLiteral("Tab reaches the microphone's and both title buttons, and shows where it is");
     });
     m_tour.step(QStringLiteral("create-devices"), [this] {
         createDevices();
@@ -91,6 +97,23 @@ void DeviceWalk::activateWindow()
 {
     m_window->activateWindow();
     Tour::require(QTest::qWaitForWindowActive(m_window.get()), QStringLiteral("the window takes no keys"));
+}
+
+void DeviceWalk::showFocus()
+{
+    activateWindow();
+    QStringList reached;
+    for (int stop = 0; stop < 4; ++stop) {
+        QTest::keyClick(m_window->focusWidget(), Qt::Key_Tab);
+        if (const auto* button = qobject_cast<QPushButton*>(m_window->focusWidget()))
+            reached << button->accessibleName();
+        if (reached.size() == 1 && reached.last() != QLatin1String("Microphone"))
+            m_tour.picture(*m_window);
+    }
+    reached.sort();
+    Tour::require(reached == QStringList{QStringLiteral("Microphone"), QStringLiteral("close"), QStringLiteral("min")},
+                  QStringLiteral("reached: ") + reached.join(QStringLiteral(", ")));
+    table().setFocus();
 }
 
 void DeviceWalk::createDevices()

@@ -1,6 +1,7 @@
 // fido2_walk.cpp: the tour's walk through the life of a security key, with a real device process behind it.
 #include "app/device_table.h"
 #include "app/main_window.h"
+#include "fido2/credential_detail_dialog.h"
 #include "fido2/fido2_channels.h"
 #include "tools/tour/tour.h"
 #include "tools/tour/walks.h"
@@ -9,8 +10,10 @@
 #include <QJsonDocument>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QOperatingSystemVersion>
 #include <QProcess>
 #include <QPushButton>
+#include <QStandardPaths>
 #include <QTableWidget>
 #include <QtTest>
 
@@ -19,6 +22,7 @@
 namespace {
 
 const QString kSerial = QStringLiteral("TOUR-KEY");
+const QString kPin = QStringLiteral("1234");
 const QString kSuccess = QStringLiteral("Success");
 
 template<typename Widget = QLineEdit>
@@ -41,6 +45,26 @@ QMessageBox& messageBox(QWidget& window)
     return *box;
 }
 
+/// The first half of the PIN's SHA-256 in lower-case hexadecimal, from another program than this one. `source` says
+/// from which.
+QString hashOfPin(QString& source)
+{
+    const QString openssl = QStandardPaths::findExecutable(QStringLiteral("openssl"));
+    if (openssl.isEmpty()) {
+        Tour::require(QOperatingSystemVersion::currentType() == QOperatingSystemVersion::Windows,
+                      QStringLiteral("there is no openssl to ask"));
+        source = QStringLiteral("what openssl said on Linux, as there is none here");
+        return QStringLiteral("03ac674216f3e15c761ee1a5e255f067");
+    }
+    source = QStringLiteral("openssl dgst -sha256");
+    QProcess digest;
+    digest.start(openssl, {QStringLiteral("dgst"), QStringLiteral("-sha256"), QStringLiteral("-r")});
+    digest.write(kPin.toUtf8());
+    digest.closeWriteChannel();
+    Tour::require(digest.waitForFinished() && digest.exitCode() == 0, QStringLiteral("openssl failed"));
+    return QString::fromLatin1(digest.readAllStandardOutput().left(32));
+}
+
 class Fido2Walk
 {
 public:
@@ -53,6 +77,8 @@ private:
     QString fillSettings(QWidget& dialog);
     void addCredential(QWidget& dialog, const QString& user, const QString& id);
     void ask(const QStringList& arguments, const QString& stepName, const std::function<void(QWidget&)>& answer);
+    void lookAtCandidate(QWidget& dialog, int row);
+    void chooseFile();
     QString useDetails(QWidget& dialog);
     void deleteKey();
 
@@ -76,8 +102,8 @@ void Fido2Walk::run()
         return QStringLiteral("its process runs and its channel is open");
     });
     m_tour.step(QStringLiteral("sign-in-without-user-name"), [this] {
-        ask({QStringLiteral("get_assertion")}, QStringLiteral("sign-in-dialog"), [](QWidget& dialog) {
-            part<QListWidget>(dialog, "candidates")->setCurrentRow(1);
+        ask({QStringLiteral("get_assertion")}, QStringLiteral("sign-in-dialog"), [this](QWidget& dialog) {
+            lookAtCandidate(dialog, 1);
             click(dialog, "confirm");
         });
         Tour::require(
@@ -107,6 +133,10 @@ void Fido2Walk::run()
         Tour::require(m_answer.value(QStringLiteral("confirmed")) == QJsonValue(false),
                       QStringLiteral("the device was not denied"));
         return QStringLiteral("the device was denied");
+    });
+    m_tour.step(QStringLiteral("credentials-file-chosen"), [this] {
+        chooseFile();
+        return QStringLiteral("serial number and credentials come from the file");
     });
     m_tour.step(QStringLiteral("key-details"), [this] {
         m_tour.whenWindowOpens(QStringLiteral("details-dialog"),
@@ -190,18 +220,59 @@ void Fido2Walk::ask(const QStringList& arguments, const QString& stepName, const
     Tour::require(request.exitCode() == 0, QString::fromUtf8(request.readAllStandardError()));
 }
 
+/// Opens the details of a credential from the list of a confirmation, which waits meanwhile.
+void Fido2Walk::lookAtCandidate(QWidget& dialog, int row)
+{
+    auto* list = part<QListWidget>(dialog, "candidates");
+    const QPoint centre = list->visualItemRect(list->item(row)).center();
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, centre);
+    QTest::mouseDClick(list->viewport(), Qt::LeftButton, {}, centre);
+    m_tour.step(QStringLiteral("credential-details"), [&] {
+        auto* details = dialog.findChild<CredentialDetailDialog*>();
+        Tour::require(details && QTest::qWaitForWindowExposed(details), QStringLiteral("the details never opened"));
+        m_tour.picture(*details);
+        Tour::require(part(*details, "userName")->text() == QStringLiteral("bob"), QStringLiteral("another user"));
+        click(*details, "close");
+        return details->windowTitle();
+    });
+}
+
+/// Settings of a new key that take over the file of the one that runs, and are cancelled.
+void Fido2Walk::chooseFile()
+{
+    m_tour.whenWindowOpens(QStringLiteral("key-settings-from-file"), [this](QWidget& dialog) {
+        m_tour.whenWindowOpens(QStringLiteral("choose-credentials-file"), [this](QWidget& chooser) {
+            part<QTableWidget>(chooser, "files")->selectRow(0);
+            m_tour.picture(chooser);
+            click(chooser, "select");
+            return chooser.windowTitle();
+        });
+        click(dialog, "selectFile");
+        m_tour.picture(dialog);
+        Tour::require(part(dialog, "serialNumber")->text() == kSerial, QStringLiteral("another serial number"));
+        const int rows = part<QTableWidget>(dialog, "credentials")->rowCount();
+        Tour::require(rows == 4, QStringLiteral("%1 credentials").arg(rows));
+        dialog.close();
+        return QStringLiteral("four credentials");
+    });
+    m_window->onCreateFido2();
+}
+
 QString Fido2Walk::useDetails(QWidget& dialog)
 {
     m_tour.picture(dialog);
-    part(dialog, "pin")->setText(QStringLiteral("1234"));
-    part(dialog, "confirmPin")->setText(QStringLiteral("1234"));
+    part(dialog, "pin")->setText(kPin);
+    part(dialog, "confirmPin")->setText(kPin);
     m_tour.answerBox(QStringLiteral("pin-set"), kSuccess, QStringLiteral("PIN has been set successfully"),
                      QMessageBox::Ok);
     click(dialog, "setPin");
-    // The first half of what "openssl dgst -sha256" says of 1234.
-    Tour::require(root().value(QStringLiteral("pinInfo")).toObject().value(QStringLiteral("pinHash")) ==
-                      QJsonValue(QStringLiteral("03ac674216f3e15c761ee1a5e255f067")),
-                  QStringLiteral("the file holds another hash"));
+    m_tour.step(QStringLiteral("pin-hash"), [this] {
+        QString source;
+        const QString hash = hashOfPin(source);
+        const QJsonValue stored = root().value(QStringLiteral("pinInfo")).toObject().value(QStringLiteral("pinHash"));
+        Tour::require(stored == QJsonValue(hash), stored.toString() + QStringLiteral(" in the file, not ") + hash);
+        return QStringLiteral("the file holds the first half of the SHA-256, says ") + source;
+    });
     QStringList doomed;
     for (const char* suffix : {"_credentials.json", "_ca_cert.pem", "_ca_public.pem", "_ca_private.pem",
                                "_pin_public.pem", "_pin_private.pem"})
@@ -221,7 +292,7 @@ QString Fido2Walk::useDetails(QWidget& dialog)
     click(dialog, "clear");
     for (const QString& file : doomed)
         Tour::require(!QFile::exists(file), file + QStringLiteral(" is still there"));
-    return QStringLiteral("PIN hash as computed elsewhere; all files gone");
+    return QStringLiteral("PIN set, all files gone");
 }
 
 void Fido2Walk::deleteKey()

@@ -3,79 +3,15 @@
 #include "app/main_window.h"
 #include "app/script_commands.h"
 #include "devices/device_record_manager.h"
-#include "tests/media/loopback_server.h"
+#include "tools/tour/settings_hands.h"
 #include "tools/tour/tour.h"
 #include "tools/tour/walks.h"
 
 #include <QComboBox>
-#include <QDialogButtonBox>
-#include <QFile>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QTemporaryDir>
 #include <QUrl>
 #include <QtTest>
 
 namespace {
-
-/// The system's boxes; files are chosen without the system's file chooser, which no program can click through.
-class ChoosingPrompter final : public Prompter
-{
-public:
-    QString fileToChoose;
-
-    void information(QWidget* parent, const QString& title, const QString& text) override
-    {
-        systemPrompter().information(parent, title, text);
-    }
-    void warning(QWidget* parent, const QString& title, const QString& text) override
-    {
-        systemPrompter().warning(parent, title, text);
-    }
-    bool question(QWidget* parent, const QString& title, const QString& text) override
-    {
-        return systemPrompter().question(parent, title, text);
-    }
-    QString openFile(QWidget*, const QString&, const QString&, const QString&) override { return fileToChoose; }
-};
-
-/// Serves a clip to everyone who asks.
-LoopbackServer serve(const char* type, const QString& clip)
-{
-    QFile file(clip);
-    Tour::require(file.open(QIODevice::ReadOnly), clip);
-    return LoopbackServer(QByteArray("HTTP/1.1 200 OK\r\nContent-Type: ") + type + "\r\nConnection: close\r\n\r\n" +
-                              file.readAll(),
-                          LoopbackServer::Ending::Close);
-}
-
-template<typename Widget>
-Widget* find(QWidget& dialog, const char* name)
-{
-    auto* found = dialog.findChild<Widget*>(QString::fromLatin1(name));
-    Tour::require(found, QStringLiteral("no widget ") + QString::fromLatin1(name));
-    return found;
-}
-
-void click(QWidget& dialog, const char* name)
-{
-    QTest::mouseClick(find<QWidget>(dialog, name), Qt::LeftButton, {}, QPoint(8, 8));
-}
-
-void type(QWidget& dialog, const char* name, const QString& text)
-{
-    auto* edit = find<QLineEdit>(dialog, name);
-    edit->selectAll();
-    QTest::keyClicks(edit, text);
-    Tour::require(edit->text() == text, QStringLiteral("the field holds ") + edit->text());
-}
-
-void pressOk(QWidget& dialog)
-{
-    auto* buttons = dialog.findChild<QDialogButtonBox*>();
-    Tour::require(buttons, QStringLiteral("no OK button"));
-    QTest::mouseClick(buttons->button(QDialogButtonBox::Ok), Qt::LeftButton);
-}
 
 class SettingsWalk
 {
@@ -90,7 +26,6 @@ private:
     void cameraOutOfReach();
     void microphoneFromFile();
     void microphoneFromStream();
-    QString clip(const char* name) const;
     void create(const char* slot, const QString& step, const std::function<QString(QWidget&)>& fill);
     QString created(const QString& name, const QString& parameters);
     void answerTest(const QString& step, const QString& text);
@@ -100,7 +35,7 @@ private:
     ChoosingPrompter m_prompter;
     MainWindow m_window;
     DeviceRecordManager m_records;
-    QTemporaryDir m_folder;
+    Clips m_clips;
 };
 
 void SettingsWalk::run()
@@ -110,9 +45,9 @@ void SettingsWalk::run()
     m_window.show();
     m_tour.step(QStringLiteral("camera-from-file"), [this] {
         cameraFromFile();
-        return created(
-            QStringLiteral("Film"),
-            QStringLiteral("1|0x1234|0x5678|Film|0|%1|27|-1|1366|768|30|0x0150|0|END").arg(clip("bars_1366x768.mkv")));
+        return created(QStringLiteral("Film"),
+                       QStringLiteral("1|0x1234|0x5678|Film|0|%1|27|-1|1366|768|30|0x0150|0|END")
+                           .arg(m_clips.path("bars_1366x768.mkv")));
     });
     m_tour.step(QStringLiteral("camera-out-of-reach"), [this] {
         cameraOutOfReach();
@@ -126,7 +61,7 @@ void SettingsWalk::run()
     m_tour.step(QStringLiteral("microphone-from-file"), [this] {
         microphoneFromFile();
         return created(QStringLiteral("Tape"),
-                       QStringLiteral("3|1d6b|0002|Tape|1|2.0|1|%1|2|48000|1|END").arg(clip("tone.opus")));
+                       QStringLiteral("3|1d6b|0002|Tape|1|2.0|1|%1|2|48000|1|END").arg(m_clips.path("tone.opus")));
     });
     m_tour.step(QStringLiteral("microphone-from-stream"), [this] {
         microphoneFromStream();
@@ -146,7 +81,7 @@ void SettingsWalk::cameraFromFile()
     create("onCreateCamera", QStringLiteral("camera-settings"), [this](QWidget& dialog) {
         m_tour.picture(dialog);
         m_tour.step(QStringLiteral("camera-settings-probed"), [&] {
-            m_prompter.fileToChoose = clip("bars_1366x768.mkv");
+            m_prompter.fileToChoose = m_clips.path("bars_1366x768.mkv");
             click(dialog, "browse");
             const auto* sizes = find<QComboBox>(dialog, "resolution");
             Tour::require(sizes->currentText() == QLatin1String("1366x768") && sizes->currentIndex() == 0,
@@ -179,7 +114,7 @@ void SettingsWalk::cameraOutOfReach()
 
 void SettingsWalk::cameraFromStream()
 {
-    const LoopbackServer server = serve("video/x-matroska", clip("bars_1366x768.mkv"));
+    const LoopbackServer server = m_clips.serve("video/x-matroska", "bars_1366x768.mkv");
     const QUrl url(server.url("http", "/video"));
     create("onCreateCamera", QStringLiteral("camera-settings-network"), [&](QWidget& dialog) {
         click(dialog, "ipCamera");
@@ -200,7 +135,7 @@ void SettingsWalk::microphoneFromFile()
     create("onCreateMicrophone", QStringLiteral("microphone-settings"), [this](QWidget& dialog) {
         m_tour.picture(dialog);
         m_tour.step(QStringLiteral("microphone-settings-uac2"), [&] {
-            m_prompter.fileToChoose = clip("tone.opus");
+            m_prompter.fileToChoose = m_clips.path("tone.opus");
             click(dialog, "browse");
             type(dialog, "deviceName", QStringLiteral("Tape"));
             find<QComboBox>(dialog, "uacVersion")->setCurrentIndex(1);
@@ -216,7 +151,7 @@ void SettingsWalk::microphoneFromFile()
 
 void SettingsWalk::microphoneFromStream()
 {
-    const LoopbackServer server = serve("audio/ogg", clip("tone.opus"));
+    const LoopbackServer server = m_clips.serve("audio/ogg", "tone.opus");
     const QUrl url(server.url("http", "/audio.aac"));
     create("onCreateMicrophone", QStringLiteral("microphone-settings-network"), [&](QWidget& dialog) {
         click(dialog, "ipCam");
@@ -230,15 +165,6 @@ void SettingsWalk::microphoneFromStream()
         return QStringLiteral("accepted");
     });
     created(QStringLiteral("Radio"), QStringLiteral("3|1d6b|0002|Radio|0|1.0|0|%1|2|48000|1|END").arg(url.toString()));
-}
-
-/// Path of a clip, which is put into a folder of its own first: media are read from files, not from resources.
-QString SettingsWalk::clip(const char* name) const
-{
-    const QString path = m_folder.filePath(QString::fromLatin1(name));
-    if (!QFile::exists(path))
-        Tour::require(QFile::copy(QStringLiteral(":/clips/") + QString::fromLatin1(name), path), path);
-    return path;
 }
 
 void SettingsWalk::create(const char* slot, const QString& step, const std::function<QString(QWidget&)>& fill)
@@ -261,7 +187,7 @@ QString SettingsWalk::created(const QString& name, const QString& parameters)
         },
         QStringLiteral("the record of ") + name);
     Tour::require(found == parameters, QStringLiteral("created with ") + found);
-    return found.replace(m_folder.path(), QStringLiteral("..."));
+    return found.replace(m_clips.folder(), QStringLiteral("..."));
 }
 
 void SettingsWalk::answerTest(const QString& step, const QString& text)

@@ -1,38 +1,90 @@
-// start_walk.cpp: the tour's walk through the first start, when the bus driver is not installed yet.
-#include "app/bus_driver_check.h"
+// start_walk.cpp: the tour's walk through the first start, when the bus driver is not installed yet: the program
+// itself, run to its end by a user of its own.
+#include "driver/bus_driver_setup.h"
 #include "driver/platform/system_platform.h"
+#include "tests/support/program_run.h"
 #include "tools/tour/tour.h"
 #include "tools/tour/walks.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QFile>
+#include <QPixmap>
+#include <QStandardPaths>
+#include <QTemporaryDir>
 
 namespace {
 
 const QString kQuestion =
-    QStringLiteral("Driver not installed, about to install virtual USB bus driver! Please confirm "
+    QStringLiteral("Error: Driver not installed, about to install virtual USB bus driver! Please confirm "
                    "that driver signature enforcement is disabled!");
+
+class StartWalk
+{
+public:
+    explicit StartWalk(Tour& tour) : m_tour(tour) {}
+
+    void run();
+
+private:
+    ProgramRun start(const QString& answer, const QStringList& expected);
+    void showSeen(const QString& name, int number, const QString& detail);
+
+    Tour& m_tour;
+    QTemporaryDir m_folder;
+    std::filesystem::path m_tree = driver::simulatedTreeFile(QCoreApplication::applicationDirPath().toStdU16String());
+};
+
+void StartWalk::run()
+{
+    std::filesystem::remove(m_tree);
+    m_tour.step(QStringLiteral("first-start-refused"), [this] {
+        const ProgramRun run = start(QStringLiteral("no"), {kQuestion});
+        showSeen(QStringLiteral("driver-question-no"), 1, QStringLiteral("answered with No"));
+        Tour::require(run.exitCode == 255, QStringLiteral("exit code %1").arg(run.exitCode));
+        Tour::require(!std::filesystem::exists(m_tree), QStringLiteral("the engine was called"));
+        return QStringLiteral("a No ends the program with exit code 255, and nothing was changed");
+    });
+    m_tour.step(QStringLiteral("first-start-accepted"), [this] {
+        const ProgramRun run = start(QStringLiteral("yes"), {kQuestion, QStringLiteral("window Plugboard")});
+        showSeen(QStringLiteral("driver-question-yes"), 1, QStringLiteral("answered with Yes"));
+        showSeen(QStringLiteral("window-after-yes"), 2, QStringLiteral("the window appears"));
+        Tour::require(run.exitCode == 0, QStringLiteral("exit code %1").arg(run.exitCode));
+        const auto platform = driver::simulatedPlatform(m_tree);
+        Tour::require(driver::BusDriverSetup(*platform, std::wstring()).installed(),
+                      QStringLiteral("the driver was not installed"));
+        return QStringLiteral("a Yes installs the sample package and opens the window");
+    });
+    m_tour.step(QStringLiteral("second-start"), [this] {
+        const ProgramRun run = start(QStringLiteral("no"), {QStringLiteral("window Plugboard")});
+        Tour::require(run.exitCode == 0, QStringLiteral("exit code %1").arg(run.exitCode));
+        return QStringLiteral("the driver is there: the window appears without a question");
+    });
+}
+
+/// Runs the program with an answer to every box and checks which windows it showed.
+ProgramRun StartWalk::start(const QString& answer, const QStringList& expected)
+{
+    const QString program =
+        QStandardPaths::findExecutable(QStringLiteral("plugboard"), {QCoreApplication::applicationDirPath()});
+    QFile::remove(m_folder.filePath(QString::fromLatin1(kSeenFile)));
+    const ProgramRun run = runWithUser(program, {QStringLiteral("--demo")}, {answer}, m_folder.path());
+    Tour::require(run.seen == expected, QStringLiteral("seen: ") + run.seen.join(QStringLiteral(" | ")));
+    return run;
+}
+
+void StartWalk::showSeen(const QString& name, int number, const QString& detail)
+{
+    m_tour.step(name, [&] {
+        QPixmap seen(m_folder.filePath(QString::fromLatin1(kSeenPicture).arg(number)));
+        seen.setDevicePixelRatio(qApp->devicePixelRatio());
+        m_tour.picture(seen);
+        return detail;
+    });
+}
 
 } // namespace
 
 void walkFirstStart(Tour& tour)
 {
-    const std::wstring folder = QCoreApplication::applicationDirPath().toStdWString();
-    const std::filesystem::path tree =
-        driver::simulatedTreeFile(QCoreApplication::applicationDirPath().toStdU16String());
-    std::filesystem::remove(tree);
-    const auto platform = driver::simulatedPlatform(tree);
-    driver::BusDriverSetup setup(*platform, folder);
-
-    tour.step(QStringLiteral("first-start-refused"), [&] {
-        tour.answerBox(QStringLiteral("driver-question-no"), QStringLiteral("Error"), kQuestion, QMessageBox::No);
-        Tour::require(!ensureBusDriver(setup), QStringLiteral("the program goes on"));
-        Tour::require(!std::filesystem::exists(tree), QStringLiteral("the engine was called"));
-        return QStringLiteral("a No ends the start, and nothing was changed");
-    });
-    tour.step(QStringLiteral("first-start-accepted"), [&] {
-        tour.answerBox(QStringLiteral("driver-question-yes"), QStringLiteral("Error"), kQuestion, QMessageBox::Yes);
-        Tour::require(ensureBusDriver(setup), QStringLiteral("the driver was not installed"));
-        return QStringLiteral("a Yes installs the sample package");
-    });
+    StartWalk(tour).run();
 }

@@ -2,6 +2,7 @@
 
 #include "tools/tour/expected_text.h"
 
+#include <QAbstractAnimation>
 #include <QApplication>
 #include <QDeadlineTimer>
 #include <QElapsedTimer>
@@ -13,12 +14,23 @@
 #include <QPushButton>
 #include <QSaveFile>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
 
 const QColor kDesktopColour(0xb8, 0xc4, 0xd0);
 constexpr int kDesktopMargin = 24;
+constexpr int kLongestFading = 1000; // Milliseconds.
+
+/// Whether the style is on its way from one state of a widget to the next, which would be what a picture shows.
+bool isFading(const QWidget& window)
+{
+    const auto animations = window.findChildren<QAbstractAnimation*>();
+    return std::any_of(animations.begin(), animations.end(), [](const QAbstractAnimation* animation) {
+        return animation->state() == QAbstractAnimation::Running && animation->totalDuration() > 0;
+    });
+}
 
 } // namespace
 
@@ -79,7 +91,14 @@ void Tour::waitUntil(const std::function<bool()>& condition, const QString& what
 void Tour::picture(QWidget& widget)
 {
     QCoreApplication::processEvents();
-    const QPixmap shot = widget.grab();
+    const QDeadlineTimer limit(kLongestFading);
+    while (isFading(widget) && !limit.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    picture(widget.grab());
+}
+
+void Tour::picture(const QPixmap& shot)
+{
     const qreal ratio = shot.devicePixelRatio();
     QPixmap canvas(shot.size() + 2 * QSize(kDesktopMargin, kDesktopMargin) * ratio);
     canvas.setDevicePixelRatio(ratio);
@@ -101,6 +120,12 @@ void Tour::reactToWindow()
         window = QApplication::activeModalWidget();
     if (!window || !window->isVisible() || m_reactions.empty())
         return;
+    // A window takes its size a little after it has become visible.
+    constexpr int kMostWaits = 500;
+    const QSize needed = window->minimumSizeHint();
+    if (window->size().expandedTo(needed) != window->size() && ++m_waits < kMostWaits)
+        return;
+    m_waits = 0;
     m_poll.stop();
     const Reaction next = m_reactions.front();
     m_reactions.pop_front();

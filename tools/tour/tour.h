@@ -12,6 +12,7 @@
 #include <functional>
 #include <stdexcept>
 
+class QPixmap;
 class QWidget;
 
 /// A step did not show what it should.
@@ -39,6 +40,7 @@ public:
 
     /// Makes the picture of the running step: the widget on a desktop-like background, at its pixel ratio.
     void picture(QWidget& widget);
+    void picture(const QPixmap& shot);
 
     /// Runs `react` on the next modal window or popup that opens, as a step of its own. Several calls react to several
     /// windows in turn; a window that never opens fails the step in which it was expected.
@@ -66,5 +68,6 @@ private:
     QString m_picture; ///< file name of the running step's picture
     int m_failed = 0;
     std::deque<Reaction> m_reactions;
-    QTimer m_poll; ///< runs while reactions wait
+    QTimer m_poll;   ///< runs while reactions wait
+    int m_waits = 0; ///< for the size of the window that is next
 };

@@ -14,3 +14,12 @@ void walkSecurityKey(Tour& tour);
 
 /// Cameras and microphones from files and streams, through their dialogs.
 void walkSettings(Tour& tour);
+
+/// Playing a source, moving its picture by commands, writing its sound and its pictures into files.
+void walkMedia(Tour& tour);
+
+/// Packet capture of real device processes: live traffic, filter, details, configuration, files, loss and return.
+void walkPacketCapture(Tour& tour);
+
+/// What those dialogs say no to, and their tests while they run.
+void walkSettingsWarnings(Tour& tour);

@@ -10,6 +10,22 @@ namespace {
 
 constexpr std::chrono::seconds kRepeatInterval{2};
 constexpr qint64 kLargestMessage = 1024 * 1024; // bytes
+constexpr int kSmallestPiece = 4096;            // smaller writes are never cut up by the system
+constexpr int kPieceTimeoutMs = 50;
+constexpr int kEarlierWriteTimeoutMs = 500;
+
+/// The object that the other end wrote at once; the pieces of a large write follow each other without a pause.
+QJsonObject readOneMessage(QLocalSocket& socket)
+{
+    QByteArray bytes = socket.read(kLargestMessage);
+    QJsonDocument document = QJsonDocument::fromJson(bytes);
+    while (!document.isObject() && bytes.size() >= kSmallestPiece && bytes.size() < kLargestMessage &&
+           socket.waitForReadyRead(kPieceTimeoutMs)) {
+        bytes += socket.read(kLargestMessage - bytes.size());
+        document = QJsonDocument::fromJson(bytes);
+    }
+    return document.object();
+}
 
 } // namespace
 
@@ -64,7 +80,7 @@ void Fido2Server::readMessage()
 {
     if (sender() != m_program)
         return;
-    const QJsonObject message = QJsonDocument::fromJson(m_program->read(kLargestMessage)).object();
+    const QJsonObject message = readOneMessage(*m_program);
     const QString type = message.value(QStringLiteral("type")).toString();
     if (type == QStringLiteral("ping"))
         writeMessage(QJsonDocument(QJsonObject{{QStringLiteral("type"), QStringLiteral("pong")}}).toJson());
@@ -77,7 +93,11 @@ void Fido2Server::readMessage()
 
 void Fido2Server::writeMessage(const QByteArray& bytes)
 {
-    if (!m_program)
+    // Two messages must not leave as one write, and on Windows an earlier one may still be on its way. What cannot be
+    // written now is a request that is repeated, or a pong that no one misses.
+    if (m_program && m_program->bytesToWrite() > 0)
+        m_program->waitForBytesWritten(kEarlierWriteTimeoutMs); // may find the connection lost
+    if (!m_program || m_program->bytesToWrite() > 0)
         return;
     m_program->write(bytes);
     m_program->flush();

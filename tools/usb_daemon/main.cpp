@@ -1,3 +1,4 @@
+#include "devices/openssl_handles.h"
 #include "tools/usb_daemon/request_command.h"
 #include "tools/usb_daemon/stop_request.h"
 #include "tools/usb_daemon/usb_daemon.h"
@@ -34,6 +35,7 @@ int printUsage()
 
 int main(int argc, char** argv)
 {
+    openssl::initialise();
     QCoreApplication application(argc, argv);
     if (application.arguments().mid(1) == QStringList{QStringLiteral("--mode"), QStringLiteral("Local")})
         return runDevice(application);

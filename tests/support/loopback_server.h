@@ -36,3 +36,9 @@ private:
     std::atomic<bool> m_stop{false};
     std::thread m_thread;
 };
+
+/// A web server's answer that ends with its connection.
+inline QByteArray httpAnswer(const QByteArray& type, const QByteArray& body)
+{
+    return "HTTP/1.1 200 OK\r\nContent-Type: " + type + "\r\nConnection: close\r\n\r\n" + body;
+}

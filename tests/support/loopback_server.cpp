@@ -1,4 +1,4 @@
-#include "tests/media/loopback_server.h"
+#include "tests/support/loopback_server.h"
 
 #include <QTcpServer>
 #include <QTcpSocket>

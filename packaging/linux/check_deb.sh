@@ -1,0 +1,70 @@
+#!/usr/bin/env bash
+# check_deb.sh [FILE.deb]: installs the package (default: what make_deb.sh made) into a bare Debian 12 in a temporary folder, with apt
+# finding what it depends on, and uses it there as an ordinary user. Needs root and the network, about 2 GB and some
+# minutes. The last line is "N passed, N failed".
+set -euo pipefail
+project=$(realpath "$(dirname "$0")/../..")
+"$project/scripts/packages.sh" clean_root
+deb=$(realpath "${1:-$(ls "$project"/build/linux-dist/*.deb)}")
+root=$(mktemp -d)
+passed=0 failed=0
+
+end() {
+    umount "$root/proc" "$root/dev/shm" 2> /dev/null || true
+    rm -rf --one-file-system "$root"
+}
+trap end EXIT
+
+inside() { env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive chroot "$root" "$@"; }
+
+as_user() { inside setpriv --reuid tester --regid tester --clear-groups env HOME=/home/tester QT_QPA_PLATFORM=offscreen sh -c "$1"; }
+
+# check NAME COMMAND PATTERN: runs as the user; some line of the output matches the pattern.
+check() {
+    local output status=0
+    output=$(as_user "$2" 2>&1) || status=$?
+    if [ $status -eq 0 ] && grep -qE -- "$3" <<< "$output"; then
+        passed=$((passed + 1))
+        echo "passed: $1"
+    else
+        failed=$((failed + 1))
+        echo "FAILED ($status): $1"
+        echo "$output"
+    fi
+}
+
+debootstrap --variant=minbase bookworm "$root" http://deb.debian.org/debian > "$root.log" 2>&1 || { tail "$root.log"; exit 1; }
+rm -f "$root.log"
+mount -t proc proc "$root/proc"
+mkdir -p "$root/dev/shm"
+mount -t tmpfs tmpfs "$root/dev/shm"
+cp "$deb" "$root/tmp"
+inside apt-get -qq update
+inside apt-get -qq install -y --no-install-recommends "/tmp/$(basename "$deb")" > /dev/null
+inside useradd --create-home tester
+echo "installed $(basename "$deb"): $(stat -c %s "$deb") bytes, $(inside dpkg-query -W | wc -l) packages in all"
+
+version=$(dpkg-deb -f "$deb" Version)
+check "the window's program says its version" "plugboard --version" "^Plugboard ${version//./[.]}$"
+check "the capture program says its version" "plugboard-capture --version" "^plugboard-capture ${version//./[.]}$"
+check "the engine lists its commands" "plugboard-driver help" "dp_add"
+check "the media program lists its commands" "plugboard-media --list-commands" "^TestAv"
+own=/home/tester/.local/share/plugboard
+check "the bus driver is installed in the user's own tree" \
+    "cd $own && plugboard-driver --each usbredir dp_add vusbbus.inf --then usbredir install vusbbus.inf 'root\\VUBUS' && plugboard-driver find '*'" \
+    "ROOT"
+check "a device is created, listed and deleted" "
+    plugboard --demo --create keyboard & window=\$!
+    for i in \$(seq 100); do ls $own/device_*.json > /dev/null 2>&1 && break; sleep 0.2; done
+    plugboard --list; pid=\$(plugboard --list --json | sed -n 's/.*\"processId\": *\"*\\([0-9]*\\).*/\\1/p')
+    kill \$window; plugboard --delete \$pid && ! ls $own/device_*.json" "keyboard"
+inside apt-get -qq purge -y plugboard > /dev/null
+if [ -z "$(inside find /usr -name '*plugboard*')" ]; then
+    passed=$((passed + 1))
+    echo "passed: nothing stays in /usr after a purge"
+else
+    failed=$((failed + 1))
+    echo "FAILED: files stay in /usr after a purge"
+fi
+echo "$passed passed, $failed failed"
+[ "$failed" -eq 0 ]

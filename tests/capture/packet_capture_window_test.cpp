@@ -1,0 +1,64 @@
+#include "app/packet_capture.h"
+#include "capture/capture_dialog.h"
+#include "tests/capture/capture_server.h"
+#include "tests/support/scripted_prompter.h"
+#include "tests/support/suite_registry.h"
+
+using tests::CaptureServer;
+
+/// What the main window's capture entry does in a build with CAPTURE_WINDOW.
+class PacketCaptureWindowTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void opensOneWindowForEachProcess();
+    void refusesWhatIsNoProcessId_data();
+    void refusesWhatIsNoProcessId();
+};
+
+void PacketCaptureWindowTest::opensOneWindowForEachProcess()
+{
+    const CaptureServer server;
+    ScriptedPrompter prompter;
+    QWidget window;
+    const auto open = [&](qint64 id) { openPacketCapture(window, QString::number(id), prompter); };
+    const auto dialogs = [&window] { return window.findChildren<UsbIPCaptureDialog*>(); };
+    open(server.processId());
+    const QPointer<UsbIPCaptureDialog> first = dialogs().value(0);
+    QVERIFY(first && first->isVisible() && first->isWindow() && !first->isModal());
+    QTRY_VERIFY(server.hasClient() && first->client().isConnected());
+    open(server.processId());
+    QCOMPARE(dialogs().size(), 1);
+    open(CaptureServer::nextProcessId());
+    QCOMPARE(dialogs().size(), 2);
+
+    first->close();
+    open(server.processId()); // before the closed one is gone
+    QTRY_VERIFY(!first);
+    QCOMPARE(dialogs().size(), 2);
+    QVERIFY(dialogs().at(1)->isVisible());
+    QCOMPARE(prompter.verify(), QString());
+}
+
+void PacketCaptureWindowTest::refusesWhatIsNoProcessId_data()
+{
+    QTest::addColumn<QString>("processId");
+    QTest::newRow("text") << "12 monkeys";
+    QTest::newRow("nothing") << "";
+    QTest::newRow("negative") << "-4";
+}
+
+void PacketCaptureWindowTest::refusesWhatIsNoProcessId()
+{
+    QFETCH(QString, processId);
+    ScriptedPrompter prompter;
+    prompter.expectWarning(QStringLiteral("Warning"), QStringLiteral("Invalid process ID"));
+    QWidget window;
+    openPacketCapture(window, processId, prompter);
+    QCOMPARE(prompter.verify(), QString());
+    QVERIFY(window.children().isEmpty());
+}
+
+PLUGBOARD_SUITE(PacketCaptureWindowTest)
+#include "packet_capture_window_test.moc"

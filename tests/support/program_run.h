@@ -1,0 +1,21 @@
+// program_run.h: a window program from its start to its end, with someone who answers its boxes.
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+constexpr const char* kUserFolderVariable = "PLUGBOARD_USER_FOLDER";
+constexpr const char* kSeenFile = "seen.txt";
+constexpr const char* kSeenPicture = "seen-%1.png"; ///< numbered from 1, one for each line of kSeenFile
+
+struct ProgramRun
+{
+    int exitCode = 0; ///< as a shell shows it, 0 to 255 on every system; -1 when the program did not end
+    QStringList seen; ///< "TITLE: TEXT" of each box, "window TITLE" of the main window
+};
+
+/// Runs `program` until it ends. `answers` are the texts of the buttons to press, one for each box in turn; "close" and
+/// whatever names no button close the box. The main window is closed as soon as it is there. What was seen, with
+/// pictures, is left in `folder`. The plug-in that does it lies in plugins/generic beside the running program.
+ProgramRun runWithUser(const QString& program, const QStringList& arguments, const QStringList& answers,
+                       const QString& folder);

@@ -1,0 +1,365 @@
+// capture_walk.cpp: the tour's walk through packet capture, against real device processes.
+#include "app/main_window.h"
+#include "app/process_ender.h"
+#include "app/script_commands.h"
+#include "capture/packet_columns.h"
+#include "capture/packet_decoder.h"
+#include "capture/packet_details_dialog.h"
+#include "capture/pcapng_file.h"
+#include "devices/device_record_manager.h"
+#include "tools/capture/capture_window.h"
+#include "tools/tour/tour.h"
+#include "tools/tour/walks.h"
+
+#include <QHeaderView>
+#include <QLabel>
+#include <QLocalServer>
+#include <QMenu>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <memory>
+
+namespace {
+
+/// Stands in for a device process that came back under its old id, which no system promises: whoever connects talks to
+/// another device process.
+class Relay : public QObject
+{
+public:
+    Relay(qint64 id, qint64 realId)
+    {
+        const QString name = UsbIPCaptureClient::serverNameOf(id);
+        QLocalServer::removeServer(name);
+        Tour::require(m_server.listen(name), m_server.errorString());
+        connect(&m_server, &QLocalServer::newConnection, this, [this, realId] {
+            QLocalSocket* near = m_server.nextPendingConnection();
+            auto* far = new QLocalSocket(near);
+            connect(near, &QLocalSocket::readyRead, far, [near, far] { far->write(near->readAll()); });
+            connect(far, &QLocalSocket::readyRead, near, [near, far] { near->write(far->readAll()); });
+            far->connectToServer(UsbIPCaptureClient::serverNameOf(realId));
+        });
+    }
+
+private:
+    QLocalServer m_server;
+};
+
+/// Nothing on this walk may open a box; the question where to save is answered.
+class SavingPrompter final : public Prompter
+{
+public:
+    QString fileToSave;
+
+    QStringList boxes; ///< that came all the same
+
+    void information(QWidget*, const QString&, const QString& text) override { boxes << text; }
+    void warning(QWidget*, const QString&, const QString& text) override { boxes << text; }
+    bool question(QWidget*, const QString&, const QString&) override { return false; }
+    QString openFile(QWidget*, const QString&, const QString&, const QString&) override { return fileToSave; }
+    QString saveFile(QWidget*, const QString&, const QString&, const QString&) override { return fileToSave; }
+};
+
+using Predicate = bool (*)(const UsbIPPacketInfo&);
+
+bool isSetup(const UsbIPPacketInfo& packet)
+{
+    return packet.parsedDetails.contains(QLatin1String("USB_CONFIGURATION_DESCRIPTOR_TYPE"));
+}
+
+bool isReadCommand(const UsbIPPacketInfo& packet)
+{
+    return packet_decoder::isBulkOnly(packet.data) && packet.data.at(15) == 0x28;
+}
+
+class CaptureWalk
+{
+public:
+    explicit CaptureWalk(Tour& tour) : m_tour(tour) {}
+
+    void run();
+
+private:
+    struct Device
+    {
+        const char* name; ///< in its record
+        const char* slot;
+        const char* steps; ///< the word for it in names of steps
+        int transferType;  ///< that its traffic must have
+    };
+
+    void watchLive(const Device& device);
+    void chooseFilter();
+    void stopAll();
+    void showDetails(const QString& name, Predicate wanted, const QString& expected);
+    void showConfiguration();
+    void exportCapture();
+    void analyse();
+    void clear();
+    void loseDevice();
+    void reconnect();
+    void endDevices();
+
+    qint64 processOf(const char* name);
+    UsbIPCaptureDialog& dialog() { return *m_dialogs.front(); }
+    QPushButton* button(UsbIPCaptureDialog& dialog, const char* text);
+    void click(UsbIPCaptureDialog& dialog, const char* text)
+    {
+        QTest::mouseClick(button(dialog, text), Qt::LeftButton);
+    }
+    static QString status(const UsbIPCaptureDialog& dialog) { return dialog.findChild<QLabel*>()->text(); }
+    void waitForStatus(const char* beginning);
+    PacketItem* rowWith(UsbIPCaptureDialog& dialog, Predicate wanted);
+
+    Tour& m_tour;
+    DeviceRecordManager m_records;
+    SavingPrompter m_prompter;
+    QTemporaryDir m_folder;
+    std::vector<std::unique_ptr<UsbIPCaptureDialog>> m_dialogs; ///< storage, speaker, keyboard
+};
+
+void CaptureWalk::run()
+{
+    const Device devices[] = {
+        {"USB Storage Device", "onCreateUsbStorage", "storage", BulkTransfer},
+        {"Speaker Device", "onCreateSpeaker", "speaker", IsochronousTransfer},
+        {"Keyboard Device", "onCreateKeyboard", "keyboard", InterruptTransfer},
+    };
+    endDevices(); // an earlier tour may have been cut off
+    MainWindow window;
+    for (const Device& device : devices) {
+        QMetaObject::invokeMethod(&window, device.slot);
+        watchLive(device);
+    }
+    m_tour.step(QStringLiteral("capture-filter"), [this] { return chooseFilter(), status(dialog()); });
+    m_tour.step(QStringLiteral("capture-stop"), [this] { return stopAll(), status(dialog()); });
+    showDetails(QStringLiteral("capture-setup-details"), &isSetup, QStringLiteral("CONFIGURATION"));
+    showDetails(QStringLiteral("capture-command-details"), &isReadCommand, QStringLiteral("READ (10)"));
+    showConfiguration();
+    m_tour.step(QStringLiteral("capture-export"), [this] {
+        exportCapture();
+        return QStringLiteral("%1 packets saved and read back").arg(dialog().packets().size());
+    });
+    analyse();
+    m_tour.step(QStringLiteral("capture-clear"), [this] { return clear(), status(dialog()); });
+    m_tour.step(QStringLiteral("capture-device-lost"), [this] { return loseDevice(), status(dialog()); });
+    m_tour.step(QStringLiteral("capture-device-back"), [this] { return reconnect(), status(dialog()); });
+    m_dialogs.clear();
+    endDevices();
+}
+
+qint64 CaptureWalk::processOf(const char* name)
+{
+    const auto devices = m_records.restoreDevices();
+    for (const auto& device : devices) {
+        if (device.record.deviceName == QLatin1String(name))
+            return device.record.processId;
+    }
+    return 0;
+}
+
+QPushButton* CaptureWalk::button(UsbIPCaptureDialog& dialog, const char* text)
+{
+    for (auto* candidate : dialog.findChildren<QPushButton*>()) {
+        if (candidate->text() == QLatin1String(text))
+            return candidate;
+    }
+    throw StepFailure(std::string("no button ") + text);
+}
+
+void CaptureWalk::waitForStatus(const char* beginning)
+{
+    Tour::waitUntil([&] { return status(dialog()).startsWith(QLatin1String(beginning)); }, QLatin1String(beginning));
+}
+
+PacketItem* CaptureWalk::rowWith(UsbIPCaptureDialog& dialog, Predicate wanted)
+{
+    const auto& packets = dialog.packets();
+    const auto found = std::find_if(packets.begin(), packets.end(), wanted);
+    Tour::require(found != packets.end(), QStringLiteral("no such packet"));
+    return dialog.rowOf(static_cast<std::size_t>(found - packets.begin()));
+}
+
+void CaptureWalk::watchLive(const Device& device)
+{
+    const QString steps = QStringLiteral("capture-") + QLatin1String(device.steps);
+    m_tour.step(steps + QStringLiteral("-connected"), [&] {
+        Tour::waitUntil([&] { return processOf(device.name) > 0; }, QStringLiteral("its record"));
+        auto& opened = m_dialogs.emplace_back(
+            std::make_unique<UsbIPCaptureDialog>(processOf(device.name), 0, nullptr, m_prompter));
+        opened->show();
+        Tour::waitUntil([&] { return opened->client().isConnected(); }, QStringLiteral("the connection"));
+        Tour::require(button(*opened, "Start Capture")->isEnabled(), QStringLiteral("capture cannot be started"));
+        m_tour.picture(*opened);
+        return status(*opened);
+    });
+    m_tour.step(steps + QStringLiteral("-live"), [&] {
+        UsbIPCaptureDialog& opened = *m_dialogs.back();
+        click(opened, "Start Capture");
+        const auto isOfType = [&](const UsbIPPacketInfo& packet) { return packet.transferType == device.transferType; };
+        Tour::waitUntil(
+            [&] {
+                return std::count_if(opened.packets().begin(), opened.packets().end(), isOfType) > 100 &&
+                       status(opened).startsWith(QLatin1String("Capturing... Total: "));
+            },
+            QStringLiteral("packets"));
+        Tour::require(opened.table().topLevelItemCount() == int(opened.packets().size()), QStringLiteral("rows lack"));
+        m_tour.picture(opened);
+        return status(opened);
+    });
+}
+
+void CaptureWalk::chooseFilter()
+{
+    m_tour.whenWindowOpens(QStringLiteral("capture-filter-menu"), [this](QWidget& window) {
+        auto* menu = qobject_cast<QMenu*>(&window);
+        Tour::require(menu, QStringLiteral("no menu opened"));
+        m_tour.picture(window);
+        menu->setActiveAction(menu->actions().at(BulkTransfer));
+        QTest::keyClick(menu, Qt::Key_Return);
+        return QStringLiteral("Bulk (BLK) is taken out");
+    });
+    QHeaderView* header = dialog().table().header();
+    QTest::mouseClick(header->viewport(), Qt::LeftButton, {},
+                      QPoint(header->sectionViewportPosition(TransferTypeColumn) + 10, header->height() / 2));
+    waitForStatus("Filtering by: CTL, ISO, INT");
+    for (int row = 0; row < dialog().table().topLevelItemCount(); ++row)
+        Tour::require(dialog().table().topLevelItem(row)->text(TransferTypeColumn) != QLatin1String("BLK"),
+                      QStringLiteral("a bulk packet is shown"));
+    m_tour.picture(dialog());
+    dialog().onHeaderSectionClicked(TransferTypeColumn);
+    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    menu->actions().at(BulkTransfer)->trigger();
+    menu->close();
+}
+
+void CaptureWalk::stopAll()
+{
+    for (const auto& opened : m_dialogs)
+        click(*opened, "Stop Capture");
+    Tour::waitUntil([this] { return status(dialog()).startsWith(QLatin1String("Ready. Total: ")); },
+                    QStringLiteral("the last counters"));
+    Tour::require(!button(dialog(), "Stop Capture")->isEnabled(), QStringLiteral("it can be stopped twice"));
+    m_tour.picture(dialog());
+}
+
+void CaptureWalk::showDetails(const QString& name, Predicate wanted, const QString& expected)
+{
+    PacketDetailsDialog* details = nullptr;
+    m_tour.step(name, [&] {
+        PacketItem* row = rowWith(dialog(), wanted);
+        Tour::require(row, QStringLiteral("the packet has no row"));
+        dialog().table().setCurrentItem(row); // brings it into sight
+        QTest::mouseClick(dialog().table().viewport(), Qt::LeftButton, {},
+                          dialog().table().visualItemRect(row).center());
+        details = dialog().findChild<PacketDetailsDialog*>();
+        Tour::require(details && details->isVisible(), QStringLiteral("no details opened"));
+        Tour::require(!details->tree()->findItems(expected, Qt::MatchExactly | Qt::MatchRecursive, 1).isEmpty(),
+                      QStringLiteral("the details lack ") + expected);
+        m_tour.picture(*details);
+        return expected;
+    });
+    m_tour.step(name + QStringLiteral("-highlight"), [&] {
+        const QRect painted = dialog().table().visualItemRect(dialog().table().currentItem());
+        Tour::require(dialog().table().viewport()->rect().contains(painted.center()), QStringLiteral("out of sight"));
+        m_tour.picture(dialog());
+        if (details)
+            details->close();
+        return QStringLiteral("request and reply are painted");
+    });
+}
+
+void CaptureWalk::showConfiguration()
+{
+    for (const auto& opened : m_dialogs) {
+        const QString name = QStringLiteral("capture-configuration-%1").arg(&opened - m_dialogs.data() + 1);
+        m_tour.step(name, [&] {
+            click(*opened, "Device Configuration");
+            Tour::waitUntil([&] { return status(*opened) == QLatin1String("Device configuration displayed"); },
+                            QStringLiteral("the configuration"));
+            for (auto* viewer : opened->findChildren<QDialog*>()) {
+                if (!viewer->windowTitle().startsWith(QLatin1String("Device Configuration - ")))
+                    continue;
+                m_tour.picture(*viewer);
+                viewer->close();
+                return viewer->windowTitle();
+            }
+            throw StepFailure("no viewer opened");
+        });
+    }
+}
+
+void CaptureWalk::exportCapture()
+{
+    m_prompter.fileToSave = m_folder.filePath(QStringLiteral("capture.pcapng"));
+    click(dialog(), "Save Capture...");
+    QFile file(m_prompter.fileToSave);
+    Tour::require(file.open(QIODevice::ReadOnly), file.errorString());
+    const PcapngFile::ReadResult saved = PcapngFile::read(file);
+    Tour::require(saved.error.isEmpty(), saved.error);
+    Tour::require(saved.packets.size() == dialog().packets().size(), QStringLiteral("packets are missing"));
+}
+
+void CaptureWalk::analyse()
+{
+    m_tour.step(QStringLiteral("capture-program"), [this] {
+        CaptureWindow window(processOf("USB Storage Device"), 0, m_prompter);
+        window.show();
+        Tour::require(window.openCapture(m_prompter.fileToSave).isEmpty(), QStringLiteral("it does not open"));
+        window.setTextFilter(QStringLiteral("string"));
+        const int filtered = window.dialog().table().topLevelItemCount();
+        Tour::require(filtered > 0, QStringLiteral("the text filter shows nothing"));
+        window.setTextFilter({});
+        PacketItem* row = rowWith(window.dialog(), &isReadCommand);
+        window.dialog().table().setCurrentItem(row);
+        Tour::require(window.jumpToCounterpart(), QStringLiteral("the command's completion is not there"));
+        m_tour.picture(window);
+        return QStringLiteral("saved capture opened, %1 rows with \"string\", jumped to a reply").arg(filtered);
+    });
+}
+
+void CaptureWalk::clear()
+{
+    click(dialog(), "Clear");
+    waitForStatus("Capture cleared successfully");
+    Tour::require(dialog().table().topLevelItemCount() == 0, QStringLiteral("rows are left"));
+    m_tour.picture(dialog());
+}
+
+void CaptureWalk::loseDevice()
+{
+    click(dialog(), "Start Capture");
+    Tour::waitUntil([this] { return !dialog().packets().empty(); }, QStringLiteral("packets"));
+    Tour::require(endProcess(killCommand(dialog().processId())).exitCode == 0, QStringLiteral("it was not ended"));
+    Tour::waitUntil([this] { return !dialog().client().isConnected(); }, QStringLiteral("the loss"));
+    Tour::require(!button(dialog(), "Start Capture")->isEnabled() && !button(dialog(), "Stop Capture")->isEnabled(),
+                  QStringLiteral("a button is enabled"));
+    waitForStatus("Connection error: ");
+    m_tour.picture(dialog());
+}
+
+void CaptureWalk::reconnect()
+{
+    const Relay relay(dialog().processId(), processOf("Keyboard Device"));
+    waitForStatus("Connected to USBIP capture daemon");
+    const std::size_t before = dialog().packets().size();
+    click(dialog(), "Start Capture");
+    Tour::waitUntil([&] { return dialog().packets().size() > before + 50; }, QStringLiteral("packets"));
+    Tour::require(m_prompter.boxes.isEmpty(), m_prompter.boxes.join(QLatin1Char(' ')));
+    m_tour.picture(dialog());
+}
+
+void CaptureWalk::endDevices()
+{
+    const auto devices = m_records.restoreDevices();
+    for (const auto& device : devices)
+        deleteDevice(m_records, device.record.processId);
+}
+
+} // namespace
+
+void walkPacketCapture(Tour& tour)
+{
+    CaptureWalk(tour).run();
+}

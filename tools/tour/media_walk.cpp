@@ -1,0 +1,342 @@
+// media_walk.cpp: the tour's walk through playing a source: a session with the command server, and the other runs of
+// plugboard-media.
+#include "tools/media/picture_window.h"
+#include "tools/tour/tour.h"
+#include "tools/tour/walks.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLabel>
+#include <QLocalSocket>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <memory>
+
+namespace {
+
+constexpr int kWidth = 960; // Pixels of the window, which is higher than the clip of 320 x 180 would need.
+constexpr int kHeight = 600;
+constexpr int kBelowOverlay = 110; // First row that the statistics never cover.
+constexpr int kDarkest = 60;       // Grey of the clip's darkest colour is above, black is below.
+constexpr int kPlayingRate = 200;  // Pictures a second: the queue before the window is short in time then.
+
+/// Where the picture is, as far as it lies below the statistics.
+QRect litArea(const QImage& image)
+{
+    QRect area;
+    for (int row = kBelowOverlay; row < image.height(); ++row) {
+        int first = 0;
+        int last = image.width() - 1;
+        while (first <= last && qGray(image.pixel(first, row)) < kDarkest)
+            ++first;
+        while (last >= first && qGray(image.pixel(last, row)) < kDarkest)
+            --last;
+        if (first <= last)
+            area |= QRect(first, row, last - first + 1, 1);
+    }
+    return area;
+}
+
+/// What of an area of the target litArea() can see.
+QRect visible(const QRect& area)
+{
+    return area & QRect(0, kBelowOverlay, kWidth, kHeight - kBelowOverlay);
+}
+
+QString words(const QRect& area)
+{
+    return QStringLiteral("%1x%2 at %3,%4").arg(area.width()).arg(area.height()).arg(area.x()).arg(area.y());
+}
+
+/// A client of a command server that keeps what it has received.
+class Client
+{
+public:
+    explicit Client(const QString& server)
+    {
+        QObject::connect(&m_socket, &QLocalSocket::readyRead, [this] { m_received += m_socket.readAll(); });
+        Tour::waitUntil(
+            [&] {
+                if (m_socket.state() == QLocalSocket::UnconnectedState && m_received.isEmpty())
+                    m_socket.connectToServer(server);
+                return m_socket.state() == QLocalSocket::ConnectedState || !m_received.isEmpty();
+            },
+            QStringLiteral("a connection to ") + server);
+    }
+
+    /// Waits until just this has arrived.
+    void receive(const QString& text)
+    {
+        const QByteArray bytes = text.toUtf8() + "\r\n";
+        Tour::waitUntil([&] { return m_received.size() >= bytes.size(); }, text);
+        Tour::require(m_received == bytes, QStringLiteral("received ") + QString::fromUtf8(m_received));
+        m_received.clear();
+    }
+
+    void send(const QString& line)
+    {
+        m_socket.write(line.toUtf8() + "\r\n");
+        m_socket.flush();
+    }
+
+    bool isConnected() const { return m_socket.state() == QLocalSocket::ConnectedState; }
+
+private:
+    QLocalSocket m_socket;
+    QByteArray m_received;
+};
+
+/// One command of the session; an empty area leaves the picture where it is.
+struct Command
+{
+    const char* step;
+    const char* line;
+    const char* reply;
+    QRect area;
+};
+
+const Command kCommands[] = {
+    {"echo-off", "Echo,off", "OK: Echo disabled", {}},
+    {"echo-asked", "echo", "OK: Echo is disabled", {}},
+    {"mode-stretch", "imgm,0", "OK: Scale mode set to STRETCH", {0, 0, kWidth, kHeight}},
+    {"mode-padding", "imgm,padding", "OK: Scale mode set to PADDING", {0, 0, 320, 180}},
+    {"position-x", "imgx,200", "OK: Image X position set to 200", {200, 0, 320, 180}},
+    {"position-y", "imgy,150", "OK: Image Y position set to 150", {200, 150, 320, 180}},
+    {"move-x", "ImgMX , -100", "OK: Image X position moved by -100 to 100", {100, 150, 320, 180}},
+    {"move-y", "imgmy,50", "OK: Image Y position moved by 50 to 200", {100, 200, 320, 180}},
+    {"move-repeated", "", "OK: Image Y position moved by 50 to 250", {100, 250, 320, 180}},
+    {"width-scale",
+     "imgws,1.504",
+     "OK: Image width scale set to 1.504 (adjusted from 481 to 482 pixels for alignment)",
+     {100, 250, 482, 180}},
+    {"height-scale", "imghs,1.5", "OK: Image height scale set to 1.5", {100, 250, 482, 270}},
+    {"mode-aspect-fit", "imgm,aspect_fit", "OK: Scale mode set to ASPECT_FIT", {100, 280, 1444, 810}},
+};
+
+const char* const kMistakes[][2] = {
+    {"imgx", "ERROR: Missing X coordinate value"},
+    {"imgy,low", "ERROR: Invalid Y coordinate value"},
+    {"imgmx,1.5", "ERROR: Invalid X movement value"},
+    {"imgmy", "ERROR: Missing Y movement value"},
+    {"imgws,0", "ERROR: Invalid width scale value (must be positive)"},
+    {"imghs", "ERROR: Missing height scale value"},
+    {"imgm,9", "ERROR: Invalid scale mode. Use: 0/STRETCH, 1/ASPECT_FIT, or 2/PADDING"},
+    {"echo,maybe", "ERROR: Invalid echo value. Use: 1/ON/TRUE or 0/OFF/FALSE"},
+    {"Zoom,2", "ERROR: Unknown command 'zoom'. Available commands: ImgX, ImgY, ImgMX, ImgMY, ImgWS, ImgHS, ImgM, Echo"},
+};
+
+class MediaWalk
+{
+public:
+    explicit MediaWalk(Tour& tour)
+        : m_tour(tour)
+        , m_server(QStringLiteral("PlugboardTour_%1").arg(QCoreApplication::applicationPid()))
+    {}
+
+    void run();
+
+private:
+    void play();
+    void connectClient();
+    QString command(const Command& command);
+    QString mistakes();
+    QString programWithServer();
+    QString soundToFile();
+    QString transcode();
+    QByteArray runProgram(const QStringList& arguments);
+    QJsonObject measure(const QStringList& arguments);
+    QString clip(const char* name) const;
+    void waitForArea(const QRect& area);
+
+    Tour& m_tour;
+    const QString m_server;
+    QTemporaryDir m_folder;
+    std::unique_ptr<PictureWindow> m_window;
+    std::unique_ptr<Client> m_client;
+};
+
+void MediaWalk::run()
+{
+    av_log_set_level(AV_LOG_FATAL); // Hardware that is looked for and not there is no news.
+    m_tour.step(QStringLiteral("media-playing"), [this] {
+        play();
+        return m_window->windowTitle();
+    });
+    m_tour.step(QStringLiteral("media-client"), [this] {
+        connectClient();
+        return QStringLiteral("greeted; a second client is refused; what is sent comes back");
+    });
+    for (const Command& one : kCommands) {
+        m_tour.step(QStringLiteral("media-") + QString::fromLatin1(one.step), [&] { return command(one); });
+    }
+    m_tour.step(QStringLiteral("media-mistakes"), [this] { return mistakes(); });
+    m_client.reset();
+    m_window.reset();
+    m_tour.step(QStringLiteral("media-program"), [this] { return programWithServer(); });
+    m_tour.step(QStringLiteral("media-sound-to-file"), [this] { return soundToFile(); });
+    m_tour.step(QStringLiteral("media-transcode"), [this] { return transcode(); });
+}
+
+void MediaWalk::play()
+{
+    VideoFileSettings settings;
+    settings.url = clip("film_320x180.mkv").toStdString();
+    settings.selector = 0;
+    settings.width = kWidth;
+    settings.height = kHeight;
+    settings.frameRate = kPlayingRate;
+    settings.overflow = AVMediaSink::Overflow::Block;
+    settings.scaling.serverName = m_server;
+    settings.scaling.appliesPlacement = true;
+    m_window = std::make_unique<PictureWindow>(settings);
+    m_window->show();
+    waitForArea({0, 30, kWidth, 540});
+    m_tour.picture(*m_window);
+}
+
+void MediaWalk::connectClient()
+{
+    m_client = std::make_unique<Client>(m_server);
+    m_client->receive(QStringLiteral("OK: Command server ready"));
+    Client second(m_server);
+    second.receive(QStringLiteral("ERROR: Another client is already connected"));
+    Tour::waitUntil([&] { return !second.isConnected(); }, QStringLiteral("the end of the second client"));
+    m_client->send(QStringLiteral("echo"));
+    m_client->receive(QStringLiteral("echo\r\nOK: Echo is enabled"));
+}
+
+QString MediaWalk::command(const Command& command)
+{
+    const QString line = QString::fromLatin1(command.line);
+    const QString reply = QString::fromLatin1(command.reply);
+    Tour::require(m_window && m_client, QStringLiteral("nothing plays"));
+    const QRect before = litArea(m_window->picture());
+    m_client->send(line);
+    // What was sent still comes back from a server that is told to stop that.
+    m_client->receive(QLatin1String(command.step) == QLatin1String("echo-off") ? line + QStringLiteral("\r\n") + reply
+                                                                               : reply);
+    if (command.area.isEmpty())
+        return QStringLiteral("\"%1\": %2").arg(line, reply);
+    waitForArea(command.area);
+    m_tour.picture(*m_window);
+    return QStringLiteral("\"%1\": %2; from %3 to %4").arg(line, reply, words(before), words(visible(command.area)));
+}
+
+QString MediaWalk::mistakes()
+{
+    Tour::require(m_window && m_client, QStringLiteral("nothing plays"));
+    const QRect before = litArea(m_window->picture());
+    for (const auto& [line, reply] : kMistakes) {
+        m_client->send(QString::fromLatin1(line));
+        m_client->receive(QString::fromLatin1(reply));
+    }
+    m_client->send(QStringLiteral("echo"));
+    m_client->receive(QStringLiteral("OK: Echo is disabled"));
+    Tour::require(litArea(m_window->picture()) == before, QStringLiteral("a mistake moved the picture"));
+    return QStringLiteral("each has its reply and changes nothing");
+}
+
+/// The program itself, moved from this one; its last picture shows it.
+QString MediaWalk::programWithServer()
+{
+    const QString server = m_server + QStringLiteral("_program");
+    const QString snapshot = m_folder.filePath(QStringLiteral("snapshot.png"));
+    QProcess program;
+    program.setProcessChannelMode(QProcess::MergedChannels);
+    program.start(
+        QDir(QCoreApplication::applicationDirPath()).absoluteFilePath(QStringLiteral("../bin/plugboard-media")),
+        {QStringLiteral("--server"), server, QStringLiteral("--size"), QStringLiteral("%1x%2").arg(kWidth).arg(kHeight),
+         QStringLiteral("--seconds"), QStringLiteral("12"), QStringLiteral("--rate"), QString::number(kPlayingRate),
+         QStringLiteral("--snapshot"), snapshot, clip("film_320x180.mkv")});
+    Client client(server);
+    client.receive(QStringLiteral("OK: Command server ready"));
+    client.send(QStringLiteral("echo,0"));
+    client.receive(QStringLiteral("echo,0\r\nOK: Echo disabled"));
+    for (const char* line : {"imgm,2", "imgx,40", "imgy,300"})
+        client.send(QString::fromLatin1(line));
+    client.receive(QStringLiteral("OK: Scale mode set to PADDING\r\nOK: Image X position set to 40\r\n"
+                                  "OK: Image Y position set to 300"));
+    Tour::waitUntil([&] { return program.state() == QProcess::NotRunning; }, QStringLiteral("the program's end"));
+    Tour::require(program.exitCode() == 0, QString::fromUtf8(program.readAll()));
+    const QImage last(snapshot);
+    const QRect area = litArea(last);
+    Tour::require(area == QRect(40, 300, 320, 180), QStringLiteral("the picture is ") + words(area));
+    QLabel label;
+    label.setPixmap(QPixmap::fromImage(last));
+    label.adjustSize();
+    m_tour.picture(label);
+    return QStringLiteral("its last picture is ") + words(area);
+}
+
+QString MediaWalk::soundToFile()
+{
+    const QString path = m_folder.filePath(QStringLiteral("tone.wav"));
+    runProgram({QStringLiteral("--wav"), path, clip("tone.opus")});
+    QFile file(path);
+    Tour::require(file.open(QIODevice::ReadOnly), path);
+    Tour::require(file.read(4) == "RIFF", QStringLiteral("no WAV file"));
+    const QJsonObject measured = measure({QStringLiteral("--sound"), path});
+    const double samples = measured.value(QStringLiteral("samples")).toDouble();
+    // 16 bits of two channels; the header has 44 bytes.
+    Tour::require(samples > 0 && file.size() == 44 + qint64(samples) * 4, QStringLiteral("%1 samples").arg(samples));
+    return QStringLiteral("%1 s of sound").arg(samples / 48000, 0, 'f', 2);
+}
+
+/// MJPEG is what every FFmpeg encodes.
+QString MediaWalk::transcode()
+{
+    const QString path = m_folder.filePath(QStringLiteral("film.avi"));
+    runProgram({QStringLiteral("--output"), path, QStringLiteral("--codec"), QStringLiteral("mjpeg"),
+                QStringLiteral("--size"), QStringLiteral("160x90"), clip("film_320x180.mkv")});
+    const QJsonObject measured = measure({path});
+    Tour::require(measured.value(QStringLiteral("frames")).toInt() == 50, QStringLiteral("not all 50 pictures"));
+    Tour::require(measured.value(QStringLiteral("decoder")).toString() == QLatin1String("mjpeg"),
+                  QStringLiteral("not MJPEG"));
+    return QStringLiteral("50 pictures to MJPEG, read back with %1 a second")
+        .arg(measured.value(QStringLiteral("fps")).toDouble(), 0, 'f', 0);
+}
+
+/// What the program prints; it must succeed.
+QByteArray MediaWalk::runProgram(const QStringList& arguments)
+{
+    QProcess program;
+    program.start(
+        QDir(QCoreApplication::applicationDirPath()).absoluteFilePath(QStringLiteral("../bin/plugboard-media")),
+        arguments);
+    Tour::waitUntil([&] { return program.state() == QProcess::NotRunning; }, QStringLiteral("the program's end"));
+    Tour::require(program.exitStatus() == QProcess::NormalExit && program.exitCode() == 0,
+                  QString::fromUtf8(program.readAllStandardError()));
+    return program.readAllStandardOutput();
+}
+
+QJsonObject MediaWalk::measure(const QStringList& arguments)
+{
+    const QByteArray printed = runProgram(QStringList{QStringLiteral("--null")} + arguments).trimmed();
+    return QJsonDocument::fromJson(printed.mid(printed.lastIndexOf('\n') + 1)).object();
+}
+
+/// Path of a clip, which is put into a folder of its own first: media are read from files, not from resources.
+QString MediaWalk::clip(const char* name) const
+{
+    const QString path = m_folder.filePath(QString::fromLatin1(name));
+    if (!QFile::exists(path))
+        Tour::require(QFile::copy(QStringLiteral(":/clips/") + QString::fromLatin1(name), path), path);
+    return path;
+}
+
+void MediaWalk::waitForArea(const QRect& area)
+{
+    Tour::waitUntil([&] { return litArea(m_window->picture()) == visible(area); },
+                    QStringLiteral("the picture at ") + words(visible(area)));
+}
+
+} // namespace
+
+void walkMedia(Tour& tour)
+{
+    MediaWalk(tour).run();
+}

@@ -116,7 +116,11 @@ void Fido2Client::handleDisconnected()
 
 void Fido2Client::handleServerData()
 {
+    if (m_reading)
+        return; // the rest of a write, which the reader below is waiting for
+    m_reading = true;
     const QByteArray bytes = readOneWrite(*m_socket, kLargestMessage);
+    m_reading = false;
     if (bytes.size() > kLargestMessage) {
         qCWarning(fido2Log) << "FIDO2 message of more than" << kLargestMessage << "bytes dropped, from" << m_serverName;
         return;

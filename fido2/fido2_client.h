@@ -62,4 +62,5 @@ private:
     std::int32_t m_reconnectAttempts = 0;
     bool m_connected = false;
     bool m_stopping = false;
+    bool m_reading = false;
 };

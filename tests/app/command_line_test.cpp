@@ -58,7 +58,7 @@ void CommandLineTest::understands_data()
     row("a process id must be positive", "--delete 0", "error: '0' is not a process id.");
     row("list and delete exclude each other", "--list --delete 3", "error: --list and --delete do not go together.");
     row("a script command opens no window", "--list --create mouse",
-        "error: --list and --delete open no window: --demo, --create and --set do not go with them.");
+        "error: --list and --delete open no window: --demo, --create, --set and --language do not go with them.");
     row("settings belong to the device before them",
         "--create camera --set source=http://127.0.0.1/v --create keyboard --create microphone --set vid=00ff --create "
         "camera "
@@ -74,7 +74,7 @@ void CommandLineTest::understands_data()
     row("a device without settings", "--create mouse --set name=x",
         "error: --create mouse: A device of type 'mouse' has no settings to give.");
     row("settings of a script command", "--list --set name=x",
-        "error: --list and --delete open no window: --demo, --create and --set do not go with them.");
+        "error: --list and --delete open no window: --demo, --create, --set and --language do not go with them.");
     row("an unknown option is refused", "--frob", "error: Unknown option 'frob'.");
     row("only one kind of help", "--help-all", "error: Unknown option 'help-all'.");
     row("a stray argument is refused", "mouse", "error: Unexpected argument 'mouse'.");

@@ -23,6 +23,7 @@ private slots:
     void pingsAtOnceAndWritesIndented();
     void dropsWhatIsSplitMergedOrTooLong_data();
     void dropsWhatIsSplitMergedOrTooLong();
+    void joinsThePiecesOfALargeWrite();
     void attemptsFourTimesAfterALoss();
     void reconnectsToAServerThatComesBack();
     void stopsForGood();
@@ -234,6 +235,27 @@ void Fido2ClientTest::dropsWhatIsSplitMergedOrTooLong()
     }
     send(device.get(), kQuestion);
     QTRY_COMPARE(asked.size(), 1);
+}
+
+/// As a system hands over what was written at once: the rest is on its way when the first piece is read.
+void Fido2ClientTest::joinsThePiecesOfALargeWrite()
+{
+    constexpr int kPiece = 4096;
+    const QByteArray large = QByteArray(kQuestion).insert(1, QByteArray(3 * kPiece, ' '));
+    const qint64 processId = uniqueProcessId();
+    Server server(serverName(processId));
+    Fido2Client client;
+    QVERIFY(client.connectToServer(serverName(processId)));
+    QSignalSpy asked(&client, &Fido2Client::userConfirmationRequestReceived);
+    const std::unique_ptr<QLocalSocket> device(server.accept());
+    auto* socket = client.findChild<QLocalSocket*>();
+    socket->blockSignals(true);
+    send(device.get(), large.left(kPiece));
+    QTRY_COMPARE(socket->bytesAvailable(), qint64(kPiece));
+    send(device.get(), large.mid(kPiece));
+    socket->blockSignals(false);
+    client.handleServerData();
+    QCOMPARE(asked.size(), 1);
 }
 
 void Fido2ClientTest::attemptsFourTimesAfterALoss()

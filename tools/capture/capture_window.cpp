@@ -15,6 +15,8 @@
 #include <QStatusBar>
 #include <QToolBar>
 
+#include <algorithm>
+
 namespace {
 
 constexpr int kLossInterval = 500; // ms between updates of the count
@@ -74,7 +76,10 @@ void CaptureWindow::makeToolBar()
     m_filter = new QLineEdit(this);
     m_filter->setPlaceholderText(tr("Show only packets whose details contain..."));
     m_filter->setClearButtonEnabled(true);
-    m_filter->setMaximumWidth(fontMetrics().averageCharWidth() * 60);
+    // The hint fits beside the clear button.
+    m_filter->setMinimumWidth(m_filter->fontMetrics().horizontalAdvance(m_filter->placeholderText()) +
+                              2 * m_filter->sizeHint().height());
+    m_filter->setMaximumWidth(std::max(m_filter->minimumWidth(), fontMetrics().averageCharWidth() * 60));
     connect(m_filter, &QLineEdit::textChanged, this, &CaptureWindow::setTextFilter);
     auto* label = new QLabel(tr("F&ilter:"), this);
     label->setBuddy(m_filter);

@@ -7,6 +7,7 @@ project=$(realpath "$(dirname "$0")/../..")
 "$project/scripts/packages.sh" clean_root
 deb=$(realpath "${1:-$(ls "$project"/build/linux-dist/*.deb)}")
 root=$(mktemp -d)
+chmod 755 "$root" # others must pass its top folder
 passed=0 failed=0
 
 end() {
@@ -40,7 +41,7 @@ mkdir -p "$root/dev/shm"
 mount -t tmpfs tmpfs "$root/dev/shm"
 cp "$deb" "$root/tmp"
 inside apt-get -qq update
-inside apt-get -qq install -y --no-install-recommends "/tmp/$(basename "$deb")" > /dev/null
+inside apt-get -qq -o Dpkg::Use-Pty=0 install -y --no-install-recommends "/tmp/$(basename "$deb")" > /dev/null
 inside useradd --create-home tester
 echo "installed $(basename "$deb"): $(stat -c %s "$deb") bytes, $(inside dpkg-query -W | wc -l) packages in all"
 
@@ -58,7 +59,7 @@ check "a device is created, listed and deleted" "
     for i in \$(seq 100); do ls $own/device_*.json > /dev/null 2>&1 && break; sleep 0.2; done
     plugboard --list; pid=\$(plugboard --list --json | sed -n 's/.*\"processId\": *\"*\\([0-9]*\\).*/\\1/p')
     kill \$window; plugboard --delete \$pid && ! ls $own/device_*.json" "keyboard"
-inside apt-get -qq purge -y plugboard > /dev/null
+inside apt-get -qq -o Dpkg::Use-Pty=0 purge -y plugboard > /dev/null
 if [ -z "$(inside find /usr -name '*plugboard*')" ]; then
     passed=$((passed + 1))
     echo "passed: nothing stays in /usr after a purge"

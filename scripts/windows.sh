@@ -78,6 +78,11 @@ build_programs() {
     cmake --build --preset release --target plugboard plugboard_driver_tool devices_test_child
     $windows/deploy_dlls.py --sysroot "$sysroot" --to "$build/bin" --plugins "$build/plugins" \
         "$build/bin" "$build/tests" "$build/tour"
+    # Qt looks for plug-ins beside a program that has Qt's DLLs beside it, and otherwise where the DLLs' parent folder has them.
+    local kind
+    for kind in "$build"/plugins/*; do
+        ln -sfn "../plugins/${kind##*/}" "$build/bin/${kind##*/}"
+    done
 }
 
 make_release() {

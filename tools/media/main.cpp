@@ -20,6 +20,8 @@
 
 namespace {
 
+const QString kProgram = QStringLiteral("plugboard-media");
+const QString kVersion = QStringLiteral(PLUGBOARD_VERSION);
 constexpr int kPollMilliseconds = 50;
 constexpr int kStoppedExit = 130;
 
@@ -111,12 +113,13 @@ int main(int argc, char** argv)
         return options.exitCode;
     }
     av_log_set_level(options.verbose ? AV_LOG_VERBOSE : AV_LOG_FATAL);
-    const ProgramRun run(QStringLiteral("plugboard-media"), QStringLiteral(PLUGBOARD_VERSION), options.logRules);
     catchStopRequests();
     if (options.run == MediaOptions::Run::Window) {
         QApplication application(argc, argv);
+        const ProgramRun run(kProgram, kVersion, options.logRules);
         return showWindow(application, options);
     }
     QCoreApplication application(argc, argv);
+    const ProgramRun run(kProgram, kVersion, options.logRules);
     return options.run == MediaOptions::Run::Command ? runCommand(application, options) : runToFile(options);
 }

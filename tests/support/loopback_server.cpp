@@ -3,19 +3,23 @@
 #include <QTcpServer>
 #include <QTcpSocket>
 
+#include <future>
+#include <utility>
+
 LoopbackServer::LoopbackServer(QByteArray answer, Ending ending) : m_answer(std::move(answer)), m_ending(ending)
 {
-    m_thread = std::thread([this] {
+    std::promise<int> port;
+    auto announced = port.get_future();
+    m_thread = std::thread([this, port = std::move(port)]() mutable {
         QTcpServer server;
         server.listen(QHostAddress::LocalHost);
-        m_port = server.serverPort();
-        m_port.notify_all();
+        port.set_value(server.serverPort());
         while (!m_stop) {
             if (server.waitForNewConnection(20))
                 serve(server);
         }
     });
-    m_port.wait(0);
+    m_port = announced.get();
 }
 
 LoopbackServer::~LoopbackServer()
@@ -49,6 +53,6 @@ QString LoopbackServer::url(const char* scheme, const char* path) const
 {
     return QStringLiteral("%1://127.0.0.1:%2%3")
         .arg(QString::fromLatin1(scheme))
-        .arg(m_port.load())
+        .arg(m_port)
         .arg(QString::fromLatin1(path));
 }

@@ -31,7 +31,7 @@ private:
 
     const QByteArray m_answer;
     const Ending m_ending;
-    std::atomic<int> m_port{0};
+    int m_port = 0;
     std::atomic<int> m_clients{0};
     std::atomic<bool> m_stop{false};
     std::thread m_thread;

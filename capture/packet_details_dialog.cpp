@@ -61,7 +61,6 @@ PacketDetailsDialog::PacketDetailsDialog(QWidget* parent) : QDialog(parent), m_t
     connect(
         m_tree->header(), &QHeaderView::sectionResized, m_tree, [this] { m_tree->doItemsLayout(); },
         Qt::QueuedConnection);
-    m_tree->header()->resizeSection(0, fontMetrics().averageCharWidth() * 28);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     auto* layout = new QVBoxLayout(this);
@@ -80,6 +79,8 @@ void PacketDetailsDialog::showPacket(const UsbIPPacketInfo& packet)
             markAsGroup(item, palette());
     }
     m_tree->expandAll();
+    m_tree->resizeColumnToContents(0);
+    m_tree->setColumnWidth(0, std::max(m_tree->columnWidth(0), fontMetrics().averageCharWidth() * 28));
 }
 
 void PacketDetailsDialog::showNothing()

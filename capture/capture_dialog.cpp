@@ -41,8 +41,11 @@ UsbIPCaptureDialog::UsbIPCaptureDialog(qint64 processId, uint32_t deviceId, QWid
     m_table->header()->setSectionsClickable(true);
     m_table->header()->setSectionsMovable(false);
     const std::array<int, PacketColumnCount> characters{15, 12, 7, 11, 12, 11, 9, 29, 32, 84};
+    // In a Chinese font the average is the width of an ideograph.
+    const int letterWidth =
+        std::min(fontMetrics().averageCharWidth(), fontMetrics().horizontalAdvance(QLatin1Char('x')));
     for (int column = 0; column < PacketColumnCount; ++column)
-        m_table->header()->resizeSection(column, fontMetrics().averageCharWidth() * characters[column]);
+        m_table->header()->resizeSection(column, letterWidth * characters[column]);
 
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(makeButtons());

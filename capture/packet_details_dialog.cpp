@@ -80,7 +80,7 @@ void PacketDetailsDialog::showPacket(const UsbIPPacketInfo& packet)
     }
     m_tree->expandAll();
     m_tree->resizeColumnToContents(0);
-    m_tree->setColumnWidth(0, std::max(m_tree->columnWidth(0), fontMetrics().averageCharWidth() * 28));
+    m_tree->setColumnWidth(0, std::max(m_tree->columnWidth(0), fontMetrics().horizontalAdvance(QLatin1Char('x')) * 28));
 }
 
 void PacketDetailsDialog::showNothing()

@@ -2107,7 +2107,7 @@ Please check IP address, port and network connection.</source>
     </message>
     <message>
         <source>Capture cleared successfully</source>
-        <translation>抓包已清空</translation>
+        <translation>抓包已成功清空</translation>
     </message>
     <message>
         <source>Save Capture...</source>

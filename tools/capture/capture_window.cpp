@@ -79,7 +79,8 @@ void CaptureWindow::makeToolBar()
     // The hint fits beside the clear button.
     m_filter->setMinimumWidth(m_filter->fontMetrics().horizontalAdvance(m_filter->placeholderText()) +
                               2 * m_filter->sizeHint().height());
-    m_filter->setMaximumWidth(std::max(m_filter->minimumWidth(), fontMetrics().averageCharWidth() * 60));
+    m_filter->setMaximumWidth(
+        std::max(m_filter->minimumWidth(), fontMetrics().horizontalAdvance(QLatin1Char('x')) * 60));
     connect(m_filter, &QLineEdit::textChanged, this, &CaptureWindow::setTextFilter);
     auto* label = new QLabel(tr("F&ilter:"), this);
     label->setBuddy(m_filter);

@@ -162,7 +162,7 @@ qint64 CaptureWalk::processOf(const char* name)
 QPushButton* CaptureWalk::button(UsbIPCaptureDialog& dialog, const char* text)
 {
     for (auto* candidate : dialog.findChildren<QPushButton*>()) {
-        if (candidate->text() == QLatin1String(text))
+        if (candidate->text() == m_tour.said(text))
             return candidate;
     }
     throw StepFailure(std::string("no button ") + text);
@@ -170,7 +170,7 @@ QPushButton* CaptureWalk::button(UsbIPCaptureDialog& dialog, const char* text)
 
 void CaptureWalk::waitForStatus(const char* beginning)
 {
-    Tour::waitUntil([&] { return status(dialog()).startsWith(QLatin1String(beginning)); }, QLatin1String(beginning));
+    Tour::waitUntil([&] { return status(dialog()).startsWith(m_tour.said(beginning)); }, m_tour.said(beginning));
 }
 
 PacketItem* CaptureWalk::rowWith(UsbIPCaptureDialog& dialog, Predicate wanted)
@@ -201,7 +201,7 @@ void CaptureWalk::watchLive(const Device& device)
         Tour::waitUntil(
             [&] {
                 return std::count_if(opened.packets().begin(), opened.packets().end(), isOfType) > 100 &&
-                       status(opened).startsWith(QLatin1String("Capturing... Total: "));
+                       status(opened).startsWith(m_tour.said("Capturing... Total: "));
             },
             QStringLiteral("packets"));
         Tour::require(opened.table().topLevelItemCount() == int(opened.packets().size()), QStringLiteral("rows lack"));
@@ -238,7 +238,7 @@ void CaptureWalk::stopAll()
 {
     for (const auto& opened : m_dialogs)
         click(*opened, "Stop Capture");
-    Tour::waitUntil([this] { return status(dialog()).startsWith(QLatin1String("Ready. Total: ")); },
+    Tour::waitUntil([this] { return status(dialog()).startsWith(m_tour.said("Ready. Total: ")); },
                     QStringLiteral("the last counters"));
     Tour::require(!button(dialog(), "Stop Capture")->isEnabled(), QStringLiteral("it can be stopped twice"));
     m_tour.picture(dialog());
@@ -276,10 +276,10 @@ void CaptureWalk::showConfiguration()
         const QString name = QStringLiteral("capture-configuration-%1").arg(&opened - m_dialogs.data() + 1);
         m_tour.step(name, [&] {
             click(*opened, "Device Configuration");
-            Tour::waitUntil([&] { return status(*opened) == QLatin1String("Device configuration displayed"); },
+            Tour::waitUntil([&] { return status(*opened) == m_tour.said("Device configuration displayed"); },
                             QStringLiteral("the configuration"));
             for (auto* viewer : opened->findChildren<QDialog*>()) {
-                if (!viewer->windowTitle().startsWith(QLatin1String("Device Configuration - ")))
+                if (!viewer->windowTitle().startsWith(m_tour.said("Device Configuration - ")))
                     continue;
                 m_tour.picture(*viewer);
                 viewer->close();

@@ -12,6 +12,7 @@
 #include <QtTest>
 
 #include <memory>
+#include <set>
 
 namespace {
 
@@ -107,11 +108,11 @@ void DeviceWalk::showFocus()
         QTest::keyClick(m_window->focusWidget(), Qt::Key_Tab);
         if (const auto* button = qobject_cast<QPushButton*>(m_window->focusWidget()))
             reached << button->accessibleName();
-        if (reached.size() == 1 && reached.last() != QLatin1String("Microphone"))
+        if (reached.size() == 1 && reached.last() != m_tour.said("Microphone"))
             m_tour.picture(*m_window);
     }
-    reached.sort();
-    Tour::require(reached == QStringList{QStringLiteral("Microphone"), QStringLiteral("close"), QStringLiteral("min")},
+    const std::set<QString> expected{m_tour.said("Microphone"), m_tour.said("close"), m_tour.said("min")};
+    Tour::require(std::set<QString>(reached.begin(), reached.end()) == expected,
                   QStringLiteral("reached: ") + reached.join(QStringLiteral(", ")));
     table().setFocus();
 }

@@ -10,6 +10,7 @@ namespace {
 
 struct Text
 {
+    QString source;
     QRegularExpression pattern; ///< the source text, a group for each value
     QList<int> values;          ///< number of the value that each group stands for
     int letters = 0;            ///< of the source text, without its values
@@ -20,6 +21,7 @@ Text textOf(const QString& source, const QString& translation)
 {
     static const QRegularExpression place(QStringLiteral("%(\\d)"));
     Text made;
+    made.source = source;
     made.translation = translation;
     QString pattern;
     int end = 0;
@@ -69,17 +71,33 @@ QString filledIn(const Text& text, const QRegularExpressionMatch& match)
     return made + text.translation.mid(end);
 }
 
+const std::vector<Text>& allTexts()
+{
+    static const std::vector<Text> texts = readTexts();
+    return texts;
+}
+
 } // namespace
 
 QString expectedText(const QString& english, Language language)
 {
     if (language == Language::English)
         return english;
-    static const std::vector<Text> texts = readTexts();
     const Text* best = nullptr;
-    for (const Text& text : texts) {
+    for (const Text& text : allTexts()) {
         if ((!best || text.letters > best->letters) && text.pattern.match(english).hasMatch())
             best = &text;
     }
     return best ? filledIn(*best, best->pattern.match(english)) : english;
+}
+
+QString expectedBeginning(const QString& english, Language language)
+{
+    if (language == Language::English)
+        return english;
+    for (const Text& text : allTexts()) {
+        if (text.source.startsWith(english + QLatin1Char('%')))
+            return text.translation.section(QLatin1Char('%'), 0, 0);
+    }
+    return expectedText(english, language);
 }

@@ -88,6 +88,11 @@ void Tour::waitUntil(const std::function<bool()>& condition, const QString& what
     }
 }
 
+QString Tour::said(const char* english) const
+{
+    return expectedBeginning(QString::fromLatin1(english), m_language);
+}
+
 void Tour::picture(QWidget& widget)
 {
     QCoreApplication::processEvents();

@@ -38,6 +38,9 @@ public:
     /// Runs the event loop until `condition` holds; fails the running step after a minute.
     static void waitUntil(const std::function<bool()>& condition, const QString& what);
 
+    /// How an English text of ours, or its beginning up to the first value, reads in the language of this tour.
+    QString said(const char* english) const;
+
     /// Makes the picture of the running step: the widget on a desktop-like background, at its pixel ratio.
     void picture(QWidget& widget);
     void picture(const QPixmap& shot);

@@ -194,7 +194,8 @@ void UsbDaemonTest::becomesTheMouseWithoutAMessage()
         device->closeWriteChannel();
     QTRY_COMPARE_WITH_TIMEOUT(recordText(*device), mouseRecord(), kPatience);
     device->write("\n");
-    QVERIFY(!device->waitForFinished(100)); // what comes too late changes nothing
+    const bool ended = device->waitForFinished(100); // what comes too late changes nothing
+    QVERIFY2(!ended, qPrintable(QStringLiteral("exit code %1").arg(device->exitCode())));
     QCOMPARE(recordText(*device), mouseRecord());
 }
 

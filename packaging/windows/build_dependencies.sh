@@ -94,6 +94,8 @@ recipe_ffmpeg() {
     make DESTDIR="$2" install
     mv "$2$prefix/ffmpeg" "$2/FILES"
     rm -rf "$2/FILES/share"
+    # Where FreeType lay for the configuration, said as where it lies beside this library.
+    sed -i "s|-L$sysroot/freetype/[^ ]*|-L\${prefix}/../freetype/lib|" "$2"/FILES/lib/pkgconfig/*.pc
 }
 
 # with_cmake SOURCE STAGE NAME OPTION...

@@ -4,7 +4,7 @@ set -euo pipefail
 
 build=(g++ cmake ninja-build pkg-config ccache qtbase5-dev qttools5-dev qttools5-dev-tools qttranslations5-l10n libssl-dev openssl
     libavformat-dev libavcodec-dev libavfilter-dev libavutil-dev libswresample-dev libswscale-dev libopencv-dev
-    nlohmann-json3-dev python3 procps fonts-dejavu-core fonts-noto-cjk)
+    nlohmann-json3-dev ffmpeg python3 procps fonts-dejavu-core fonts-noto-cjk)
 display=(xvfb xauth libqt5gui5 fonts-noto-cjk)
 checks=(clang-format-14 python3 git ffmpeg tshark)
 bench=(ffmpeg tshark)

@@ -4,8 +4,6 @@
 
 #include <QCoreApplication>
 
-#include <array>
-
 QStringList launchedDeviceRow(const QString& typeWord, const QString& joinedParameters, qint64 processId)
 {
     const QStringList fields = joinedParameters.split(QLatin1Char('\n'));
@@ -57,25 +55,9 @@ QIcon restoredDeviceIcon(const DeviceRecordManager::RestoredDevice& device)
 
 QString deviceTypeCaption(const QString& typeCell)
 {
-    static constexpr std::array kKnown{
-        QT_TRANSLATE_NOOP("DeviceType", "Camera"),     QT_TRANSLATE_NOOP("DeviceType", "camera"),
-        QT_TRANSLATE_NOOP("DeviceType", "FIDO2"),      QT_TRANSLATE_NOOP("DeviceType", "fido2"),
-        QT_TRANSLATE_NOOP("DeviceType", "Mouse"),      QT_TRANSLATE_NOOP("DeviceType", "Keyboard"),
-        QT_TRANSLATE_NOOP("DeviceType", "keyboard"),   QT_TRANSLATE_NOOP("DeviceType", "Network"),
-        QT_TRANSLATE_NOOP("DeviceType", "usbip"),      QT_TRANSLATE_NOOP("DeviceType", "Storage"),
-        QT_TRANSLATE_NOOP("DeviceType", "udisk"),      QT_TRANSLATE_NOOP("DeviceType", "Microphone"),
-        QT_TRANSLATE_NOOP("DeviceType", "microphone"), QT_TRANSLATE_NOOP("DeviceType", "Speaker"),
-        QT_TRANSLATE_NOOP("DeviceType", "speaker"),
-    };
     // A microphone's label goes on in brackets.
-    const int end = typeCell.indexOf(QLatin1String(" ("));
-    const QString word = typeCell.left(end);
-    for (const char* known : kKnown) {
-        if (word != QLatin1String(known))
-            continue;
-        QString rest = typeCell.mid(word.size());
-        rest.replace(QStringLiteral(", Normal)"), QCoreApplication::translate("DeviceType", ", Normal)"));
-        return QCoreApplication::translate("DeviceType", known) + rest;
-    }
-    return typeCell;
+    const QString word = typeCell.left(typeCell.indexOf(QLatin1String(" (")));
+    QString rest = typeCell.mid(word.size());
+    rest.replace(QStringLiteral(", Normal)"), QCoreApplication::translate("DeviceType", ", Normal)"));
+    return QCoreApplication::translate("DeviceType", word.toUtf8().constData()) + rest;
 }

@@ -1,4 +1,3 @@
 #include "app/log.h"
 
-Q_LOGGING_CATEGORY(appLog, "plugboard.app", QtInfoMsg)
 Q_LOGGING_CATEGORY(driverLog, "plugboard.driver", QtWarningMsg) // more of it once a log is kept

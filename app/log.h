@@ -1,7 +1,6 @@
 // log.h: the log categories of this folder, and of the driver engine, which has no Qt and so does not log by itself.
 #pragma once
 
-#include <QLoggingCategory>
+#include "runtime/log.h"
 
-Q_DECLARE_LOGGING_CATEGORY(appLog)
 Q_DECLARE_LOGGING_CATEGORY(driverLog)

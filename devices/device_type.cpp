@@ -13,15 +13,21 @@ struct Words
     const char* icon; ///< null for the types without an icon
 };
 
+/// The texts are values; how windows show them in another language stands in the catalogues.
 constexpr std::array<Words, 8> kTypes{{
-    {DeviceType::Camera, "camera", "Camera", nullptr},
-    {DeviceType::Fido2, "fido2", "FIDO2", nullptr},
-    {DeviceType::Mouse, "mouse", "Mouse", nullptr},
-    {DeviceType::Keyboard, "keyboard", "Keyboard", ":/icons/res/keyboard.png"},
-    {DeviceType::UsbIp, "usbip", "Network", ":/icons/res/network.png"},
-    {DeviceType::Storage, "udisk", "Storage", ":/icons/res/storage.png"},
-    {DeviceType::Microphone, "microphone", "Microphone", ":/icons/res/microphone.png"},
-    {DeviceType::Speaker, "speaker", "Speaker", ":/icons/res/speaker.png"},
+    {DeviceType::Camera, QT_TRANSLATE_NOOP("DeviceType", "camera"), QT_TRANSLATE_NOOP("DeviceType", "Camera"), nullptr},
+    {DeviceType::Fido2, QT_TRANSLATE_NOOP("DeviceType", "fido2"), QT_TRANSLATE_NOOP("DeviceType", "FIDO2"), nullptr},
+    {DeviceType::Mouse, QT_TRANSLATE_NOOP("DeviceType", "mouse"), QT_TRANSLATE_NOOP("DeviceType", "Mouse"), nullptr},
+    {DeviceType::Keyboard, QT_TRANSLATE_NOOP("DeviceType", "keyboard"), QT_TRANSLATE_NOOP("DeviceType", "Keyboard"),
+     ":/icons/res/keyboard.png"},
+    {DeviceType::UsbIp, QT_TRANSLATE_NOOP("DeviceType", "usbip"), QT_TRANSLATE_NOOP("DeviceType", "Network"),
+     ":/icons/res/network.png"},
+    {DeviceType::Storage, QT_TRANSLATE_NOOP("DeviceType", "udisk"), QT_TRANSLATE_NOOP("DeviceType", "Storage"),
+     ":/icons/res/storage.png"},
+    {DeviceType::Microphone, QT_TRANSLATE_NOOP("DeviceType", "microphone"),
+     QT_TRANSLATE_NOOP("DeviceType", "Microphone"), ":/icons/res/microphone.png"},
+    {DeviceType::Speaker, QT_TRANSLATE_NOOP("DeviceType", "speaker"), QT_TRANSLATE_NOOP("DeviceType", "Speaker"),
+     ":/icons/res/speaker.png"},
 }};
 
 const Words& wordsOf(DeviceType type)

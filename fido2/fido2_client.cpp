@@ -4,6 +4,7 @@
 #include "fido2/log.h"
 
 #include <QDateTime>
+#include <QDeadlineTimer>
 #include <QJsonDocument>
 
 #include <algorithm>
@@ -20,6 +21,8 @@ constexpr int kMostAttempts = 5; // the last of them attempts nothing
 /// Smaller writes reach the reader in one piece on every system.
 constexpr int kSmallestPiece = 4096;
 constexpr int kPieceTimeoutMs = 50;
+/// Of all pieces together, however they are spaced: the windows stand still meanwhile.
+constexpr int kWriteTimeoutMs = 500;
 
 bool isOneMessage(const QByteArray& bytes)
 {
@@ -33,8 +36,9 @@ bool isOneMessage(const QByteArray& bytes)
 /// follow each other without a pause.
 QByteArray readOneWrite(QLocalSocket& socket, qint64 most)
 {
+    const QDeadlineTimer end(kWriteTimeoutMs);
     QByteArray bytes = socket.read(most + 1);
-    while (bytes.size() >= kSmallestPiece && bytes.size() <= most && !isOneMessage(bytes) &&
+    while (bytes.size() >= kSmallestPiece && bytes.size() <= most && !end.hasExpired() && !isOneMessage(bytes) &&
            socket.waitForReadyRead(kPieceTimeoutMs))
         bytes += socket.read(most + 1 - bytes.size());
     return bytes;

@@ -12,7 +12,7 @@
 /// GUI thread only; connecting and disconnecting block as their comments say. A message is one JSON object in one
 /// write, without length or end mark: what does not arrive as exactly one object in one read is dropped. Of a write
 /// that the system cuts up, which it does not below 4,096 bytes, the pieces are one read when they follow each other
-/// within 50 ms.
+/// within 50 ms, for half a second in all.
 class Fido2Client : public QObject
 {
     Q_OBJECT

@@ -34,10 +34,8 @@ QStringList logCategories()
 LogRules logRules(const QStringList& levels)
 {
     LogRules made{rulesFor(QStringLiteral("plugboard"), levelNames().indexOf(QStringLiteral("info"))), {}};
-    const QStringList parts = levels.join(QLatin1Char(',')).split(QLatin1Char(','));
+    const QStringList parts = levels.isEmpty() ? levels : levels.join(QLatin1Char(',')).split(QLatin1Char(','));
     for (const QString& part : parts) {
-        if (levels.isEmpty())
-            break;
         const int equals = part.indexOf(QLatin1Char('='));
         const QString category = part.left(qMax(equals, 0)).trimmed();
         const int level = levelNames().indexOf(part.mid(equals + 1).trimmed());

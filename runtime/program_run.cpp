@@ -2,17 +2,15 @@
 
 #include "runtime/crash_note.h"
 #include "runtime/crash_notes.h"
+#include "runtime/log.h"
 #include "runtime/user_folder.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
-#include <QLoggingCategory>
 #include <QSysInfo>
 
 namespace {
-
-Q_LOGGING_CATEGORY(appLog, "plugboard.app", QtInfoMsg)
 
 QString logFolder()
 {

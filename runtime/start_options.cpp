@@ -1,13 +1,11 @@
 #include "runtime/start_options.h"
 
+#include "runtime/log.h"
 #include "runtime/log_levels.h"
 
 #include <QCommandLineParser>
-#include <QLoggingCategory>
 
 namespace {
-
-Q_LOGGING_CATEGORY(appLog, "plugboard.app", QtInfoMsg)
 
 const QString kLanguage = QStringLiteral("language");
 const QString kLog = QStringLiteral("log");

@@ -4,7 +4,7 @@
 # stand there without a translation, or are no longer used.
 . "$(dirname "$0")/lib.sh"
 
-folders=(app capture dialogs fido2 runtime tools ui)
+folders=(app devices capture dialogs fido2 runtime tools ui)
 failed=0
 for catalogue in resources/translations/*.ts; do
     language=$(basename "$catalogue" .ts)

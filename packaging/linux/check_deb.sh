@@ -20,19 +20,28 @@ inside() { env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 DEBIAN_FRONT
 
 as_user() { inside setpriv --reuid tester --regid tester --clear-groups env HOME=/home/tester QT_QPA_PLATFORM=offscreen sh -c "$1"; }
 
-# check NAME COMMAND PATTERN: runs as the user; some line of the output matches the pattern.
-check() {
-    local output status=0
-    output=$(as_user "$2" 2>&1) || status=$?
-    if [ $status -eq 0 ] && grep -qE -- "$3" <<< "$output"; then
+# count NAME COMMAND...: one check.
+count() {
+    if "${@:2}"; then
         passed=$((passed + 1))
         echo "passed: $1"
     else
         failed=$((failed + 1))
-        echo "FAILED ($status): $1"
-        echo "$output"
+        echo "FAILED: $1"
     fi
 }
+
+# prints COMMAND PATTERN: runs as the user; some line of the output, which is shown otherwise, matches the pattern.
+prints() {
+    local output status=0
+    output=$(as_user "$1" 2>&1) || status=$?
+    [ $status -eq 0 ] && grep -qE -- "$2" <<< "$output" && return
+    echo "exit code $status: $output"
+    return 1
+}
+
+# check NAME COMMAND PATTERN
+check() { count "$1" prints "$2" "$3"; }
 
 debootstrap --variant=minbase bookworm "$root" http://deb.debian.org/debian > "$root.log" 2>&1 || { tail "$root.log"; exit 1; }
 rm -f "$root.log"
@@ -58,14 +67,8 @@ check "a device is created, listed and deleted" "
     plugboard --demo --create keyboard & window=\$!
     for i in \$(seq 100); do ls $own/device_*.json > /dev/null 2>&1 && break; sleep 0.2; done
     plugboard --list; pid=\$(plugboard --list --json | sed -n 's/.*\"processId\": *\"*\\([0-9]*\\).*/\\1/p')
-    kill \$window; plugboard --delete \$pid && ! ls $own/device_*.json" "keyboard"
+    kill \$window; plugboard --delete \$pid && ! ls $own/device_*.json" "Keyboard Device"
 inside apt-get -qq -o Dpkg::Use-Pty=0 purge -y plugboard > /dev/null
-if [ -z "$(inside find /usr -name '*plugboard*')" ]; then
-    passed=$((passed + 1))
-    echo "passed: nothing stays in /usr after a purge"
-else
-    failed=$((failed + 1))
-    echo "FAILED: files stay in /usr after a purge"
-fi
+count "nothing stays in /usr after a purge" test -z "$(inside find /usr -name '*plugboard*')"
 echo "$passed passed, $failed failed"
 [ "$failed" -eq 0 ]

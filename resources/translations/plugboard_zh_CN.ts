@@ -1201,6 +1201,10 @@ This action cannot be undone!</source>
         <source>, Normal)</source>
         <translation>, 普通)</translation>
     </message>
+    <message>
+        <source>mouse</source>
+        <translation>鼠标</translation>
+    </message>
 </context>
 <context>
     <name>FaultTexts</name>

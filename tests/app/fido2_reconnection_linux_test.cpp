@@ -1,7 +1,7 @@
 // The channel to a real device process that is stopped, ended and started again; stopping one takes Linux signals.
 #include "devices/device_launcher.h"
-#include "devices/parameter_list.h"
 #include "fido2/fido2_channels.h"
+#include "tests/support/security_key.h"
 #include "tests/support/suite_registry.h"
 
 #include <QDir>
@@ -70,13 +70,7 @@ void Fido2ReconnectionLinuxTest::cleanup()
 
 void Fido2ReconnectionLinuxTest::start()
 {
-    Fido2Parameters key;
-    key.vid = QStringLiteral("0x1234");
-    key.pid = QStringLiteral("0x5678");
-    key.name = m_serial;
-    key.usbVersionChoice = QStringLiteral("2.0");
-    key.serialNumber = m_serial;
-    const auto processId = DeviceLauncher().launch(joinParameters(fido2ParameterList(key)));
+    const auto processId = DeviceLauncher().launch(securityKeyParameters(m_serial));
     QVERIFY(processId);
     m_processId = *processId;
     m_started << m_processId;

@@ -1,9 +1,9 @@
 // Requests and answers of a real device process that are larger than what a system hands over in one piece.
 #include "devices/device_launcher.h"
 #include "devices/device_record_manager.h"
-#include "devices/parameter_list.h"
 #include "devices/process_table.h"
 #include "fido2/fido2_channels.h"
+#include "tests/support/security_key.h"
 #include "tests/support/suite_registry.h"
 
 #include <QDir>
@@ -59,13 +59,7 @@ void LargeRequestTest::start(int credentials)
     QVERIFY(file.write(QJsonDocument(QJsonObject{{QStringLiteral("credentials"), all}}).toJson()) > 0);
     file.close();
 
-    Fido2Parameters key;
-    key.vid = QStringLiteral("0x1234");
-    key.pid = QStringLiteral("0x5678");
-    key.name = m_serial;
-    key.usbVersionChoice = QStringLiteral("2.0");
-    key.serialNumber = m_serial;
-    const auto processId = DeviceLauncher().launch(joinParameters(fido2ParameterList(key)));
+    const auto processId = DeviceLauncher().launch(securityKeyParameters(m_serial));
     QVERIFY(processId);
     m_processId = *processId;
     m_channels.add(m_processId);

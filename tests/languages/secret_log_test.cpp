@@ -18,6 +18,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <functional>
+
 /// A security key's life with everything logged: none of its secrets may be in the log.
 class SecretLogTest : public QObject
 {
@@ -43,37 +45,36 @@ QByteArray contentOf(const QString& path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// Fills and accepts the settings when they open.
-void createKey(MainWindow& window, ScriptedPrompter& prompter)
+/// Acts once, on the next modal dialog.
+void whenDialogOpens(QObject* parent, const std::function<void(QWidget&)>& act)
 {
-    auto* timer = new QTimer(&window);
-    QObject::connect(timer, &QTimer::timeout, timer, [timer] {
+    auto* timer = new QTimer(parent);
+    QObject::connect(timer, &QTimer::timeout, timer, [timer, act] {
         QWidget* dialog = QApplication::activeModalWidget();
         if (!dialog)
             return;
         timer->deleteLater();
         timer->stop();
-        dialog->findChild<QLineEdit*>(QStringLiteral("serialNumber"))->setText(kSerial);
-        dialog->findChild<QPushButton*>(QStringLiteral("save"))->click();
-        dialog->findChild<QPushButton*>(QStringLiteral("create"))->click();
+        act(*dialog);
     });
     timer->start(1);
+}
+
+void createKey(MainWindow& window, ScriptedPrompter& prompter)
+{
+    whenDialogOpens(&window, [](QWidget& dialog) {
+        dialog.findChild<QLineEdit*>(QStringLiteral("serialNumber"))->setText(kSerial);
+        dialog.findChild<QPushButton*>(QStringLiteral("save"))->click();
+        dialog.findChild<QPushButton*>(QStringLiteral("create"))->click();
+    });
     prompter.expectInformation(QStringLiteral("Success"), QStringLiteral("Credentials saved successfully"));
     window.onCreateFido2();
 }
 
 void confirmWhenAsked(QObject* parent)
 {
-    auto* timer = new QTimer(parent);
-    QObject::connect(timer, &QTimer::timeout, timer, [timer] {
-        QWidget* dialog = QApplication::activeModalWidget();
-        if (!dialog)
-            return;
-        timer->deleteLater();
-        timer->stop();
-        dialog->findChild<QPushButton*>(QStringLiteral("confirm"))->click();
-    });
-    timer->start(1);
+    whenDialogOpens(parent,
+                    [](QWidget& dialog) { dialog.findChild<QPushButton*>(QStringLiteral("confirm"))->click(); });
 }
 
 } // namespace

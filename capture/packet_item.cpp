@@ -3,10 +3,10 @@
 #include "capture/packet_columns.h"
 #include "capture/packet_table.h"
 #include "capture/slot_pool.h"
+#include "ui/fixed_font.h"
 #include "ui/plain_tool_tip.h"
 
 #include <QBrush>
-#include <QFontDatabase>
 
 namespace {
 
@@ -14,7 +14,7 @@ constexpr int kItemType = QTreeWidgetItem::UserType + 1;
 
 QVariant fontOf(int column)
 {
-    static const QFont s_fixed = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    static const QFont s_fixed = fixedFont();
     return column == SetupColumn || column == DataColumn ? QVariant(s_fixed) : QVariant();
 }
 

@@ -1,6 +1,7 @@
 #include "capture/packet_table.h"
 
-#include <QFontDatabase>
+#include "ui/fixed_font.h"
+
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QPainter>
@@ -351,7 +352,7 @@ void PacketTable::changeEvent(QEvent* event)
 
 void PacketTable::measureRows()
 {
-    const QFontMetrics fixed(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    const QFontMetrics fixed(fixedFont());
     m_rowHeight = std::max(fontMetrics().height(), fixed.height()) + kRowPadding;
 }
 

@@ -2,6 +2,7 @@
 
 #include "fido2/confirmation_texts.h"
 #include "fido2/dialog_parts.h"
+#include "ui/fixed_font.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -19,7 +20,7 @@ RequestDetailsDialog::RequestDetailsDialog(const QString& operation, const QJson
 
     constexpr int kPointSize = 10;
     QFont font(QStringLiteral("Consolas"), kPointSize);
-    font.setStyleHint(QFont::Monospace);
+    font.setFamilies({font.family(), fixedFont().family()});
     auto* text = new QPlainTextEdit;
     text->setObjectName(QStringLiteral("request"));
     text->setReadOnly(true);

@@ -114,15 +114,15 @@ void ProgramTest::asksForTheDriverAtTheFirstStart_data()
     QTest::addColumn<bool>("isInstalled");
     const QString question = QStringLiteral("Error: Driver not installed, about to install virtual USB bus driver! "
                                             "Please confirm that driver signature enforcement is disabled!");
-    const QString no = QStringLiteral("no");
-    const QString yes = QStringLiteral("yes");
+    const QString no = QStringLiteral("No");
+    const QString yes = QStringLiteral("Yes");
     QTest::newRow("No ends the program") << true << QStringList{no} << QStringList{question} << 255 << false;
     QTest::newRow("so does closing the question")
-        << true << QStringList{QStringLiteral("close")} << QStringList{question} << 255 << false;
+        << true << QStringList{QStringLiteral("Close")} << QStringList{question} << 255 << false;
     QTest::newRow("Yes installs and opens the window")
         << true << QStringList{yes} << QStringList{question, QStringLiteral("window Plugboard")} << 0 << true;
     QTest::newRow("Yes without a package beside the program")
-        << false << QStringList{yes, QStringLiteral("ok")}
+        << false << QStringList{yes, QStringLiteral("Ok")}
         << QStringList{question, QStringLiteral("Error: Driver installation failed!")} << 255 << false;
 }
 
@@ -144,7 +144,7 @@ void ProgramTest::asksForTheDriverAtTheFirstStart()
     QTEST(run.seen, "seen");
     QTEST(run.exitCode, "exitCode");
     QTEST(installed, "isInstalled");
-    if (answers.first() != QLatin1String("yes"))
+    if (answers.first() != QLatin1String("Yes"))
         QVERIFY2(!changed, "the driver engine was called");
 }
 

@@ -20,6 +20,7 @@ ProgramRun runWithUser(const QString& program, const QStringList& arguments, con
     environment.insert(QStringLiteral("QT_QPA_GENERIC_PLUGINS"),
                        QStringLiteral("programuser:") + answers.join(QLatin1Char('+')));
     environment.insert(QString::fromLatin1(kUserFolderVariable), folder);
+    environment.insert(QStringLiteral("PLUGBOARD_USER_DATA"), folder);
 
     ProgramRun run;
     QProcess process;

@@ -14,8 +14,9 @@ struct ProgramRun
     QStringList seen; ///< "TITLE: TEXT" of each box, "window TITLE" of the main window
 };
 
-/// Runs `program` until it ends. `answers` are the texts of the buttons to press, one for each box in turn; "close" and
-/// whatever names no button close the box. The main window is closed as soon as it is there. What was seen, with
-/// pictures, is left in `folder`. The plug-in that does it lies in plugins/generic beside the running program.
+/// Runs `program` until it ends. `answers` are the standard buttons to press, "Yes" or "No", one for each box in turn;
+/// whatever names no button of the box closes it. The main window is closed as soon as it is there. What was seen, with
+/// pictures, is left in `folder`, which holds the program's settings and logs too. The plug-in that does it lies in
+/// plugins/generic beside the running program.
 ProgramRun runWithUser(const QString& program, const QStringList& arguments, const QStringList& answers,
                        const QString& folder);

@@ -3,9 +3,11 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QDialogButtonBox>
 #include <QFile>
 #include <QGenericPlugin>
 #include <QMessageBox>
+#include <QMetaEnum>
 #include <QTimer>
 
 namespace {
@@ -53,9 +55,10 @@ private:
     void answer(QMessageBox& box, const QString& text)
     {
         note(box, box.windowTitle() + QStringLiteral(": ") + box.text());
+        const auto names = QMetaEnum::fromType<QDialogButtonBox::StandardButtons>();
         const QList<QAbstractButton*> buttons = box.buttons();
         for (QAbstractButton* button : buttons) {
-            if (button->text().remove(QLatin1Char('&')).compare(text, Qt::CaseInsensitive) == 0)
+            if (text == QLatin1String(names.valueToKey(box.standardButton(button))))
                 return button->click();
         }
         box.close();

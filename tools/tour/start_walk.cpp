@@ -14,10 +14,6 @@
 
 namespace {
 
-const QString kQuestion =
-    QStringLiteral("Error: Driver not installed, about to install virtual USB bus driver! Please confirm "
-                   "that driver signature enforcement is disabled!");
-
 class StartWalk
 {
 public:
@@ -30,6 +26,9 @@ private:
     void showSeen(const QString& name, int number, const QString& detail);
 
     Tour& m_tour;
+    const QString m_question = m_tour.said("Error") + QStringLiteral(": ") +
+                               m_tour.said("Driver not installed, about to install virtual USB bus driver! Please "
+                                           "confirm that driver signature enforcement is disabled!");
     QTemporaryDir m_folder;
     std::filesystem::path m_tree = driver::simulatedTreeFile(QCoreApplication::applicationDirPath().toStdU16String());
 };
@@ -38,14 +37,14 @@ void StartWalk::run()
 {
     std::filesystem::remove(m_tree);
     m_tour.step(QStringLiteral("first-start-refused"), [this] {
-        const ProgramRun run = start(QStringLiteral("no"), {kQuestion});
+        const ProgramRun run = start(QStringLiteral("No"), {m_question});
         showSeen(QStringLiteral("driver-question-no"), 1, QStringLiteral("answered with No"));
         Tour::require(run.exitCode == 255, QStringLiteral("exit code %1").arg(run.exitCode));
         Tour::require(!std::filesystem::exists(m_tree), QStringLiteral("the engine was called"));
         return QStringLiteral("a No ends the program with exit code 255, and nothing was changed");
     });
     m_tour.step(QStringLiteral("first-start-accepted"), [this] {
-        const ProgramRun run = start(QStringLiteral("yes"), {kQuestion, QStringLiteral("window Plugboard")});
+        const ProgramRun run = start(QStringLiteral("Yes"), {m_question, QStringLiteral("window Plugboard")});
         showSeen(QStringLiteral("driver-question-yes"), 1, QStringLiteral("answered with Yes"));
         showSeen(QStringLiteral("window-after-yes"), 2, QStringLiteral("the window appears"));
         Tour::require(run.exitCode == 0, QStringLiteral("exit code %1").arg(run.exitCode));
@@ -55,7 +54,7 @@ void StartWalk::run()
         return QStringLiteral("a Yes installs the sample package and opens the window");
     });
     m_tour.step(QStringLiteral("second-start"), [this] {
-        const ProgramRun run = start(QStringLiteral("no"), {QStringLiteral("window Plugboard")});
+        const ProgramRun run = start(QStringLiteral("No"), {QStringLiteral("window Plugboard")});
         Tour::require(run.exitCode == 0, QStringLiteral("exit code %1").arg(run.exitCode));
         return QStringLiteral("the driver is there: the window appears without a question");
     });
@@ -67,7 +66,9 @@ ProgramRun StartWalk::start(const QString& answer, const QStringList& expected)
     const QString program =
         QStandardPaths::findExecutable(QStringLiteral("plugboard"), {QCoreApplication::applicationDirPath()});
     QFile::remove(m_folder.filePath(QString::fromLatin1(kSeenFile)));
-    const ProgramRun run = runWithUser(program, {QStringLiteral("--demo")}, {answer}, m_folder.path());
+    const ProgramRun run =
+        runWithUser(program, {QStringLiteral("--demo"), QStringLiteral("--language"), languageWord(m_tour.language())},
+                    {answer}, m_folder.path());
     Tour::require(run.seen == expected, QStringLiteral("seen: ") + run.seen.join(QStringLiteral(" | ")));
     return run;
 }

@@ -38,6 +38,8 @@ public:
     /// Runs the event loop until `condition` holds; fails the running step after a minute.
     static void waitUntil(const std::function<bool()>& condition, const QString& what);
 
+    Language language() const { return m_language; }
+
     /// How an English text of ours, or its beginning up to the first value, reads in the language of this tour.
     QString said(const char* english) const;
 

@@ -3,5 +3,5 @@
 
 #include <QString>
 
-/// "Oct  6 2025": month, day padded to two characters with a blank, year. SOURCE_DATE_EPOCH sets it at build time.
+/// "Oct  6 2025": month, day padded to two characters with a blank, year. The day is UTC's, or that of SOURCE_DATE_EPOCH.
 QString buildDate();

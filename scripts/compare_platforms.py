@@ -43,6 +43,8 @@ DRIVER_COMMANDS = INSTALLATION + [  # each with its exit code
     (0, ["remove", "root\\VUBUS"]),
     (0, ["dp_delete", "vusbbus.inf\\..\\oem0.inf"]),
     (0, ["help", "sethwid"]),
+    (0, ["--help"]),
+    (0, ["--version"]),
     (3, ["no_such_command"]),
 ]
 

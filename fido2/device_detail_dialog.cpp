@@ -100,6 +100,8 @@ QWidget* DeviceDetailDialog::buildPinGroup()
     row->addStretch();
     form->addRow(QString(), row);
     connect(set, &QPushButton::clicked, this, &DeviceDetailDialog::onSetPin);
+    connect(m_pin, &QLineEdit::returnPressed, this, &DeviceDetailDialog::onSetPin);
+    connect(m_confirmation, &QLineEdit::returnPressed, this, &DeviceDetailDialog::onSetPin);
     return group;
 }
 
@@ -143,9 +145,13 @@ void DeviceDetailDialog::showDevice()
     showText(m_summary, credentialSummary(m_file.path(), m_file.credentials()));
 }
 
-void DeviceDetailDialog::complain(const QString& text)
+void DeviceDetailDialog::complain(const QString& text, QLineEdit* field)
 {
     m_prompter.warning(this, tr("Error"), text);
+    if (!field)
+        return;
+    field->setFocus();
+    field->selectAll();
 }
 
 void DeviceDetailDialog::onSetPin()
@@ -154,13 +160,13 @@ void DeviceDetailDialog::onSetPin()
     case PinCheck::Ok:
         break;
     case PinCheck::Empty:
-        complain(tr("Please enter a PIN"));
+        complain(tr("Please enter a PIN"), m_pin);
         return;
     case PinCheck::WrongLength:
-        complain(tr("PIN must be 4-63 characters long"));
+        complain(tr("PIN must be 4-63 characters long"), m_pin);
         return;
     case PinCheck::Mismatch:
-        complain(tr("PIN confirmation does not match"));
+        complain(tr("PIN confirmation does not match"), m_confirmation);
         return;
     }
     switch (m_file.setPin(m_pin->text(), m_serialNumber)) {

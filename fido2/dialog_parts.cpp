@@ -3,8 +3,10 @@
 #include "fido2/shown_text.h"
 #include "ui/plain_tool_tip.h"
 
+#include <QAbstractItemView>
 #include <QFormLayout>
 #include <QGroupBox>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -14,6 +16,44 @@
 #include <QTextOption>
 
 namespace {
+
+bool isEnter(const QKeyEvent& event)
+{
+    return event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
+}
+
+/// A dialog would take an auto-default button, which answers Enter by itself, for its default one.
+class PlainButton final : public QPushButton
+{
+public:
+    using QPushButton::QPushButton;
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override
+    {
+        if (isEnter(*event))
+            click();
+        else
+            QPushButton::keyPressEvent(event);
+    }
+};
+
+class EnterFilter final : public QObject
+{
+public:
+    EnterFilter(QObject* parent, std::function<void()> action) : QObject(parent), m_action(std::move(action)) {}
+
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        if (event->type() != QEvent::KeyPress || !isEnter(*static_cast<QKeyEvent*>(event)))
+            return false;
+        m_action();
+        return true;
+    }
+
+private:
+    std::function<void()> m_action;
+};
 
 struct Shades
 {
@@ -54,7 +94,7 @@ QPushButton* makeColoredButton(const QString& text, ButtonColor color)
 
 QPushButton* makePlainButton(const QString& text)
 {
-    auto* button = new QPushButton(text);
+    auto* button = new PlainButton(text);
     button->setAutoDefault(false);
     constexpr int kSideMargin = 8;
     button->setMinimumWidth(button->sizeHint().width() + 2 * kSideMargin);
@@ -132,6 +172,18 @@ void showText(QTextEdit* box, const QString& text)
     cursor.setBlockFormat(format);
     cursor.insertText(text); // each line takes the format of the block it is split from
     box->moveCursor(QTextCursor::Start);
+}
+
+void onEnter(QAbstractItemView* view, std::function<void()> action)
+{
+    view->installEventFilter(new EnterFilter(view, std::move(action)));
+}
+
+QLabel* makeLabelFor(QWidget* field, const QString& text)
+{
+    auto* label = new QLabel(text);
+    label->setBuddy(field);
+    return label;
 }
 
 QLabel* makeHeading(const QString& text, int pixels)

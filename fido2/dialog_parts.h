@@ -3,6 +3,9 @@
 
 #include <QString>
 
+#include <functional>
+
+class QAbstractItemView;
 class QFormLayout;
 class QGroupBox;
 class QLabel;
@@ -18,9 +21,11 @@ enum class ButtonColor
     Grey
 };
 
-/// White text on the colour; Enter elsewhere in the dialog does not press it.
-QPushButton* makeColoredButton(const QString& text, ButtonColor color);
+/// Enter presses the button while it has the focus, and from elsewhere in the dialog only when it is made the default.
 QPushButton* makePlainButton(const QString& text);
+
+/// The same in white text on the colour.
+QPushButton* makeColoredButton(const QString& text, ButtonColor color);
 
 /// A group with a form whose fields grow.
 QGroupBox* makeFormGroup(const QString& title, QFormLayout** form);
@@ -38,6 +43,12 @@ void showValue(QLineEdit* field, const QString& value);
 /// look like a line of its own.
 QTextEdit* makeReadOnlyText(const QString& objectName);
 void showText(QTextEdit* box, const QString& text);
+
+/// Calls `action` when Enter is pressed in `view`: what a double click on an entry does, from the keyboard.
+void onEnter(QAbstractItemView* view, std::function<void()> action);
+
+/// A label that names `field` to assistive tools.
+QLabel* makeLabelFor(QWidget* field, const QString& text);
 
 /// `pixels` high, bold.
 QLabel* makeHeading(const QString& text, int pixels);

@@ -76,6 +76,7 @@ void Fido2SettingDialog::buildLayout()
     auto* row = new QHBoxLayout;
     QPushButton* create = makeColoredButton(tr("Create FIDO2 Device"), ButtonColor::Green);
     create->setObjectName(QStringLiteral("create"));
+    create->setDefault(true);
     row->addStretch();
     row->addWidget(create);
     layout->addLayout(row);
@@ -123,7 +124,7 @@ QWidget* Fido2SettingDialog::buildDeviceGroup()
     serialRow->addWidget(generate);
     serialRow->addWidget(select);
     serialRow->addStretch();
-    form->addRow(tr("Device Serial Number:"), serialRow);
+    form->addRow(makeLabelFor(m_serial, tr("Device Serial Number:")), serialRow);
     m_supportsPin = new QCheckBox;
     m_supportsPin->setObjectName(QStringLiteral("supportsPin"));
     m_supportsPin->setChecked(true);
@@ -198,5 +199,6 @@ QTableWidget* Fido2SettingDialog::buildTable()
     table->verticalHeader()->setDefaultSectionSize(qMax(twoLines, keyFiles) + kPadding);
     table->setItemDelegateForColumn(int(CredentialColumn::KeyFiles), new KeyFilesDelegate(table));
     connect(table, &QTableWidget::itemDoubleClicked, this, &Fido2SettingDialog::onTableItemDoubleClicked);
+    onEnter(table, [this] { onEditCredential(); });
     return table;
 }

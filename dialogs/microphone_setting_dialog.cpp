@@ -4,6 +4,7 @@
 #include "dialogs/form_rows.h"
 #include "dialogs/network_row.h"
 #include "dialogs/path_edit.h"
+#include "ui/form_labels.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -64,7 +65,7 @@ void MicrophoneSettingDialog::layOut()
     buttons->button(QDialogButtonBox::Ok)->setDefault(true); // the keyboard's, wherever the focus is but on a button
     layout->addWidget(buttons);
 
-    alignLabels(findChildren<QFormLayout*>());
+    alignFormLabels(*this);
     // The width that every row needs, so that another source does not change it.
     const int width = sizeHint().width();
     showSourceRow(false);

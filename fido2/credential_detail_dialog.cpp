@@ -3,12 +3,13 @@
 #include "fido2/credential_texts.h"
 #include "fido2/dialog_parts.h"
 #include "fido2/shown_text.h"
+#include "ui/form_labels.h"
 
 #include <QFormLayout>
 #include <QGroupBox>
-#include <QHBoxLayout>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QVBoxLayout>
 
 namespace {
 
@@ -76,14 +77,11 @@ CredentialDetailDialog::CredentialDetailDialog(const QJsonObject& credential, QW
         addField(form, label, QLatin1String(key), file.isEmpty() ? tr("Not available") : file);
     }
 
-    auto* buttons = new QHBoxLayout;
     QPushButton* close = makeColoredButton(tr("Close"), ButtonColor::Grey);
     close->setObjectName(QStringLiteral("close"));
-    buttons->addStretch();
-    buttons->addWidget(close);
-    layout->addLayout(buttons);
+    layout->addLayout(makeButtonRow({close}));
     connect(close, &QPushButton::clicked, this, &CredentialDetailDialog::onClose);
-    alignForms(*this);
+    alignFormLabels(*this);
     constexpr int kWidth = 600;
     resize(kWidth, sizeHint().height());
     close->setFocus();

@@ -2,14 +2,15 @@
 
 #include "fido2/dialog_parts.h"
 #include "fido2/shown_text.h"
+#include "ui/form_labels.h"
 
 #include <QCheckBox>
 #include <QFormLayout>
 #include <QGroupBox>
-#include <QHBoxLayout>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
+#include <QVBoxLayout>
 
 namespace {
 
@@ -45,8 +46,8 @@ CredentialEditDialog::CredentialEditDialog(bool isNew, QWidget* parent, Fido2Env
     setWindowFlag(Qt::WindowContextHelpButtonHint, false);
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(buildFields());
-    layout->addWidget(buildButtons());
-    alignForms(*this);
+    layout->addLayout(buildButtons());
+    alignFormLabels(*this);
     constexpr int kWidth = 600;
     resize(kWidth, sizeHint().height());
 }
@@ -98,22 +99,16 @@ QWidget* CredentialEditDialog::buildFields()
     return fields;
 }
 
-QWidget* CredentialEditDialog::buildButtons()
+QLayout* CredentialEditDialog::buildButtons()
 {
-    auto* buttons = new QWidget;
-    auto* layout = new QHBoxLayout(buttons);
-    layout->setContentsMargins(0, 0, 0, 0);
     auto* save = new QPushButton(tr("Save"));
     save->setObjectName(QStringLiteral("save"));
     save->setDefault(true);
     auto* cancel = makePlainButton(tr("Cancel"));
     cancel->setObjectName(QStringLiteral("cancel"));
-    layout->addStretch();
-    layout->addWidget(save);
-    layout->addWidget(cancel);
     connect(save, &QPushButton::clicked, this, &CredentialEditDialog::onSave);
     connect(cancel, &QPushButton::clicked, this, &CredentialEditDialog::onCancel);
-    return buttons;
+    return makeButtonRow({save, cancel});
 }
 
 void CredentialEditDialog::setCredential(const QJsonObject& credential)

@@ -4,6 +4,7 @@
 #include "fido2/dialog_parts.h"
 #include "fido2/pin.h"
 #include "fido2/shown_text.h"
+#include "ui/form_labels.h"
 
 #include <QFormLayout>
 #include <QGroupBox>
@@ -49,14 +50,11 @@ DeviceDetailDialog::DeviceDetailDialog(const QString& credentialsPath, const QSt
     layout->addWidget(buildPinGroup());
     layout->addWidget(buildActions());
 
-    auto* buttons = new QHBoxLayout;
     QPushButton* close = makePlainButton(tr("Close"));
     close->setObjectName(QStringLiteral("close"));
-    buttons->addStretch();
-    buttons->addWidget(close);
-    layout->addLayout(buttons);
+    layout->addLayout(makeButtonRow({close}));
     connect(close, &QPushButton::clicked, this, &QDialog::reject);
-    alignForms(*this);
+    alignFormLabels(*this);
     constexpr int kWidth = 560;
     resize(kWidth, sizeHint().height());
     close->setFocus();

@@ -6,6 +6,7 @@
 #include <QAbstractItemView>
 #include <QFormLayout>
 #include <QGroupBox>
+#include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
@@ -92,6 +93,15 @@ QPushButton* makeColoredButton(const QString& text, ButtonColor color)
     return button;
 }
 
+QHBoxLayout* makeButtonRow(std::initializer_list<QPushButton*> buttons)
+{
+    auto* row = new QHBoxLayout;
+    row->addStretch();
+    for (QPushButton* button : buttons)
+        row->addWidget(button);
+    return row;
+}
+
 QPushButton* makePlainButton(const QString& text)
 {
     auto* button = new PlainButton(text);
@@ -108,23 +118,6 @@ QGroupBox* makeFormGroup(const QString& title, QFormLayout** form)
     (*form)->setFieldGrowthPolicy(QFormLayout::ExpandingFieldsGrow);
     (*form)->setLabelAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     return group;
-}
-
-void alignForms(const QWidget& window)
-{
-    QList<QWidget*> labels;
-    int widest = 0;
-    for (const QFormLayout* form : window.findChildren<QFormLayout*>()) {
-        for (int row = 0; row < form->rowCount(); ++row) {
-            QLayoutItem* item = form->itemAt(row, QFormLayout::LabelRole);
-            if (!item || !item->widget())
-                continue;
-            labels << item->widget();
-            widest = qMax(widest, item->widget()->sizeHint().width());
-        }
-    }
-    for (QWidget* label : qAsConst(labels))
-        label->setMinimumWidth(widest);
 }
 
 QLineEdit* makeReadOnlyField(const QString& objectName)

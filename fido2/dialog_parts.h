@@ -4,10 +4,12 @@
 #include <QString>
 
 #include <functional>
+#include <initializer_list>
 
 class QAbstractItemView;
 class QFormLayout;
 class QGroupBox;
+class QHBoxLayout;
 class QLabel;
 class QLineEdit;
 class QPushButton;
@@ -27,11 +29,11 @@ QPushButton* makePlainButton(const QString& text);
 /// The same in white text on the colour.
 QPushButton* makeColoredButton(const QString& text, ButtonColor color);
 
+/// The buttons at the right, on the lower edge of a dialog.
+QHBoxLayout* makeButtonRow(std::initializer_list<QPushButton*> buttons);
+
 /// A group with a form whose fields grow.
 QGroupBox* makeFormGroup(const QString& title, QFormLayout** form);
-
-/// Gives the labels of all forms in `window` the width of the widest, so that the fields of its groups line up.
-void alignForms(const QWidget& window);
 
 /// One line that can be selected and copied but not changed. A value from outside goes in by showValue().
 QLineEdit* makeReadOnlyField(const QString& objectName);

@@ -73,13 +73,10 @@ void Fido2SettingDialog::buildLayout()
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(buildDeviceGroup());
     layout->addWidget(buildCredentialsGroup(), 1);
-    auto* row = new QHBoxLayout;
     QPushButton* create = makeColoredButton(tr("Create FIDO2 Device"), ButtonColor::Green);
     create->setObjectName(QStringLiteral("create"));
     create->setDefault(true);
-    row->addStretch();
-    row->addWidget(create);
-    layout->addLayout(row);
+    layout->addLayout(makeButtonRow({create}));
     connect(create, &QPushButton::clicked, this, &Fido2SettingDialog::onCreateDevice);
     constexpr QSize kSize(1230, 680); // every column of the table at its width
     resize(kSize);

@@ -1,6 +1,7 @@
 #include "dialogs/camera_setting_dialog.h"
 #include "tests/dialogs/form.h"
 #include "tests/dialogs/sources.h"
+#include "tests/dialogs/values.h"
 #include "tests/support/scripted_prompter.h"
 #include "tests/support/suite_registry.h"
 
@@ -62,23 +63,7 @@ struct Fixture
         dialog.open();
     }
 
-    /// All that a device is created with, in its order.
-    QString values() const
-    {
-        const CameraSettings s = dialog.settings();
-        return QStringList{s.vid,
-                           s.pid,
-                           s.deviceName,
-                           s.usbVersion(),
-                           s.source(),
-                           QString::number(s.codecId()),
-                           QString::number(s.pixelFormat()),
-                           s.resolution,
-                           s.frameRate,
-                           s.uvcVersion(),
-                           s.isochronousActive ? QStringLiteral("iso") : QStringLiteral("bulk")}
-            .join(QLatin1Char('|'));
-    }
+    QString values() const { return valuesOf(dialog.settings()); }
 };
 
 } // namespace

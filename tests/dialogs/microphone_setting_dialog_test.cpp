@@ -1,6 +1,7 @@
 #include "dialogs/microphone_setting_dialog.h"
 #include "tests/dialogs/form.h"
 #include "tests/dialogs/sources.h"
+#include "tests/dialogs/values.h"
 #include "tests/support/scripted_prompter.h"
 #include "tests/support/suite_registry.h"
 
@@ -43,22 +44,7 @@ struct Fixture
 
     explicit Fixture(SourceCheck check = checkWithin()) : dialog(nullptr, prompter, check) { dialog.open(); }
 
-    /// All that a device is created with, in its order.
-    QString values() const
-    {
-        const MicrophoneSettings s = dialog.settings();
-        return QStringList{s.vid,
-                           s.pid,
-                           s.deviceName,
-                           s.usbVersion,
-                           s.uacVersion,
-                           s.realTime ? QStringLiteral("rt") : QStringLiteral("-"),
-                           s.source(),
-                           QString::number(s.channels),
-                           QString::number(s.sampleRate),
-                           s.loop ? QStringLiteral("loop") : QStringLiteral("once")}
-            .join(QLatin1Char('|'));
-    }
+    QString values() const { return valuesOf(dialog.settings()); }
 
     void update() { QMetaObject::invokeMethod(&dialog, "updateSampleRateOptions"); }
 };

@@ -45,11 +45,12 @@ CredentialEditDialog::CredentialEditDialog(bool isNew, QWidget* parent, Fido2Env
     setWindowTitle(isNew ? tr("Add New Credential") : tr("Edit Credential"));
     setWindowFlag(Qt::WindowContextHelpButtonHint, false);
     auto* layout = new QVBoxLayout(this);
-    layout->addWidget(buildFields());
+    QWidget* fields = buildFields();
+    alignFormLabels(*fields);
+    layout->addWidget(makeScrollable(fields));
     layout->addLayout(buildButtons());
-    alignFormLabels(*this);
     constexpr int kWidth = 600;
-    resize(kWidth, sizeHint().height());
+    resizeOnScreen(*this, sizeHint().expandedTo({kWidth, 0}));
 }
 
 QWidget* CredentialEditDialog::buildFields()

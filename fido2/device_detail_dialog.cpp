@@ -56,7 +56,7 @@ DeviceDetailDialog::DeviceDetailDialog(const QString& credentialsPath, const QSt
     connect(close, &QPushButton::clicked, this, &QDialog::reject);
     alignFormLabels(*this);
     constexpr int kWidth = 560;
-    resize(kWidth, sizeHint().height());
+    resizeOnScreen(*this, {kWidth, sizeHint().height()});
     close->setFocus();
     load();
 }
@@ -79,8 +79,8 @@ QWidget* DeviceDetailDialog::buildCredentialsGroup()
     auto* group = new QGroupBox(tr("Credentials Information"));
     auto* layout = new QVBoxLayout(group);
     m_summary = makeReadOnlyText(QStringLiteral("summary"));
-    constexpr int kLeastHeight = 150;
-    m_summary->setMinimumHeight(kLeastHeight);
+    constexpr int kLeastLines = 4; // on a low screen
+    m_summary->setMinimumHeight(kLeastLines * m_summary->fontMetrics().lineSpacing());
     layout->addWidget(m_summary);
     return group;
 }

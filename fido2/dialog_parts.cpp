@@ -4,6 +4,7 @@
 #include "ui/plain_tool_tip.h"
 
 #include <QAbstractItemView>
+#include <QApplication>
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
@@ -11,6 +12,9 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScreen>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QTextBlockFormat>
 #include <QTextCursor>
 #include <QTextEdit>
@@ -37,6 +41,33 @@ protected:
         else
             QPushButton::keyPressEvent(event);
     }
+};
+
+/// Asks for all that its content needs: the base asks for no more than 24 lines.
+class ContentArea final : public QScrollArea
+{
+public:
+    explicit ContentArea(QWidget* content)
+    {
+        setWidget(content);
+        setWidgetResizable(true);
+        setFrameShape(QFrame::NoFrame);
+        setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+        setFocusPolicy(Qt::NoFocus);
+        connect(qApp, &QApplication::focusChanged, this, [this](QWidget*, QWidget* now) {
+            if (now && isAncestorOf(now))
+                ensureWidgetVisible(now);
+        });
+    }
+
+    QSize sizeHint() const override { return widget()->sizeHint() + QSize(barWidth(), 0); }
+    QSize minimumSizeHint() const override
+    {
+        return {widget()->minimumSizeHint().width() + barWidth(), QScrollArea::minimumSizeHint().height()};
+    }
+
+private:
+    int barWidth() const { return verticalScrollBar()->sizeHint().width(); }
 };
 
 class EnterFilter final : public QObject
@@ -118,6 +149,17 @@ QGroupBox* makeFormGroup(const QString& title, QFormLayout** form)
     (*form)->setFieldGrowthPolicy(QFormLayout::ExpandingFieldsGrow);
     (*form)->setLabelAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     return group;
+}
+
+QWidget* makeScrollable(QWidget* content)
+{
+    return new ContentArea(content);
+}
+
+void resizeOnScreen(QWidget& dialog, QSize size)
+{
+    constexpr QSize kFrameAndTitle(16, 48);
+    dialog.resize(size.boundedTo(dialog.screen()->availableSize() - kFrameAndTitle));
 }
 
 QLineEdit* makeReadOnlyField(const QString& objectName)

@@ -13,6 +13,7 @@ class QHBoxLayout;
 class QLabel;
 class QLineEdit;
 class QPushButton;
+class QSize;
 class QTextEdit;
 class QWidget;
 
@@ -34,6 +35,12 @@ QHBoxLayout* makeButtonRow(std::initializer_list<QPushButton*> buttons);
 
 /// A group with a form whose fields grow.
 QGroupBox* makeFormGroup(const QString& title, QFormLayout** form);
+
+/// Takes `content`, which scrolls where the screen has no room for all of it. What gets the focus is scrolled to.
+QWidget* makeScrollable(QWidget* content);
+
+/// Resizes a dialog that is not shown yet to `size`, or to what its screen has room for.
+void resizeOnScreen(QWidget& dialog, QSize size);
 
 /// One line that can be selected and copied but not changed. A value from outside goes in by showValue().
 QLineEdit* makeReadOnlyField(const QString& objectName);

@@ -79,7 +79,7 @@ void Fido2SettingDialog::buildLayout()
     layout->addLayout(makeButtonRow({create}));
     connect(create, &QPushButton::clicked, this, &Fido2SettingDialog::onCreateDevice);
     constexpr QSize kSize(1230, 680); // every column of the table at its width
-    resize(kSize);
+    resizeOnScreen(*this, kSize);
 }
 
 QLineEdit* Fido2SettingDialog::addLine(QFormLayout* form, const QString& label, const QString& placeholder,
@@ -116,6 +116,8 @@ QWidget* Fido2SettingDialog::buildDeviceGroup()
     generate->setObjectName(QStringLiteral("generate"));
     QPushButton* select = makePlainButton(tr("Select Credentials File"));
     select->setObjectName(QStringLiteral("selectFile"));
+    constexpr int kFrameAndCursor = 16;
+    m_serial->setMinimumWidth(m_serial->fontMetrics().horizontalAdvance(m_serial->placeholderText()) + kFrameAndCursor);
     m_serial->setMaximumWidth(kFieldWidth);
     serialRow->addWidget(m_serial, 1);
     serialRow->addWidget(generate);

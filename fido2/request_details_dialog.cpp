@@ -34,6 +34,6 @@ RequestDetailsDialog::RequestDetailsDialog(const QString& operation, const QJson
     layout->addLayout(makeButtonRow({close}));
     connect(close, &QPushButton::clicked, this, &QDialog::accept);
     constexpr QSize kSize(680, 560);
-    resize(kSize);
+    resizeOnScreen(*this, kSize);
     close->setFocus();
 }

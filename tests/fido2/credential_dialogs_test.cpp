@@ -29,7 +29,10 @@ void CredentialDialogsTest::requiresFourFieldsInOrder()
     const KeyFolder folder;
     CredentialEditDialog editor(true, nullptr, folder.environment(), prompter);
     QCOMPARE(editor.windowTitle(), QStringLiteral("Add New Credential"));
+    editor.resize(600, 300); // as a low screen has it: the buttons stay, the field in question is scrolled to
     editor.show();
+    QVERIFY(QTest::qWaitForWindowActive(&editor));
+    QCOMPARE(editor.height(), 300);
     part(editor, "id")->setText(QStringLiteral("   "));
     const struct
     {
@@ -46,6 +49,7 @@ void CredentialDialogsTest::requiresFourFieldsInOrder()
         click(editor, "save");
         QCOMPARE(prompter.verify(), QString());
         QVERIFY(editor.focusWidget() == part(editor, field));
+        QVERIFY(!part(editor, field)->visibleRegion().isEmpty());
         part(editor, field)->setText(QStringLiteral("x"));
     }
     QTest::keyClick(part<QPushButton>(editor, "cancel"), Qt::Key_Return); // not the default button's

@@ -108,9 +108,22 @@ bool DeviceTable::viewportEvent(QEvent* event)
     if (event->type() != QEvent::ToolTip)
         return QTableWidget::viewportEvent(event);
     const auto* help = static_cast<QHelpEvent*>(event);
-    const QTableWidgetItem* cell = itemAt(help->pos());
-    QToolTip::showText(help->globalPos(), cell ? plainToolTip(cell->toolTip()) : QString(), viewport());
+    showToolTip(itemAt(help->pos()), help->globalPos());
     return true;
+}
+
+void DeviceTable::keyPressEvent(QKeyEvent* event)
+{
+    QTableWidget::keyPressEvent(event);
+    const QModelIndex current = currentIndex();
+    const QRect place = visualRect(current);
+    const bool isCut = current.isValid() && sizeHintForIndex(current).width() > place.width();
+    showToolTip(isCut ? currentItem() : nullptr, viewport()->mapToGlobal(place.bottomLeft()));
+}
+
+void DeviceTable::showToolTip(const QTableWidgetItem* cell, const QPoint& place)
+{
+    QToolTip::showText(place, cell ? plainToolTip(cell->toolTip()) : QString(), viewport());
 }
 
 int DeviceTable::firstFreeRow()

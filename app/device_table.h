@@ -49,6 +49,10 @@ protected:
     /// Shows tool tips letter by letter: a device's name may look like markup.
     bool viewportEvent(QEvent* event) override;
 
+    /// Who goes from cell to cell by keyboard sees the tool tip of each whose text is cut, as the pointer would.
+    void keyPressEvent(QKeyEvent* event) override;
+
 private:
+    void showToolTip(const QTableWidgetItem* cell, const QPoint& place);
     int firstFreeRow();
 };

@@ -23,10 +23,8 @@ class WindowTextsTest : public QObject
 private slots:
     void initTestCase();
     void cleanup();
-    void textsFit_data();
-    void textsFit();
-    void textsSpeakTheLanguage_data();
-    void textsSpeakTheLanguage();
+    void textsFitAndSpeakTheLanguage_data();
+    void textsFitAndSpeakTheLanguage();
     void buttonsOfBoxesSpeakTheLanguage();
     void clippedTextsAreFound_data();
     void clippedTextsAreFound();
@@ -52,26 +50,6 @@ bool isValue(const QString& text)
     return codes.match(text).hasMatch();
 }
 
-/// The usual size and a large one, as a user may set it for the whole desktop.
-constexpr int kSizes[] = {9, 14};
-
-void addRows(bool withSizes)
-{
-    QTest::addColumn<QString>("window");
-    QTest::addColumn<int>("language");
-    QTest::addColumn<int>("points");
-    AllWindows windows;
-    for (const WindowMaker& maker : windows.makers()) {
-        for (const Language language : {Language::English, Language::SimplifiedChinese}) {
-            for (const int points : kSizes) {
-                if (withSizes || points == kSizes[0])
-                    QTest::addRow("%s, %s, %d points", maker.name, qPrintable(languageWord(language)), points)
-                        << QString::fromLatin1(maker.name) << int(language) << points;
-            }
-        }
-    }
-}
-
 } // namespace
 
 void WindowTextsTest::initTestCase()
@@ -85,12 +63,22 @@ void WindowTextsTest::cleanup()
     QApplication::setFont(m_font);
 }
 
-void WindowTextsTest::textsFit_data()
+void WindowTextsTest::textsFitAndSpeakTheLanguage_data()
 {
-    addRows(true);
+    QTest::addColumn<QString>("window");
+    QTest::addColumn<int>("language");
+    QTest::addColumn<int>("points");
+    AllWindows windows;
+    for (const WindowMaker& maker : windows.makers()) {
+        for (const Language language : {Language::English, Language::SimplifiedChinese}) {
+            for (const int points : {9, 14}) // the usual size and a large one, as a user may set it for all programs
+                QTest::addRow("%s, %s, %d points", maker.name, qPrintable(languageWord(language)), points)
+                    << QString::fromLatin1(maker.name) << int(language) << points;
+        }
+    }
 }
 
-void WindowTextsTest::textsFit()
+void WindowTextsTest::textsFitAndSpeakTheLanguage()
 {
     QFETCH(QString, window);
     QFETCH(int, language);
@@ -100,41 +88,22 @@ void WindowTextsTest::textsFit()
     font.setPointSize(points);
     QApplication::setFont(font);
     AllWindows windows;
-    for (const WindowMaker& maker : windows.makers()) {
-        if (window != QLatin1String(maker.name))
-            continue;
-        const std::unique_ptr<QWidget> made = maker.make();
-        made->show();
-        QVERIFY(QTest::qWaitForWindowExposed(made.get()));
-        QCOMPARE(clippedTexts(*made).join(QLatin1Char('\n')), QString());
-    }
-}
+    const auto makers = windows.makers();
+    const auto maker = std::find_if(makers.begin(), makers.end(),
+                                    [&](const WindowMaker& each) { return window == QLatin1String(each.name); });
+    const std::unique_ptr<QWidget> made = maker->make();
+    made->show();
+    QVERIFY(QTest::qWaitForWindowExposed(made.get()));
+    QCOMPARE(clippedTexts(*made).join(QLatin1Char('\n')), QString());
 
-void WindowTextsTest::textsSpeakTheLanguage_data()
-{
-    addRows(false);
-}
-
-void WindowTextsTest::textsSpeakTheLanguage()
-{
-    QFETCH(QString, window);
-    QFETCH(int, language);
-    QVERIFY(speak(Language(language), *qApp));
-    AllWindows windows;
+    const QStringList texts = ownTexts(*made);
+    QVERIFY2(texts.size() > 1, "no text was found");
     QStringList foreign;
-    int texts = 0;
-    for (const WindowMaker& maker : windows.makers()) {
-        if (window != QLatin1String(maker.name))
-            continue;
-        const std::unique_ptr<QWidget> made = maker.make();
-        for (const QString& text : ownTexts(*made)) {
-            ++texts;
-            if (!isValue(text) && hasChinese(text) != (Language(language) == Language::SimplifiedChinese))
-                foreign << text;
-        }
+    for (const QString& text : texts) {
+        if (!isValue(text) && hasChinese(text) != (Language(language) == Language::SimplifiedChinese))
+            foreign << text;
     }
     QCOMPARE(foreign.join(QLatin1Char('\n')), QString());
-    QVERIFY2(texts > 1, "no text was found");
 }
 
 void WindowTextsTest::buttonsOfBoxesSpeakTheLanguage()

@@ -19,9 +19,9 @@ public:
 
     explicit DeviceTable(QWidget* parent = nullptr);
 
-    /// Fills the first row whose first cell is missing or empty, else a new one. Texts beyond the columns are dropped;
-    /// each cell has its text as tool tip; the icon, if any, goes into the first cell. The type is shown by its caption
-    /// in the window's language (see deviceTypeCaption()).
+    /// Fills the first row whose first cell is missing or empty, else a new one. Texts beyond the columns are dropped,
+    /// and so is what a text has beyond 1,000 letters; each cell has its text as tool tip; the icon, if any, goes into
+    /// the first cell. The type is shown by its caption in the window's language (see deviceTypeCaption()).
     void addDevice(const QStringList& cells, const QIcon& icon = {});
 
     /// Empties the table and gives it its ten rows; the headers stay.

@@ -26,7 +26,8 @@ public:
 
 QString plainToolTip(const QString& text)
 {
-    if (!Qt::mightBeRichText(text))
+    constexpr int kLongestLine = 100;
+    if (text.size() <= kLongestLine && !Qt::mightBeRichText(text))
         return text;
     return QStringLiteral("<span style=\"white-space:pre-wrap\">%1</span>").arg(text.toHtmlEscaped());
 }

@@ -115,8 +115,8 @@ void DeviceTableTest::identityNeedsBothCells()
 void DeviceTableTest::cutNameIsShownWhole()
 {
     DeviceTable table;
-    const QString name = QStringLiteral("<b>") + QString(200, QLatin1Char('x'));
-    table.addDevice(device(name));
+    const QString name = QStringLiteral("<b>") + QString(997, QLatin1Char('x'));
+    table.addDevice(device(name + QString(500000, QLatin1Char('y')))); // whose painting would take seconds
     table.show();
     const auto shown = [] {
         QTextDocument text; // a name that looks like markup must show as it was typed

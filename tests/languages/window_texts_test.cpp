@@ -6,14 +6,7 @@
 
 #include <QAbstractButton>
 #include <QApplication>
-#include <QGroupBox>
-#include <QHBoxLayout>
-#include <QHeaderView>
-#include <QLabel>
-#include <QLineEdit>
 #include <QMessageBox>
-#include <QPushButton>
-#include <QTableWidget>
 #include <QtTest>
 
 class WindowTextsTest : public QObject
@@ -26,8 +19,6 @@ private slots:
     void textsFitAndSpeakTheLanguage_data();
     void textsFitAndSpeakTheLanguage();
     void buttonsOfBoxesSpeakTheLanguage();
-    void clippedTextsAreFound_data();
-    void clippedTextsAreFound();
 
 private:
     QFont m_font;
@@ -123,41 +114,6 @@ void WindowTextsTest::buttonsOfBoxesSpeakTheLanguage()
     QVERIFY(!systemPrompter().question(nullptr, QStringLiteral("title"), QStringLiteral("text")));
     QCOMPARE(texts, QStringList({QStringLiteral("是(&Y)"), QStringLiteral("否(&N)")}));
     QCOMPARE(clipped, QStringList());
-}
-
-void WindowTextsTest::clippedTextsAreFound_data()
-{
-    QTest::addColumn<QString>("kind");
-    for (const char* kind : {"none", "label", "button", "header", "placeholder", "group", "out of the window"})
-        QTest::newRow(kind) << QString::fromLatin1(kind);
-}
-
-/// The measure must be able to fail: one text too long, of each kind.
-void WindowTextsTest::clippedTextsAreFound()
-{
-    QFETCH(QString, kind);
-    const auto text = [&kind](const char* which) {
-        return kind == QLatin1String(which) ? QString(60, QLatin1Char('w')) : QStringLiteral("w");
-    };
-    QWidget window;
-    window.setFixedSize(300, 300);
-    QLabel label(text("label"), &window);
-    label.setGeometry(0, 0, 100, 30);
-    QPushButton button(text("button"), &window);
-    button.setGeometry(0, 40, 100, 30);
-    QTableWidget table(1, 1, &window);
-    table.setGeometry(0, 80, 200, 60);
-    table.setHorizontalHeaderLabels({text("header")});
-    QLineEdit edit(&window);
-    edit.setGeometry(0, 150, 100, 30);
-    edit.setPlaceholderText(text("placeholder"));
-    QGroupBox group(text("group"), &window);
-    group.setGeometry(0, 190, 100, 60);
-    QLabel lower(QStringLiteral("w"), &window);
-    lower.setGeometry(0, kind == QLatin1String("out of the window") ? 290 : 260, 100, 30);
-    window.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
-    QCOMPARE(clippedTexts(window).size(), kind == QLatin1String("none") ? 0 : 1);
 }
 
 PLUGBOARD_SUITE(WindowTextsTest)

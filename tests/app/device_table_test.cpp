@@ -121,7 +121,7 @@ void DeviceTableTest::cutNameIsShownWhole()
     const auto shown = [] {
         QTextDocument text; // a name that looks like markup must show as it was typed
         text.setHtml(QToolTip::text());
-        return text.toPlainText();
+        return text.toPlainText().remove(QChar(0x200b)); // where a long word may break
     };
     const QPoint centre = table.visualItemRect(table.item(0, 0)).center();
     QHelpEvent help(QEvent::ToolTip, centre, table.viewport()->mapToGlobal(centre));

@@ -111,7 +111,8 @@ void DeviceLauncherTest::killedChildDoesNotRun()
 {
     const DeviceChildren children;
     const qint64 id = m_launcher.launchBare();
-    QVERIFY(ProcessSnapshot::take().contains(id));
+    QVERIFY(ProcessSnapshot::take().runsProgram(id, deviceProgramName()));
+    QVERIFY(!ProcessSnapshot::take().runsProgram(QCoreApplication::applicationPid(), deviceProgramName()));
     const KillCommand kill = killCommand(id);
     QCOMPARE(QProcess::execute(kill.program, kill.arguments), 0);
     QTRY_VERIFY_WITH_TIMEOUT(!ProcessSnapshot::take().contains(id), 20000);

@@ -11,6 +11,7 @@
 
 namespace {
 
+constexpr int kLongestText = 1000;       // a record may hold a million letters, which would take seconds to paint
 constexpr int kValueRole = Qt::UserRole; // of a cell that shows another text than was given: the given one
 
 QString textOf(const QTableWidgetItem* cell)
@@ -52,10 +53,11 @@ void DeviceTable::addDevice(const QStringList& cells, const QIcon& icon)
     const int row = firstFreeRow();
     const int count = std::min(cells.size(), columnCount());
     for (int column = 0; column < count; ++column) {
-        const QString shown = column == kTypeColumn ? deviceTypeCaption(cells[column]) : cells[column];
+        const QString value = cells[column].left(kLongestText);
+        const QString shown = column == kTypeColumn ? deviceTypeCaption(value) : value;
         auto* cell = new QTableWidgetItem(shown);
-        if (shown != cells[column])
-            cell->setData(kValueRole, cells[column]);
+        if (shown != value)
+            cell->setData(kValueRole, value);
         cell->setToolTip(shown);
         if (column == 0 && !icon.isNull())
             cell->setIcon(icon);
@@ -108,9 +110,23 @@ bool DeviceTable::viewportEvent(QEvent* event)
     if (event->type() != QEvent::ToolTip)
         return QTableWidget::viewportEvent(event);
     const auto* help = static_cast<QHelpEvent*>(event);
-    const QTableWidgetItem* cell = itemAt(help->pos());
-    QToolTip::showText(help->globalPos(), cell ? plainToolTip(cell->toolTip()) : QString(), viewport());
+    showToolTip(itemAt(help->pos()), help->globalPos());
     return true;
+}
+
+void DeviceTable::keyPressEvent(QKeyEvent* event)
+{
+    QTableWidget::keyPressEvent(event);
+    const QModelIndex current = currentIndex();
+    const QRect place = visualRect(current);
+    const QSize needed = sizeHintForIndex(current);
+    const bool isCut = needed.width() > place.width() || needed.height() > place.height();
+    showToolTip(isCut ? currentItem() : nullptr, viewport()->mapToGlobal(place.bottomLeft()));
+}
+
+void DeviceTable::showToolTip(const QTableWidgetItem* cell, const QPoint& place)
+{
+    QToolTip::showText(place, cell ? plainToolTip(cell->toolTip()) : QString(), viewport());
 }
 
 int DeviceTable::firstFreeRow()

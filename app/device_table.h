@@ -19,9 +19,9 @@ public:
 
     explicit DeviceTable(QWidget* parent = nullptr);
 
-    /// Fills the first row whose first cell is missing or empty, else a new one. Texts beyond the columns are dropped;
-    /// each cell has its text as tool tip; the icon, if any, goes into the first cell. The type is shown by its caption
-    /// in the window's language (see deviceTypeCaption()).
+    /// Fills the first row whose first cell is missing or empty, else a new one. Texts beyond the columns are dropped,
+    /// and so is what a text has beyond 1,000 letters; each cell has its text as tool tip; the icon, if any, goes into
+    /// the first cell. The type is shown by its caption in the window's language (see deviceTypeCaption()).
     void addDevice(const QStringList& cells, const QIcon& icon = {});
 
     /// Empties the table and gives it its ten rows; the headers stay.
@@ -49,6 +49,10 @@ protected:
     /// Shows tool tips letter by letter: a device's name may look like markup.
     bool viewportEvent(QEvent* event) override;
 
+    /// Who goes from cell to cell by keyboard sees the tool tip of each whose text is cut, as the pointer would.
+    void keyPressEvent(QKeyEvent* event) override;
+
 private:
+    void showToolTip(const QTableWidgetItem* cell, const QPoint& place);
     int firstFreeRow();
 };

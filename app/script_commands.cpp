@@ -75,6 +75,8 @@ ScriptResult deleteDevice(const DeviceRecordManager& records, qint64 processId,
     });
     if (!known)
         return {2, {}, QStringLiteral("No device with process id %1 is running.\n").arg(processId)};
+    if (!records.isDeviceProcess(processId))
+        return {2, {}, QStringLiteral("Process %1 is another program now; its device has ended.\n").arg(processId)};
 
     const EndProcessResult result = endProcess(toolFor(processId));
     if (!result.finished)

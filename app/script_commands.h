@@ -19,6 +19,7 @@ struct ScriptResult
 /// character), or a JSON array.
 ScriptResult listDevices(const DeviceRecordManager& records, bool json);
 
-/// Ends the device with that process id and removes its record. A process without a record is left alone.
+/// Ends the device with that process id and removes its record. A process without a record is left alone, and so is
+/// one that does not run the device program: a record can outlive its process, whose id another program then gets.
 ScriptResult deleteDevice(const DeviceRecordManager& records, qint64 processId,
                           const std::function<KillCommand(qint64)>& toolFor = killCommand);

@@ -61,7 +61,7 @@ void push(DeviceProcess& process, const QByteArray& message)
 DeviceLauncher::DeviceLauncher() : DeviceLauncher(QCoreApplication::applicationDirPath())
 {}
 
-DeviceLauncher::DeviceLauncher(const QString& folder) : m_program(folder + QStringLiteral("/usb-daemon.exe"))
+DeviceLauncher::DeviceLauncher(const QString& folder) : m_program(folder + QLatin1Char('/') + deviceProgramName())
 {}
 
 std::optional<qint64> DeviceLauncher::launch(const QString& joinedParameters) const
@@ -82,6 +82,11 @@ qint64 DeviceLauncher::launchBare() const
 {
     const DeviceProcess* process = start(m_program);
     return process ? process->processId() : 0;
+}
+
+QString deviceProgramName()
+{
+    return QStringLiteral("usb-daemon.exe");
 }
 
 QByteArray parameterMessage(const QString& joinedParameters, const QByteArray& publicKeyPem)

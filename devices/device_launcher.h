@@ -30,5 +30,8 @@ private:
     QString m_program;
 };
 
+/// File name of the program that every device process runs.
+QString deviceProgramName();
+
 /// The base64 text of the encrypted parameters and one line feed, made with the PEM key.
 QByteArray parameterMessage(const QString& joinedParameters, const QByteArray& publicKeyPem);

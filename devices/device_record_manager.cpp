@@ -1,5 +1,6 @@
 #include "devices/device_record_manager.h"
 
+#include "devices/device_launcher.h"
 #include "devices/device_type.h"
 #include "devices/log.h"
 
@@ -137,6 +138,11 @@ bool DeviceRecordManager::remove(const QString& fileName) const
 bool DeviceRecordManager::isProcessRunning(qint64 processId) const
 {
     return m_takeSnapshot().contains(processId);
+}
+
+bool DeviceRecordManager::isDeviceProcess(qint64 processId) const
+{
+    return m_takeSnapshot().runsProgram(processId, deviceProgramName());
 }
 
 QList<DeviceRecordManager::RestoredDevice> DeviceRecordManager::restoreDevices() const

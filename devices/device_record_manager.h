@@ -44,6 +44,10 @@ public:
 
     bool isProcessRunning(qint64 processId) const;
 
+    /// Whether the process that has this id now runs the device program: the id in a record that was left behind may
+    /// belong to another program by now.
+    bool isDeviceProcess(qint64 processId) const;
+
     /// A record of a type that is known, whose running flag was set, and whether its process still runs.
     struct RestoredDevice
     {

@@ -16,8 +16,8 @@ public:
     /// A snapshot of the whole system; a failed one contains nothing and says so by valid().
     static ProcessSnapshot take();
 
-    /// A snapshot of just these ids, for tests.
-    explicit ProcessSnapshot(std::vector<std::uint32_t> ids);
+    /// A snapshot of just these ids, which all run `program`, for tests.
+    explicit ProcessSnapshot(const std::vector<std::uint32_t>& ids, const QString& program = {});
 
     /// What take() gives when the system refuses, for tests.
     static ProcessSnapshot failed() { return {}; }
@@ -25,10 +25,22 @@ public:
     bool valid() const { return m_valid; }
     bool contains(std::int64_t processId) const;
 
-private:
-    ProcessSnapshot() = default;
+    /// Whether that process is there and runs the program of this file name (without a folder), of at most 15 bytes:
+    /// Linux keeps no more of a name. Letter case does not count.
+    bool runsProgram(std::int64_t processId, const QString& fileName) const;
 
-    std::vector<std::uint32_t> m_ids; ///< sorted
+private:
+    struct Process
+    {
+        std::uint32_t id = 0;
+        QString program; ///< file name
+    };
+
+    ProcessSnapshot() = default;
+    static ProcessSnapshot of(std::vector<Process> processes);
+    const Process* find(std::int64_t processId) const;
+
+    std::vector<Process> m_processes; ///< sorted by id
     bool m_valid = false;
 };
 

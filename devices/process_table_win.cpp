@@ -27,11 +27,11 @@ ProcessSnapshot ProcessSnapshot::take()
     entry.dwSize = sizeof entry;
     if (!Process32FirstW(handle, &entry))
         return failed();
-    std::vector<std::uint32_t> ids;
+    std::vector<Process> processes;
     do
-        ids.push_back(entry.th32ProcessID);
+        processes.push_back({entry.th32ProcessID, QString::fromWCharArray(entry.szExeFile)});
     while (Process32NextW(handle, &entry));
-    return ProcessSnapshot(std::move(ids));
+    return of(std::move(processes));
 }
 
 KillCommand killCommand(std::int64_t processId)

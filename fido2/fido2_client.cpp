@@ -1,14 +1,12 @@
 #include "fido2/fido2_client.h"
 
+#include "devices/one_write.h"
 #include "fido2/fido2_message.h"
 #include "fido2/log.h"
 
 #include <QDateTime>
-#include <QDeadlineTimer>
 #include <QJsonDocument>
 
-#include <algorithm>
-#include <cctype>
 #include <limits>
 
 namespace {
@@ -17,32 +15,6 @@ constexpr int kConnectTimeoutMs = 5000;
 constexpr int kDisconnectTimeoutMs = 1000;
 constexpr int kRefuseTimeoutMs = 30000;
 constexpr int kMostAttempts = 5; // the last of them attempts nothing
-
-/// Smaller writes reach the reader in one piece on every system.
-constexpr int kSmallestPiece = 4096;
-constexpr int kPieceTimeoutMs = 50;
-/// Of all pieces together, however they are spaced: the windows stand still meanwhile.
-constexpr int kWriteTimeoutMs = 500;
-
-bool isOneMessage(const QByteArray& bytes)
-{
-    // Only what ends like an object is worth parsing.
-    const auto last =
-        std::find_if(bytes.rbegin(), bytes.rend(), [](char letter) { return !std::isspace(uchar(letter)); });
-    return last != bytes.rend() && *last == '}' && QJsonDocument::fromJson(bytes).isObject();
-}
-
-/// What the other end wrote at once, as far as `most` + 1 bytes: the system hands a large write over in pieces, which
-/// follow each other without a pause.
-QByteArray readOneWrite(QLocalSocket& socket, qint64 most)
-{
-    const QDeadlineTimer end(kWriteTimeoutMs);
-    QByteArray bytes = socket.read(most + 1);
-    while (bytes.size() >= kSmallestPiece && bytes.size() <= most && !end.hasExpired() && !isOneMessage(bytes) &&
-           socket.waitForReadyRead(kPieceTimeoutMs))
-        bytes += socket.read(most + 1 - bytes.size());
-    return bytes;
-}
 
 } // namespace
 

@@ -1,6 +1,7 @@
 #include "ui/plain_tool_tip.h"
 
 #include <QHelpEvent>
+#include <QRegularExpression>
 #include <QTextDocument>
 #include <QToolTip>
 #include <QWidget>
@@ -26,9 +27,12 @@ public:
 
 QString plainToolTip(const QString& text)
 {
-    if (!Qt::mightBeRichText(text))
+    constexpr int kLongestLine = 100;
+    if (text.size() <= kLongestLine && !Qt::mightBeRichText(text))
         return text;
-    return QStringLiteral("<span style=\"white-space:pre-wrap\">%1</span>").arg(text.toHtmlEscaped());
+    static const QRegularExpression longWord(QStringLiteral("(\\S{50})"));
+    const QString breakable = QString(text).replace(longWord, QStringLiteral("\\1\u200b")); // a blank without width
+    return QStringLiteral("<span style=\"white-space:pre-wrap\">%1</span>").arg(breakable.toHtmlEscaped());
 }
 
 void showToolTipUnstyled(QWidget* widget)

@@ -3,8 +3,9 @@
 
 #include <QString>
 
-/// `text` in a form that QToolTip shows letter by letter: Qt takes text that looks like markup for rich text, so such
-/// text comes back escaped; other text comes back unchanged.
+/// `text` in a form that QToolTip shows letter by letter and whole: Qt takes text that looks like markup for rich text,
+/// and wraps only rich text, so text that looks so or is longer than a line comes back as rich text that says it; other
+/// text comes back unchanged.
 QString plainToolTip(const QString& text);
 
 class QWidget;

@@ -12,13 +12,9 @@ class BusDriverCheckTest : public QObject
     Q_OBJECT
 
 private slots:
-    void presentDriverShowsNoBox();
-    void noEndsWithoutCallingTheEngine();
-    void yesInstallsThePackage();
-    void failedInstallationCostsThreeChecks();
-    void driverThatShowsUpLateIsWaitedFor();
+    void onlyWhatTheChecksFindCounts_data();
+    void onlyWhatTheChecksFindCounts();
     void withoutRightsBothCommandsGoThroughOnePrompt();
-    void refusedRightsAreAFailedInstallation();
 };
 
 namespace {
@@ -26,6 +22,10 @@ namespace {
 const QString kQuestion =
     QStringLiteral("Driver not installed, about to install virtual USB bus driver! Please confirm "
                    "that driver signature enforcement is disabled!");
+
+constexpr const char* kPresent = "a driver that is there shows no box";
+constexpr const char* kLate = "a driver that shows up late is waited for";
+constexpr const char* kRefused = "refused rights are a failed installation";
 
 /// A simulated system in a folder of its own, with or without the driver package beside the "program".
 struct Fixture
@@ -55,58 +55,45 @@ struct Fixture
 
 } // namespace
 
-void BusDriverCheckTest::presentDriverShowsNoBox()
+void BusDriverCheckTest::onlyWhatTheChecksFindCounts_data()
 {
-    Fixture fixture(true);
-    auto setup = fixture.setup();
-    setup.install();
-    QVERIFY(ensureBusDriver(setup, {}, fixture.prompter));
-    QCOMPARE(fixture.prompter.verify(), QString());
-    QCOMPARE(fixture.sleeps, 0);
-}
-
-void BusDriverCheckTest::noEndsWithoutCallingTheEngine()
-{
-    Fixture fixture(true);
-    auto setup = fixture.setup();
-    fixture.prompter.expectQuestion(QStringLiteral("Error"), kQuestion, false);
-    QVERIFY(!ensureBusDriver(setup, {}, fixture.prompter));
-    QCOMPARE(fixture.prompter.verify(), QString());
-    QVERIFY2(!std::filesystem::exists(fixture.tree), "the system was changed");
-}
-
-void BusDriverCheckTest::yesInstallsThePackage()
-{
-    Fixture fixture(true);
-    auto setup = fixture.setup();
-    fixture.prompter.expectQuestion(QStringLiteral("Error"), kQuestion, true);
-    QVERIFY(ensureBusDriver(setup, {}, fixture.prompter));
-    QCOMPARE(fixture.prompter.verify(), QString());
-    QVERIFY(setup.installed());
-}
-
-void BusDriverCheckTest::failedInstallationCostsThreeChecks()
-{
-    Fixture fixture(false);
-    auto setup = fixture.setup();
-    fixture.prompter.expectQuestion(QStringLiteral("Error"), kQuestion, true);
-    fixture.prompter.expectInformation(QStringLiteral("Error"), QStringLiteral("Driver installation failed!"));
-    QVERIFY(!ensureBusDriver(setup, {}, fixture.prompter));
-    QCOMPARE(fixture.prompter.verify(), QString());
-    QCOMPARE(fixture.sleeps, 3);
-}
-
-void BusDriverCheckTest::driverThatShowsUpLateIsWaitedFor()
-{
-    Fixture fixture(false);
-    auto setup = fixture.setup();
-    fixture.whileAsleep = [&] {
-        QFile::copy(QStringLiteral(SAMPLE_DRIVER_PACKAGE), fixture.folder.filePath(QStringLiteral("vusbbus.inf")));
-        setup.install();
+    QTest::addColumn<bool>("hasPackage");
+    QTest::addColumn<QString>("boxes"); ///< question and failure
+    QTest::addColumn<bool>("isThere");
+    QTest::addColumn<int>("sleeps");
+    const auto row = [](const char* name, bool hasPackage, const char* boxes, bool isThere, int sleeps) {
+        QTest::newRow(name) << hasPackage << QString::fromLatin1(boxes) << isThere << sleeps;
     };
-    fixture.prompter.expectQuestion(QStringLiteral("Error"), kQuestion, true);
-    QVERIFY(ensureBusDriver(setup, {}, fixture.prompter));
-    QCOMPARE(fixture.sleeps, 1);
+    row(kPresent, true, "", true, 0);
+    row("a failed installation costs three checks", false, "qf", false, 3);
+    row(kLate, false, "q", true, 1);
+    row(kRefused, true, "qf", false, 3);
+}
+
+void BusDriverCheckTest::onlyWhatTheChecksFindCounts()
+{
+    QFETCH(bool, hasPackage);
+    QFETCH(QString, boxes);
+    const QByteArray name = QTest::currentDataTag();
+    Fixture fixture(hasPackage);
+    auto setup = fixture.setup();
+    if (name == kPresent)
+        setup.install();
+    if (name == kLate)
+        fixture.whileAsleep = [&] {
+            QFile::copy(QStringLiteral(SAMPLE_DRIVER_PACKAGE), fixture.folder.filePath(QStringLiteral("vusbbus.inf")));
+            setup.install();
+        };
+    if (boxes.contains(QLatin1Char('q')))
+        fixture.prompter.expectQuestion(QStringLiteral("Error"), kQuestion, true);
+    if (boxes.contains(QLatin1Char('f')))
+        fixture.prompter.expectInformation(QStringLiteral("Error"), QStringLiteral("Driver installation failed!"));
+    const ElevatedDriver refusal = [](const auto&) { return std::nullopt; };
+    QTEST(ensureBusDriver(setup, name == kRefused ? refusal : ElevatedDriver(), fixture.prompter), "isThere");
+    QCOMPARE(fixture.prompter.verify(), QString());
+    QTEST(fixture.sleeps, "sleeps");
+    if (name == kRefused)
+        QVERIFY2(!std::filesystem::exists(fixture.tree), "the system was changed");
 }
 
 /// The real plugboard-driver stands for the elevated one, in a folder whose name needs quoting.
@@ -140,19 +127,6 @@ void BusDriverCheckTest::withoutRightsBothCommandsGoThroughOnePrompt()
                                              L"usbredir", L"install",  inf,       L"root\\VUBUS"};
     QVERIFY2(calls == decltype(calls){expected},
              "the elevated program was not handed both commands, whole, in one call");
-}
-
-void BusDriverCheckTest::refusedRightsAreAFailedInstallation()
-{
-    Fixture fixture(true);
-    auto setup = fixture.setup();
-    fixture.prompter.expectQuestion(QStringLiteral("Error"), kQuestion, true);
-    fixture.prompter.expectInformation(QStringLiteral("Error"), QStringLiteral("Driver installation failed!"));
-    QVERIFY(!ensureBusDriver(
-        setup, [](const auto&) { return std::nullopt; }, fixture.prompter));
-    QCOMPARE(fixture.prompter.verify(), QString());
-    QCOMPARE(fixture.sleeps, 3);
-    QVERIFY2(!std::filesystem::exists(fixture.tree), "the commands ran without the rights");
 }
 
 PLUGBOARD_SUITE(BusDriverCheckTest)

@@ -4,8 +4,7 @@
 #include "tests/dialogs/form.h"
 #include "tests/support/scripted_prompter.h"
 #include "tests/support/suite_registry.h"
-
-#include <QTimer>
+#include "tests/support/when_opens.h"
 
 /// The creation slots that ask first, with real device processes in the test's folder.
 class CreationDialogsTest : public QObject
@@ -20,23 +19,6 @@ private slots:
 private:
     DeviceRecordManager m_records;
 };
-
-namespace {
-
-/// Runs `react` on the modal dialog that is about to open.
-void whenDialogOpens(const std::function<void(QDialog&)>& react)
-{
-    auto* timer = new QTimer(qApp);
-    QObject::connect(timer, &QTimer::timeout, timer, [timer, react] {
-        if (auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget())) {
-            timer->deleteLater();
-            react(*dialog);
-        }
-    });
-    timer->start(1);
-}
-
-} // namespace
 
 void CreationDialogsTest::cleanup()
 {
@@ -76,7 +58,7 @@ void CreationDialogsTest::createsWhatWasAccepted()
     MainWindow window(nullptr, prompter);
     const QString rowsBefore = window.deviceTable().cellTexts(0).join(QLatin1Char('|'));
     bool hadParent = true;
-    whenDialogOpens([&](QDialog& dialog) {
+    whenOpens({}, [&](QDialog& dialog) {
         hadParent = dialog.parentWidget() != nullptr;
         const Form form(dialog);
         form.type(field.toLatin1().constData(), text);

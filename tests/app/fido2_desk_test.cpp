@@ -5,8 +5,8 @@
 #include "fido2/fido2_channels.h"
 #include "tests/support/scripted_prompter.h"
 #include "tests/support/suite_registry.h"
+#include "tests/support/when_opens.h"
 
-#include <QDialog>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QLineEdit>
@@ -48,22 +48,6 @@ private:
 namespace {
 
 constexpr qint64 kProcessId = 918;
-
-/// Runs `react` once on the modal dialog of that title when it is there, from the dialog's own event loop.
-template<typename React>
-void whenDialogOpens(const QString& title, React react)
-{
-    auto* timer = new QTimer(qApp);
-    QObject::connect(timer, &QTimer::timeout, timer, [timer, title, react] {
-        auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-        if (!dialog || !dialog->isVisible() || dialog->windowTitle() != title)
-            return;
-        timer->stop();
-        timer->deleteLater();
-        react(*dialog);
-    });
-    timer->start(1);
-}
 
 void click(const QDialog& dialog, const char* name)
 {
@@ -212,7 +196,7 @@ void Fido2DeskTest::aKeyHasDetails()
     file.close();
     window.deviceTable().addDevice({QStringLiteral("Key"), QString::number(kProcessId), {}, {}, {}, type});
     bool seen = false;
-    whenDialogOpens(QStringLiteral("Device Details - S1"), [&](QDialog& dialog) {
+    whenOpens(QStringLiteral("Device Details - S1"), [&](QDialog& dialog) {
         seen = true;
         dialog.reject();
     });
@@ -224,7 +208,7 @@ void Fido2DeskTest::aKeyHasDetails()
 void Fido2DeskTest::giveUpStartsNothing()
 {
     MainWindow window(nullptr, m_prompter, services());
-    whenDialogOpens(QStringLiteral("FIDO2 Device Configuration"), [](QDialog& dialog) { dialog.reject(); });
+    whenOpens(QStringLiteral("FIDO2 Device Configuration"), [](QDialog& dialog) { dialog.reject(); });
     window.onCreateFido2();
     QVERIFY(!QDir(m_folder->path()).exists(QStringLiteral("fido2")));
     QVERIFY(!window.deviceTable().identityAt(0));
@@ -243,14 +227,14 @@ void Fido2DeskTest::requestsAreAskedAndAnsweredInTurn()
     const auto asksFor = [](QDialog& dialog, const char* rpId) {
         return dialog.findChild<QTextEdit*>()->toPlainText().contains(QLatin1String(rpId));
     };
-    whenDialogOpens(kConfirmation, [&](QDialog& first) {
+    whenOpens(kConfirmation, [&](QDialog& first) {
         QVERIFY(asksFor(first, "first.example"));
         QSignalSpy arrived(window.findChild<Fido2Client*>(), &Fido2Client::userConfirmationRequestReceived);
         send(socket.get(), question("second.example")); // while the first dialog is open
         QTRY_COMPARE(arrived.size(), 1);
         QCOMPARE(QApplication::activeModalWidget(), &first);
         click(first, "confirm");
-        whenDialogOpens(kConfirmation, [&](QDialog& second) {
+        whenOpens(kConfirmation, [&](QDialog& second) {
             QCOMPARE(response(socket.get()).value(QStringLiteral("confirmed")), QJsonValue(true));
             QVERIFY(asksFor(second, "second.example"));
             second.close();
@@ -269,7 +253,7 @@ void Fido2DeskTest::aDeviceMayVanishWhileItsDialogIsOpen()
     saveRecord(QStringLiteral("Key"), QStringLiteral("S1"));
     MainWindow window(nullptr, m_prompter, services());
     bool answered = false;
-    whenDialogOpens(kConfirmation, [&](QDialog& dialog) {
+    whenOpens(kConfirmation, [&](QDialog& dialog) {
         device.reset();
         auto* client = window.findChild<Fido2Client*>();
         QTRY_VERIFY(!client->isConnected());
@@ -286,7 +270,7 @@ void Fido2DeskTest::anUnknownSenderIsAnsweredByNoOne()
 {
     MainWindow window(nullptr, m_prompter, services());
     bool answered = false;
-    whenDialogOpens(kConfirmation, [&](QDialog& dialog) {
+    whenOpens(kConfirmation, [&](QDialog& dialog) {
         QTest::ignoreMessage(QtWarningMsg, "No FIDO2 client found for process 0");
         click(dialog, "deny");
         answered = true;
@@ -309,7 +293,7 @@ void Fido2DeskTest::registersWithARealDevice()
         }
         return -1;
     };
-    whenDialogOpens(QStringLiteral("FIDO2 Device Configuration"), [&](QDialog& dialog) {
+    whenOpens(QStringLiteral("FIDO2 Device Configuration"), [&](QDialog& dialog) {
         dialog.findChild<QLineEdit*>(QStringLiteral("serialNumber"))->setText(serial);
         dialog.findChild<QLineEdit*>(QStringLiteral("deviceName"))->setText(serial);
         click(dialog, "create");
@@ -321,7 +305,7 @@ void Fido2DeskTest::registersWithARealDevice()
 
     auto* channels = window.findChild<Fido2Channels*>();
     QTRY_VERIFY_WITH_TIMEOUT(channels->clientOf(processId) && channels->clientOf(processId)->isConnected(), 30000);
-    whenDialogOpens(kConfirmation, [](QDialog& dialog) {
+    whenOpens(kConfirmation, [](QDialog& dialog) {
         dialog.findChild<QLineEdit*>(QStringLiteral("description"))->setText(QStringLiteral("mine"));
         click(dialog, "confirm");
     });

@@ -1,4 +1,5 @@
 // What only a Linux shell can do to the program.
+#include "tests/support/program_run.h"
 #include "tests/support/suite_registry.h"
 
 #include <QProcess>
@@ -23,8 +24,7 @@ void ProgramLinuxTest::lostOutputIsAFailure_data()
 void ProgramLinuxTest::lostOutputIsAFailure()
 {
     QFETCH(QString, arguments);
-    const QString program = QCoreApplication::applicationDirPath() + QStringLiteral("/plugboard");
-    const QString line = QStringLiteral("'%1' %2 >/dev/full").arg(program, arguments);
+    const QString line = QStringLiteral("'%1' %2 >/dev/full").arg(programBesideTest("plugboard"), arguments);
     QCOMPARE(QProcess::execute(QStringLiteral("sh"), {QStringLiteral("-c"), line}), 2);
 }
 

@@ -1,7 +1,6 @@
 #include "devices/device_record_manager.h"
 #include "devices/process_table.h"
-#include "driver/bus_driver_setup.h"
-#include "driver/platform/system_platform.h"
+#include "tests/support/bus_driver.h"
 #include "tests/support/program_run.h"
 #include "tests/support/suite_registry.h"
 
@@ -29,54 +28,13 @@ private slots:
     void badArgumentsExitWith2();
 
 private:
-    static void installDriver();
-    struct Output
-    {
-        int exitCode = -1;
-        QByteArray out;
-        QByteArray error;
-    };
-    Output run(const QStringList& arguments) const;
+    ProgramOutput run(const QStringList& arguments) const { return runBesideTest("plugboard", arguments); }
     QJsonArray listed() const;
 };
 
-namespace {
-
-QString program()
-{
-#ifdef Q_OS_WIN
-    return QCoreApplication::applicationDirPath() + QStringLiteral("/plugboard.exe");
-#else
-    return QCoreApplication::applicationDirPath() + QStringLiteral("/plugboard");
-#endif
-}
-
-QString packageFile()
-{
-    return QCoreApplication::applicationDirPath() + QStringLiteral("/vusbbus.inf");
-}
-
-std::filesystem::path treeFile()
-{
-    return driver::simulatedTreeFile(QCoreApplication::applicationDirPath().toStdU16String());
-}
-
-} // namespace
-
 void ProgramTest::initTestCase()
 {
-    installDriver();
-}
-
-/// The driver is there, so that the program starts without a question.
-void ProgramTest::installDriver()
-{
-    QFile::copy(QStringLiteral(SAMPLE_DRIVER_PACKAGE), packageFile());
-    const auto platform = driver::simulatedPlatform(treeFile());
-    driver::BusDriverSetup setup(*platform, QCoreApplication::applicationDirPath().toStdWString());
-    if (!setup.installed())
-        setup.install();
-    QVERIFY(setup.installed());
+    QVERIFY(installBusDriverBesideTest());
 }
 
 void ProgramTest::init()
@@ -91,15 +49,6 @@ void ProgramTest::cleanup()
         run({QStringLiteral("--delete"), QString::number(device[QStringLiteral("processId")].toInt())});
 }
 
-ProgramTest::Output ProgramTest::run(const QStringList& arguments) const
-{
-    QProcess process;
-    process.start(program(), arguments);
-    if (!process.waitForFinished(60000))
-        return {};
-    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
-}
-
 QJsonArray ProgramTest::listed() const
 {
     return QJsonDocument::fromJson(run({QStringLiteral("--list"), QStringLiteral("--json")}).out).array();
@@ -107,53 +56,43 @@ QJsonArray ProgramTest::listed() const
 
 void ProgramTest::asksForTheDriverAtTheFirstStart_data()
 {
-    QTest::addColumn<bool>("hasPackage");
-    QTest::addColumn<QStringList>("answers");
-    QTest::addColumn<QStringList>("seen");
+    QTest::addColumn<QString>("answer");
     QTest::addColumn<int>("exitCode");
-    QTest::addColumn<bool>("isInstalled");
-    const QString question = QStringLiteral("Error: Driver not installed, about to install virtual USB bus driver! "
-                                            "Please confirm that driver signature enforcement is disabled!");
-    const QString no = QStringLiteral("No");
-    const QString yes = QStringLiteral("Yes");
-    QTest::newRow("No ends the program") << true << QStringList{no} << QStringList{question} << 255 << false;
-    QTest::newRow("so does closing the question")
-        << true << QStringList{QStringLiteral("Close")} << QStringList{question} << 255 << false;
-    QTest::newRow("Yes installs and opens the window")
-        << true << QStringList{yes} << QStringList{question, QStringLiteral("window Plugboard")} << 0 << true;
-    QTest::newRow("Yes without a package beside the program")
-        << false << QStringList{yes, QStringLiteral("Ok")}
-        << QStringList{question, QStringLiteral("Error: Driver installation failed!")} << 255 << false;
+    QTest::newRow("No ends the program") << QStringLiteral("No") << 255;
+    QTest::newRow("so does closing the question") << QStringLiteral("Close") << 255;
+    QTest::newRow("Yes installs and opens the window") << QStringLiteral("Yes") << 0;
 }
 
 void ProgramTest::asksForTheDriverAtTheFirstStart()
 {
-    QFETCH(bool, hasPackage);
-    QFETCH(QStringList, answers);
-    std::filesystem::remove(treeFile());
-    if (!hasPackage)
-        QVERIFY(QFile::remove(packageFile()));
-
+    QFETCH(QString, answer);
+    std::filesystem::remove(deviceTreeBesideTest());
     const QTemporaryDir folder;
-    const ProgramRun run = runWithUser(program(), {QStringLiteral("--demo")}, answers, folder.path());
-    const bool changed = std::filesystem::exists(treeFile());
-    const auto platform = driver::simulatedPlatform(treeFile());
+    const ProgramRun run =
+        runWithUser(programBesideTest("plugboard"), {QStringLiteral("--demo")}, {answer}, folder.path());
+    const bool changed = std::filesystem::exists(deviceTreeBesideTest());
+    const auto platform = driver::simulatedPlatform(deviceTreeBesideTest());
     const bool installed = driver::BusDriverSetup(*platform, std::wstring()).installed();
-    installDriver();
+    QVERIFY(installBusDriverBesideTest());
 
-    QTEST(run.seen, "seen");
+    const bool isYes = answer == QLatin1String("Yes");
+    QStringList seen{QStringLiteral("Error: Driver not installed, about to install virtual USB bus driver! "
+                                    "Please confirm that driver signature enforcement is disabled!")};
+    if (isYes)
+        seen << QStringLiteral("window Plugboard");
+    QCOMPARE(run.seen, seen);
     QTEST(run.exitCode, "exitCode");
-    QTEST(installed, "isInstalled");
-    if (answers.first() != QLatin1String("Yes"))
-        QVERIFY2(!changed, "the driver engine was called");
+    QCOMPARE(installed, isYes);
+    QVERIFY2(changed == isYes, "the driver engine was called");
 }
 
 void ProgramTest::devicesOutliveTheProgramAndAreListedAndDeleted()
 {
     QProcess window;
-    window.start(program(), {QStringLiteral("--demo"), QStringLiteral("--create"), QStringLiteral("keyboard"),
-                             QStringLiteral("--create"), QStringLiteral("mouse"), QStringLiteral("--create"),
-                             QStringLiteral("usbip")});
+    window.start(programBesideTest("plugboard"),
+                 {QStringLiteral("--demo"), QStringLiteral("--create"), QStringLiteral("keyboard"),
+                  QStringLiteral("--create"), QStringLiteral("mouse"), QStringLiteral("--create"),
+                  QStringLiteral("usbip")});
     QVERIFY(window.waitForStarted());
     QTRY_COMPARE_WITH_TIMEOUT(listed().size(), 3, 60000);
     window.kill();
@@ -169,7 +108,7 @@ void ProgramTest::devicesOutliveTheProgramAndAreListedAndDeleted()
              QStringLiteral("keyboard Keyboard Device|mouse Mouse Device|usbip USBIP Device"));
 
     const int ended = devices[0].toObject()[QStringLiteral("processId")].toInt();
-    const Output removal = run({QStringLiteral("--delete"), QString::number(ended)});
+    const ProgramOutput removal = run({QStringLiteral("--delete"), QString::number(ended)});
     QCOMPARE(removal.error, QByteArray());
     QCOMPARE(removal.exitCode, 0);
     QVERIFY(!ProcessSnapshot::take().contains(ended));
@@ -180,9 +119,10 @@ void ProgramTest::createsFromSettingsWithoutADialog()
 {
     QProcess window;
     window.setWorkingDirectory(QDir::rootPath());
-    window.start(program(), QStringLiteral("--demo --create microphone --set realtime=on --set source=a.wav "
-                                           "--create camera --set resolution=1366x768 --set port=9")
-                                .split(QLatin1Char(' ')));
+    window.start(programBesideTest("plugboard"),
+                 QStringLiteral("--demo --create microphone --set realtime=on --set source=a.wav "
+                                "--create camera --set resolution=1366x768 --set port=9")
+                     .split(QLatin1Char(' ')));
     QVERIFY(window.waitForStarted());
     QTRY_COMPARE_WITH_TIMEOUT(listed().size(), 2, 60000);
     window.kill();
@@ -202,19 +142,26 @@ void ProgramTest::createsFromSettingsWithoutADialog()
 
 void ProgramTest::refusesToEndAProcessThatIsNoDevice()
 {
-    const qint64 own = QCoreApplication::applicationPid();
-    const Output result = run({QStringLiteral("--delete"), QString::number(own)});
+    // As left behind by a device whose id this process got afterwards.
+    DeviceRecord record;
+    record.deviceType = 3;
+    record.deviceName = QStringLiteral("left behind");
+    record.processId = QCoreApplication::applicationPid();
+    record.isRunning = true;
+    DeviceRecordManager().saveRecord(record);
+    const ProgramOutput result = run({QStringLiteral("--delete"), QString::number(record.processId)});
+    QVERIFY(QFile::remove(QCoreApplication::applicationDirPath() + QLatin1Char('/') + deviceRecordFileName(record)));
     QCOMPARE(result.exitCode, 2);
     QCOMPARE(QString::fromUtf8(result.error).trimmed(),
-             QStringLiteral("No device with process id %1 is running.").arg(own));
+             QStringLiteral("Process %1 is another program now; its device has ended.").arg(record.processId));
 }
 
 void ProgramTest::badArgumentsExitWith2()
 {
-    const Output result = run({QStringLiteral("--create"), QStringLiteral("toaster")});
+    const ProgramOutput result = run({QStringLiteral("--create"), QStringLiteral("toaster")});
     QCOMPARE(result.exitCode, 2);
     QVERIFY2(result.error.startsWith("Unknown device type 'toaster'."), result.error.constData());
-    const Output setting = run(
+    const ProgramOutput setting = run(
         {QStringLiteral("--create"), QStringLiteral("camera"), QStringLiteral("--set"), QStringLiteral("rate=fast")});
     QCOMPARE(setting.exitCode, 2);
     QVERIFY2(setting.error.startsWith("--create camera: 'fast' is no value for rate;"), setting.error.constData());

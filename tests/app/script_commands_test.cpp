@@ -24,6 +24,7 @@ private:
 
     QTemporaryDir m_folder;
     std::vector<std::uint32_t> m_running{42};
+    QString m_program = QStringLiteral("usb-daemon.exe"); ///< of all that run
 };
 
 std::unique_ptr<DeviceRecordManager> ScriptCommandsTest::records()
@@ -31,7 +32,8 @@ std::unique_ptr<DeviceRecordManager> ScriptCommandsTest::records()
     QFile file(m_folder.filePath(QStringLiteral("device_x_42.json")));
     if (file.open(QIODevice::WriteOnly))
         file.write(R"({"deviceType":6,"deviceName":"a\nb\tc\u001b[2Jd","processId":"42","isRunning":true})");
-    return std::make_unique<DeviceRecordManager>(m_folder.path(), [this] { return ProcessSnapshot(m_running); });
+    return std::make_unique<DeviceRecordManager>(m_folder.path(),
+                                                 [this] { return ProcessSnapshot(m_running, m_program); });
 }
 
 void ScriptCommandsTest::listsOneLineADevice()
@@ -44,21 +46,28 @@ void ScriptCommandsTest::listsOneLineADevice()
 void ScriptCommandsTest::deletes_data()
 {
     QTest::addColumn<qint64>("processId");
+    QTest::addColumn<QString>("program");
     QTest::addColumn<int>("exitCode"); // of the tool; -1: it cannot be run
     QTest::addColumn<QString>("error");
-    QTest::newRow("a device ends and its record goes") << qint64(42) << 0 << "";
-    QTest::newRow("a process that is no device is left alone")
-        << qint64(43) << 0 << "No device with process id 43 is running.\n";
-    QTest::newRow("a failing tool is told") << qint64(42) << 3 << "Failed to terminate process ID: 42\nError code: 3\n";
-    QTest::newRow("a missing tool is told") << qint64(42) << -1 << "Process termination timed out\n";
+    const QString device = m_program;
+    QTest::newRow("a device ends and its record goes") << qint64(42) << device << 0 << "";
+    QTest::newRow("a process without a record is left alone")
+        << qint64(43) << device << 0 << "No device with process id 43 is running.\n";
+    QTest::newRow("so is a program that got the id of a device whose record was left behind")
+        << qint64(42) << "editor" << 0 << "Process 42 is another program now; its device has ended.\n";
+    QTest::newRow("a failing tool is told")
+        << qint64(42) << device << 3 << "Failed to terminate process ID: 42\nError code: 3\n";
+    QTest::newRow("a missing tool is told") << qint64(42) << device << -1 << "Process termination timed out\n";
 }
 
 void ScriptCommandsTest::deletes()
 {
     QFETCH(qint64, processId);
+    QFETCH(QString, program);
     QFETCH(int, exitCode);
     QFETCH(QString, error);
     m_running = {42, 43};
+    m_program = program;
     const auto manager = records();
     const auto toolFor = [&](qint64 ended) {
         if (exitCode == 0)

@@ -2,8 +2,8 @@
 
 #include "devices/process_table.h"
 #include "tests/devices/device_children.h"
-#include "tests/devices/rsa_key_pair.h"
 #include "tests/support/suite_registry.h"
+#include "tools/usb_daemon/message_decoder.h"
 
 #include <QtTest>
 
@@ -38,9 +38,9 @@ void DeviceLauncherTest::handsOverTheMessage()
 
     QFile keyFile(QStringLiteral(DEV_PRIVATE_KEY));
     if (keyFile.open(QIODevice::ReadOnly)) { // absent when the build was given its public key
-        const RsaKeyPair pair = RsaKeyPair::fromPrivatePem(keyFile.readAll());
-        QVERIFY(pair.valid());
-        QCOMPARE(pair.decryptBlob(QByteArray::fromBase64(message)), joined.toUtf8());
+        const auto key = deviceKeyFromPem(keyFile.readAll());
+        QCOMPARE(key.fault(), QString());
+        QCOMPARE(decodeMessage(message.chopped(1), key.value()).value(), joined);
     }
     QVERIFY(ProcessSnapshot::take().contains(*id));
     QVERIFY2(!children.hasReport(*id, "eof"), "standard input must stay open");
@@ -111,7 +111,8 @@ void DeviceLauncherTest::killedChildDoesNotRun()
 {
     const DeviceChildren children;
     const qint64 id = m_launcher.launchBare();
-    QVERIFY(ProcessSnapshot::take().contains(id));
+    QVERIFY(ProcessSnapshot::take().runsProgram(id, deviceProgramName()));
+    QVERIFY(!ProcessSnapshot::take().runsProgram(QCoreApplication::applicationPid(), deviceProgramName()));
     const KillCommand kill = killCommand(id);
     QCOMPARE(QProcess::execute(kill.program, kill.arguments), 0);
     QTRY_VERIFY_WITH_TIMEOUT(!ProcessSnapshot::take().contains(id), 20000);

@@ -1,6 +1,5 @@
 #include "devices/device_record.h"
 
-#include "devices/device_type.h"
 #include "tests/support/suite_registry.h"
 
 #include <QtTest>
@@ -15,8 +14,6 @@ private slots:
     void writesWhatDeviceProcessesRead();
     void labelsMicrophones_data();
     void labelsMicrophones();
-    void namesTypes_data();
-    void namesTypes();
 };
 
 namespace {
@@ -134,34 +131,6 @@ void DeviceRecordTest::labelsMicrophones()
 {
     QFETCH(QString, params);
     QTEST(microphoneLabel(params.split(QLatin1Char(','))), "label");
-}
-
-void DeviceRecordTest::namesTypes_data()
-{
-    QTest::addColumn<QString>("names");
-    const auto row = [](int code, const char* names) { QTest::addRow("%d", code) << QString::fromLatin1(names); };
-    row(1, "camera|Camera|");
-    row(2, "fido2|FIDO2|");
-    row(3, "mouse|Mouse|");
-    row(4, "keyboard|Keyboard|:/icons/res/keyboard.png");
-    row(5, "usbip|Network|:/icons/res/network.png");
-    row(6, "udisk|Storage|:/icons/res/storage.png");
-    row(7, "microphone|Microphone|:/icons/res/microphone.png");
-    row(8, "speaker|Speaker|:/icons/res/speaker.png");
-    for (const int unknown : {0, 9, -1, 1 << 30})
-        row(unknown, "");
-}
-
-void DeviceRecordTest::namesTypes()
-{
-    const auto type = deviceTypeFromRecordCode(QByteArray(QTest::currentDataTag()).toInt());
-    QTEST(type ? QStringList({deviceTypeWord(*type), deviceTypeLabel(*type), deviceTypeIconPath(*type)})
-                     .join(QLatin1Char('|'))
-               : QString(),
-          "names");
-    if (type)
-        QVERIFY(deviceTypeFromWord(deviceTypeWord(*type)) == type);
-    QVERIFY(!deviceTypeFromWord(QStringLiteral("Camera")) && !deviceTypeFromWord(QString()));
 }
 
 PLUGBOARD_SUITE(DeviceRecordTest)

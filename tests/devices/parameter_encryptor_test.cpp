@@ -1,8 +1,9 @@
 #include "devices/parameter_encryptor.h"
 
 #include "devices/device_launcher.h"
-#include "tests/devices/rsa_key_pair.h"
 #include "tests/support/suite_registry.h"
+#include "tests/support/test_key.h"
+#include "tools/usb_daemon/message_decoder.h"
 
 #include <QTemporaryFile>
 #include <QtTest>
@@ -17,9 +18,6 @@ private slots:
     void framesAndDecrypts();
     void refusesKeys_data();
     void refusesKeys();
-    void failedLoadForgetsTheOldKey();
-    void messageIsOneLine_data();
-    void messageIsOneLine();
 
 private:
     QTemporaryFile m_settings;
@@ -47,26 +45,32 @@ void ParameterEncryptorTest::framesAndDecrypts_data()
 void ParameterEncryptorTest::framesAndDecrypts()
 {
     QFETCH(int, keySize);
-    const RsaKeyPair pair = RsaKeyPair::make(static_cast<unsigned>(keySize) * 8);
+    const TestKey pair(static_cast<unsigned>(keySize) * 8);
+    const DeviceKey deviceKey = deviceKeyFromPem(pair.privatePem).value();
     ParameterEncryptor encryptor;
-    QVERIFY(encryptor.loadPublicKey(pair.publicPem()));
+    QVERIFY(encryptor.loadPublicKey(pair.publicPem));
     const int m = keySize - 11;
     QCOMPARE(encryptor.maximumBlockPlaintext(), m);
 
     // Plaintext sizes with the number of chunks, 0 for a bare block.
     for (const auto& [size, chunks] :
          {std::pair{0, 0}, {1, 0}, {m, 0}, {m + 1, 2}, {2 * m, 2}, {10 * m, 10}, {10 * m + 1, 11}}) {
-        QByteArray plaintext;
+        QString text;
         for (int i = 0; i < size; ++i)
-            plaintext += static_cast<char>(i * 7); // zeros among them
-        const QByteArray blob = encryptor.encrypt(plaintext);
+            text += QChar(1 + i % 127); // line feeds among them
+        const QByteArray message = parameterMessage(text, pair.publicPem);
+        QVERIFY2(message.indexOf('\n') == message.size() - 1, message.constData());
+        const QByteArray blob = QByteArray::fromBase64(message);
         QCOMPARE(blob.size(), chunks == 0 ? keySize : 4 + chunks * (4 + keySize));
-        const QByteArray decrypted = pair.decryptBlob(blob);
-        QVERIFY2(!decrypted.isNull(), qPrintable(QString::number(size)));
-        QCOMPARE(decrypted, plaintext);
+        if (chunks > 0)
+            QCOMPARE(blob.left(8),
+                     QByteArray("\0\0\0", 3) + char(chunks) + QByteArray("\0\0", 2) + char(m >> 8) + char(m));
+        const auto decoded = decodeMessage(message.chopped(1), deviceKey);
+        QCOMPARE(decoded.fault(), QString());
+        QCOMPARE(decoded.value(), text);
     }
-    QCOMPARE(encryptor.lastError(), QString());
     QVERIFY2(encryptor.encrypt("x") != encryptor.encrypt("x"), "the padding must be random");
+    QCOMPARE(encryptor.lastError(), QString());
 }
 
 void ParameterEncryptorTest::refusesKeys_data()
@@ -76,17 +80,21 @@ void ParameterEncryptorTest::refusesKeys_data()
     QTest::addColumn<QString>("encryptError");
     const QString unreadable = QStringLiteral("Failed to read public key from PEM");
     const QString none = QStringLiteral("No public key available");
-    const RsaKeyPair pair = RsaKeyPair::make(1024);
-    QByteArray locked = pair.publicPem();
+    const TestKey pair;
+    QByteArray locked = pair.publicPem;
     locked.insert(locked.indexOf('\n') + 1,
                   "Proc-Type: 4,ENCRYPTED\nDEK-Info: AES-128-CBC,00112233445566778899AABBCCDDEEFF\n\n");
 
     QTest::newRow("nothing") << QByteArray() << unreadable << none;
     QTest::newRow("no PEM") << QByteArray("not a key") << unreadable << none;
-    QTest::newRow("cut off") << pair.publicPem().left(100) << unreadable << none;
-    QTest::newRow("the private half") << pair.privatePem() << unreadable << none;
+    QTest::newRow("cut off") << pair.publicPem.left(100) << unreadable << none;
+    QTest::newRow("the private half") << pair.privatePem << unreadable << none;
     QTest::newRow("locked by a passphrase, which nobody is asked for") << locked << unreadable << none;
-    QTest::newRow("elliptic curve") << ecPublicPem() << QStringLiteral("Key is not an RSA key") << none;
+    QTest::newRow("elliptic curve") << QByteArray("-----BEGIN PUBLIC KEY-----\n"
+                                                  "MFkwEwYHKoZIzj0CAQYIKoZIzj0DAQcDQgAEGXER1Fttz+mZy2rKxI/T7YpJznva\n"
+                                                  "k6sduD2VpdahktDSiwyiQe7C07kU1PFNTao5NpFbrexy8tw5p7GGDJ4RQA==\n"
+                                                  "-----END PUBLIC KEY-----\n")
+                                    << QStringLiteral("Key is not an RSA key") << none;
     QTest::newRow("64-bit modulus, which leaves no room for a byte")
         << QByteArray("-----BEGIN PUBLIC KEY-----\nMCQwDQYJKoZIhvcNAQEBBQADEwAwEAIJAMWj8rHX6QthAgMBAAE=\n"
                       "-----END PUBLIC KEY-----\n")
@@ -97,40 +105,12 @@ void ParameterEncryptorTest::refusesKeys()
 {
     QFETCH(QByteArray, pem);
     ParameterEncryptor encryptor;
+    QVERIFY(encryptor.loadPublicKey(TestKey().publicPem)); // must be forgotten
     QTEST(encryptor.loadPublicKey(pem) ? QString() : encryptor.lastError(), "loadError");
     QCOMPARE(encryptor.maximumBlockPlaintext(), 0);
     QCOMPARE(encryptor.encrypt("plain"), QByteArray());
     QTEST(encryptor.lastError(), "encryptError");
     QCOMPARE(parameterMessage(QStringLiteral("plain"), pem), QByteArray("\n"));
-}
-
-void ParameterEncryptorTest::failedLoadForgetsTheOldKey()
-{
-    ParameterEncryptor encryptor;
-    QVERIFY(encryptor.loadPublicKey(RsaKeyPair::make(1024).publicPem()));
-    QVERIFY(!encryptor.loadPublicKey("broken"));
-    QCOMPARE(encryptor.encrypt("secret"), QByteArray());
-}
-
-void ParameterEncryptorTest::messageIsOneLine_data()
-{
-    QTest::addColumn<QString>("joined");
-    QTest::newRow("empty") << QString();
-    QTest::newRow("outside Latin") << QStringLiteral("1\n\u6444\u50cf\u5934 \U0001F3A5\nEND");
-    QTest::newRow("chunked") << QString(3000, QLatin1Char('\n'));
-}
-
-void ParameterEncryptorTest::messageIsOneLine()
-{
-    QFETCH(QString, joined);
-    const RsaKeyPair pair = RsaKeyPair::make(1024);
-    QByteArray message = parameterMessage(joined, pair.publicPem());
-    QCOMPARE(message.count('\n'), 1);
-    QVERIFY(message.endsWith('\n'));
-    message.chop(1);
-    const auto blob = QByteArray::fromBase64Encoding(message, QByteArray::AbortOnBase64DecodingErrors);
-    QVERIFY(blob);
-    QCOMPARE(pair.decryptBlob(blob.decoded), joined.toUtf8());
 }
 
 PLUGBOARD_SUITE(ParameterEncryptorTest)

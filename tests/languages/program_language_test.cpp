@@ -1,5 +1,5 @@
-#include "driver/bus_driver_setup.h"
-#include "driver/platform/system_platform.h"
+#include "tests/support/bus_driver.h"
+#include "tests/support/program_run.h"
 #include "tests/support/suite_registry.h"
 
 #include <QProcess>
@@ -19,65 +19,26 @@ private slots:
     void theLogIsWhereItBelongs();
 
 private:
-    struct Output
-    {
-        int exitCode = -1;
-        QByteArray out;
-        QByteArray error;
-    };
-    Output run(const QStringList& arguments) const;
     void openWindow(const QStringList& arguments) const;
     QByteArray userFile(const char* name) const;
-    QProcessEnvironment environment() const;
 
     QTemporaryDir m_user;
 };
 
-namespace {
-
-QString program()
-{
-    return QCoreApplication::applicationDirPath() + QStringLiteral("/plugboard");
-}
-
-} // namespace
-
 void ProgramLanguageTest::initTestCase()
 {
-    // The driver is there, so that the program starts without a question.
-    const QString folder = QCoreApplication::applicationDirPath();
-    QFile::copy(QStringLiteral(SAMPLE_DRIVER_PACKAGE), folder + QStringLiteral("/vusbbus.inf"));
-    const auto platform = driver::simulatedPlatform(driver::simulatedTreeFile(folder.toStdWString()));
-    driver::BusDriverSetup setup(*platform, folder.toStdWString());
-    if (!setup.installed())
-        setup.install();
-    QVERIFY(setup.installed());
-}
-
-QProcessEnvironment ProgramLanguageTest::environment() const
-{
-    QProcessEnvironment made = QProcessEnvironment::systemEnvironment();
-    made.insert(QStringLiteral("PLUGBOARD_USER_DATA"), m_user.path());
-    return made;
-}
-
-ProgramLanguageTest::Output ProgramLanguageTest::run(const QStringList& arguments) const
-{
-    QProcess process;
-    process.setProcessEnvironment(environment());
-    process.start(program(), arguments);
-    if (!process.waitForFinished(60000))
-        return {};
-    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
+    QVERIFY(installBusDriverBesideTest());
 }
 
 /// Until its log says that it speaks with the user, then it is ended.
 void ProgramLanguageTest::openWindow(const QStringList& arguments) const
 {
     const int before = userFile("logs/plugboard.log").count("Main window shown");
+    auto environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("PLUGBOARD_USER_DATA"), m_user.path());
     QProcess window;
-    window.setProcessEnvironment(environment());
-    window.start(program(), QStringList{QStringLiteral("--demo")} + arguments);
+    window.setProcessEnvironment(environment);
+    window.start(programBesideTest("plugboard"), QStringList{QStringLiteral("--demo")} + arguments);
     QVERIFY(window.waitForStarted());
     QTRY_VERIFY_WITH_TIMEOUT(userFile("logs/plugboard.log").count("Main window shown") > before, 60000);
     window.kill();
@@ -108,7 +69,7 @@ void ProgramLanguageTest::whatTheCommandLinePrintsIsEnglish()
         if (!settings.open(QIODevice::WriteOnly) || settings.write(QByteArray("[General]\nlanguage=") + language) < 0)
             return QByteArray("no settings");
         settings.close();
-        const Output output = run(arguments.split(QLatin1Char(' ')));
+        const ProgramOutput output = runBesideTest("plugboard", arguments.split(QLatin1Char(' ')), m_user.path());
         return QByteArray::number(output.exitCode) + output.out + output.error;
     };
     const QByteArray chinese = with("zh_CN");

@@ -10,6 +10,7 @@
 #include "runtime/log_session.h"
 #include "tests/support/scripted_prompter.h"
 #include "tests/support/suite_registry.h"
+#include "tests/support/when_opens.h"
 
 #include <QDir>
 #include <QLineEdit>
@@ -17,8 +18,6 @@
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QtTest>
-
-#include <functional>
 
 /// A security key's life with everything logged: none of its secrets may be in the log.
 class SecretLogTest : public QObject
@@ -45,36 +44,15 @@ QByteArray contentOf(const QString& path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// Acts once, on the next modal dialog.
-void whenDialogOpens(QObject* parent, const std::function<void(QWidget&)>& act)
-{
-    auto* timer = new QTimer(parent);
-    QObject::connect(timer, &QTimer::timeout, timer, [timer, act] {
-        QWidget* dialog = QApplication::activeModalWidget();
-        if (!dialog)
-            return;
-        timer->deleteLater();
-        timer->stop();
-        act(*dialog);
-    });
-    timer->start(1);
-}
-
 void createKey(MainWindow& window, ScriptedPrompter& prompter)
 {
-    whenDialogOpens(&window, [](QWidget& dialog) {
+    whenOpens({}, [](QDialog& dialog) {
         dialog.findChild<QLineEdit*>(QStringLiteral("serialNumber"))->setText(kSerial);
         dialog.findChild<QPushButton*>(QStringLiteral("save"))->click();
         dialog.findChild<QPushButton*>(QStringLiteral("create"))->click();
     });
     prompter.expectInformation(QStringLiteral("Success"), QStringLiteral("Credentials saved successfully"));
     window.onCreateFido2();
-}
-
-void confirmWhenAsked(QObject* parent)
-{
-    whenDialogOpens(parent,
-                    [](QWidget& dialog) { dialog.findChild<QPushButton*>(QStringLiteral("confirm"))->click(); });
 }
 
 } // namespace
@@ -98,7 +76,7 @@ void SecretLogTest::nothingSecretIsLogged()
                              60000);
 
     // A registration, which makes a key pair.
-    confirmWhenAsked(&window);
+    whenOpens({}, [](QDialog& dialog) { dialog.findChild<QPushButton*>(QStringLiteral("confirm"))->click(); });
     QProcess request;
     request.start(QCoreApplication::applicationDirPath() + QStringLiteral("/usb-daemon.exe"),
                   {QStringLiteral("--request"), process->processId, QStringLiteral("make_credential"),

@@ -6,14 +6,7 @@
 
 #include <QAbstractButton>
 #include <QApplication>
-#include <QGroupBox>
-#include <QHBoxLayout>
-#include <QHeaderView>
-#include <QLabel>
-#include <QLineEdit>
 #include <QMessageBox>
-#include <QPushButton>
-#include <QTableWidget>
 #include <QtTest>
 
 class WindowTextsTest : public QObject
@@ -23,13 +16,9 @@ class WindowTextsTest : public QObject
 private slots:
     void initTestCase();
     void cleanup();
-    void textsFit_data();
-    void textsFit();
-    void textsSpeakTheLanguage_data();
-    void textsSpeakTheLanguage();
+    void textsFitAndSpeakTheLanguage_data();
+    void textsFitAndSpeakTheLanguage();
     void buttonsOfBoxesSpeakTheLanguage();
-    void clippedTextsAreFound_data();
-    void clippedTextsAreFound();
 
 private:
     QFont m_font;
@@ -52,26 +41,6 @@ bool isValue(const QString& text)
     return codes.match(text).hasMatch();
 }
 
-/// The usual size and a large one, as a user may set it for the whole desktop.
-constexpr int kSizes[] = {9, 14};
-
-void addRows(bool withSizes)
-{
-    QTest::addColumn<QString>("window");
-    QTest::addColumn<int>("language");
-    QTest::addColumn<int>("points");
-    AllWindows windows;
-    for (const WindowMaker& maker : windows.makers()) {
-        for (const Language language : {Language::English, Language::SimplifiedChinese}) {
-            for (const int points : kSizes) {
-                if (withSizes || points == kSizes[0])
-                    QTest::addRow("%s, %s, %d points", maker.name, qPrintable(languageWord(language)), points)
-                        << QString::fromLatin1(maker.name) << int(language) << points;
-            }
-        }
-    }
-}
-
 } // namespace
 
 void WindowTextsTest::initTestCase()
@@ -85,12 +54,22 @@ void WindowTextsTest::cleanup()
     QApplication::setFont(m_font);
 }
 
-void WindowTextsTest::textsFit_data()
+void WindowTextsTest::textsFitAndSpeakTheLanguage_data()
 {
-    addRows(true);
+    QTest::addColumn<QString>("window");
+    QTest::addColumn<int>("language");
+    QTest::addColumn<int>("points");
+    AllWindows windows;
+    for (const WindowMaker& maker : windows.makers()) {
+        for (const Language language : {Language::English, Language::SimplifiedChinese}) {
+            for (const int points : {9, 14}) // the usual size and a large one, as a user may set it for all programs
+                QTest::addRow("%s, %s, %d points", maker.name, qPrintable(languageWord(language)), points)
+                    << QString::fromLatin1(maker.name) << int(language) << points;
+        }
+    }
 }
 
-void WindowTextsTest::textsFit()
+void WindowTextsTest::textsFitAndSpeakTheLanguage()
 {
     QFETCH(QString, window);
     QFETCH(int, language);
@@ -100,41 +79,22 @@ void WindowTextsTest::textsFit()
     font.setPointSize(points);
     QApplication::setFont(font);
     AllWindows windows;
-    for (const WindowMaker& maker : windows.makers()) {
-        if (window != QLatin1String(maker.name))
-            continue;
-        const std::unique_ptr<QWidget> made = maker.make();
-        made->show();
-        QVERIFY(QTest::qWaitForWindowExposed(made.get()));
-        QCOMPARE(clippedTexts(*made).join(QLatin1Char('\n')), QString());
-    }
-}
+    const auto makers = windows.makers();
+    const auto maker = std::find_if(makers.begin(), makers.end(),
+                                    [&](const WindowMaker& each) { return window == QLatin1String(each.name); });
+    const std::unique_ptr<QWidget> made = maker->make();
+    made->show();
+    QVERIFY(QTest::qWaitForWindowExposed(made.get()));
+    QCOMPARE(clippedTexts(*made).join(QLatin1Char('\n')), QString());
 
-void WindowTextsTest::textsSpeakTheLanguage_data()
-{
-    addRows(false);
-}
-
-void WindowTextsTest::textsSpeakTheLanguage()
-{
-    QFETCH(QString, window);
-    QFETCH(int, language);
-    QVERIFY(speak(Language(language), *qApp));
-    AllWindows windows;
+    const QStringList texts = ownTexts(*made);
+    QVERIFY2(texts.size() > 1, "no text was found");
     QStringList foreign;
-    int texts = 0;
-    for (const WindowMaker& maker : windows.makers()) {
-        if (window != QLatin1String(maker.name))
-            continue;
-        const std::unique_ptr<QWidget> made = maker.make();
-        for (const QString& text : ownTexts(*made)) {
-            ++texts;
-            if (!isValue(text) && hasChinese(text) != (Language(language) == Language::SimplifiedChinese))
-                foreign << text;
-        }
+    for (const QString& text : texts) {
+        if (!isValue(text) && hasChinese(text) != (Language(language) == Language::SimplifiedChinese))
+            foreign << text;
     }
     QCOMPARE(foreign.join(QLatin1Char('\n')), QString());
-    QVERIFY2(texts > 1, "no text was found");
 }
 
 void WindowTextsTest::buttonsOfBoxesSpeakTheLanguage()
@@ -154,41 +114,6 @@ void WindowTextsTest::buttonsOfBoxesSpeakTheLanguage()
     QVERIFY(!systemPrompter().question(nullptr, QStringLiteral("title"), QStringLiteral("text")));
     QCOMPARE(texts, QStringList({QStringLiteral("是(&Y)"), QStringLiteral("否(&N)")}));
     QCOMPARE(clipped, QStringList());
-}
-
-void WindowTextsTest::clippedTextsAreFound_data()
-{
-    QTest::addColumn<QString>("kind");
-    for (const char* kind : {"none", "label", "button", "header", "placeholder", "group", "out of the window"})
-        QTest::newRow(kind) << QString::fromLatin1(kind);
-}
-
-/// The measure must be able to fail: one text too long, of each kind.
-void WindowTextsTest::clippedTextsAreFound()
-{
-    QFETCH(QString, kind);
-    const auto text = [&kind](const char* which) {
-        return kind == QLatin1String(which) ? QString(60, QLatin1Char('w')) : QStringLiteral("w");
-    };
-    QWidget window;
-    window.setFixedSize(300, 300);
-    QLabel label(text("label"), &window);
-    label.setGeometry(0, 0, 100, 30);
-    QPushButton button(text("button"), &window);
-    button.setGeometry(0, 40, 100, 30);
-    QTableWidget table(1, 1, &window);
-    table.setGeometry(0, 80, 200, 60);
-    table.setHorizontalHeaderLabels({text("header")});
-    QLineEdit edit(&window);
-    edit.setGeometry(0, 150, 100, 30);
-    edit.setPlaceholderText(text("placeholder"));
-    QGroupBox group(text("group"), &window);
-    group.setGeometry(0, 190, 100, 60);
-    QLabel lower(QStringLiteral("w"), &window);
-    lower.setGeometry(0, kind == QLatin1String("out of the window") ? 290 : 260, 100, 30);
-    window.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
-    QCOMPARE(clippedTexts(window).size(), kind == QLatin1String("none") ? 0 : 1);
 }
 
 PLUGBOARD_SUITE(WindowTextsTest)

@@ -11,6 +11,29 @@ constexpr int kShownByShells = 0xff; // Windows hands over all 32 bits
 
 } // namespace
 
+QString programBesideTest(const char* name)
+{
+#ifdef Q_OS_WIN
+    const QLatin1String suffix(".exe");
+#else
+    const QLatin1String suffix("");
+#endif
+    return QCoreApplication::applicationDirPath() + QLatin1Char('/') + QLatin1String(name) + suffix;
+}
+
+ProgramOutput runBesideTest(const char* name, const QStringList& arguments, const QString& userData)
+{
+    auto environment = QProcessEnvironment::systemEnvironment();
+    if (!userData.isEmpty())
+        environment.insert(QStringLiteral("PLUGBOARD_USER_DATA"), userData);
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    process.start(programBesideTest(name), arguments);
+    if (!process.waitForFinished(kLimitMs))
+        return {};
+    return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
+}
+
 ProgramRun runWithUser(const QString& program, const QStringList& arguments, const QStringList& answers,
                        const QString& folder)
 {

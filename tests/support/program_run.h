@@ -1,8 +1,23 @@
 // program_run.h: a window program from its start to its end, with someone who answers its boxes.
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
+
+struct ProgramOutput
+{
+    int exitCode = -1; ///< also when it did not end within a minute
+    QByteArray out;
+    QByteArray error;
+};
+
+/// Runs the program of that name beside the test until it ends, with its settings and logs in `userData` unless that is
+/// empty.
+ProgramOutput runBesideTest(const char* name, const QStringList& arguments, const QString& userData = {});
+
+/// Full path of a program beside the test.
+QString programBesideTest(const char* name);
 
 constexpr const char* kUserFolderVariable = "PLUGBOARD_USER_FOLDER";
 constexpr const char* kSeenFile = "seen.txt";

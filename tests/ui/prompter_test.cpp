@@ -2,6 +2,7 @@
 #include "ui/plain_tool_tip.h"
 #include "ui/prompter.h"
 
+#include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTextDocument>
@@ -82,6 +83,10 @@ void PrompterTest::markupShowsAsTyped()
     shown.setHtml(plainToolTip(name));
     QCOMPARE(shown.toPlainText(), name);
     QCOMPARE(plainToolTip(QStringLiteral("a < b")), QStringLiteral("a < b"));
+
+    QLabel tip(plainToolTip(QString(1000, QLatin1Char('x')))); // as Qt shows a tool tip
+    tip.setWordWrap(true);
+    QVERIFY2(tip.sizeHint().width() < 1000, "a long word must not reach out of the screen");
 }
 
 PLUGBOARD_SUITE(PrompterTest)

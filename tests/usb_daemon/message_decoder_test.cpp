@@ -1,5 +1,5 @@
 #include "tests/support/suite_registry.h"
-#include "tests/usb_daemon/test_key.h"
+#include "tests/support/test_key.h"
 #include "tools/usb_daemon/message_decoder.h"
 
 #include <QtTest>

@@ -1,6 +1,6 @@
 #include "tests/support/suite_registry.h"
+#include "tests/support/test_key.h"
 #include "tests/usb_daemon/end_request.h"
-#include "tests/usb_daemon/test_key.h"
 
 #include <QProcess>
 #include <QTemporaryDir>
@@ -23,7 +23,6 @@ private slots:
     void becomesTheMouseWithoutAMessage_data();
     void becomesTheMouseWithoutAMessage();
     void removesItsRecordWhenAsked();
-    void leavesItsRecordWhenKilled();
     void explainsWhyItEnds_data();
     void explainsWhyItEnds();
 
@@ -214,18 +213,6 @@ void UsbDaemonTest::removesItsRecordWhenAsked()
     QCOMPARE(device->exitStatus(), QProcess::NormalExit);
     QCOMPARE(device->exitCode(), 0);
     QCOMPARE(recordsOf(processId), QStringList());
-}
-
-void UsbDaemonTest::leavesItsRecordWhenKilled()
-{
-    QProcess* const device = startDevice();
-    QVERIFY(device);
-    const QString path = recordPath(QStringLiteral("Keyboard Device"), device->processId());
-    device->write(message(kKeyboard));
-    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(path), kPatience);
-    device->kill();
-    QVERIFY(device->waitForFinished(kPatience));
-    QVERIFY(QFile::remove(path));
 }
 
 void UsbDaemonTest::explainsWhyItEnds_data()

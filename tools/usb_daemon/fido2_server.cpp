@@ -1,5 +1,7 @@
 #include "tools/usb_daemon/fido2_server.h"
 
+#include "devices/one_write.h"
+
 #include <QJsonDocument>
 #include <QLocalSocket>
 
@@ -10,22 +12,7 @@ namespace {
 
 constexpr std::chrono::seconds kRepeatInterval{2};
 constexpr qint64 kLargestMessage = 1024 * 1024; // bytes
-constexpr int kSmallestPiece = 4096;            // smaller writes are never cut up by the system
-constexpr int kPieceTimeoutMs = 50;
 constexpr int kEarlierWriteTimeoutMs = 500;
-
-/// The object that the other end wrote at once; the pieces of a large write follow each other without a pause.
-QJsonObject readOneMessage(QLocalSocket& socket)
-{
-    QByteArray bytes = socket.read(kLargestMessage);
-    QJsonDocument document = QJsonDocument::fromJson(bytes);
-    while (!document.isObject() && bytes.size() >= kSmallestPiece && bytes.size() < kLargestMessage &&
-           socket.waitForReadyRead(kPieceTimeoutMs)) {
-        bytes += socket.read(kLargestMessage - bytes.size());
-        document = QJsonDocument::fromJson(bytes);
-    }
-    return document.object();
-}
 
 } // namespace
 
@@ -67,6 +54,7 @@ void Fido2Server::takeConnection()
         if (m_program)
             m_program->deleteLater();
         m_program = next;
+        next->setReadBufferSize(kLargestMessage + 1);
         connect(next, &QLocalSocket::readyRead, this, &Fido2Server::readMessage);
         connect(next, &QLocalSocket::disconnected, this, [this, next] {
             if (m_program == next)
@@ -78,9 +66,11 @@ void Fido2Server::takeConnection()
 
 void Fido2Server::readMessage()
 {
-    if (sender() != m_program)
-        return;
-    const QJsonObject message = readOneMessage(*m_program);
+    if (sender() != m_program || m_reading)
+        return; // the rest of a write is for the reader below, which waits for it
+    m_reading = true;
+    const QJsonObject message = QJsonDocument::fromJson(readOneWrite(*m_program, kLargestMessage)).object();
+    m_reading = false;
     const QString type = message.value(QStringLiteral("type")).toString();
     if (type == QStringLiteral("ping"))
         writeMessage(QJsonDocument(QJsonObject{{QStringLiteral("type"), QStringLiteral("pong")}}).toJson());

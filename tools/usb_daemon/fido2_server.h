@@ -36,6 +36,7 @@ private:
     QString m_name;
     QLocalServer m_server;
     QLocalSocket* m_program = nullptr;
+    bool m_reading = false;
     QTimer m_repeat;
     QByteArray m_request;
     Answered m_answered;

@@ -1,4 +1,4 @@
-#include "tests/usb_daemon/test_key.h"
+#include "tests/support/test_key.h"
 
 #include "devices/openssl_handles.h"
 #include "devices/parameter_encryptor.h"
@@ -30,9 +30,9 @@ QByteArray privatePemOf(EVP_PKEY* key)
 
 } // namespace
 
-TestKey::TestKey()
+TestKey::TestKey(unsigned bits)
 {
-    const openssl::Key key{EVP_RSA_gen(1024)};
+    const openssl::Key key{EVP_RSA_gen(bits)};
     privatePem = privatePemOf(key.get());
     publicPem = publicPemOf(key.get());
 }

@@ -3,10 +3,10 @@
 
 #include <QByteArray>
 
-/// 1024 bits: k is 128 bytes, and one block carries up to 117.
 struct TestKey
 {
-    TestKey();
+    /// With 1024 bits k is 128 bytes, and one block carries up to 117.
+    explicit TestKey(unsigned bits = 1024);
 
     /// The pair of a private key in PEM form; its parts are empty when it is none.
     explicit TestKey(const QByteArray& privatePemText);

@@ -15,6 +15,7 @@
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTemporaryDir>
+#include <QTemporaryFile>
 
 using tests::CaptureServer;
 using tests::frame;
@@ -34,6 +35,8 @@ private slots:
     void filtersJumpsAndCopies();
     void countsWhatIsMissing();
     void headlessPrintsDecodings();
+    void programSpeaksWithoutADisplay_data();
+    void programSpeaksWithoutADisplay();
 };
 
 namespace {
@@ -326,18 +329,56 @@ void CaptureWindowTest::countsWhatIsMissing()
 void CaptureWindowTest::headlessPrintsDecodings()
 {
     CaptureServer server;
-    QBuffer output;
-    output.open(QIODevice::WriteOnly);
+    QTemporaryFile output;
+    QVERIFY(output.open());
     HeadlessCapture capture(server.processId(), 2, output);
     QSignalSpy finished(&capture, &HeadlessCapture::finished);
     QTRY_VERIFY(server.hasClient() && server.received().startsWith(char(10)));
     PacketBytes packet;
     packet.setup = QByteArray::fromHex("a181000200010200");
     server.send(frame(1, packet.payload()));
+    QTRY_VERIFY(QFileInfo(output.fileName()).size() > 0);
+    QCOMPARE(finished.count(), 0); // who watches sees the line when it comes
     QTRY_COMPARE(finished.count(), 1);
-    QCOMPARE(finished[0][0].toInt(), 0);
-    QVERIFY(
-        output.data().endsWith("1 REQ 0x00 CTL IN 0 INN CLS TO_INF GET_CUR(0x81) [INTF:00 UNIT:01 CS:02 ZERO:00]\n"));
+    QCOMPARE(finished[0][0].toString(), QString());
+    output.seek(0);
+    QVERIFY(output.readAll().endsWith(
+        "1 REQ 0x00 CTL IN 0 INN CLS TO_INF GET_CUR(0x81) [INTF:00 UNIT:01 CS:02 ZERO:00]\n"));
+}
+
+void CaptureWindowTest::programSpeaksWithoutADisplay_data()
+{
+    QTest::addColumn<QString>("arguments");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("text"); // in what it prints
+    QTest::newRow("help") << "--help" << 0 << "--headless <SECONDS>";
+    QTest::newRow("version") << "--version" << 0 << "plugboard-capture " PLUGBOARD_VERSION;
+    QTest::newRow("nothing asked for") << "" << 3 << "The process id of a device process is missing.";
+    QTest::newRow("unknown option") << "--nonsense" << 3 << "Unknown option 'nonsense'.";
+    QTest::newRow("process id") << "12x" << 3 << "'12x' is not a process id.";
+    QTest::newRow("two process ids") << "12 13" << 3 << "Unexpected argument '13'.";
+    QTest::newRow("device id") << "12 --device -1" << 3 << "'-1' is not a device id.";
+    QTest::newRow("seconds") << "12 --headless nan" << 3 << "'nan' is not a number of seconds.";
+    QTest::newRow("no device process") << "4000000 --headless 0.1" << 1 << "No capture was possible: ";
+}
+
+void CaptureWindowTest::programSpeaksWithoutADisplay()
+{
+    QFETCH(QString, arguments);
+    QFETCH(QString, text);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+        environment.remove(QLatin1String(name));
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(QCoreApplication::applicationDirPath() + QStringLiteral("/plugboard-capture"),
+                  arguments.split(QLatin1Char(' '), Qt::SkipEmptyParts));
+    QVERIFY(process.waitForFinished());
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QTEST(process.exitCode(), "exitCode");
+    const QString printed = QString::fromUtf8(process.readAll());
+    QVERIFY2(printed.contains(text), qPrintable(printed));
 }
 
 PLUGBOARD_SUITE(CaptureWindowTest)

@@ -11,7 +11,10 @@
 #include <QApplication>
 #include <QBuffer>
 #include <QClipboard>
+#include <QLabel>
 #include <QProcess>
+#include <QPushButton>
+#include <QSaveFile>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -27,6 +30,9 @@ class CaptureWindowTest : public QObject
 
 private slots:
     void savedCaptureOpensAsItWas();
+    void savingOutlivesClearingAndClosing();
+    void savingThatEndsEarlyLeavesTheOldFile_data();
+    void savingThatEndsEarlyLeavesTheOldFile();
     void fileThatCannotBeReadSaysWhy_data();
     void fileThatCannotBeReadSaysWhy();
     void fullDiskFailsTheWriting();
@@ -170,6 +176,7 @@ void CaptureWindowTest::savedCaptureOpensAsItWas()
     window.dialog().setPackets(packets);
     prompter.expectSaveFile(QStringLiteral("Save Capture"), QStringLiteral("Captures (*.pcapng)"), path);
     window.dialog().askAndSave();
+    QTRY_VERIFY(QFileInfo::exists(path)); // whole as soon as it is there
     QCOMPARE(prompter.verify(), QString());
     const auto others = QFileDevice::ReadGroup | QFileDevice::ReadOther | QFileDevice::WriteGroup;
 #ifndef Q_OS_WIN
@@ -183,6 +190,73 @@ void CaptureWindowTest::savedCaptureOpensAsItWas()
     for (std::size_t number = 0; number < packets.size(); ++number)
         QCOMPARE(textOf(window.dialog().packets()[number]), textOf(packets[number]));
     QCOMPARE(window.dialog().table().topLevelItemCount(), int(packets.size()));
+}
+
+void CaptureWindowTest::savingOutlivesClearingAndClosing()
+{
+    constexpr int kCount = 120'000;
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("capture.pcapng"));
+    ScriptedPrompter prompter;
+    const auto tables = [] {
+        const auto windows = QApplication::topLevelWidgets();
+        return std::count_if(windows.begin(), windows.end(), [](QWidget* w) { return qobject_cast<PacketTable*>(w); });
+    };
+    QEventLoop loop; // without one, closing frees everything at once
+    QTimer::singleShot(0, &loop, [&] {
+        auto dialog = std::make_unique<UsbIPCaptureDialog>(CaptureServer::nextProcessId(), 1, nullptr, prompter);
+        dialog->setPackets(UsbIPCaptureDialog::PacketList(kCount));
+        prompter.expectSaveFile(QStringLiteral("Save Capture"), QStringLiteral("Captures (*.pcapng)"), path);
+        dialog->askAndSave();
+        dialog->setPackets(UsbIPCaptureDialog::PacketList(kCount));
+        dialog.reset();
+        QCOMPARE(tables(), 1);
+        QTRY_VERIFY(QFileInfo::exists(path));
+        loop.quit();
+    });
+    loop.exec();
+    QTRY_COMPARE(tables(), 0);
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(PcapngFile::read(file).packets.size(), std::size_t(kCount));
+}
+
+void CaptureWindowTest::savingThatEndsEarlyLeavesTheOldFile_data()
+{
+    QTest::addColumn<bool>("cancelled");
+    QTest::newRow("cancelled") << true;
+    QTest::newRow("file cannot be written") << false;
+}
+
+void CaptureWindowTest::savingThatEndsEarlyLeavesTheOldFile()
+{
+    QFETCH(bool, cancelled);
+    QTemporaryDir folder;
+    QFile old(folder.filePath(QStringLiteral("capture.pcapng")));
+    QVERIFY(old.open(QIODevice::WriteOnly) && old.write("old") == 3);
+    old.close();
+    ScriptedPrompter prompter;
+    UsbIPCaptureDialog dialog(CaptureServer::nextProcessId(), 1, nullptr, prompter);
+    dialog.setPackets(UsbIPCaptureDialog::PacketList(200'000));
+    auto buttons = dialog.findChildren<QPushButton*>();
+    const auto save = std::find_if(buttons.begin(), buttons.end(), [](const QPushButton* button) {
+        return button->text() == QLatin1String("Save Capture...");
+    });
+    QSaveFile target(old.fileName() + (cancelled ? QString() : QStringLiteral("/below a file")));
+    prompter.expectSaveFile(QStringLiteral("Save Capture"), QStringLiteral("Captures (*.pcapng)"), target.fileName());
+    (*save)->click();
+    QVERIFY((*save)->text().startsWith(QLatin1String("Cancel Saving (")));
+    if (cancelled)
+        (*save)->click();
+    else if (!target.open(QIODevice::WriteOnly))
+        prompter.expectWarning(QStringLiteral("Error"),
+                               QStringLiteral("The capture could not be saved: ") + target.errorString());
+    QTRY_COMPARE((*save)->text(), QStringLiteral("Save Capture..."));
+    QCOMPARE(prompter.verify(), QString());
+    QCOMPARE(dialog.findChild<QLabel*>()->text() == QLatin1String("Saving cancelled"), cancelled);
+    QVERIFY(old.open(QIODevice::ReadOnly));
+    QCOMPARE(old.readAll(), QByteArray("old"));
+    QCOMPARE(QDir(folder.path()).entryList(QDir::Files), {QStringLiteral("capture.pcapng")});
 }
 
 void CaptureWindowTest::fileThatCannotBeReadSaysWhy_data()

@@ -1,5 +1,6 @@
 // links: plugboard::capture plugboard::usb_sessions
-// capture_window_benchmark.cpp: a million packets in the capture window: memory, stalls while they arrive, filtering.
+// capture_window_benchmark.cpp: a million packets in the capture window: memory, stalls while they arrive, filtering,
+// saving, clearing and closing.
 #include "benchmarks/report.h"
 #include "capture/capture_dialog.h"
 #include "tools/usb_daemon/sessions/device_session.h"
@@ -7,10 +8,12 @@
 #include <QApplication>
 #include <QDateTime>
 #include <QElapsedTimer>
+#include <QFileInfo>
 #include <QHeaderView>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QMenu>
+#include <QTemporaryDir>
 #include <QThread>
 #include <QTimer>
 
@@ -181,6 +184,51 @@ void reportFilter(UsbIPCaptureDialog& dialog)
     worst.reportAs("capture_window_filter_stall", "50 ms with 1,000,000 packets");
 }
 
+/// Answers the question where to save.
+class SavingPrompter final : public Prompter
+{
+public:
+    void information(QWidget*, const QString&, const QString&) override {}
+    void warning(QWidget*, const QString&, const QString& text) override { qFatal("%s", qPrintable(text)); }
+    bool question(QWidget*, const QString&, const QString&) override { return false; }
+    QString openFile(QWidget*, const QString&, const QString&, const QString&) override { return {}; }
+    QString saveFile(QWidget*, const QString&, const QString&, const QString&) override { return path(); }
+
+    QString path() const { return m_folder.filePath(QStringLiteral("capture.pcapng")); }
+
+private:
+    QTemporaryDir m_folder;
+};
+
+void reportSave(UsbIPCaptureDialog& dialog, const SavingPrompter& prompter)
+{
+    WorstTurn worst;
+    QElapsedTimer clock;
+    clock.start();
+    QTimer::singleShot(0, &dialog, &UsbIPCaptureDialog::askAndSave);
+    do
+        worst.turn();
+    while (!QFileInfo::exists(prompter.path()));
+    report("capture_window_save", "ms", double(clock.elapsed()), nullptr, NAN, "none: beside the window");
+    worst.reportAs("capture_window_save_stall", "50 ms with 1,000,000 packets");
+}
+
+/// With its client, which keeps all packets for its lifetime.
+void reportClose(std::unique_ptr<UsbIPCaptureDialog> dialog)
+{
+    WorstTurn worst;
+    QTimer::singleShot(0, [&dialog] { dialog.reset(); });
+    const auto tableIsThere = [] {
+        const QWidgetList windows = QApplication::topLevelWidgets();
+        return std::any_of(windows.begin(), windows.end(),
+                           [](const QWidget* window) { return qobject_cast<const PacketTable*>(window) != nullptr; });
+    };
+    do
+        worst.turn();
+    while (dialog || tableIsThere());
+    worst.reportAs("capture_window_close_stall", "200 ms with 1,000,000 packets");
+}
+
 void reportClear(UsbIPCaptureDialog& dialog)
 {
     WorstTurn worst;
@@ -191,20 +239,8 @@ void reportClear(UsbIPCaptureDialog& dialog)
     worst.reportAs("capture_window_clear_stall", "50 ms with 1,000,000 packets");
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+void receiveMillion(UsbIPCaptureDialog& dialog)
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication application(argc, argv);
-    const qint64 serverId = 900'000'000 + QCoreApplication::applicationPid();
-    PacedSender sender(UsbIPCaptureClient::serverNameOf(serverId), 5);
-
-    UsbIPCaptureDialog dialog(serverId);
-    dialog.show();
-    QCoreApplication::processEvents();
-
     MixedTraffic traffic;
     const qint64 before = heapBytes();
     for (int packet = 0; packet < kPackets; packet += 100) {
@@ -216,7 +252,11 @@ int main(int argc, char** argv)
     QCoreApplication::processEvents();
     report("capture_window_memory", "bytes/packet", double(heapBytes() - before - traffic.dataBytes()) / kPackets,
            nullptr, NAN, "400 bytes beside a packet's data");
+}
 
+void reportArrival(UsbIPCaptureDialog& dialog)
+{
+    PacedSender sender(UsbIPCaptureClient::serverNameOf(dialog.processId()), 5);
     sender.start();
     while (!sender.isListening())
         QThread::msleep(1);
@@ -227,9 +267,38 @@ int main(int argc, char** argv)
     const WorstTurn worst = watchArrival(sender, dialog, stored, rate);
     worst.reportAs("capture_window_stall", "50 ms at 50,000 packets/s with 1,000,000 shown");
     std::fprintf(stderr, "%.0f packets/s arrived, %d sent\n", rate, sender.sent());
-
-    reportFilter(dialog);
-    reportClear(dialog);
     sender.wait();
-    return 0;
+}
+
+void measure()
+{
+    SavingPrompter prompter;
+    const qint64 serverId = 900'000'000 + QCoreApplication::applicationPid();
+    auto dialog = std::make_unique<UsbIPCaptureDialog>(serverId, 0, nullptr, prompter);
+    dialog->show();
+    QCoreApplication::processEvents();
+    receiveMillion(*dialog);
+    reportArrival(*dialog);
+    reportFilter(*dialog);
+    reportSave(*dialog, prompter);
+    UsbIPCaptureDialog::PacketList packets = dialog->packets();
+    reportClear(*dialog);
+    dialog->setPackets(std::move(packets));
+    while (dialog->isReplacingRows())
+        QCoreApplication::processEvents();
+    reportClose(std::move(dialog));
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication application(argc, argv);
+    QTimer::singleShot(0, &application, [] { // in the event loop, as a window of the program is
+        measure();
+        QCoreApplication::quit();
+    });
+    return QApplication::exec();
 }

@@ -10,6 +10,8 @@
 #include <QJsonDocument>
 #include <QMutexLocker>
 
+#include <utility>
+
 namespace {
 
 constexpr int kReconnectInterval = 2000;   // ms
@@ -159,6 +161,16 @@ const UsbIPCaptureClient::PacketList& UsbIPCaptureClient::packets(std::uint32_t 
     const QMutexLocker lock(&m_mutex);
     const auto found = m_packets.find(deviceId);
     return found == m_packets.end() ? s_none : found->second;
+}
+
+std::vector<UsbIPCaptureClient::PacketList> UsbIPCaptureClient::takePackets()
+{
+    const QMutexLocker lock(&m_mutex);
+    std::vector<PacketList> lists;
+    lists.reserve(m_packets.size()); // a vector that grows copies deques, as moving one may throw
+    for (auto& [deviceId, list] : std::exchange(m_packets, {}))
+        lists.push_back(std::move(list));
+    return lists;
 }
 
 CaptureStats UsbIPCaptureClient::lastStats() const

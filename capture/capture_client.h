@@ -15,6 +15,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <vector>
 
 /// Connects to the capture server of a device process, sends commands, and keeps and reports every packet that comes.
 /// Signals are emitted on the thread that owns the object. While it is not connected, but once asked to be, it tries
@@ -58,6 +59,8 @@ public:
 
     /// Everything received for a device, in order of arrival; kept when capture is cleared.
     const PacketList& packets(std::uint32_t deviceId) const;
+    /// Hands over what packets() gave, of all devices; nothing is kept.
+    std::vector<PacketList> takePackets();
     CaptureStats lastStats() const;
 
     /// Messages that were refused as malformed and whole buffers that were discarded.

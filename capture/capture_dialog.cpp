@@ -1,10 +1,9 @@
 #include "capture/capture_dialog.h"
 
+#include "capture/capture_saving.h"
 #include "capture/device_config_dialog.h"
 #include "capture/packet_columns.h"
 #include "capture/packet_details_dialog.h"
-#include "capture/pcapng_file.h"
-#include "ui/busy_cursor.h"
 
 #include <QCursor>
 #include <QDir>
@@ -14,13 +13,18 @@
 #include <QLabel>
 #include <QMenu>
 #include <QPushButton>
-#include <QSaveFile>
 #include <QScreen>
 #include <QStandardPaths>
-#include <QTimer>
+#include <QThread>
 #include <QVBoxLayout>
 
 #include <algorithm>
+
+namespace {
+
+constexpr int kSavingInterval = 250; // ms between updates of how far saving has come
+
+} // namespace
 
 UsbIPCaptureDialog::UsbIPCaptureDialog(qint64 processId, uint32_t deviceId, QWidget* parent, Prompter& prompter)
     : QDialog(parent)
@@ -29,7 +33,7 @@ UsbIPCaptureDialog::UsbIPCaptureDialog(qint64 processId, uint32_t deviceId, QWid
     , m_deviceId(deviceId)
     , m_statusLabel(new QLabel(this))
     , m_table(new PacketTable(this))
-    , m_rows(*m_table, [this](const UsbIPPacketInfo& packet) { return isShown(packet); })
+    , m_rows(std::make_unique<PacketRows>(*m_table, [this](const UsbIPPacketInfo& packet) { return isShown(packet); }))
 {
     setWindowTitle(tr("USB Packet Capture - Process %1").arg(processId));
     setWindowFlag(Qt::WindowMaximizeButtonHint);
@@ -55,6 +59,7 @@ UsbIPCaptureDialog::UsbIPCaptureDialog(qint64 processId, uint32_t deviceId, QWid
 
     connect(m_table, &QTreeWidget::itemClicked, this, &UsbIPCaptureDialog::onPacketItemClicked);
     connect(m_table->header(), &QHeaderView::sectionClicked, this, &UsbIPCaptureDialog::onHeaderSectionClicked);
+    connect(&m_savingTimer, &QTimer::timeout, this, &UsbIPCaptureDialog::showSaving);
     connectClient();
     showStatus(tr("Connecting to USBIP capture daemon..."));
     m_client.setServerName(UsbIPCaptureClient::serverNameOf(processId));
@@ -64,7 +69,11 @@ UsbIPCaptureDialog::UsbIPCaptureDialog(qint64 processId, uint32_t deviceId, QWid
 UsbIPCaptureDialog::~UsbIPCaptureDialog()
 {
     m_client.disconnect(this);
-    m_table->removeRows(); // they refer to packets of this window
+    // Freeing a million packets takes its time, which other windows of the program must not feel.
+    if (QThread::currentThread()->loopLevel() > 0)
+        PacketRows::freeInSlices(std::move(m_rows), m_client.takePackets());
+    else
+        m_table->removeRows(); // they refer to packets of this window
 }
 
 QWidget* UsbIPCaptureDialog::makeButtons()
@@ -84,7 +93,7 @@ QWidget* UsbIPCaptureDialog::makeButtons()
     m_stopButton = addButton(tr("Stop Capture"), &UsbIPCaptureDialog::onStopCapture);
     addButton(tr("Clear"), &UsbIPCaptureDialog::onClearCapture);
     layout->addStretch();
-    m_saveButton = addButton(tr("Save Capture..."), &UsbIPCaptureDialog::askAndSave);
+    m_saveButton = addButton(tr("Save Capture..."), &UsbIPCaptureDialog::saveOrCancel);
     addButton(tr("Device Configuration"), &UsbIPCaptureDialog::onShowDeviceConfig);
     m_startButton->setEnabled(false);
     m_stopButton->setEnabled(false);
@@ -184,7 +193,7 @@ void UsbIPCaptureDialog::onPacketCaptured(uint32_t, UsbIPPacketInfo packet)
 {
     if (std::none_of(m_shownTypes.begin(), m_shownTypes.end(), [](bool shown) { return shown; }))
         m_shownTypes.fill(true);
-    m_rows.add(std::move(packet));
+    m_rows->add(std::move(packet));
     m_saveButton->setEnabled(true);
     if (m_followNewest)
         m_table->scrollToNewest();
@@ -198,7 +207,7 @@ bool UsbIPCaptureDialog::isShown(const UsbIPPacketInfo& packet) const
 
 void UsbIPCaptureDialog::rebuildTable()
 {
-    m_rows.rebuild();
+    m_rows->rebuild();
     if (m_followNewest)
         m_table->scrollToNewest();
 }
@@ -211,34 +220,57 @@ void UsbIPCaptureDialog::setRowFilter(RowFilter filter)
 
 void UsbIPCaptureDialog::setPackets(PacketList packets)
 {
-    m_rows.replace(std::move(packets));
-    m_saveButton->setEnabled(!m_rows.packets().empty());
+    m_rows->replace(std::move(packets));
+    showSaving();
     if (m_followNewest)
         m_table->scrollToNewest();
 }
 
-QString UsbIPCaptureDialog::saveCapture(const QString& path)
-{
-    const BusyCursor busy;
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return file.errorString();
-    file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-    if (!PcapngFile::write(file, m_rows.packets()) || !file.commit())
-        return file.errorString();
-    return {};
-}
-
 void UsbIPCaptureDialog::askAndSave()
 {
+    if (m_saving)
+        return;
     const QDir folder(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation));
     const QString path = m_prompter.saveFile(
         this, tr("Save Capture"), folder.filePath(QStringLiteral("capture.pcapng")), tr("Captures (*.pcapng)"));
-    if (path.isEmpty())
-        return;
-    const QString error = saveCapture(path);
+    if (!path.isEmpty())
+        startSaving(path);
+}
+
+void UsbIPCaptureDialog::startSaving(const QString& path)
+{
+    // Saving goes on when the window is closed meanwhile, and the program waits for it before it ends.
+    m_saving = new CaptureSaving(m_rows->sharedPackets(), path);
+    m_saving->setParent(QCoreApplication::instance());
+    connect(m_saving, &CaptureSaving::finished, this, &UsbIPCaptureDialog::onSaved);
+    connect(m_saving, &CaptureSaving::finished, m_saving, &QObject::deleteLater);
+    m_savingTimer.start(kSavingInterval);
+    showSaving();
+}
+
+void UsbIPCaptureDialog::onSaved(bool saved, const QString& error)
+{
+    m_saving = nullptr;
+    m_savingTimer.stop();
+    showSaving();
     if (!error.isEmpty())
         m_prompter.warning(this, tr("Error"), tr("The capture could not be saved: %1").arg(error));
+    else
+        showStatus(saved ? tr("Capture saved") : tr("Saving cancelled"));
+}
+
+void UsbIPCaptureDialog::showSaving()
+{
+    m_saveButton->setText(m_saving ? tr("Cancel Saving (%1%)").arg(m_saving->percentDone()) : tr("Save Capture..."));
+    m_saveButton->setEnabled(m_saving || !packets().empty());
+}
+
+void UsbIPCaptureDialog::saveOrCancel()
+{
+    if (m_saving)
+        m_saving->cancel();
+    else
+        askAndSave();
 }
 
 void UsbIPCaptureDialog::onHeaderSectionClicked(int logicalIndex)

@@ -8,9 +8,12 @@
 
 #include <QDialog>
 #include <QPointer>
+#include <QTimer>
 
 #include <array>
+#include <memory>
 
+class CaptureSaving;
 class PacketDetailsDialog;
 class QLabel;
 class QPushButton;
@@ -31,7 +34,7 @@ public:
 
     UsbIPCaptureClient& client() { return m_client; }
     PacketTable& table() { return *m_table; }
-    const PacketList& packets() const { return m_rows.packets(); }
+    const PacketList& packets() const { return m_rows->packets(); }
     qint64 processId() const { return m_processId; }
     uint32_t deviceId() const { return m_deviceId; }
 
@@ -42,14 +45,12 @@ public:
     /// Shows these packets in place of the ones there are.
     void setPackets(PacketList packets);
     /// The row of the packet at this position of the list, null when it is filtered out.
-    PacketItem* rowOf(std::size_t number) { return m_rows.rowOf(number); }
+    PacketItem* rowOf(std::size_t number) { return m_rows->rowOf(number); }
     /// Whether rows of a long list are still being replaced, or its packets freed.
-    bool isReplacingRows() const { return m_rows.isBusy(); }
+    bool isReplacingRows() const { return m_rows->isBusy(); }
 
-    /// Writes all packets, shown or not, as a pcapng file, whole or not at all and readable by its owner only. Empty,
-    /// or why it failed.
-    QString saveCapture(const QString& path);
-    /// The same for a file that the user is asked for.
+    /// Asks for a file and starts writing all packets to it, shown or not, unless it is still saving: see
+    /// CaptureSaving.
     void askAndSave();
 
 public slots:
@@ -83,6 +84,10 @@ private:
     void showStatus(const QString& text);
     void toggleTransferType(int type);
     void showFilterStatus();
+    void startSaving(const QString& path);
+    void onSaved(bool saved, const QString& error);
+    void showSaving();
+    void saveOrCancel();
     bool isShown(const UsbIPPacketInfo& packet) const;
     void rebuildTable();
 
@@ -95,7 +100,9 @@ private:
     QPushButton* m_saveButton = nullptr;
     QLabel* m_statusLabel = nullptr;
     PacketTable* m_table = nullptr;
-    PacketRows m_rows;
+    std::unique_ptr<PacketRows> m_rows;
+    QPointer<CaptureSaving> m_saving;
+    QTimer m_savingTimer;
     std::array<bool, 4> m_shownTypes{true, true, true, true};
     RowFilter m_rowFilter;
     bool m_followNewest = true;

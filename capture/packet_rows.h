@@ -8,6 +8,7 @@
 
 #include <deque>
 #include <functional>
+#include <memory>
 #include <vector>
 
 class PacketItem;
@@ -27,7 +28,9 @@ public:
     /// `table` outlives this or is emptied before. `filter` says which packets have rows; rebuild() follows a change.
     PacketRows(PacketTable& table, Filter filter);
 
-    const PacketList& packets() const { return m_packets; }
+    const PacketList& packets() const { return *m_packets; }
+    /// The same, to be kept: these packets are not freed while somebody else on this thread does. The list grows on.
+    std::shared_ptr<const PacketList> sharedPackets() const { return m_packets; }
 
     /// The row is in the table when this returns.
     void add(UsbIPPacketInfo packet);
@@ -39,18 +42,23 @@ public:
     PacketItem* rowOf(std::size_t number);
     /// Whether slices are still to come.
     bool isBusy() const { return m_slices.isActive(); }
+    /// For a window that is closed while the event loop runs: frees the packets, their rows and the table, which it
+    /// takes from its window, in slices, together with `others`, which have no rows.
+    static void freeInSlices(std::unique_ptr<PacketRows> rows, std::vector<PacketList> others);
 
 private:
     void dropRows();
     void workSlice();
     bool workOnce();
-    void freeForgotten();
+    bool freeForgotten();
     void addOlderRow();
+
+    using SharedList = std::shared_ptr<PacketList>;
 
     PacketTable& m_table;
     Filter m_filter;
-    PacketList m_packets;                // grows at its end only: rows refer to its elements
-    std::size_t m_withoutRows = 0;       // packets before this position wait for their rows
-    std::vector<PacketList> m_forgotten; // freed once no row refers to them
+    SharedList m_packets = std::make_shared<PacketList>(); // grows at its end only: rows refer to its elements
+    std::size_t m_withoutRows = 0;                         // packets before this position wait for their rows
+    std::vector<SharedList> m_forgotten;                   // freed once no row refers to them
     QTimer m_slices;
 };

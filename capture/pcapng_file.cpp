@@ -185,20 +185,29 @@ private:
 
 } // namespace
 
-bool PcapngFile::write(QIODevice& device, const PacketList& packets)
+PcapngWriter::PcapngWriter(QIODevice& device) : m_device(device), m_bytes(fileHead())
+{}
+
+bool PcapngWriter::add(const UsbIPPacketInfo& packet)
 {
     constexpr int kChunk = 256 * 1024; // bytes
-    QByteArray bytes = fileHead();
-    for (const UsbIPPacketInfo& packet : packets) {
-        appendBlock(bytes, kExtra, extraBody(packet));
-        appendBlock(bytes, kEnhancedPacket, packetBody(packet));
-        if (bytes.size() >= kChunk) {
-            if (device.write(bytes) != bytes.size())
-                return false;
-            bytes.clear();
-        }
-    }
-    return device.write(bytes) == bytes.size();
+    appendBlock(m_bytes, kExtra, extraBody(packet));
+    appendBlock(m_bytes, kEnhancedPacket, packetBody(packet));
+    return m_bytes.size() < kChunk || flush();
+}
+
+bool PcapngWriter::flush()
+{
+    const bool taken = m_device.write(m_bytes) == m_bytes.size();
+    m_bytes.clear();
+    return taken;
+}
+
+bool PcapngFile::write(QIODevice& device, const PacketList& packets)
+{
+    PcapngWriter writer(device);
+    return std::all_of(packets.begin(), packets.end(), [&](const auto& packet) { return writer.add(packet); }) &&
+           writer.flush();
 }
 
 PcapngFile::ReadResult PcapngFile::read(QIODevice& device)

@@ -7,6 +7,21 @@
 
 #include <deque>
 
+/// Writes packets one after another.
+class PcapngWriter
+{
+public:
+    explicit PcapngWriter(QIODevice& device);
+
+    /// Both are false when the device refuses bytes; its errorString() says why. The file is whole after flush().
+    bool add(const UsbIPPacketInfo& packet);
+    bool flush();
+
+private:
+    QIODevice& m_device;
+    QByteArray m_bytes;
+};
+
 /// One section with one interface of link type 220. Before each packet stands a block for local use that keeps what the
 /// record of Linux has no place for, most of all the USB/IP header; readers that do not know it skip it.
 class PcapngFile

@@ -2137,5 +2137,17 @@ Please check IP address, port and network connection.</source>
         <source>The capture could not be saved: %1</source>
         <translation>无法保存抓包：%1</translation>
     </message>
+    <message>
+        <source>Capture saved</source>
+        <translation>抓包已保存</translation>
+    </message>
+    <message>
+        <source>Saving cancelled</source>
+        <translation>已取消保存</translation>
+    </message>
+    <message>
+        <source>Cancel Saving (%1%)</source>
+        <translation>取消保存（%1%）</translation>
+    </message>
 </context>
 </TS>

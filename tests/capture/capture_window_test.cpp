@@ -11,10 +11,14 @@
 #include <QApplication>
 #include <QBuffer>
 #include <QClipboard>
+#include <QLabel>
 #include <QProcess>
+#include <QPushButton>
+#include <QSaveFile>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTemporaryDir>
+#include <QTemporaryFile>
 
 using tests::CaptureServer;
 using tests::frame;
@@ -26,6 +30,9 @@ class CaptureWindowTest : public QObject
 
 private slots:
     void savedCaptureOpensAsItWas();
+    void savingOutlivesClearingAndClosing();
+    void savingThatEndsEarlyLeavesTheOldFile_data();
+    void savingThatEndsEarlyLeavesTheOldFile();
     void fileThatCannotBeReadSaysWhy_data();
     void fileThatCannotBeReadSaysWhy();
     void fullDiskFailsTheWriting();
@@ -34,6 +41,8 @@ private slots:
     void filtersJumpsAndCopies();
     void countsWhatIsMissing();
     void headlessPrintsDecodings();
+    void programSpeaksWithoutADisplay_data();
+    void programSpeaksWithoutADisplay();
 };
 
 namespace {
@@ -46,6 +55,31 @@ PcapngFile::PacketList sessionPackets(const QString& type, int count)
     for (int packet = 0; packet < count; ++packet)
         client.receive(packetFrame(session->nextPacket(), 1700000000000 + packet));
     return client.packets(0x10003);
+}
+
+/// What no session sends: transfers without their other half, cut after 64 KiB, of a time long ago.
+PcapngFile::PacketList oddPackets()
+{
+    PcapngFile::PacketList packets;
+    for (const int type : {ControlTransfer, IsochronousTransfer, BulkTransfer, InterruptTransfer}) {
+        for (const int direction : {0, 1}) {
+            UsbIPPacketInfo packet;
+            packet.deviceId = 0xFFFFFFFE;
+            packet.sequenceNumber = 0x80000000 + quint32(packets.size());
+            packet.transferType = quint8(type);
+            packet.direction = quint8(direction);
+            packet.endpoint = 15;
+            packet.isRequest = direction == 0;
+            packet.transferLength = 1 << 20;
+            packet.data = QByteArray(65535, char(type));
+            packets.push_back(packet);
+            packet.isRequest = direction != 0; // the leg that carries nothing
+            packet.isUnlink = true;
+            packet.data.clear();
+            packets.push_back(packet);
+        }
+    }
+    return packets;
 }
 
 QString textOf(const UsbIPPacketInfo& packet)
@@ -167,6 +201,7 @@ void CaptureWindowTest::savedCaptureOpensAsItWas()
     window.dialog().setPackets(packets);
     prompter.expectSaveFile(QStringLiteral("Save Capture"), QStringLiteral("Captures (*.pcapng)"), path);
     window.dialog().askAndSave();
+    QTRY_VERIFY(QFileInfo::exists(path)); // whole as soon as it is there
     QCOMPARE(prompter.verify(), QString());
     const auto others = QFileDevice::ReadGroup | QFileDevice::ReadOther | QFileDevice::WriteGroup;
 #ifndef Q_OS_WIN
@@ -180,6 +215,73 @@ void CaptureWindowTest::savedCaptureOpensAsItWas()
     for (std::size_t number = 0; number < packets.size(); ++number)
         QCOMPARE(textOf(window.dialog().packets()[number]), textOf(packets[number]));
     QCOMPARE(window.dialog().table().topLevelItemCount(), int(packets.size()));
+}
+
+void CaptureWindowTest::savingOutlivesClearingAndClosing()
+{
+    constexpr int kCount = 120'000;
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("capture.pcapng"));
+    ScriptedPrompter prompter;
+    const auto tables = [] {
+        const auto windows = QApplication::topLevelWidgets();
+        return std::count_if(windows.begin(), windows.end(), [](QWidget* w) { return qobject_cast<PacketTable*>(w); });
+    };
+    QEventLoop loop; // without one, closing frees everything at once
+    QTimer::singleShot(0, &loop, [&] {
+        auto dialog = std::make_unique<UsbIPCaptureDialog>(CaptureServer::nextProcessId(), 1, nullptr, prompter);
+        dialog->setPackets(UsbIPCaptureDialog::PacketList(kCount));
+        prompter.expectSaveFile(QStringLiteral("Save Capture"), QStringLiteral("Captures (*.pcapng)"), path);
+        dialog->askAndSave();
+        dialog->setPackets(UsbIPCaptureDialog::PacketList(kCount));
+        dialog.reset();
+        QCOMPARE(tables(), 1);
+        QTRY_VERIFY(QFileInfo::exists(path));
+        loop.quit();
+    });
+    loop.exec();
+    QTRY_COMPARE(tables(), 0);
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(PcapngFile::read(file).packets.size(), std::size_t(kCount));
+}
+
+void CaptureWindowTest::savingThatEndsEarlyLeavesTheOldFile_data()
+{
+    QTest::addColumn<bool>("cancelled");
+    QTest::newRow("cancelled") << true;
+    QTest::newRow("file cannot be written") << false;
+}
+
+void CaptureWindowTest::savingThatEndsEarlyLeavesTheOldFile()
+{
+    QFETCH(bool, cancelled);
+    QTemporaryDir folder;
+    QFile old(folder.filePath(QStringLiteral("capture.pcapng")));
+    QVERIFY(old.open(QIODevice::WriteOnly) && old.write("old") == 3);
+    old.close();
+    ScriptedPrompter prompter;
+    UsbIPCaptureDialog dialog(CaptureServer::nextProcessId(), 1, nullptr, prompter);
+    dialog.setPackets(UsbIPCaptureDialog::PacketList(200'000));
+    auto buttons = dialog.findChildren<QPushButton*>();
+    const auto save = std::find_if(buttons.begin(), buttons.end(), [](const QPushButton* button) {
+        return button->text() == QLatin1String("Save Capture...");
+    });
+    QSaveFile target(old.fileName() + (cancelled ? QString() : QStringLiteral("/below a file")));
+    prompter.expectSaveFile(QStringLiteral("Save Capture"), QStringLiteral("Captures (*.pcapng)"), target.fileName());
+    (*save)->click();
+    QVERIFY((*save)->text().startsWith(QLatin1String("Cancel Saving (")));
+    if (cancelled)
+        (*save)->click();
+    else if (!target.open(QIODevice::WriteOnly))
+        prompter.expectWarning(QStringLiteral("Error"),
+                               QStringLiteral("The capture could not be saved: ") + target.errorString());
+    QTRY_COMPARE((*save)->text(), QStringLiteral("Save Capture..."));
+    QCOMPARE(prompter.verify(), QString());
+    QCOMPARE(dialog.findChild<QLabel*>()->text() == QLatin1String("Saving cancelled"), cancelled);
+    QVERIFY(old.open(QIODevice::ReadOnly));
+    QCOMPARE(old.readAll(), QByteArray("old"));
+    QCOMPARE(QDir(folder.path()).entryList(QDir::Files), {QStringLiteral("capture.pcapng")});
 }
 
 void CaptureWindowTest::fileThatCannotBeReadSaysWhy_data()
@@ -239,6 +341,8 @@ void CaptureWindowTest::analyserAgreesPacketByPacket_data()
     QTest::addColumn<QString>("type");
     for (const QString& type : deviceSessionTypes())
         QTest::newRow(qPrintable(type)) << type;
+    QTest::newRow("no packets") << "none";
+    QTest::newRow("odd packets") << "odd";
 }
 
 void CaptureWindowTest::analyserAgreesPacketByPacket()
@@ -249,7 +353,9 @@ void CaptureWindowTest::analyserAgreesPacketByPacket()
     QTemporaryDir folder;
     QFile file(folder.filePath(QStringLiteral("capture.pcapng")));
     QVERIFY(file.open(QIODevice::WriteOnly));
-    const PcapngFile::PacketList packets = sessionPackets(type, 200);
+    PcapngFile::PacketList packets;
+    if (type != QLatin1String("none"))
+        packets = type == QLatin1String("odd") ? oddPackets() : sessionPackets(type, 200);
     QVERIFY(PcapngFile::write(file, packets));
     file.close();
 
@@ -326,18 +432,56 @@ void CaptureWindowTest::countsWhatIsMissing()
 void CaptureWindowTest::headlessPrintsDecodings()
 {
     CaptureServer server;
-    QBuffer output;
-    output.open(QIODevice::WriteOnly);
+    QTemporaryFile output;
+    QVERIFY(output.open());
     HeadlessCapture capture(server.processId(), 2, output);
     QSignalSpy finished(&capture, &HeadlessCapture::finished);
     QTRY_VERIFY(server.hasClient() && server.received().startsWith(char(10)));
     PacketBytes packet;
     packet.setup = QByteArray::fromHex("a181000200010200");
     server.send(frame(1, packet.payload()));
+    QTRY_VERIFY(QFileInfo(output.fileName()).size() > 0);
+    QCOMPARE(finished.count(), 0); // who watches sees the line when it comes
     QTRY_COMPARE(finished.count(), 1);
-    QCOMPARE(finished[0][0].toInt(), 0);
-    QVERIFY(
-        output.data().endsWith("1 REQ 0x00 CTL IN 0 INN CLS TO_INF GET_CUR(0x81) [INTF:00 UNIT:01 CS:02 ZERO:00]\n"));
+    QCOMPARE(finished[0][0].toString(), QString());
+    output.seek(0);
+    QVERIFY(output.readAll().endsWith(
+        "1 REQ 0x00 CTL IN 0 INN CLS TO_INF GET_CUR(0x81) [INTF:00 UNIT:01 CS:02 ZERO:00]\n"));
+}
+
+void CaptureWindowTest::programSpeaksWithoutADisplay_data()
+{
+    QTest::addColumn<QString>("arguments");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("text"); // in what it prints
+    QTest::newRow("help") << "--help" << 0 << "--headless <SECONDS>";
+    QTest::newRow("version") << "--version" << 0 << "plugboard-capture " PLUGBOARD_VERSION;
+    QTest::newRow("nothing asked for") << "" << 3 << "The process id of a device process is missing.";
+    QTest::newRow("unknown option") << "--nonsense" << 3 << "Unknown option 'nonsense'.";
+    QTest::newRow("process id") << "12x" << 3 << "'12x' is not a process id.";
+    QTest::newRow("two process ids") << "12 13" << 3 << "Unexpected argument '13'.";
+    QTest::newRow("device id") << "12 --device -1" << 3 << "'-1' is not a device id.";
+    QTest::newRow("seconds") << "12 --headless nan" << 3 << "'nan' is not a number of seconds.";
+    QTest::newRow("no device process") << "4000000 --headless 0.1" << 1 << "No capture was possible: ";
+}
+
+void CaptureWindowTest::programSpeaksWithoutADisplay()
+{
+    QFETCH(QString, arguments);
+    QFETCH(QString, text);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+        environment.remove(QLatin1String(name));
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(QCoreApplication::applicationDirPath() + QStringLiteral("/plugboard-capture"),
+                  arguments.split(QLatin1Char(' '), Qt::SkipEmptyParts));
+    QVERIFY(process.waitForFinished());
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QTEST(process.exitCode(), "exitCode");
+    const QString printed = QString::fromUtf8(process.readAll());
+    QVERIFY2(printed.contains(text), qPrintable(printed));
 }
 
 PLUGBOARD_SUITE(CaptureWindowTest)

@@ -1,6 +1,5 @@
 #include "capture/capture_client.h"
 #include "tests/support/suite_registry.h"
-#include "tools/usb_daemon/sessions/device_session.h"
 
 #include <QCoreApplication>
 #include <QJsonArray>
@@ -15,8 +14,6 @@ class DeviceProcessTest : public QObject
 
 private slots:
     void servesEveryCommand();
-    void sessionsEnumerateAsTheirType_data();
-    void sessionsEnumerateAsTheirType();
 };
 
 void DeviceProcessTest::servesEveryCommand()
@@ -77,42 +74,6 @@ void DeviceProcessTest::servesEveryCommand()
     client.disconnect();
     process.kill();
     process.waitForFinished();
-}
-
-void DeviceProcessTest::sessionsEnumerateAsTheirType_data()
-{
-    QTest::addColumn<QByteArray>("interface"); // class, subclass and protocol of one interface
-    QTest::newRow("camera") << QByteArray::fromHex("0e0200");
-    QTest::newRow("microphone") << QByteArray::fromHex("010200");
-    QTest::newRow("speaker") << QByteArray::fromHex("010200");
-    QTest::newRow("keyboard") << QByteArray::fromHex("030101");
-    QTest::newRow("mouse") << QByteArray::fromHex("030102");
-    QTest::newRow("udisk") << QByteArray::fromHex("080650");
-    QTest::newRow("fido2") << QByteArray::fromHex("030000");
-    QTest::newRow("usbip") << QByteArray::fromHex("0a0000");
-}
-
-void DeviceProcessTest::sessionsEnumerateAsTheirType()
-{
-    QFETCH(QByteArray, interface);
-    const auto session = makeDeviceSession(QString::fromLatin1(QTest::currentDataTag()), 1);
-    QByteArray configuration;
-    for (int packet = 0; packet < 8; ++packet)
-        configuration = session->nextPacket().data;
-    QCOMPARE(int(qFromLittleEndian<quint16>(configuration.constData() + 2)), configuration.size());
-    QSet<int> interfaces;
-    bool found = false;
-    int end = 0;
-    for (int offset = 0; offset < configuration.size(); offset = end) {
-        end = offset + configuration.at(offset);
-        QVERIFY(configuration.at(offset) >= 2 && end <= configuration.size());
-        if (configuration.at(offset + 1) != 4)
-            continue;
-        interfaces << configuration.at(offset + 2);
-        found = found || configuration.mid(offset + 5, 3) == interface;
-    }
-    QVERIFY(found);
-    QCOMPARE(interfaces.size(), int(configuration.at(4)));
 }
 
 PLUGBOARD_SUITE(DeviceProcessTest)

@@ -297,6 +297,7 @@ void CaptureWalk::exportCapture()
 {
     m_prompter.fileToSave = m_folder.filePath(QStringLiteral("capture.pcapng"));
     click(dialog(), "Save Capture...");
+    waitForStatus("Capture saved");
     QFile file(m_prompter.fileToSave);
     Tour::require(file.open(QIODevice::ReadOnly), file.errorString());
     const PcapngFile::ReadResult saved = PcapngFile::read(file);

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+class AudioResampler;
 class AVDecoder;
 class AVEncoder;
 class AVScaler;
@@ -72,7 +73,8 @@ public:
     /// low-latency options dropped, any number of packets. For files; a live source has no beginning.
     bool rewind() { return m_input.open() == 0; }
 
-    /// Takes what decoder and encoder still hold down the chain. Only after a read loop that will not be continued.
+    /// Takes what decoders, resampler and encoder still hold down the chains. Only after a read loop that will not be
+    /// continued.
     void flush();
 
     /// Stages that chain building made, null when there are none; valid while the reader lives.
@@ -96,6 +98,7 @@ private:
     std::vector<std::unique_ptr<AVSourceSink>> m_stages;
     AVDecoder* m_videoDecoder = nullptr;
     AVDecoder* m_audioDecoder = nullptr;
+    AudioResampler* m_resampler = nullptr;
     AVScaler* m_scaler = nullptr;
     AVEncoder* m_encoder = nullptr;
 };

@@ -32,7 +32,7 @@ public:
     /// also when no stream is of a selected kind.
     bool open();
 
-    /// FFmpeg's words for why open() returned false or reading failed before the end of the input; else empty.
+    /// For people: why open() returned false, or why reading ended other than with the input; else empty.
     const std::string& error() const { return m_error; }
 
     /// Null when the input has no such stream or it is not selected.
@@ -59,15 +59,8 @@ public:
     /// Audio chain: signed 16-bit interleaved samples arrive at `sink`. True also when there is no audio source.
     bool buildAudioChain(int channels, int sampleRate, AVSourceSink& sink);
 
-    enum class Ending
-    {
-        InputEnded,
-        StageRefused,
-        NotReopened
-    };
-
     /// Reads until a stage refuses a packet or the input ends or fails; with `loop` the input then starts again.
-    Ending readLoop(bool loop);
+    void readLoop(bool loop);
 
     /// Goes back to the input's beginning, as looping does: the search for stream information may have read, and with
     /// low-latency options dropped, any number of packets. For files; a live source has no beginning.

@@ -116,6 +116,11 @@ void MediaProgramTest::endsWithAReason_data()
         "--threads takes a number from 0 to 64");
     row("two runs", {QStringLiteral("--null"), QStringLiteral("--wav"), QStringLiteral("x.wav"), clip}, 2,
         "exclude each other");
+    row("source that would be replaced", {QStringLiteral("--wav"), mediaFile("tone.aac"), mediaFile("tone.aac")}, 2,
+        "would replace its own source");
+    row("pictures that nothing can make",
+        {QStringLiteral("--null"), QStringLiteral("--format"), QStringLiteral("vaapi"), clip}, 2,
+        "cannot have the pixel format");
     row("missing source", {QStringLiteral("--null"), mediaFile("missing.mp4")}, 1, "No such file or directory");
     row("no video", {QStringLiteral("--null"), mediaFile("mono_8k.wav")}, 1, "has no video");
     row("no sound", {QStringLiteral("--null"), QStringLiteral("--sound"), mediaFile("raw.h264")}, 1, "has no sound");

@@ -182,6 +182,7 @@ void MediaReaderTest::endsWhenTheInputCannotBeOpenedAgain()
     chains.reader.readLoop(true);
     QVERIFY(chains.audio.frames > 0);
     QVERIFY(printed.take().find("restarting...\nFailed to reinitialize file for looping\n") != std::string::npos);
+    QVERIFY(!chains.reader.error().empty());
 }
 
 /// What is opened again has other streams, sizes and codecs at the same indexes: nothing may crash.

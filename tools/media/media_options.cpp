@@ -4,10 +4,17 @@
 #include "runtime/start_options.h"
 
 #include <QCommandLineParser>
+#include <QFileInfo>
 
+#include <algorithm>
+#include <cmath>
 #include <optional>
 
 namespace {
+
+constexpr int kFallbackRate = 30;
+constexpr int kLeastRate = 1;
+constexpr int kMostRate = 1000;
 
 MediaOptions textOnly(const QString& text, int exitCode)
 {
@@ -88,8 +95,8 @@ QString readValues(const QCommandLineParser& parser, MediaOptions& options)
     }
     if (given("format")) {
         options.pixelFormat = av_get_pix_fmt(value("format").toUtf8().constData());
-        if (options.pixelFormat < 0)
-            return QStringLiteral("unknown pixel format '%1'").arg(value("format"));
+        if (!sws_isSupportedOutput(static_cast<AVPixelFormat>(options.pixelFormat)))
+            return QStringLiteral("pictures cannot have the pixel format '%1'").arg(value("format"));
     }
     if (given("size")) {
         const QStringList sides = value("size").split(QLatin1Char('x'));
@@ -105,7 +112,7 @@ QString readValues(const QCommandLineParser& parser, MediaOptions& options)
         int least;
         int most;
     };
-    const Number numbers[] = {{"rate", &options.rate, 1, 1000},
+    const Number numbers[] = {{"rate", &options.rate, kLeastRate, kMostRate},
                               {"channels", &options.channels, 1, 8},
                               {"sample-rate", &options.sampleRate, 1000, 384000},
                               {"threads", &options.threads, 0, 64},
@@ -126,6 +133,14 @@ QString readValues(const QCommandLineParser& parser, MediaOptions& options)
 }
 
 } // namespace
+
+int playingRate(const MediaOptions& options, AVRational sourceRate)
+{
+    if (options.rate > 0)
+        return options.rate;
+    const double perSecond = sourceRate.num > 0 && sourceRate.den > 0 ? av_q2d(sourceRate) : kFallbackRate;
+    return static_cast<int>(std::clamp<double>(std::round(perSecond), kLeastRate, kMostRate));
+}
 
 MediaOptions parseMediaOptions(const QStringList& arguments)
 {
@@ -176,5 +191,8 @@ MediaOptions parseMediaOptions(const QStringList& arguments)
         options.codec = AV_CODEC_ID_H264;
     if (parser.positionalArguments().size() > 1 || (options.source.isEmpty() && !given("command")))
         return mistake(QStringLiteral("one source is needed"));
+    const QFileInfo written(options.output);
+    if (!options.output.isEmpty() && written.exists() && written == QFileInfo(options.source))
+        return mistake(QStringLiteral("'%1' would replace its own source").arg(options.output));
     return options;
 }

@@ -1,4 +1,3 @@
-#include "media/av_scaler.h"
 #include "media/media_reader.h"
 #include "tests/media/media_files.h"
 #include "tests/media/stage_probe.h"
@@ -17,17 +16,6 @@ private slots:
     void playsSound_data();
     void playsSound();
 };
-
-namespace {
-
-ScalerSettings withoutServer()
-{
-    ScalerSettings settings;
-    settings.serverName.clear();
-    return settings;
-}
-
-} // namespace
 
 /// Network cameras send their JPEG pictures one after the other as the parts of one endless answer.
 void NetworkReaderTest::playsCamerasOfSeparatePictures()

@@ -132,6 +132,39 @@ QString readValues(const QCommandLineParser& parser, MediaOptions& options)
     return {};
 }
 
+/// What is done with which source; empty when that is clear.
+QString readRun(const QCommandLineParser& parser, MediaOptions& options)
+{
+    using Run = MediaOptions::Run;
+    const auto given = [&parser](const char* name) { return parser.isSet(QString::fromLatin1(name)); };
+    const auto value = [&parser](const char* name) { return parser.value(QString::fromLatin1(name)); };
+    int runs = 0;
+    for (const auto& [name, run] :
+         {std::pair{"null", Run::Null}, {"wav", Run::Wav}, {"output", Run::File}, {"command", Run::Command}}) {
+        if (given(name)) {
+            options.run = run;
+            ++runs;
+        }
+    }
+    if (runs > 1)
+        return QStringLiteral("--null, --wav, --output and --command exclude each other");
+    options.source = parser.positionalArguments().value(0);
+    options.output = given("wav") ? value("wav") : value("output");
+    options.command = value("command");
+    options.server = value("server");
+    options.snapshot = value("snapshot");
+    options.sound = given("sound");
+    options.verbose = given("verbose");
+    if (options.run == Run::File && options.codec == AV_CODEC_ID_NONE)
+        options.codec = AV_CODEC_ID_H264;
+    if (parser.positionalArguments().size() > 1 || (options.source.isEmpty() && options.run != Run::Command))
+        return QStringLiteral("one source is needed");
+    const QFileInfo written(options.output);
+    if (!options.output.isEmpty() && written.exists() && written == QFileInfo(options.source))
+        return QStringLiteral("'%1' would replace its own source").arg(options.output);
+    return {};
+}
+
 } // namespace
 
 int playingRate(const MediaOptions& options, AVRational sourceRate)
@@ -148,7 +181,6 @@ MediaOptions parseMediaOptions(const QStringList& arguments)
     addOptions(parser);
     const bool parsed = parser.parse(arguments);
     const auto given = [&parser](const char* name) { return parser.isSet(QString::fromLatin1(name)); };
-    const auto value = [&parser](const char* name) { return parser.value(QString::fromLatin1(name)); };
     if (!parsed)
         return mistake(parser.errorText());
     const StartOptions start = readStartOptions(parser, false);
@@ -167,32 +199,10 @@ MediaOptions parseMediaOptions(const QStringList& arguments)
 
     MediaOptions options;
     options.logRules = start.logRules;
-    const QString wrong = readValues(parser, options);
-    if (!wrong.isEmpty())
-        return mistake(wrong);
-    if (given("null") + given("wav") + given("output") + given("command") > 1)
-        return mistake(QStringLiteral("--null, --wav, --output and --command exclude each other"));
-    options.source = parser.positionalArguments().value(0);
-    options.sound = given("sound");
-    options.verbose = given("verbose");
-    options.server = value("server");
-    options.snapshot = value("snapshot");
-    options.command = value("command");
-    options.output = given("wav") ? value("wav") : value("output");
-    if (given("null"))
-        options.run = MediaOptions::Run::Null;
-    else if (given("wav"))
-        options.run = MediaOptions::Run::Wav;
-    else if (given("output"))
-        options.run = MediaOptions::Run::File;
-    else if (given("command"))
-        options.run = MediaOptions::Run::Command;
-    if (options.run == MediaOptions::Run::File && options.codec == AV_CODEC_ID_NONE)
-        options.codec = AV_CODEC_ID_H264;
-    if (parser.positionalArguments().size() > 1 || (options.source.isEmpty() && !given("command")))
-        return mistake(QStringLiteral("one source is needed"));
-    const QFileInfo written(options.output);
-    if (!options.output.isEmpty() && written.exists() && written == QFileInfo(options.source))
-        return mistake(QStringLiteral("'%1' would replace its own source").arg(options.output));
+    for (const auto read : {readValues, readRun}) {
+        const QString wrong = read(parser, options);
+        if (!wrong.isEmpty())
+            return mistake(wrong);
+    }
     return options;
 }

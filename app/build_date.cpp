@@ -2,5 +2,5 @@
 
 QString buildDate()
 {
-    return QStringLiteral(__DATE__);
+    return QStringLiteral(BUILD_DATE);
 }

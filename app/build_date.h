@@ -3,5 +3,6 @@
 
 #include <QString>
 
-/// "Oct  6 2025": month, day padded to two characters with a blank, year. SOURCE_DATE_EPOCH sets it at build time.
+/// "Oct  6 2025": month, day padded to two characters with a blank, year. SOURCE_DATE_EPOCH sets the day at build time,
+/// which is UTC's otherwise.
 QString buildDate();

@@ -8,7 +8,7 @@
 #
 # The libraries are those of the folder $PLUGBOARD_WINDOWS_SYSROOT, else those of ../shared/windows-sysroot.tar.xz, else they are
 # built from Debian's source packages (packaging/windows/build_dependencies.sh, about an hour on two cores). Results lie in
-# build/windows (programs in bin/, tests.xml, the release in dist/) and build/windows-tour (report and pictures). The last line is
+# build/windows (programs in bin/, tests.xml, the release in dist/) and build/windows-tour (reports and pictures). The last line is
 # "N passed, N failed".
 set -euo pipefail
 
@@ -123,9 +123,11 @@ if [ -z "${PLUGBOARD_WINE_RUNS:-}" ]; then
     exec $windows/with_wine.sh "$0" --run-only
 fi
 run_tests
-step "taking the tour"
-rm -rf "$pictures"
-count tour $windows/run_under_wine.sh "$build/tour/plugboard-tour.exe" "$pictures"
+step "taking the tour in both languages"
+for language in en zh_CN; do
+    rm -rf "${pictures:?}/$language"
+    count "tour_$language" $windows/run_under_wine.sh "$build/tour/plugboard-tour.exe" "$pictures/$language" --language $language
+done
 step "comparing with the Linux programs"
 count comparison scripts/compare_platforms.py "$project/build/release" "$build"
 step "running the driver engine on Wine's own device tree"

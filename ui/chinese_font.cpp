@@ -6,8 +6,8 @@
 void preferSimplifiedChinese()
 {
     QFont font = QApplication::font();
-    font.setFamilies({font.family(), QStringLiteral("Microsoft YaHei UI"), QStringLiteral("Microsoft YaHei"),
+    font.setFamilies({QStringLiteral("Microsoft YaHei UI"), QStringLiteral("Microsoft YaHei"),
                       QStringLiteral("Noto Sans CJK SC"), QStringLiteral("Source Han Sans SC"),
-                      QStringLiteral("SimSun")});
+                      QStringLiteral("SimSun"), font.family()});
     QApplication::setFont(font);
 }

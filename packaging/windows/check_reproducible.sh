@@ -6,12 +6,14 @@ project=$(realpath "$(dirname "$0")/../..")
 sysroot=$(realpath "$1") folder=$(realpath -m "${2:-$(mktemp -d)}")
 export CCACHE_DISABLE=1
 
+commit=$(git -C "$project" rev-parse HEAD)
 mkdir -p "$folder"
 openssl genpkey -quiet -algorithm RSA -pkeyopt rsa_keygen_bits:2048 -out "$folder/key.pem"
 openssl pkey -in "$folder/key.pem" -pubout -out "$folder/public.pem"
 export PLUGBOARD_PARAM_PUBLIC_KEY=$folder/public.pem
 for name in a other-folder; do
     git clone --quiet "$project" "$folder/$name/plugboard"
+    git -C "$folder/$name/plugboard" checkout --quiet --detach "$commit"
     "$folder/$name/plugboard/packaging/windows/make_dist.sh" "$sysroot" "$folder/$name/build" "$folder/$name/dist" > "$folder/$name.log"
 done
 diff "$folder/a/dist/SHA256SUMS" "$folder/other-folder/dist/SHA256SUMS" && cat "$folder/a/dist/SHA256SUMS"

@@ -134,14 +134,19 @@ bool AudioResampler::pushFrame(AVFrame* frame)
         std::cerr << "A sound frame that does not fit the stream's first format was left out" << std::endl;
         return true;
     }
-    const std::int64_t delayed = swr_get_delay(m_resampler.get(), m_inputRate) + frame->nb_samples;
+    return convert(const_cast<const std::uint8_t**>(frame->extended_data), frame->nb_samples);
+}
+
+/// Converts a block and pushes what comes of it; without input, what is held back.
+bool AudioResampler::convert(const std::uint8_t** input, int inputSamples)
+{
+    const std::int64_t delayed = swr_get_delay(m_resampler.get(), m_inputRate) + inputSamples;
     const int samples = static_cast<int>(av_rescale_rnd(delayed, m_outputRate, m_inputRate, AV_ROUND_UP));
     if (samples <= 0)
-        return true; // An empty frame, and nothing held back.
+        return true; // An empty block, and nothing held back.
     if (!prepareDestination(samples))
         return false;
-    const int produced = swr_convert(m_resampler.get(), m_destination->extended_data, samples,
-                                     const_cast<const std::uint8_t**>(frame->extended_data), frame->nb_samples);
+    const int produced = swr_convert(m_resampler.get(), m_destination->extended_data, samples, input, inputSamples);
     if (produced < 0) {
         std::cerr << "Error: swr_convert failed with error code: " << produced
                   << "\nError description: " << ffmpeg::errorText(produced) << std::endl;
@@ -149,4 +154,9 @@ bool AudioResampler::pushFrame(AVFrame* frame)
     }
     m_destination->nb_samples = produced;
     return AVSourceSink::pushFrame(m_destination.get());
+}
+
+bool AudioResampler::flush()
+{
+    return !m_destination || convert(nullptr, 0);
 }

@@ -15,6 +15,9 @@ public:
 
     bool pushFrame(AVFrame* frame) override;
 
+    /// Pushes the samples that the conversion of the rate still holds. It takes no frame afterwards.
+    bool flush();
+
     int outputRate() const { return m_outputRate; }
     int outputChannels() const { return m_outputChannels; }
 
@@ -23,6 +26,7 @@ private:
     bool setOptions();
     void setDestinationFormat();
     bool prepareDestination(int samples);
+    bool convert(const std::uint8_t** input, int inputSamples);
     bool holdsInput(const AVFrame& frame) const;
 
     const int m_outputChannels;

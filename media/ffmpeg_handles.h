@@ -38,6 +38,16 @@ struct Deleter
     }
 };
 
+/// A media file that is written: closes the file and frees what describes it. Its trailer is the writer's to write.
+struct OutputDeleter
+{
+    void operator()(AVFormatContext* context) const
+    {
+        avio_closep(&context->pb);
+        avformat_free_context(context);
+    }
+};
+
 using FormatContext = std::unique_ptr<AVFormatContext, AddressDeleter<avformat_close_input>>;
 using CodecContext = std::unique_ptr<AVCodecContext, AddressDeleter<avcodec_free_context>>;
 using CodecParameters = std::unique_ptr<AVCodecParameters, AddressDeleter<avcodec_parameters_free>>;
@@ -46,6 +56,7 @@ using BufferReference = std::unique_ptr<AVBufferRef, AddressDeleter<av_buffer_un
 using FilterGraph = std::unique_ptr<AVFilterGraph, AddressDeleter<avfilter_graph_free>>;
 using FilterInOut = std::unique_ptr<AVFilterInOut, AddressDeleter<avfilter_inout_free>>;
 using Frame = std::unique_ptr<AVFrame, AddressDeleter<av_frame_free>>;
+using OutputContext = std::unique_ptr<AVFormatContext, OutputDeleter>;
 using Packet = std::unique_ptr<AVPacket, AddressDeleter<av_packet_free>>;
 using Resampler = std::unique_ptr<SwrContext, AddressDeleter<swr_free>>;
 using Scaler = std::unique_ptr<SwsContext, Deleter<sws_freeContext>>;

@@ -49,35 +49,39 @@ bool MediaReader::push(AVPacket* packet)
     return true;
 }
 
-MediaReader::Ending MediaReader::readLoop(bool loop)
+void MediaReader::readLoop(bool loop)
 {
     const ffmpeg::Packet packet(av_packet_alloc());
+    m_error = packet ? "" : ffmpeg::errorText(AVERROR(ENOMEM));
     if (!packet)
-        return Ending::StageRefused;
+        return;
     bool isEmpty = true;
     for (;;) {
-        const int result = m_input.read(packet.get());
+        int result = m_input.read(packet.get());
         if (result == 0) {
             isEmpty = false;
             const bool accepted = push(packet.get());
             av_packet_unref(packet.get());
-            if (!accepted)
-                return Ending::StageRefused;
-            continue;
+            if (accepted)
+                continue;
+            m_error = "its data is damaged or changes";
+            return;
         }
-        if (result != AVERROR_EOF)
-            m_error = ffmpeg::errorText(result);
         if (!loop) {
+            if (result != AVERROR_EOF)
+                m_error = ffmpeg::errorText(result);
             std::cout << "Reached end of file, exiting" << std::endl;
-            return Ending::InputEnded;
+            return;
         }
         std::cout << "Reached end of file, restarting..." << std::endl;
         if (isEmpty)
             std::this_thread::sleep_for(kEmptyInputPause); // Nothing else would slow the restarts down.
         isEmpty = true;
-        if (m_input.open() != 0) {
+        result = m_input.open();
+        if (result != 0) {
+            m_error = ffmpeg::errorText(result);
             std::cerr << "Failed to reinitialize file for looping" << std::endl;
-            return Ending::NotReopened;
+            return;
         }
     }
 }

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+class AudioResampler;
 class AVDecoder;
 class AVEncoder;
 class AVScaler;
@@ -31,7 +32,7 @@ public:
     /// also when no stream is of a selected kind.
     bool open();
 
-    /// FFmpeg's words for why open() returned false or reading failed before the end of the input; else empty.
+    /// For people: why open() returned false, or why reading ended other than with the input; else empty.
     const std::string& error() const { return m_error; }
 
     /// Null when the input has no such stream or it is not selected.
@@ -58,21 +59,15 @@ public:
     /// Audio chain: signed 16-bit interleaved samples arrive at `sink`. True also when there is no audio source.
     bool buildAudioChain(int channels, int sampleRate, AVSourceSink& sink);
 
-    enum class Ending
-    {
-        InputEnded,
-        StageRefused,
-        NotReopened
-    };
-
     /// Reads until a stage refuses a packet or the input ends or fails; with `loop` the input then starts again.
-    Ending readLoop(bool loop);
+    void readLoop(bool loop);
 
     /// Goes back to the input's beginning, as looping does: the search for stream information may have read, and with
     /// low-latency options dropped, any number of packets. For files; a live source has no beginning.
     bool rewind() { return m_input.open() == 0; }
 
-    /// Takes what decoder and encoder still hold down the chain. Only after a read loop that will not be continued.
+    /// Takes what decoders, resampler and encoder still hold down the chains. Only after a read loop that will not be
+    /// continued.
     void flush();
 
     /// Stages that chain building made, null when there are none; valid while the reader lives.
@@ -96,6 +91,7 @@ private:
     std::vector<std::unique_ptr<AVSourceSink>> m_stages;
     AVDecoder* m_videoDecoder = nullptr;
     AVDecoder* m_audioDecoder = nullptr;
+    AudioResampler* m_resampler = nullptr;
     AVScaler* m_scaler = nullptr;
     AVEncoder* m_encoder = nullptr;
 };

@@ -79,8 +79,8 @@ bool MediaReader::buildAudioChain(int channels, int sampleRate, AVSourceSink& si
     m_audioDecoder = &addStage<AVDecoder>(m_audio->codecId());
     m_audioDecoder->setThreadCount(m_decoderThreads);
     m_audioDecoder->open(m_audio->codecParameters());
-    auto& resampler = addStage<AudioResampler>(channels, sampleRate);
-    chainAll({m_audio.get(), m_audioDecoder, &resampler, &sink});
+    m_resampler = &addStage<AudioResampler>(channels, sampleRate);
+    chainAll({m_audio.get(), m_audioDecoder, m_resampler, &sink});
     return true;
 }
 
@@ -90,6 +90,8 @@ void MediaReader::flush()
         m_videoDecoder->flush();
     if (m_audioDecoder)
         m_audioDecoder->flush();
+    if (m_resampler)
+        m_resampler->flush();
     if (m_encoder)
         m_encoder->flush();
 }

@@ -36,8 +36,10 @@ void VideoFileSource::run()
     }
     describe();
     m_started.exchange(1);
-    if (opened)
+    if (opened) {
         m_reader->readLoop(true);
+        describe();
+    }
     if (m_completed)
         m_completed(std::string());
 }

@@ -52,7 +52,7 @@ public:
     /// Whether the input has been opened, or has failed to, and the chains are built.
     bool isStarted() const { return m_started.load() != 0; }
 
-    /// One line for people: which decoder and encoder are at work. Any thread.
+    /// One line for people: which decoder and encoder are at work, and why playing has ended. Any thread.
     std::string description() const;
 
 protected:

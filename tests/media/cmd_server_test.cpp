@@ -259,10 +259,7 @@ void CmdServerTest::scalerAnswersCommands()
     client.send("imgx,100\r\n\r\necho,off\r\n");
     RECEIVE(client, QByteArray("imgx,100\r\n\r\necho,off\r\nOK: Image X position set to 100\r\n"
                                "OK: Image X position set to 100\r\nOK: Echo disabled\r\n"));
-    client.send("ImgM,2\n");
-    RECEIVE(client, QByteArray("OK: Scale mode set to PADDING\r\n"));
     QCOMPARE(scaler.placement().x.load(), 100);
-    QCOMPARE(scaler.placement().mode.load(), kScalePadding);
 }
 
 void CmdServerTest::scalerOfAnotherThreadFindsItsNameFree()

@@ -1,4 +1,3 @@
-#include "media/av_bs_filter.h"
 #include "media/av_decoder.h"
 #include "media/av_encoder.h"
 #include "tests/media/encoders_at_hand.h"
@@ -14,15 +13,12 @@ class CodecTest : public QObject
 
 private slots:
     void initTestCase() { av_log_set_level(AV_LOG_QUIET); }
-    void filtersToStartCodes_data();
-    void filtersToStartCodes();
     void decodesEveryKindOfFile_data();
     void decodesEveryKindOfFile();
     void searchesHardwareInOrder();
     void hardwareFramesArriveAsNv12();
-    void failedTransferPushesNothing();
+    void deviceThatCannotDecodeLeavesItToSoftware_data();
     void deviceThatCannotDecodeLeavesItToSoftware();
-    void deviceWhoseDecoderDoesNotOpenLeavesItToSoftware();
     void decoderThatDidNotOpenRefusesPackets();
     void stopsWhenTheChainRefuses();
     void encodesForStreaming_data();
@@ -107,50 +103,26 @@ struct FakeHardware final : HardwareAccess
     mutable int transfers = 0;
 };
 
-/// No decoder knows of any device.
-const HardwareAccess& withoutHardware()
+/// A file's video and what a decoder makes of it.
+struct Decoding
 {
-    static const FakeHardware hardware = [] {
-        FakeHardware none;
-        none.only = "none";
-        return none;
-    }();
-    return hardware;
-}
+    explicit Decoding(const char* file, const HardwareAccess& hardware = systemHardware())
+        : stream(file)
+        , decoder(stream.source->codecId(), hardware)
+    {
+        stream.source->chain(decoder);
+        decoder.chain(probe);
+        opened = decoder.open(stream.source->codecParameters());
+    }
+    bool play() { return opened && stream.play(); }
+
+    FileStream stream;
+    AVDecoder decoder;
+    StageProbe probe;
+    bool opened = false;
+};
 
 } // namespace
-
-void CodecTest::filtersToStartCodes_data()
-{
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<QString>("filter");
-    QTest::newRow("H.264 of a container") << "h264_aac.mp4"
-                                          << "h264_mp4toannexb";
-    QTest::newRow("H.265 of a container") << "hevc_10bit.mp4"
-                                          << "hevc_mp4toannexb";
-    QTest::newRow("H.264 that has start codes") << "raw.h264"
-                                                << "h264_mp4toannexb";
-    QTest::newRow("MJPEG passes unchanged") << "mjpeg.avi" << QString();
-}
-
-void CodecTest::filtersToStartCodes()
-{
-    QFETCH(QString, file);
-    QFETCH(QString, filter);
-    FileStream stream(file.toLatin1().constData());
-    QVERIFY(stream.source);
-    AVBSFilter stage(*stream.source);
-    StageProbe probe;
-    stream.source->chain(stage);
-    stage.chain(probe);
-    QCOMPARE(QString::fromLatin1(stage.filter() ? stage.filter()->name : ""), filter);
-    QVERIFY(stream.play());
-    QVERIFY(probe.packets >= 25);
-    if (!filter.isEmpty()) {
-        const std::vector<std::uint8_t> start(probe.packetBytes.begin(), probe.packetBytes.begin() + 3);
-        QVERIFY((start == std::vector<std::uint8_t>{0, 0, 0} || start == std::vector<std::uint8_t>{0, 0, 1}));
-    }
-}
 
 void CodecTest::decodesEveryKindOfFile_data()
 {
@@ -173,23 +145,17 @@ void CodecTest::decodesEveryKindOfFile()
     QFETCH(QString, file);
     QFETCH(int, format);
     QFETCH(int, leastFrames);
-    FileStream stream(file.toLatin1().constData());
-    QVERIFY(stream.source);
-    AVDecoder decoder(stream.source->codecId());
-    StageProbe probe;
-    stream.source->chain(decoder);
-    decoder.chain(probe);
-    QVERIFY(decoder.open(stream.source->codecParameters()));
-    QVERIFY(stream.play());
-    QVERIFY2(probe.frames >= leastFrames, qPrintable(QString::number(probe.frames)));
-    decoder.flush();
-    QCOMPARE(probe.frames, 30);
-    if (decoder.deviceName().empty())
-        QCOMPARE(probe.last->format, format);
-    QCOMPARE(probe.last->pts, std::int64_t(0));
-    QCOMPARE(probe.last->pkt_dts, std::int64_t(0));
-    QCOMPARE(decoder.inputWidth(), 160);
-    QVERIFY(!decoder.name().empty());
+    Decoding run(file.toLatin1().constData());
+    QVERIFY(run.play());
+    QVERIFY2(run.probe.frames >= leastFrames, qPrintable(QString::number(run.probe.frames)));
+    run.decoder.flush();
+    QCOMPARE(run.probe.frames, 30);
+    if (run.decoder.deviceName().empty())
+        QCOMPARE(run.probe.last->format, format);
+    QCOMPARE(run.probe.last->pts, std::int64_t(0));
+    QCOMPARE(run.probe.last->pkt_dts, std::int64_t(0));
+    QCOMPARE(run.decoder.inputWidth(), 160);
+    QVERIFY(!run.decoder.name().empty());
 }
 
 void CodecTest::searchesHardwareInOrder()
@@ -216,93 +182,66 @@ void CodecTest::searchesHardwareInOrder()
 
 void CodecTest::hardwareFramesArriveAsNv12()
 {
-    std::vector<std::vector<std::uint8_t>> software;
-    {
-        FileStream stream("h264_aac.mp4");
-        AVDecoder decoder(AV_CODEC_ID_H264, withoutHardware());
-        StageProbe probe;
-        probe.onFrame = [&software](const AVFrame& frame) {
-            const ffmpeg::Frame paired = makePicture(AV_PIX_FMT_NV12, frame.width, frame.height);
-            FakeHardware::interleave(*paired, frame);
-            software.push_back(planeBytes(*paired, 1, frame.width, frame.height / 2));
-        };
-        stream.source->chain(decoder);
-        decoder.chain(probe);
-        QVERIFY(decoder.open(stream.source->codecParameters()));
-        QVERIFY(stream.play());
-    }
+    FakeHardware none;
+    none.only = "none";
+    Decoding software("h264_aac.mp4", none);
+    std::vector<std::vector<std::uint8_t>> chroma;
+    software.probe.onFrame = [&chroma](const AVFrame& frame) {
+        const ffmpeg::Frame paired = makePicture(AV_PIX_FMT_NV12, frame.width, frame.height);
+        FakeHardware::interleave(*paired, frame);
+        chroma.push_back(planeBytes(*paired, 1, frame.width, frame.height / 2));
+    };
+    QVERIFY(software.play());
+
     const FakeHardware hardware;
-    FileStream stream("h264_aac.mp4");
-    AVDecoder decoder(AV_CODEC_ID_H264, hardware);
-    StageProbe probe;
-    probe.onFrame = [&](const AVFrame& frame) {
+    Decoding run("h264_aac.mp4", hardware);
+    run.probe.onFrame = [&](const AVFrame& frame) {
         QCOMPARE(frame.format, int(AV_PIX_FMT_NV12));
         QCOMPARE(frame.pts, std::int64_t(0));
-        QCOMPARE(planeBytes(frame, 1, 160, 60), software.at(std::size_t(probe.frames - 1)));
+        QCOMPARE(planeBytes(frame, 1, 160, 60), chroma.at(std::size_t(run.probe.frames - 1)));
     };
-    stream.source->chain(decoder);
-    decoder.chain(probe);
-    QVERIFY(decoder.open(stream.source->codecParameters()));
-    QVERIFY(stream.play());
-    QCOMPARE(decoder.deviceName(), std::string(av_hwdevice_get_type_name(hardware.working)));
-    QVERIFY(probe.frames >= 29);
-    QCOMPARE(hardware.transfers, probe.frames);
-    QCOMPARE(decoder.inputFormat(), int(AV_PIX_FMT_NV12));
+    QVERIFY(run.play());
+    QCOMPARE(run.decoder.deviceName(), std::string(av_hwdevice_get_type_name(hardware.working)));
+    QVERIFY(run.probe.frames >= 29);
+    QCOMPARE(hardware.transfers, run.probe.frames);
+    QCOMPARE(run.decoder.inputFormat(), int(AV_PIX_FMT_NV12));
+
+    FakeHardware failing;
+    failing.transferResult = AVERROR(EIO);
+    Decoding empty("h264_aac.mp4", failing);
+    QVERIFY(empty.play());
+    QCOMPARE(empty.probe.frames, 0);
+    QVERIFY(failing.transfers >= 29);
 }
 
-void CodecTest::failedTransferPushesNothing()
+void CodecTest::deviceThatCannotDecodeLeavesItToSoftware_data()
 {
-    FakeHardware hardware;
-    hardware.transferResult = AVERROR(EIO);
-    FileStream stream("h264_aac.mp4");
-    AVDecoder decoder(AV_CODEC_ID_H264, hardware);
-    StageProbe probe;
-    stream.source->chain(decoder);
-    decoder.chain(probe);
-    QVERIFY(decoder.open(stream.source->codecParameters()));
-    QVERIFY(stream.play());
-    QCOMPARE(probe.frames, 0);
-    QVERIFY(hardware.transfers >= 29);
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QString>("decoder");
+    // The device exists, and setting it up for the stream fails when the first packet comes.
+    for (const char* file : {"h264_aac.mp4", "h264_444.mp4", "mjpeg.avi"})
+        QTest::newRow(file) << QString::fromLatin1(file) << QString();
+    // The device exists, and the decoder for it does not open: it wants a codec chip that no test machine has.
+    if (avcodec_find_decoder_by_name("h264_v4l2m2m"))
+        QTest::newRow("a decoder that does not open")
+            << QStringLiteral("h264_aac.mp4") << QStringLiteral("h264_v4l2m2m");
 }
 
-/// The device exists, and setting it up for the stream fails when the first packet comes.
 void CodecTest::deviceThatCannotDecodeLeavesItToSoftware()
 {
+    QFETCH(QString, file);
+    QFETCH(QString, decoder);
     FakeHardware hardware;
     QVERIFY(hardware.working != AV_HWDEVICE_TYPE_NONE);
-    hardware.way.pix_fmt = knownHardware().foreignFormat;
-    for (const char* file : {"h264_aac.mp4", "h264_444.mp4", "mjpeg.avi"}) {
-        FileStream stream(file);
-        AVDecoder decoder(stream.source->codecId(), hardware);
-        StageProbe probe;
-        stream.source->chain(decoder);
-        decoder.chain(probe);
-        QVERIFY(decoder.open(stream.source->codecParameters()));
-        QVERIFY(stream.play());
-        QVERIFY(probe.frames >= 29);
-        QCOMPARE(decoder.deviceName(), std::string());
-        QCOMPARE(hardware.transfers, 0);
-    }
-}
-
-/// The device exists, and FFmpeg's decoder for it fails to open: this one wants a codec chip that no test machine has.
-void CodecTest::deviceWhoseDecoderDoesNotOpenLeavesItToSoftware()
-{
-    FakeHardware hardware;
-    hardware.only = "h264_v4l2m2m";
-    if (!avcodec_find_decoder_by_name(hardware.only.c_str()))
-        QSKIP("this FFmpeg has no such decoder");
-    FileStream stream("h264_aac.mp4");
-    AVDecoder decoder(AV_CODEC_ID_H264, hardware);
-    StageProbe probe;
-    stream.source->chain(decoder);
-    decoder.chain(probe);
-    QVERIFY(decoder.open(stream.source->codecParameters()));
+    hardware.only = decoder.toStdString();
+    if (decoder.isEmpty())
+        hardware.way.pix_fmt = knownHardware().foreignFormat;
+    Decoding run(file.toLatin1().constData(), hardware);
+    QVERIFY(run.play());
     QCOMPARE(hardware.created, std::vector<AVHWDeviceType>{hardware.working});
-    QCOMPARE(decoder.name(), std::string("h264"));
-    QCOMPARE(decoder.deviceName(), std::string());
-    QVERIFY(stream.play());
-    QVERIFY(probe.frames >= 29);
+    QVERIFY(run.decoder.name() != decoder.toStdString());
+    QVERIFY(run.probe.frames >= 29);
+    QCOMPARE(run.decoder.deviceName(), std::string());
     QCOMPARE(hardware.transfers, 0);
 }
 
@@ -320,15 +259,10 @@ void CodecTest::decoderThatDidNotOpenRefusesPackets()
 
 void CodecTest::stopsWhenTheChainRefuses()
 {
-    FileStream stream("h264_aac.mp4");
-    AVDecoder decoder(AV_CODEC_ID_H264);
-    StageProbe probe;
-    probe.limit = 5;
-    stream.source->chain(decoder);
-    decoder.chain(probe);
-    QVERIFY(decoder.open(stream.source->codecParameters()));
-    QVERIFY(!stream.play());
-    QCOMPARE(probe.frames, 5);
+    Decoding run("h264_aac.mp4");
+    run.probe.limit = 5;
+    QVERIFY(!run.play());
+    QCOMPARE(run.probe.frames, 5);
 }
 
 void CodecTest::encodesForStreaming_data()

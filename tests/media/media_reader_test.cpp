@@ -1,6 +1,5 @@
 #include "media/av_decoder.h"
 #include "media/av_encoder.h"
-#include "media/av_scaler.h"
 #include "media/cmd_map.h"
 #include "media/debug_commands.h"
 #include "media/media_reader.h"
@@ -39,13 +38,6 @@ private slots:
 };
 
 namespace {
-
-ScalerSettings withoutServer()
-{
-    ScalerSettings settings;
-    settings.serverName.clear();
-    return settings;
-}
 
 bool write(const QString& path, const QByteArray& content)
 {
@@ -112,6 +104,9 @@ void MediaReaderTest::buildsChains_data()
         "packets passed");
     row("H.265 of the same size passes undecoded", "hevc_10bit.mp4", AV_CODEC_ID_HEVC, {160, 120}, kSelectVideo,
         "packets passed");
+    row("H.264 that has start codes passes undecoded", "raw.h264", AV_CODEC_ID_H264, {160, 120}, kSelectVideo,
+        "packets passed");
+    row("MJPEG passes undecoded", "mjpeg.avi", AV_CODEC_ID_MJPEG, {160, 120}, kSelectVideo, "packets passed");
     row("another size is encoded", "h264_aac.mp4", AV_CODEC_ID_H264, {80, 60}, kSelectVideo, "packets encoded");
     row("another codec is encoded, full range", "h264_aac.mp4", AV_CODEC_ID_MJPEG, {160, 120}, kSelectVideo,
         "packets encoded");
@@ -182,6 +177,7 @@ void MediaReaderTest::endsWhenTheInputCannotBeOpenedAgain()
     chains.reader.readLoop(true);
     QVERIFY(chains.audio.frames > 0);
     QVERIFY(printed.take().find("restarting...\nFailed to reinitialize file for looping\n") != std::string::npos);
+    QVERIFY(!chains.reader.error().empty());
 }
 
 /// What is opened again has other streams, sizes and codecs at the same indexes: nothing may crash.

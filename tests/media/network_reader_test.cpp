@@ -1,4 +1,3 @@
-#include "media/av_scaler.h"
 #include "media/media_reader.h"
 #include "tests/media/media_files.h"
 #include "tests/media/stage_probe.h"
@@ -16,19 +15,7 @@ private slots:
     void playsCamerasOfSeparatePictures();
     void playsSound_data();
     void playsSound();
-    void keepsWhatCameBeforeAReset();
 };
-
-namespace {
-
-ScalerSettings withoutServer()
-{
-    ScalerSettings settings;
-    settings.serverName.clear();
-    return settings;
-}
-
-} // namespace
 
 /// Network cameras send their JPEG pictures one after the other as the parts of one endless answer.
 void NetworkReaderTest::playsCamerasOfSeparatePictures()
@@ -93,23 +80,6 @@ void NetworkReaderTest::playsSound()
     for (std::size_t index = 4411; index < 4411 + 44100; ++index)
         waves += left[index - 1] < 0 && left[index] >= 0;
     QVERIFY2(std::abs(waves - 440) <= 2, qPrintable(QString::number(waves)));
-}
-
-void NetworkReaderTest::keepsWhatCameBeforeAReset()
-{
-    const PrintedText printed;
-    const QByteArray stream = contentOf(mediaFile("h264_aac.ts"));
-    const LoopbackServer server(httpAnswer("video/mp2t", stream.left(stream.size() * 2 / 3)),
-                                LoopbackServer::Ending::Reset);
-    MediaInterrupt interrupt(std::chrono::seconds(30));
-    StageProbe video;
-    MediaReader reader(server.url("http", "/video").toStdString(), kSelectVideo, interrupt);
-    if (reader.open()) { // A reset may also throw away what the reader has not read yet.
-        reader.buildVideoChain(AV_CODEC_ID_NONE, AV_PIX_FMT_YUV420P, 80, 60, 25, video, withoutServer());
-        QVERIFY(reader.readLoop(false) != MediaReader::Ending::NotReopened);
-    } else {
-        QVERIFY(!reader.error().empty());
-    }
 }
 
 PLUGBOARD_SUITE(NetworkReaderTest)

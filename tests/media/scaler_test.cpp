@@ -1,10 +1,7 @@
-#include "media/av_scaler.h"
 #include "tests/media/stage_probe.h"
 #include "tests/support/suite_registry.h"
 
 #include <QtTest>
-
-#include <cmath>
 
 class ScalerTest : public QObject
 {
@@ -18,8 +15,6 @@ private slots:
     void copiesPictures();
     void oddTargetsLoseTheLastColumnAndRow_data();
     void oddTargetsLoseTheLastColumnAndRow();
-    void convertsAsTheLibraryDoes_data();
-    void convertsAsTheLibraryDoes();
     void takesPicturesOfAnyShape();
     void commandsChangeNothingWithoutPlacement();
     void commandsPlaceThePicture_data();
@@ -31,14 +26,6 @@ private slots:
 namespace {
 
 constexpr int kHalved = AV_PIX_FMT_YUV420P;
-
-ScalerSettings withoutServer(bool placement = false)
-{
-    ScalerSettings settings;
-    settings.serverName.clear();
-    settings.appliesPlacement = placement;
-    return settings;
-}
 
 /// Picture drawn as text: one character per luma sample, '#' where it is bright.
 QString drawn(const AVFrame& picture)
@@ -75,23 +62,6 @@ void fill(AVFrame& picture, int luma, int chroma)
         std::memset(picture.data[plane], chroma,
                     std::size_t(picture.linesize[plane]) * std::size_t(chromaRows(picture.format, picture.height)));
     }
-}
-
-/// Decibels over the planes of two pictures of one size and format; 99 when they are equal.
-double psnr(const AVFrame& left, const AVFrame& right)
-{
-    double sum = 0;
-    double count = 0;
-    for (int plane = 0; plane <= chromaPlanes(left.format); ++plane) {
-        const int columns = plane == 0 ? left.width : chromaColumns(left.format, left.width);
-        const int rows = plane == 0 ? left.height : chromaRows(left.format, left.height);
-        const auto first = planeBytes(left, plane, columns, rows);
-        const auto second = planeBytes(right, plane, columns, rows);
-        for (std::size_t index = 0; index < first.size(); ++index)
-            sum += std::pow(double(first[index]) - second[index], 2);
-        count += double(first.size());
-    }
-    return sum == 0 ? 99 : 10 * std::log10(255.0 * 255.0 * count / sum);
 }
 
 } // namespace
@@ -220,41 +190,6 @@ void ScalerTest::oddTargetsLoseTheLastColumnAndRow()
     }
 }
 
-void ScalerTest::convertsAsTheLibraryDoes_data()
-{
-    QTest::addColumn<int>("from");
-    QTest::addColumn<int>("to");
-    for (const int from : {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV420P10LE, AV_PIX_FMT_YUV444P, AV_PIX_FMT_NV12}) {
-        for (const int to : {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUVJ420P, AV_PIX_FMT_YUV422P, AV_PIX_FMT_NV12}) {
-            QTest::addRow("%s to %s", av_get_pix_fmt_name(AVPixelFormat(from)), av_get_pix_fmt_name(AVPixelFormat(to)))
-                << from << to;
-        }
-    }
-}
-
-void ScalerTest::convertsAsTheLibraryDoes()
-{
-    QFETCH(int, from);
-    QFETCH(int, to);
-    const ffmpeg::Frame frame = patternPicture(from, 322, 242);
-    if (from == AV_PIX_FMT_YUV420P10LE) {
-        auto* samples = reinterpret_cast<std::uint16_t*>(frame->buf[0]->data);
-        for (std::size_t index = 0; index < frame->buf[0]->size / 2; ++index)
-            samples[index] &= 0x3ff;
-    }
-    AVScaler scaler(to, 160, 120, kScaleAspectFit, withoutServer());
-    StageProbe probe;
-    scaler.chain(probe);
-    QVERIFY(scaler.pushFrame(frame.get()));
-
-    const ffmpeg::Frame expected = makePicture(to, 160, 120);
-    const ffmpeg::Scaler reference(sws_getContext(322, 242, AVPixelFormat(from), 160, 120, AVPixelFormat(to),
-                                                  SWS_BILINEAR, nullptr, nullptr, nullptr));
-    sws_scale(reference.get(), frame->data, frame->linesize, 0, 242, expected->data, expected->linesize);
-    const double decibels = psnr(*probe.last, *expected);
-    QVERIFY2(decibels > 50, qPrintable(QString::number(decibels)));
-}
-
 /// Pictures stored bottom up, cut out of larger ones, or with one buffer for all give what a plain copy of them gives.
 void ScalerTest::takesPicturesOfAnyShape()
 {
@@ -282,7 +217,10 @@ void ScalerTest::takesPicturesOfAnyShape()
         plainScaler.chain(plainProbe);
         QVERIFY(shapedScaler.pushFrame(shaped));
         QVERIFY(plainScaler.pushFrame(plain.get()));
-        QCOMPARE(psnr(*shapedProbe.last, *plainProbe.last), 99.0);
+        for (int plane = 0; plane < 2; ++plane) {
+            const int rows = plane == 0 ? 80 : 40;
+            QCOMPARE(planeBytes(*shapedProbe.last, plane, 100, rows), planeBytes(*plainProbe.last, plane, 100, rows));
+        }
     }
 }
 

@@ -14,7 +14,6 @@ private slots:
     void initTestCase() { av_log_set_level(AV_LOG_QUIET); }
     void findsWhatASourceHolds_data();
     void findsWhatASourceHolds();
-    void playsOverHttp();
     void failsInBoundedTime_data();
     void failsInBoundedTime();
     void cancelEndsAWait();
@@ -73,14 +72,6 @@ void SourceProbeTest::findsWhatASourceHolds()
     const SourceProbeResult result = probe.probe(mediaFile(file.toLatin1().constData()), kind);
     QCOMPARE(summary(result), found);
     QCOMPARE(result.error.isEmpty(), result.opened);
-}
-
-void SourceProbeTest::playsOverHttp()
-{
-    const LoopbackServer server(httpAnswer("audio/aac", contentOf(mediaFile("tone.aac"))),
-                                LoopbackServer::Ending::Close);
-    SourceProbe probe;
-    QCOMPARE(summary(probe.probe(server.url("http", "/audio.aac"), Kind::Audio)), QStringLiteral("2ch 48000Hz"));
 }
 
 void SourceProbeTest::failsInBoundedTime_data()

@@ -1,7 +1,7 @@
-// stage_probe.h: a stage that keeps what reaches it, and made-up pictures to push.
+// stage_probe.h: a stage that keeps what reaches it, made-up pictures to push, and a scaler without its server.
 #pragma once
 
-#include "media/av_source_sink.h"
+#include "media/av_scaler.h"
 #include "media/picture.h"
 
 #include <cstring>
@@ -42,6 +42,14 @@ struct StageProbe final : AVSourceSink
     std::vector<std::int64_t> timeStamps;
     std::function<void(const AVFrame&)> onFrame;
 };
+
+inline ScalerSettings withoutServer(bool placement = false)
+{
+    ScalerSettings settings;
+    settings.serverName.clear();
+    settings.appliesPlacement = placement;
+    return settings;
+}
 
 /// A picture whose every byte tells its place.
 inline ffmpeg::Frame patternPicture(int format, int width, int height)

@@ -13,7 +13,6 @@
 #include <QJsonObject>
 
 #include <chrono>
-#include <cmath>
 #include <condition_variable>
 #include <cstdio>
 #include <memory>
@@ -25,21 +24,11 @@ namespace {
 using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kPollPeriod(50);
 constexpr std::chrono::seconds kProgressPeriod(1);
-constexpr int kFallbackRate = 30;
 
 int failed(const QString& text)
 {
     std::fprintf(stderr, "plugboard-media: %s\n", qUtf8Printable(text));
     return 1;
-}
-
-int rateOf(const MediaOptions& options, const AVSource& source)
-{
-    if (options.rate > 0)
-        return options.rate;
-    const AVRational rate = source.averageRate();
-    const double perSecond = rate.num > 0 && rate.den > 0 ? av_q2d(rate) : kFallbackRate;
-    return std::max(1, static_cast<int>(std::lround(perSecond)));
 }
 
 double secondsSince(Clock::time_point start)
@@ -75,7 +64,6 @@ private:
     std::unique_ptr<CountingSink> m_sink;
     WavWriter* m_wav = nullptr;
     PacketFileWriter* m_packets = nullptr;
-    MediaReader::Ending m_ending = MediaReader::Ending::InputEnded;
     Clock::time_point m_start;
     std::mutex m_lock;
     std::condition_variable m_changed;
@@ -118,7 +106,7 @@ void FileRun::buildChains()
     scaling.serverName.clear(); // Nobody moves a picture that nobody sees.
     const int width = m_options.width > 0 ? m_options.width : source.width();
     const int height = m_options.height > 0 ? m_options.height : source.height();
-    const int rate = rateOf(m_options, source);
+    const int rate = playingRate(m_options, source.averageRate());
     const int format =
         m_options.codec == AV_CODEC_ID_NONE && m_options.pixelFormat == -1 ? AV_PIX_FMT_YUV420P : m_options.pixelFormat;
     m_reader.buildVideoChain(m_options.codec, format, width, height, rate, *m_sink, scaling);
@@ -135,7 +123,7 @@ void FileRun::buildChains()
 
 void FileRun::read()
 {
-    m_ending = m_reader.readLoop(false);
+    m_reader.readLoop(false);
     m_reader.flush();
     const std::lock_guard guard(m_lock);
     m_done = true;
@@ -217,9 +205,6 @@ int FileRun::report(double seconds)
     std::fprintf(m_options.run == MediaOptions::Run::Null ? stdout : stderr, "%s\n", json.constData());
     if (m_interrupt.isStopped())
         return 130;
-    if (m_ending == MediaReader::Ending::StageRefused)
-        return failed(
-            QStringLiteral("'%1' was played only in part: its data is damaged or changes").arg(m_options.source));
     if (!m_reader.error().empty()) {
         return failed(QStringLiteral("'%1' was played only in part: %2")
                           .arg(m_options.source, QString::fromStdString(m_reader.error())));

@@ -3,7 +3,7 @@
 #include "driver/platform/system_platform.h"
 #include "media/cmd_map.h"
 #include "media/debug_commands.h"
-#include "media/source_probe.h"
+#include "media/media_reader.h"
 #include "runtime/program_run.h"
 #include "tools/media/file_run.h"
 #include "tools/media/media_options.h"
@@ -31,25 +31,38 @@ int failed(const QString& text)
     return 1;
 }
 
-int showWindow(QApplication& application, const MediaOptions& options)
+/// What the window plays; nothing when the source cannot be shown, which has been said then.
+std::optional<VideoFileSettings> windowSettings(const MediaOptions& options)
 {
-    SourceProbe probe;
-    const SourceProbeResult found = probe.probe(options.source, SourceProbe::Kind::Video);
-    if (!found.opened)
-        return failed(QStringLiteral("cannot open '%1': %2").arg(options.source, found.error));
-    if (!found.isUsableVideo())
-        return failed(QStringLiteral("'%1' has no video").arg(options.source));
-
     VideoFileSettings settings;
     settings.url = options.source.toStdString();
-    settings.selector = 0;
-    settings.width = options.width > 0 ? options.width : found.width;
-    settings.height = options.height > 0 ? options.height : found.height;
-    settings.frameRate = options.rate > 0 ? options.rate : static_cast<int>(found.frameRate);
+    settings.selector = kSelectVideo;
+    MediaInterrupt interrupt;
+    MediaReader look(settings.url, kSelectVideo, interrupt);
+    if (!look.open()) {
+        failed(QStringLiteral("cannot open '%1': %2").arg(options.source, QString::fromStdString(look.error())));
+        return std::nullopt;
+    }
+    const AVSource* found = look.videoSource();
+    if (!found || found->width() <= 0 || found->height() <= 0) {
+        failed(QStringLiteral("'%1' has no video").arg(options.source));
+        return std::nullopt;
+    }
+    settings.width = options.width > 0 ? options.width : found->width();
+    settings.height = options.height > 0 ? options.height : found->height();
+    settings.frameRate = playingRate(options, found->averageRate());
     settings.overflow = AVMediaSink::Overflow::Block;
     settings.scaling.serverName = options.server;
     settings.scaling.appliesPlacement = true;
-    PictureWindow window(settings);
+    return settings;
+}
+
+int showWindow(QApplication& application, const MediaOptions& options)
+{
+    const std::optional<VideoFileSettings> settings = windowSettings(options);
+    if (!settings)
+        return 1;
+    PictureWindow window(*settings);
     int exitCode = 0;
     QObject::connect(&window, &PictureWindow::ended, &application, [&](const QString& reason) {
         exitCode = failed(QStringLiteral("playing has ended (%1)").arg(reason));

@@ -4,10 +4,17 @@
 #include "runtime/start_options.h"
 
 #include <QCommandLineParser>
+#include <QFileInfo>
 
+#include <algorithm>
+#include <cmath>
 #include <optional>
 
 namespace {
+
+constexpr int kFallbackRate = 30;
+constexpr int kLeastRate = 1;
+constexpr int kMostRate = 1000;
 
 MediaOptions textOnly(const QString& text, int exitCode)
 {
@@ -88,8 +95,8 @@ QString readValues(const QCommandLineParser& parser, MediaOptions& options)
     }
     if (given("format")) {
         options.pixelFormat = av_get_pix_fmt(value("format").toUtf8().constData());
-        if (options.pixelFormat < 0)
-            return QStringLiteral("unknown pixel format '%1'").arg(value("format"));
+        if (!sws_isSupportedOutput(static_cast<AVPixelFormat>(options.pixelFormat)))
+            return QStringLiteral("pictures cannot have the pixel format '%1'").arg(value("format"));
     }
     if (given("size")) {
         const QStringList sides = value("size").split(QLatin1Char('x'));
@@ -105,7 +112,7 @@ QString readValues(const QCommandLineParser& parser, MediaOptions& options)
         int least;
         int most;
     };
-    const Number numbers[] = {{"rate", &options.rate, 1, 1000},
+    const Number numbers[] = {{"rate", &options.rate, kLeastRate, kMostRate},
                               {"channels", &options.channels, 1, 8},
                               {"sample-rate", &options.sampleRate, 1000, 384000},
                               {"threads", &options.threads, 0, 64},
@@ -125,7 +132,48 @@ QString readValues(const QCommandLineParser& parser, MediaOptions& options)
     return {};
 }
 
+/// What is done with which source; empty when that is clear.
+QString readRun(const QCommandLineParser& parser, MediaOptions& options)
+{
+    using Run = MediaOptions::Run;
+    const auto given = [&parser](const char* name) { return parser.isSet(QString::fromLatin1(name)); };
+    const auto value = [&parser](const char* name) { return parser.value(QString::fromLatin1(name)); };
+    int runs = 0;
+    for (const auto& [name, run] :
+         {std::pair{"null", Run::Null}, {"wav", Run::Wav}, {"output", Run::File}, {"command", Run::Command}}) {
+        if (given(name)) {
+            options.run = run;
+            ++runs;
+        }
+    }
+    if (runs > 1)
+        return QStringLiteral("--null, --wav, --output and --command exclude each other");
+    options.source = parser.positionalArguments().value(0);
+    options.output = given("wav") ? value("wav") : value("output");
+    options.command = value("command");
+    options.server = value("server");
+    options.snapshot = value("snapshot");
+    options.sound = given("sound");
+    options.verbose = given("verbose");
+    if (options.run == Run::File && options.codec == AV_CODEC_ID_NONE)
+        options.codec = AV_CODEC_ID_H264;
+    if (parser.positionalArguments().size() > 1 || (options.source.isEmpty() && options.run != Run::Command))
+        return QStringLiteral("one source is needed");
+    const QFileInfo written(options.output);
+    if (!options.output.isEmpty() && written.exists() && written == QFileInfo(options.source))
+        return QStringLiteral("'%1' would replace its own source").arg(options.output);
+    return {};
+}
+
 } // namespace
+
+int playingRate(const MediaOptions& options, AVRational sourceRate)
+{
+    if (options.rate > 0)
+        return options.rate;
+    const double perSecond = sourceRate.num > 0 && sourceRate.den > 0 ? av_q2d(sourceRate) : kFallbackRate;
+    return static_cast<int>(std::clamp<double>(std::round(perSecond), kLeastRate, kMostRate));
+}
 
 MediaOptions parseMediaOptions(const QStringList& arguments)
 {
@@ -133,7 +181,6 @@ MediaOptions parseMediaOptions(const QStringList& arguments)
     addOptions(parser);
     const bool parsed = parser.parse(arguments);
     const auto given = [&parser](const char* name) { return parser.isSet(QString::fromLatin1(name)); };
-    const auto value = [&parser](const char* name) { return parser.value(QString::fromLatin1(name)); };
     if (!parsed)
         return mistake(parser.errorText());
     const StartOptions start = readStartOptions(parser, false);
@@ -152,29 +199,10 @@ MediaOptions parseMediaOptions(const QStringList& arguments)
 
     MediaOptions options;
     options.logRules = start.logRules;
-    const QString wrong = readValues(parser, options);
-    if (!wrong.isEmpty())
-        return mistake(wrong);
-    if (given("null") + given("wav") + given("output") + given("command") > 1)
-        return mistake(QStringLiteral("--null, --wav, --output and --command exclude each other"));
-    options.source = parser.positionalArguments().value(0);
-    options.sound = given("sound");
-    options.verbose = given("verbose");
-    options.server = value("server");
-    options.snapshot = value("snapshot");
-    options.command = value("command");
-    options.output = given("wav") ? value("wav") : value("output");
-    if (given("null"))
-        options.run = MediaOptions::Run::Null;
-    else if (given("wav"))
-        options.run = MediaOptions::Run::Wav;
-    else if (given("output"))
-        options.run = MediaOptions::Run::File;
-    else if (given("command"))
-        options.run = MediaOptions::Run::Command;
-    if (options.run == MediaOptions::Run::File && options.codec == AV_CODEC_ID_NONE)
-        options.codec = AV_CODEC_ID_H264;
-    if (parser.positionalArguments().size() > 1 || (options.source.isEmpty() && !given("command")))
-        return mistake(QStringLiteral("one source is needed"));
+    for (const auto read : {readValues, readRun}) {
+        const QString wrong = read(parser, options);
+        if (!wrong.isEmpty())
+            return mistake(wrong);
+    }
     return options;
 }

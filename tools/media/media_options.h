@@ -42,5 +42,8 @@ struct MediaOptions
     QString logRules; ///< see logRules()
 };
 
+/// Frames per second that the options ask for, else the source's own (0/0: not known), else 30.
+int playingRate(const MediaOptions& options, AVRational sourceRate);
+
 /// Never ends the program: help, version and mistakes come back as text to print.
 MediaOptions parseMediaOptions(const QStringList& arguments);

@@ -34,15 +34,6 @@ void extractHeaders(AVCodecParameters& parameters, AVRational timeBase, const AV
 
 } // namespace
 
-PacketFileWriter::~PacketFileWriter()
-{
-    if (!m_context)
-        return;
-    if (m_context->pb)
-        avio_closep(&m_context->pb);
-    avformat_free_context(m_context);
-}
-
 bool PacketFileWriter::fail(int code)
 {
     if (m_error.isEmpty())
@@ -68,11 +59,15 @@ bool PacketFileWriter::open(const AVPacket& first)
     if (!m_parameters)
         return fail(AVERROR(EINVAL));
     const QByteArray path = m_path.toUtf8();
-    int result = avformat_alloc_output_context2(&m_context, nullptr, nullptr, path.constData());
-    if (result < 0)
-        return fail(result);
+    AVFormatContext* allocated = nullptr;
+    int result = avformat_alloc_output_context2(&allocated, nullptr, nullptr, path.constData());
+    m_context.reset(allocated);
+    if (result < 0) {
+        m_error = QStringLiteral("no container of FFmpeg has such a name");
+        return false;
+    }
     extractHeaders(*m_parameters, m_timeBase, first);
-    AVStream* stream = avformat_new_stream(m_context, nullptr);
+    AVStream* stream = avformat_new_stream(m_context.get(), nullptr);
     if (!stream)
         return fail(AVERROR(ENOMEM));
     result = avcodec_parameters_copy(stream->codecpar, m_parameters.get());
@@ -80,7 +75,7 @@ bool PacketFileWriter::open(const AVPacket& first)
     if (result >= 0 && !(m_context->oformat->flags & AVFMT_NOFILE))
         result = avio_open(&m_context->pb, path.constData(), AVIO_FLAG_WRITE);
     if (result >= 0)
-        result = avformat_write_header(m_context, nullptr);
+        result = avformat_write_header(m_context.get(), nullptr);
     return result >= 0 || fail(result);
 }
 
@@ -100,7 +95,7 @@ bool PacketFileWriter::pushPacket(AVPacket* packet)
     copy->stream_index = 0;
     copy->pos = -1;
     av_packet_rescale_ts(copy.get(), m_timeBase, m_context->streams[0]->time_base);
-    const int result = av_interleaved_write_frame(m_context, copy.get());
+    const int result = av_interleaved_write_frame(m_context.get(), copy.get());
     return result >= 0 || fail(result);
 }
 
@@ -112,10 +107,10 @@ bool PacketFileWriter::finish()
         return false;
     }
     if (m_error.isEmpty()) {
-        const int result = av_write_trailer(m_context);
+        const int result = av_write_trailer(m_context.get());
         if (result < 0)
             fail(result);
-        const int closed = m_context->pb ? avio_closep(&m_context->pb) : 0;
+        const int closed = avio_closep(&m_context->pb);
         if (closed < 0)
             fail(closed);
     }

@@ -11,7 +11,6 @@ class PacketFileWriter final : public CountingSink
 {
 public:
     explicit PacketFileWriter(const QString& path) : m_path(path) {}
-    ~PacketFileWriter() override;
 
     /// What the packets are and the unit of their time stamps; before the first packet.
     void setStream(const AVCodecParameters& parameters, AVRational timeBase);
@@ -30,6 +29,6 @@ private:
     const QString m_path;
     ffmpeg::CodecParameters m_parameters;
     AVRational m_timeBase = {1, 30};
-    AVFormatContext* m_context = nullptr;
+    ffmpeg::OutputContext m_context;
     QString m_error;
 };

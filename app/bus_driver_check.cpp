@@ -27,9 +27,11 @@ bool ensureBusDriver(driver::BusDriverSetup& setup, const ElevatedDriver& elevat
                 "signature enforcement is disabled!")))
         return false;
     // Whether the user refused the rights makes no difference: only what the checks find counts.
-    if (!elevated)
-        setup.install();
-    else if (!elevated(driver::joinArgumentVectors(setup.commands())))
+    const std::optional<int> result =
+        elevated ? elevated(driver::joinArgumentVectors(setup.commands())) : static_cast<int>(setup.install());
+    if (result)
+        qCInfo(driverLog) << "The installation ended with result" << *result;
+    else
         qCWarning(driverLog) << "The elevated driver program did not run";
     if (setup.waitUntilInstalled()) {
         qCInfo(driverLog) << "The bus driver was installed";

@@ -3,6 +3,7 @@
 #include "dialogs/field_patterns.h"
 #include "dialogs/form_rows.h"
 #include "dialogs/network_row.h"
+#include "dialogs/path_edit.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -74,6 +75,7 @@ void CameraSettingDialog::layOut()
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
     connect(buttons, &QDialogButtonBox::accepted, this, &CameraSettingDialog::onAccept);
     connect(buttons, &QDialogButtonBox::rejected, this, &CameraSettingDialog::reject);
+    buttons->button(QDialogButtonBox::Ok)->setDefault(true); // the keyboard's, wherever the focus is but on a button
     layout->addWidget(buttons);
 
     // The width that every row needs, so that another source does not change it.
@@ -93,9 +95,8 @@ void CameraSettingDialog::addSourceRows()
         connect(button, &QRadioButton::toggled, this, &CameraSettingDialog::onSourceToggled);
     addFormRow(m_form, tr("Input Source:"), {m_file, m_ipCamera, m_droidCam});
 
-    m_path = named("path", new QLineEdit(this));
+    m_path = named("path", new PathEdit(this));
     m_browse = named("browse", new QPushButton(tr("Browse..."), this));
-    m_browse->setAutoDefault(false);
     connect(m_browse, &QPushButton::clicked, this, &CameraSettingDialog::onBrowse);
     m_pathLabel = addFormRow(m_form, tr("Video File Path:"), {m_path, m_browse}, m_path);
 
@@ -202,13 +203,21 @@ bool CameraSettingDialog::takeOver(const QString& source)
     return true;
 }
 
+/// False, told to the user, while a field of the stream is empty.
+bool CameraSettingDialog::hasNetworkSource()
+{
+    if (m_network->source().isComplete())
+        return true;
+    m_prompter.warning(this, tr("Warning"), incompleteNetworkText());
+    m_network->focusMissing();
+    return false;
+}
+
 void CameraSettingDialog::onTest()
 {
     const CameraSettings chosen = settings();
-    if (!chosen.network.isComplete()) {
-        m_prompter.warning(this, tr("Warning"), incompleteNetworkText());
+    if (!hasNetworkSource())
         return;
-    }
     m_network->setTesting(true);
     if (chosen.sourceKind == CameraSettings::Source::DroidCam) {
         m_droidCamUrl = chosen.streamUrl();
@@ -239,10 +248,8 @@ void CameraSettingDialog::onAccept()
         accept();
         return;
     }
-    if (!chosen.network.isComplete()) {
-        m_prompter.warning(this, tr("Warning"), incompleteNetworkText());
+    if (!hasNetworkSource())
         return;
-    }
     if (takeOver(chosen.streamUrl())) {
         accept();
         return;

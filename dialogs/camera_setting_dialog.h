@@ -44,6 +44,7 @@ private:
     void addVideoRows();
     void addIdentityRows();
     void showSourceRow(bool isStream);
+    bool hasNetworkSource();
     CameraSettings::Source sourceKind() const;
     bool takeOver(const QString& source);
 

@@ -38,12 +38,6 @@ bool chooseIpCamera(CameraSettings& settings)
     return true;
 }
 
-bool take(QString& field, const QString& value, bool isValid)
-{
-    field = value;
-    return isValid;
-}
-
 const std::vector<SettingRule<CameraSettings>>& rules()
 {
     using patterns::isOneLine;

@@ -30,6 +30,3 @@ void setRowVisible(QFormLayout* form, int index, QLabel* label, QWidget* field, 
 
 /// Never narrower than `text` needs in the edit's font.
 void widenFor(QLineEdit* edit, const QString& text);
-
-/// Makes the label columns of several forms equally wide, so that their fields stand in one column.
-void alignLabels(const QList<QFormLayout*>& forms);

@@ -3,6 +3,8 @@
 #include "dialogs/field_patterns.h"
 #include "dialogs/form_rows.h"
 #include "dialogs/network_row.h"
+#include "dialogs/path_edit.h"
+#include "ui/form_labels.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -60,9 +62,10 @@ void MicrophoneSettingDialog::layOut()
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
     connect(buttons, &QDialogButtonBox::accepted, this, &MicrophoneSettingDialog::onAccept);
     connect(buttons, &QDialogButtonBox::rejected, this, &MicrophoneSettingDialog::onCancel);
+    buttons->button(QDialogButtonBox::Ok)->setDefault(true); // the keyboard's, wherever the focus is but on a button
     layout->addWidget(buttons);
 
-    alignLabels(findChildren<QFormLayout*>());
+    alignFormLabels(*this);
     // The width that every row needs, so that another source does not change it.
     const int width = sizeHint().width();
     showSourceRow(false);
@@ -141,9 +144,9 @@ QGroupBox* MicrophoneSettingDialog::audioGroup()
 
 void MicrophoneSettingDialog::addSourceRows(QWidget* group)
 {
-    m_path = edit("path", MicrophoneSettings().path, tr("Select audio file..."), group);
+    m_path = named("path", new PathEdit(MicrophoneSettings().path, group));
+    m_path->setPlaceholderText(tr("Select audio file..."));
     m_browse = named("browse", new QPushButton(tr("Browse..."), group));
-    m_browse->setAutoDefault(false);
     connect(m_browse, &QPushButton::clicked, this, &MicrophoneSettingDialog::onBrowse);
     m_pathLabel = addFormRow(m_audioForm, tr("Audio File:"), {m_path, m_browse}, m_path);
 
@@ -195,16 +198,28 @@ void MicrophoneSettingDialog::onAccept()
         acceptFile(chosen);
 }
 
+/// False, told to the user, while a field of the stream is empty.
+bool MicrophoneSettingDialog::hasNetworkSource()
+{
+    if (m_network->source().isComplete())
+        return true;
+    m_prompter.warning(this, tr("Warning"), incompleteNetworkText());
+    m_network->focusMissing();
+    return false;
+}
+
 void MicrophoneSettingDialog::acceptNetwork(const MicrophoneSettings& chosen)
 {
-    if (!chosen.network.isComplete())
-        m_prompter.warning(this, tr("Warning"), incompleteNetworkText());
-    else if (opens(chosen.testedUrl()))
+    if (!hasNetworkSource())
+        return;
+    if (opens(chosen.testedUrl())) {
         accept();
-    else
-        m_prompter.warning(
-            this, tr("Error"),
-            tr("Failed to connect to IP Audio Stream!\nPlease check IP address, port and network connection."));
+        return;
+    }
+    m_prompter.warning(
+        this, tr("Error"),
+        tr("Failed to connect to IP Audio Stream!\nPlease check IP address, port and network connection."));
+    m_network->setFocus();
 }
 
 void MicrophoneSettingDialog::acceptFile(const MicrophoneSettings& chosen)
@@ -266,10 +281,8 @@ void MicrophoneSettingDialog::onInputSourceChanged()
 void MicrophoneSettingDialog::onTestNetwork()
 {
     const MicrophoneSettings chosen = settings();
-    if (!chosen.network.isComplete()) {
-        m_prompter.warning(this, tr("Warning"), incompleteNetworkText());
+    if (!hasNetworkSource())
         return;
-    }
     m_network->setTesting(true);
     const bool works = opens(chosen.testedUrl());
     m_network->setTesting(false);

@@ -13,12 +13,6 @@ struct FaultTexts
     Q_DECLARE_TR_FUNCTIONS(FaultTexts)
 };
 
-bool take(QString& field, const QString& value, bool isValid)
-{
-    field = value;
-    return isValid;
-}
-
 const std::vector<SettingRule<MicrophoneSettings>>& rules()
 {
     using Settings = MicrophoneSettings;

@@ -36,7 +36,6 @@ NetworkRow::NetworkRow(QWidget* parent) : QWidget(parent)
 
     m_test = new QPushButton(tr("Test Network"), this);
     m_test->setObjectName(QStringLiteral("testNetwork"));
-    m_test->setAutoDefault(false);
     constexpr int kSideMargin = 8;
     m_test->setMinimumWidth(m_test->sizeHint().width() + 2 * kSideMargin);
     connect(m_test, &QPushButton::clicked, this, &NetworkRow::testRequested);
@@ -54,6 +53,11 @@ NetworkRow::NetworkRow(QWidget* parent) : QWidget(parent)
 NetworkSource NetworkRow::source() const
 {
     return {m_address->displayText(), m_port->text()};
+}
+
+void NetworkRow::focusMissing()
+{
+    (m_address->displayText().isEmpty() ? m_address : m_port)->setFocus();
 }
 
 void NetworkRow::setTesting(bool testing)

@@ -19,6 +19,9 @@ public:
     /// The texts as they were typed; a port that a program set is not checked.
     NetworkSource source() const;
 
+    /// Puts the focus on the first empty field.
+    void focusMissing();
+
     /// While a test runs, its button is disabled and says so. Painted at once: the test may block the event loop.
     void setTesting(bool testing);
 

@@ -25,6 +25,12 @@ QString badValueError(const QString& name, const QString& value, const QString& 
     return QStringLiteral("'%1' is no value for %2; expected %3.").arg(value, name, expected);
 }
 
+bool take(QString& field, const QString& value, bool isValid)
+{
+    field = value;
+    return isValid;
+}
+
 bool readSwitch(const QString& value, bool& flag)
 {
     flag = value == QLatin1String("on");

@@ -66,6 +66,9 @@ SettingsReading<Settings> applyRules(const std::vector<SettingRule<Settings>>& r
     return {std::move(settings), {}};
 }
 
+/// Puts `value` into `field` and returns `isValid`.
+bool take(QString& field, const QString& value, bool isValid);
+
 /// "on" or "off" into `flag`; false for anything else.
 bool readSwitch(const QString& value, bool& flag);
 

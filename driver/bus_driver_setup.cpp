@@ -32,11 +32,9 @@ std::vector<ArgumentVector> BusDriverSetup::commands() const
     return {{kProgramName, L"dp_add", infPath()}, {kProgramName, L"install", infPath(), L"root\\VUBUS"}};
 }
 
-void BusDriverSetup::install()
+ResultCode BusDriverSetup::install()
 {
-    DriverEngine engine(m_platform, m_output);
-    for (const ArgumentVector& command : commands())
-        engine.run(command);
+    return DriverEngine(m_platform, m_output).runEach(commands());
 }
 
 bool BusDriverSetup::waitUntilInstalled()

@@ -4,6 +4,7 @@
 #include "driver/argument_vectors.h"
 #include "driver/device_platform.h"
 #include "driver/output.h"
+#include "driver/result.h"
 
 #include <chrono>
 #include <functional>
@@ -29,8 +30,9 @@ public:
     /// Whole argument vectors, the program's name included.
     std::vector<ArgumentVector> commands() const;
 
-    /// Runs commands(), the second one whatever became of the first; only installed() tells whether that worked.
-    void install();
+    /// Runs commands(), the second one whatever became of the first, and gives back the higher result. That is for
+    /// logs; only installed() tells whether it worked.
+    ResultCode install();
 
     /// Checks three times, and sleeps 1000 ms after each check that fails, the last one too. Whether one succeeded.
     bool waitUntilInstalled();

@@ -5,6 +5,7 @@
 #include "driver/shutdown.h"
 #include "driver/text.h"
 
+#include <algorithm>
 #include <exception>
 #include <vector>
 
@@ -39,6 +40,14 @@ ResultCode DriverEngine::run(std::span<const std::wstring> arguments)
     } catch (const std::exception&) {
         return kFailure;
     }
+}
+
+ResultCode DriverEngine::runEach(std::span<const ArgumentVector> vectors)
+{
+    ResultCode worst = kSuccess;
+    for (const ArgumentVector& vector : vectors)
+        worst = std::max(worst, run(vector));
+    return worst;
 }
 
 ResultCode DriverEngine::run(int count, const wchar_t* const* vector)

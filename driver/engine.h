@@ -1,6 +1,7 @@
 // engine.h: runs one command of the driver engine from an argument vector.
 #pragma once
 
+#include "driver/argument_vectors.h"
 #include "driver/device_platform.h"
 #include "driver/output.h"
 #include "driver/result.h"
@@ -21,7 +22,10 @@ public:
     /// arguments. Results are those of result.h.
     ResultCode run(std::span<const std::wstring> arguments);
 
-    /// The same; a null element counts as empty.
+    /// Several vectors in turn, whatever becomes of each. The highest of their results.
+    ResultCode runEach(std::span<const ArgumentVector> vectors);
+
+    /// One vector; a null element counts as empty.
     ResultCode run(int count, const wchar_t* const* vector);
 
 private:

@@ -22,6 +22,7 @@ inline constexpr ErrorCode kInvalidParameter = 87;
 inline constexpr ErrorCode kInsufficientBuffer = 122;
 inline constexpr ErrorCode kModuleNotFound = 126;
 inline constexpr ErrorCode kProcedureNotFound = 127;
+inline constexpr ErrorCode kNameTooLong = 206;
 inline constexpr ErrorCode kNoMoreItems = 259;
 inline constexpr ErrorCode kServiceDoesNotExist = 1060;
 inline constexpr ErrorCode kFileCorrupt = 1392;

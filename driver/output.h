@@ -20,8 +20,8 @@ public:
     virtual void write(Stream stream, std::wstring_view text) = 0;
 };
 
-/// The process's standard streams. Linux: UTF-8. Windows: UTF-16 with CR LF line ends, characters to a console,
-/// little-endian bytes to anything else. It never changes the mode or orientation of a stream that others use too.
+/// The process's standard streams: UTF-8, on Windows with CR LF line ends. A console there gets characters, whatever
+/// its code page. It never changes the mode or orientation of a stream that others use too.
 Output& systemOutput();
 
 } // namespace driver

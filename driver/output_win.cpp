@@ -1,5 +1,7 @@
 #include "driver/output.h"
 
+#include "driver/text.h"
+
 #include <windows.h>
 
 #include <algorithm>
@@ -35,16 +37,13 @@ void writeToConsole(HANDLE console, std::wstring_view text)
     }
 }
 
-void writeToFile(HANDLE file, std::wstring_view text)
+void writeToFile(HANDLE file, std::string_view bytes)
 {
-    const char* bytes = reinterpret_cast<const char*>(text.data());
-    std::size_t left = text.size() * sizeof(wchar_t);
-    while (left > 0) {
+    while (!bytes.empty()) {
         DWORD written = 0;
-        if (!WriteFile(file, bytes, static_cast<DWORD>(left), &written, nullptr) || written == 0)
+        if (!WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) || written == 0)
             return;
-        bytes += written;
-        left -= written;
+        bytes.remove_prefix(written);
     }
 }
 
@@ -61,7 +60,7 @@ public:
         if (GetConsoleMode(handle, &mode))
             writeToConsole(handle, withCarriageReturns(text));
         else
-            writeToFile(handle, withCarriageReturns(text));
+            writeToFile(handle, toUtf8(withCarriageReturns(text)));
     }
 };
 

@@ -3,12 +3,13 @@
 #include "fido2/credential_texts.h"
 #include "fido2/dialog_parts.h"
 #include "fido2/shown_text.h"
+#include "ui/form_labels.h"
 
 #include <QFormLayout>
 #include <QGroupBox>
-#include <QHBoxLayout>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QVBoxLayout>
 
 namespace {
 
@@ -46,7 +47,9 @@ CredentialDetailDialog::CredentialDetailDialog(const QJsonObject& credential, QW
     setWindowTitle(tr("Credential Details"));
     setWindowFlag(Qt::WindowContextHelpButtonHint, false);
     setAttribute(Qt::WA_DeleteOnClose);
-    auto* layout = new QVBoxLayout(this);
+    auto* fields = new QWidget;
+    auto* layout = new QVBoxLayout(fields);
+    layout->setContentsMargins(0, 0, 0, 0);
     QFormLayout* form = nullptr;
 
     layout->addWidget(makeFormGroup(tr("Basic Information"), &form));
@@ -76,16 +79,15 @@ CredentialDetailDialog::CredentialDetailDialog(const QJsonObject& credential, QW
         addField(form, label, QLatin1String(key), file.isEmpty() ? tr("Not available") : file);
     }
 
-    auto* buttons = new QHBoxLayout;
+    auto* window = new QVBoxLayout(this);
+    alignFormLabels(*fields);
+    window->addWidget(makeScrollable(fields));
     QPushButton* close = makeColoredButton(tr("Close"), ButtonColor::Grey);
     close->setObjectName(QStringLiteral("close"));
-    buttons->addStretch();
-    buttons->addWidget(close);
-    layout->addLayout(buttons);
+    window->addLayout(makeButtonRow({close}));
     connect(close, &QPushButton::clicked, this, &CredentialDetailDialog::onClose);
-    alignForms(*this);
     constexpr int kWidth = 600;
-    resize(kWidth, sizeHint().height());
+    resizeOnScreen(*this, sizeHint().expandedTo({kWidth, 0}));
     close->setFocus();
 }
 

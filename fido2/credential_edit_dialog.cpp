@@ -2,14 +2,15 @@
 
 #include "fido2/dialog_parts.h"
 #include "fido2/shown_text.h"
+#include "ui/form_labels.h"
 
 #include <QCheckBox>
 #include <QFormLayout>
 #include <QGroupBox>
-#include <QHBoxLayout>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
+#include <QVBoxLayout>
 
 namespace {
 
@@ -44,11 +45,12 @@ CredentialEditDialog::CredentialEditDialog(bool isNew, QWidget* parent, Fido2Env
     setWindowTitle(isNew ? tr("Add New Credential") : tr("Edit Credential"));
     setWindowFlag(Qt::WindowContextHelpButtonHint, false);
     auto* layout = new QVBoxLayout(this);
-    layout->addWidget(buildFields());
-    layout->addWidget(buildButtons());
-    alignForms(*this);
+    QWidget* fields = buildFields();
+    alignFormLabels(*fields);
+    layout->addWidget(makeScrollable(fields));
+    layout->addLayout(buildButtons());
     constexpr int kWidth = 600;
-    resize(kWidth, sizeHint().height());
+    resizeOnScreen(*this, sizeHint().expandedTo({kWidth, 0}));
 }
 
 QWidget* CredentialEditDialog::buildFields()
@@ -98,22 +100,16 @@ QWidget* CredentialEditDialog::buildFields()
     return fields;
 }
 
-QWidget* CredentialEditDialog::buildButtons()
+QLayout* CredentialEditDialog::buildButtons()
 {
-    auto* buttons = new QWidget;
-    auto* layout = new QHBoxLayout(buttons);
-    layout->setContentsMargins(0, 0, 0, 0);
     auto* save = new QPushButton(tr("Save"));
     save->setObjectName(QStringLiteral("save"));
     save->setDefault(true);
     auto* cancel = makePlainButton(tr("Cancel"));
     cancel->setObjectName(QStringLiteral("cancel"));
-    layout->addStretch();
-    layout->addWidget(save);
-    layout->addWidget(cancel);
     connect(save, &QPushButton::clicked, this, &CredentialEditDialog::onSave);
     connect(cancel, &QPushButton::clicked, this, &CredentialEditDialog::onCancel);
-    return buttons;
+    return makeButtonRow({save, cancel});
 }
 
 void CredentialEditDialog::setCredential(const QJsonObject& credential)

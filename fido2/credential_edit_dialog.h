@@ -33,7 +33,7 @@ public slots:
 
 private:
     QWidget* buildFields();
-    QWidget* buildButtons();
+    QLayout* buildButtons();
     bool validate();
     void writeFields();
 

@@ -6,11 +6,11 @@
 #include "fido2/shown_text.h"
 #include "ui/plain_tool_tip.h"
 
-#include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
 #include <QPushButton>
 #include <QTableWidget>
+#include <QVBoxLayout>
 
 CredentialsFileChooser::CredentialsFileChooser(const QString& directory, const QStringList& names, QWidget* parent)
     : QDialog(parent)
@@ -42,16 +42,12 @@ CredentialsFileChooser::CredentialsFileChooser(const QString& directory, const Q
         fillRow(row, directory + QLatin1Char('/') + names.at(row));
     layout->addWidget(m_table);
 
-    auto* buttons = new QHBoxLayout;
     m_select = new QPushButton(tr("Select"));
     m_select->setObjectName(QStringLiteral("select"));
     m_select->setDefault(true);
     auto* cancel = makePlainButton(tr("Cancel"));
     cancel->setObjectName(QStringLiteral("cancel"));
-    buttons->addStretch();
-    buttons->addWidget(m_select);
-    buttons->addWidget(cancel);
-    layout->addLayout(buttons);
+    layout->addLayout(makeButtonRow({m_select, cancel}));
     connect(m_select, &QPushButton::clicked, this, &QDialog::accept);
     connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
     connect(m_table, &QTableWidget::itemDoubleClicked, this, &QDialog::accept);

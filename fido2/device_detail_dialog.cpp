@@ -4,6 +4,7 @@
 #include "fido2/dialog_parts.h"
 #include "fido2/pin.h"
 #include "fido2/shown_text.h"
+#include "ui/form_labels.h"
 
 #include <QFormLayout>
 #include <QGroupBox>
@@ -49,16 +50,13 @@ DeviceDetailDialog::DeviceDetailDialog(const QString& credentialsPath, const QSt
     layout->addWidget(buildPinGroup());
     layout->addWidget(buildActions());
 
-    auto* buttons = new QHBoxLayout;
     QPushButton* close = makePlainButton(tr("Close"));
     close->setObjectName(QStringLiteral("close"));
-    buttons->addStretch();
-    buttons->addWidget(close);
-    layout->addLayout(buttons);
+    layout->addLayout(makeButtonRow({close}));
     connect(close, &QPushButton::clicked, this, &QDialog::reject);
-    alignForms(*this);
+    alignFormLabels(*this);
     constexpr int kWidth = 560;
-    resize(kWidth, sizeHint().height());
+    resizeOnScreen(*this, {kWidth, sizeHint().height()});
     close->setFocus();
     load();
 }
@@ -81,8 +79,8 @@ QWidget* DeviceDetailDialog::buildCredentialsGroup()
     auto* group = new QGroupBox(tr("Credentials Information"));
     auto* layout = new QVBoxLayout(group);
     m_summary = makeReadOnlyText(QStringLiteral("summary"));
-    constexpr int kLeastHeight = 150;
-    m_summary->setMinimumHeight(kLeastHeight);
+    constexpr int kLeastLines = 4; // on a low screen
+    m_summary->setMinimumHeight(kLeastLines * m_summary->fontMetrics().lineSpacing());
     layout->addWidget(m_summary);
     return group;
 }
@@ -100,6 +98,8 @@ QWidget* DeviceDetailDialog::buildPinGroup()
     row->addStretch();
     form->addRow(QString(), row);
     connect(set, &QPushButton::clicked, this, &DeviceDetailDialog::onSetPin);
+    connect(m_pin, &QLineEdit::returnPressed, this, &DeviceDetailDialog::onSetPin);
+    connect(m_confirmation, &QLineEdit::returnPressed, this, &DeviceDetailDialog::onSetPin);
     return group;
 }
 
@@ -143,9 +143,13 @@ void DeviceDetailDialog::showDevice()
     showText(m_summary, credentialSummary(m_file.path(), m_file.credentials()));
 }
 
-void DeviceDetailDialog::complain(const QString& text)
+void DeviceDetailDialog::complain(const QString& text, QLineEdit* field)
 {
     m_prompter.warning(this, tr("Error"), text);
+    if (!field)
+        return;
+    field->setFocus();
+    field->selectAll();
 }
 
 void DeviceDetailDialog::onSetPin()
@@ -154,13 +158,13 @@ void DeviceDetailDialog::onSetPin()
     case PinCheck::Ok:
         break;
     case PinCheck::Empty:
-        complain(tr("Please enter a PIN"));
+        complain(tr("Please enter a PIN"), m_pin);
         return;
     case PinCheck::WrongLength:
-        complain(tr("PIN must be 4-63 characters long"));
+        complain(tr("PIN must be 4-63 characters long"), m_pin);
         return;
     case PinCheck::Mismatch:
-        complain(tr("PIN confirmation does not match"));
+        complain(tr("PIN confirmation does not match"), m_confirmation);
         return;
     }
     switch (m_file.setPin(m_pin->text(), m_serialNumber)) {

@@ -31,7 +31,8 @@ private:
     QWidget* buildActions();
     void load();
     void showDevice();
-    void complain(const QString& text);
+    /// `field` is the one to correct, null for faults of the file.
+    void complain(const QString& text, QLineEdit* field = nullptr);
 
     CredentialsFile m_file;
     QString m_serialNumber;

@@ -3,17 +3,89 @@
 #include "fido2/shown_text.h"
 #include "ui/plain_tool_tip.h"
 
+#include <QAbstractItemView>
+#include <QApplication>
 #include <QFormLayout>
 #include <QGroupBox>
+#include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScreen>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QTextBlockFormat>
 #include <QTextCursor>
 #include <QTextEdit>
 #include <QTextOption>
 
 namespace {
+
+bool isEnter(const QKeyEvent& event)
+{
+    return event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
+}
+
+/// A dialog would take an auto-default button, which answers Enter by itself, for its default one.
+class PlainButton final : public QPushButton
+{
+public:
+    using QPushButton::QPushButton;
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override
+    {
+        if (isEnter(*event))
+            click();
+        else
+            QPushButton::keyPressEvent(event);
+    }
+};
+
+/// Asks for all that its content needs: the base asks for no more than 24 lines.
+class ContentArea final : public QScrollArea
+{
+public:
+    explicit ContentArea(QWidget* content)
+    {
+        setWidget(content);
+        setWidgetResizable(true);
+        setFrameShape(QFrame::NoFrame);
+        setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+        setFocusPolicy(Qt::NoFocus);
+        connect(qApp, &QApplication::focusChanged, this, [this](QWidget*, QWidget* now) {
+            if (now && isAncestorOf(now))
+                ensureWidgetVisible(now);
+        });
+    }
+
+    QSize sizeHint() const override { return widget()->sizeHint() + QSize(barWidth(), 0); }
+    QSize minimumSizeHint() const override
+    {
+        return {widget()->minimumSizeHint().width() + barWidth(), QScrollArea::minimumSizeHint().height()};
+    }
+
+private:
+    int barWidth() const { return verticalScrollBar()->sizeHint().width(); }
+};
+
+class EnterFilter final : public QObject
+{
+public:
+    EnterFilter(QObject* parent, std::function<void()> action) : QObject(parent), m_action(std::move(action)) {}
+
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        if (event->type() != QEvent::KeyPress || !isEnter(*static_cast<QKeyEvent*>(event)))
+            return false;
+        m_action();
+        return true;
+    }
+
+private:
+    std::function<void()> m_action;
+};
 
 struct Shades
 {
@@ -52,9 +124,18 @@ QPushButton* makeColoredButton(const QString& text, ButtonColor color)
     return button;
 }
 
+QHBoxLayout* makeButtonRow(std::initializer_list<QPushButton*> buttons)
+{
+    auto* row = new QHBoxLayout;
+    row->addStretch();
+    for (QPushButton* button : buttons)
+        row->addWidget(button);
+    return row;
+}
+
 QPushButton* makePlainButton(const QString& text)
 {
-    auto* button = new QPushButton(text);
+    auto* button = new PlainButton(text);
     button->setAutoDefault(false);
     constexpr int kSideMargin = 8;
     button->setMinimumWidth(button->sizeHint().width() + 2 * kSideMargin);
@@ -70,21 +151,15 @@ QGroupBox* makeFormGroup(const QString& title, QFormLayout** form)
     return group;
 }
 
-void alignForms(const QWidget& window)
+QWidget* makeScrollable(QWidget* content)
 {
-    QList<QWidget*> labels;
-    int widest = 0;
-    for (const QFormLayout* form : window.findChildren<QFormLayout*>()) {
-        for (int row = 0; row < form->rowCount(); ++row) {
-            QLayoutItem* item = form->itemAt(row, QFormLayout::LabelRole);
-            if (!item || !item->widget())
-                continue;
-            labels << item->widget();
-            widest = qMax(widest, item->widget()->sizeHint().width());
-        }
-    }
-    for (QWidget* label : qAsConst(labels))
-        label->setMinimumWidth(widest);
+    return new ContentArea(content);
+}
+
+void resizeOnScreen(QWidget& dialog, QSize size)
+{
+    constexpr QSize kFrameAndTitle(16, 48);
+    dialog.resize(size.boundedTo(dialog.screen()->availableSize() - kFrameAndTitle));
 }
 
 QLineEdit* makeReadOnlyField(const QString& objectName)
@@ -132,6 +207,18 @@ void showText(QTextEdit* box, const QString& text)
     cursor.setBlockFormat(format);
     cursor.insertText(text); // each line takes the format of the block it is split from
     box->moveCursor(QTextCursor::Start);
+}
+
+void onEnter(QAbstractItemView* view, std::function<void()> action)
+{
+    view->installEventFilter(new EnterFilter(view, std::move(action)));
+}
+
+QLabel* makeLabelFor(QWidget* field, const QString& text)
+{
+    auto* label = new QLabel(text);
+    label->setBuddy(field);
+    return label;
 }
 
 QLabel* makeHeading(const QString& text, int pixels)

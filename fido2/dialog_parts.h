@@ -3,11 +3,17 @@
 
 #include <QString>
 
+#include <functional>
+#include <initializer_list>
+
+class QAbstractItemView;
 class QFormLayout;
 class QGroupBox;
+class QHBoxLayout;
 class QLabel;
 class QLineEdit;
 class QPushButton;
+class QSize;
 class QTextEdit;
 class QWidget;
 
@@ -18,15 +24,23 @@ enum class ButtonColor
     Grey
 };
 
-/// White text on the colour; Enter elsewhere in the dialog does not press it.
-QPushButton* makeColoredButton(const QString& text, ButtonColor color);
+/// Enter presses the button while it has the focus, and from elsewhere in the dialog only when it is made the default.
 QPushButton* makePlainButton(const QString& text);
+
+/// The same in white text on the colour.
+QPushButton* makeColoredButton(const QString& text, ButtonColor color);
+
+/// The buttons at the right, on the lower edge of a dialog.
+QHBoxLayout* makeButtonRow(std::initializer_list<QPushButton*> buttons);
 
 /// A group with a form whose fields grow.
 QGroupBox* makeFormGroup(const QString& title, QFormLayout** form);
 
-/// Gives the labels of all forms in `window` the width of the widest, so that the fields of its groups line up.
-void alignForms(const QWidget& window);
+/// Takes `content`, which scrolls where the screen has no room for all of it. What gets the focus is scrolled to.
+QWidget* makeScrollable(QWidget* content);
+
+/// Resizes a dialog that is not shown yet to `size`, or to what its screen has room for.
+void resizeOnScreen(QWidget& dialog, QSize size);
 
 /// One line that can be selected and copied but not changed. A value from outside goes in by showValue().
 QLineEdit* makeReadOnlyField(const QString& objectName);
@@ -38,6 +52,12 @@ void showValue(QLineEdit* field, const QString& value);
 /// look like a line of its own.
 QTextEdit* makeReadOnlyText(const QString& objectName);
 void showText(QTextEdit* box, const QString& text);
+
+/// Calls `action` when Enter is pressed in `view`: what a double click on an entry does, from the keyboard.
+void onEnter(QAbstractItemView* view, std::function<void()> action);
+
+/// A label that names `field` to assistive tools.
+QLabel* makeLabelFor(QWidget* field, const QString& text);
 
 /// `pixels` high, bold.
 QLabel* makeHeading(const QString& text, int pixels);

@@ -60,7 +60,8 @@ void Fido2Channels::answer(qint64 processId, bool confirmed, const QJsonObject& 
         return;
     }
     qCInfo(fido2Log) << "Request of process" << processId << (confirmed ? "confirmed" : "denied");
-    client->sendMessage(confirmationResponse(confirmed, result, QDateTime::currentMSecsSinceEpoch()));
+    if (!client->sendMessage(confirmationResponse(confirmed, result, QDateTime::currentMSecsSinceEpoch())))
+        qCWarning(fido2Log) << "The answer to process" << processId << "could not be written";
 }
 
 std::optional<qint64> Fido2Channels::processIdOf(const QObject* sender) const

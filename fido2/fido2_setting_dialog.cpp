@@ -27,11 +27,12 @@ Fido2SettingDialog::Fido2SettingDialog(QWidget* parent, Fido2Environment environ
 Fido2Parameters Fido2SettingDialog::parameters() const
 {
     Fido2Parameters chosen;
-    chosen.vid = m_vid->text();
-    chosen.pid = m_pid->text();
-    chosen.name = m_name->text().trimmed();
+    // displayText: a pasted line end is still in text() and would begin another parameter.
+    chosen.vid = m_vid->displayText();
+    chosen.pid = m_pid->displayText();
+    chosen.name = m_name->displayText().trimmed();
     chosen.usbVersionChoice = m_usbVersion->currentText();
-    chosen.serialNumber = m_serial->text().trimmed();
+    chosen.serialNumber = m_serial->displayText().trimmed();
     chosen.credentialsPath = m_path;
     chosen.supportsPin = m_supportsPin->isChecked();
     return chosen;
@@ -39,8 +40,8 @@ Fido2Parameters Fido2SettingDialog::parameters() const
 
 KeyIdentity Fido2SettingDialog::form() const
 {
-    return {m_serial->text(),          m_name->text(), m_vid->text(), m_pid->text(), m_usbVersion->currentText(),
-            m_supportsPin->isChecked()};
+    return {m_serial->displayText(), m_name->displayText(),       m_vid->displayText(),
+            m_pid->displayText(),    m_usbVersion->currentText(), m_supportsPin->isChecked()};
 }
 
 void Fido2SettingDialog::onGenerateSerialNumber()
@@ -50,7 +51,7 @@ void Fido2SettingDialog::onGenerateSerialNumber()
 
 void Fido2SettingDialog::updateCredentialsFilePath()
 {
-    setPath(m_environment.credentialsPath(m_serial->text()));
+    setPath(m_environment.credentialsPath(m_serial->displayText()));
 }
 
 void Fido2SettingDialog::setPath(const QString& path)
@@ -166,6 +167,7 @@ void Fido2SettingDialog::onEditCredential()
         return;
     m_credentials.replace(index, editor.credential());
     onRefreshCredentials();
+    m_table->selectRow(index);
     succeed(tr("Credential updated successfully"));
 }
 
@@ -208,31 +210,43 @@ void Fido2SettingDialog::onSaveCredentials()
         m_prompter.warning(this, tr("Error"), tr("Cannot write to credentials file: %1").arg(m_path));
 }
 
-QString Fido2SettingDialog::invalidInput() const
+QLineEdit* Fido2SettingDialog::invalidField()
 {
-    const QString vid = m_vid->text().trimmed();
-    const QString pid = m_pid->text().trimmed();
-    if (vid.isEmpty())
-        return tr("Please enter USB VID");
-    if (pid.isEmpty())
-        return tr("Please enter USB PID");
-    if (m_name->text().trimmed().isEmpty())
-        return tr("Please enter device name");
-    const QString prefix = QStringLiteral("0x");
-    if (!vid.startsWith(prefix) || !pid.startsWith(prefix))
-        return tr("VID and PID must start with '0x'");
-    constexpr int kHexadecimal = 16;
-    bool vidConverts = false;
-    bool pidConverts = false;
-    vid.toULongLong(&vidConverts, kHexadecimal);
-    pid.toULongLong(&pidConverts, kHexadecimal);
-    return vidConverts && pidConverts ? QString() : tr("Invalid VID or PID format");
+    const auto isBlank = [](const QLineEdit* field) { return field->text().trimmed().isEmpty(); };
+    const auto hasNoPrefix = [](const QLineEdit* id) { return !id->text().trimmed().startsWith(QStringLiteral("0x")); };
+    const auto isNoNumber = [](const QLineEdit* id) {
+        constexpr int kHexadecimal = 16;
+        bool converts = false;
+        id->text().trimmed().toULongLong(&converts, kHexadecimal);
+        return !converts;
+    };
+    const struct
+    {
+        QLineEdit* field;
+        bool isWrong;
+        QString complaint;
+    } checks[] = {
+        {m_vid, isBlank(m_vid), tr("Please enter USB VID")},
+        {m_pid, isBlank(m_pid), tr("Please enter USB PID")},
+        {m_name, isBlank(m_name), tr("Please enter device name")},
+        {m_vid, hasNoPrefix(m_vid), tr("VID and PID must start with '0x'")},
+        {m_pid, hasNoPrefix(m_pid), tr("VID and PID must start with '0x'")},
+        {m_vid, isNoNumber(m_vid), tr("Invalid VID or PID format")},
+        {m_pid, isNoNumber(m_pid), tr("Invalid VID or PID format")},
+    };
+    for (const auto& [field, isWrong, complaint] : checks) {
+        if (!isWrong)
+            continue;
+        complain(complaint);
+        return field;
+    }
+    return nullptr;
 }
 
 void Fido2SettingDialog::onCreateDevice()
 {
-    if (const QString fault = invalidInput(); !fault.isEmpty()) {
-        complain(fault);
+    if (QLineEdit* field = invalidField()) {
+        field->setFocus();
         return;
     }
     const Fido2Parameters chosen = parameters();

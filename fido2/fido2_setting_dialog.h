@@ -29,7 +29,7 @@ public:
                                 Fido2Environment environment = Fido2Environment::ofThisProgram(),
                                 Prompter& prompter = systemPrompter());
 
-    /// What the user chose, after the dialog was accepted. The ids are exactly as typed.
+    /// What the user chose, after the dialog was accepted. The ids are as typed; every text is one line.
     Fido2Parameters parameters() const;
 
     QJsonArray credentials() const { return m_credentials; }
@@ -67,7 +67,8 @@ private:
     void complain(const QString& text);
     void succeed(const QString& text);
     KeyIdentity form() const;
-    QString invalidInput() const;
+    /// The field that keeps the key from being created, told to the user; null without one.
+    QLineEdit* invalidField();
 
     Fido2Environment m_environment;
     Prompter& m_prompter;

@@ -73,15 +73,13 @@ void Fido2SettingDialog::buildLayout()
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(buildDeviceGroup());
     layout->addWidget(buildCredentialsGroup(), 1);
-    auto* row = new QHBoxLayout;
     QPushButton* create = makeColoredButton(tr("Create FIDO2 Device"), ButtonColor::Green);
     create->setObjectName(QStringLiteral("create"));
-    row->addStretch();
-    row->addWidget(create);
-    layout->addLayout(row);
+    create->setDefault(true);
+    layout->addLayout(makeButtonRow({create}));
     connect(create, &QPushButton::clicked, this, &Fido2SettingDialog::onCreateDevice);
     constexpr QSize kSize(1230, 680); // every column of the table at its width
-    resize(kSize);
+    resizeOnScreen(*this, kSize);
 }
 
 QLineEdit* Fido2SettingDialog::addLine(QFormLayout* form, const QString& label, const QString& placeholder,
@@ -118,12 +116,14 @@ QWidget* Fido2SettingDialog::buildDeviceGroup()
     generate->setObjectName(QStringLiteral("generate"));
     QPushButton* select = makePlainButton(tr("Select Credentials File"));
     select->setObjectName(QStringLiteral("selectFile"));
+    constexpr int kFrameAndCursor = 16;
+    m_serial->setMinimumWidth(m_serial->fontMetrics().horizontalAdvance(m_serial->placeholderText()) + kFrameAndCursor);
     m_serial->setMaximumWidth(kFieldWidth);
     serialRow->addWidget(m_serial, 1);
     serialRow->addWidget(generate);
     serialRow->addWidget(select);
     serialRow->addStretch();
-    form->addRow(tr("Device Serial Number:"), serialRow);
+    form->addRow(makeLabelFor(m_serial, tr("Device Serial Number:")), serialRow);
     m_supportsPin = new QCheckBox;
     m_supportsPin->setObjectName(QStringLiteral("supportsPin"));
     m_supportsPin->setChecked(true);
@@ -198,5 +198,6 @@ QTableWidget* Fido2SettingDialog::buildTable()
     table->verticalHeader()->setDefaultSectionSize(qMax(twoLines, keyFiles) + kPadding);
     table->setItemDelegateForColumn(int(CredentialColumn::KeyFiles), new KeyFilesDelegate(table));
     connect(table, &QTableWidget::itemDoubleClicked, this, &Fido2SettingDialog::onTableItemDoubleClicked);
+    onEnter(table, [this] { onEditCredential(); });
     return table;
 }

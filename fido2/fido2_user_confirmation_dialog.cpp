@@ -22,6 +22,7 @@
 
 namespace {
 
+constexpr int kWidth = 520;
 constexpr int kIndexRole = Qt::UserRole; // element of availableCredentials
 
 /// Height that shows all details, as far as they get it.
@@ -58,38 +59,32 @@ Fido2UserConfirmationDialog::Fido2UserConfirmationDialog(const QString& operatio
     QLabel* heading = makeHeading(confirmationHeading(operation), kHeadingPixels);
     heading->setObjectName(QStringLiteral("heading"));
     layout->addWidget(heading);
-    layout->addWidget(new QLabel(tr("Operation Details:")));
-
-    const int mostHeight = isPasswordlessLogin(m_data) ? 250 : 150;
-    const QString text = confirmationDetails(operation, m_data);
-    QTextEdit* details = makeReadOnlyText(QStringLiteral("details"));
-    showText(details, text);
-    details->setMaximumHeight(mostHeight);
-    constexpr int kWidth = 520;
-    constexpr int kMargins = 40;
-    const int height = detailsHeight(*details, kWidth - kMargins, mostHeight);
-    details->setMinimumHeight(height);
-    layout->addWidget(details);
-
+    const QTextEdit* details = buildDetails();
     if (offersCredentials(m_data))
         buildCredentialList();
     else if (m_data.value(QStringLiteral("allowDescriptionInput")).toBool())
         buildDescriptionField();
     layout->addWidget(buildButtons());
 
-    resize(kWidth, sizeHint().height() - (mostHeight - height));
-    // No button has the focus: a key that was meant for another window must not answer.
-    if (m_candidates)
-        m_candidates->setFocus();
-    else if (m_description)
-        m_description->setFocus();
-    else
-        details->setFocus();
+    resize(kWidth, sizeHint().height() - (details->maximumHeight() - details->minimumHeight()));
+}
+
+QTextEdit* Fido2UserConfirmationDialog::buildDetails()
+{
+    const int mostHeight = isPasswordlessLogin(m_data) ? 250 : 150;
+    QTextEdit* details = makeReadOnlyText(QStringLiteral("details"));
+    showText(details, confirmationDetails(m_operation, m_data));
+    constexpr int kMargins = 40;
+    details->setMaximumHeight(mostHeight);
+    details->setMinimumHeight(detailsHeight(*details, kWidth - kMargins, mostHeight));
+    layout()->addWidget(makeLabelFor(details, tr("Operation Details:")));
+    layout()->addWidget(details);
+    details->setFocus(); // no button: a key that was meant for another window must not answer
+    return details;
 }
 
 void Fido2UserConfirmationDialog::buildCredentialList()
 {
-    layout()->addWidget(new QLabel(tr("Select a credential:")));
     m_candidates = new QListWidget;
     m_candidates->setObjectName(QStringLiteral("candidates"));
     m_candidates->setUniformItemSizes(true);
@@ -102,16 +97,20 @@ void Fido2UserConfirmationDialog::buildCredentialList()
     constexpr int kLeastHeight = 90;
     m_candidates->setMinimumHeight(kLeastHeight);
     connect(m_candidates, &QListWidget::itemDoubleClicked, this, &Fido2UserConfirmationDialog::showCandidate);
+    onEnter(m_candidates, [this] { showCandidate(m_candidates->currentItem()); });
+    layout()->addWidget(makeLabelFor(m_candidates, tr("Select a credential:")));
     layout()->addWidget(m_candidates);
+    m_candidates->setFocus();
 }
 
 void Fido2UserConfirmationDialog::buildDescriptionField()
 {
-    layout()->addWidget(new QLabel(tr("Credential Description:")));
     m_description = new QLineEdit(m_data.value(QStringLiteral("defaultDescription")).toString());
     m_description->setObjectName(QStringLiteral("description"));
     m_description->setPlaceholderText(tr("Enter credential description (optional)"));
+    layout()->addWidget(makeLabelFor(m_description, tr("Credential Description:")));
     layout()->addWidget(m_description);
+    m_description->setFocus();
 }
 
 QWidget* Fido2UserConfirmationDialog::buildButtons()
@@ -184,6 +183,8 @@ void Fido2UserConfirmationDialog::onShowDetails()
 
 void Fido2UserConfirmationDialog::showCandidate(const QListWidgetItem* item)
 {
+    if (!item)
+        return;
     const QJsonArray candidates = m_data.value(QStringLiteral("availableCredentials")).toArray();
     auto* dialog = new CredentialDetailDialog(candidates.at(item->data(kIndexRole).toInt()).toObject(), this);
     dialog->show();

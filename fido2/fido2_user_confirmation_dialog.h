@@ -10,6 +10,7 @@ class QCheckBox;
 class QLineEdit;
 class QListWidget;
 class QListWidgetItem;
+class QTextEdit;
 
 /// Modal. Everything in `request` comes from outside and may be missing, huge or misleading.
 class Fido2UserConfirmationDialog : public QDialog
@@ -33,10 +34,11 @@ public slots:
     void onShowDetails();
 
 private:
+    QTextEdit* buildDetails();
     void buildCredentialList();
     void buildDescriptionField();
     QWidget* buildButtons();
-    void showCandidate(const QListWidgetItem* item);
+    void showCandidate(const QListWidgetItem* item); ///< nothing for null
     void answer(bool confirmed, const QJsonObject& result);
 
     QString m_operation;

@@ -4,10 +4,10 @@
 #include "fido2/dialog_parts.h"
 #include "ui/fixed_font.h"
 
-#include <QHBoxLayout>
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QVBoxLayout>
 
 RequestDetailsDialog::RequestDetailsDialog(const QString& operation, const QJsonObject& request, QWidget* parent)
     : QDialog(parent)
@@ -29,14 +29,11 @@ RequestDetailsDialog::RequestDetailsDialog(const QString& operation, const QJson
     text->setPlainText(completeRequestText(operation, request));
     layout->addWidget(text);
 
-    auto* buttons = new QHBoxLayout;
     QPushButton* close = makePlainButton(tr("Close"));
     close->setObjectName(QStringLiteral("close"));
-    buttons->addStretch();
-    buttons->addWidget(close);
-    layout->addLayout(buttons);
+    layout->addLayout(makeButtonRow({close}));
     connect(close, &QPushButton::clicked, this, &QDialog::accept);
     constexpr QSize kSize(680, 560);
-    resize(kSize);
+    resizeOnScreen(*this, kSize);
     close->setFocus();
 }

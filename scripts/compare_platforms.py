@@ -6,8 +6,8 @@ usage: compare_platforms.py LINUX_BUILD WINDOWS_BUILD
 Both sides run in a folder with spaces and other letters in its name: the driver engine on a simulated tree, devices of each
 type that has fixed defaults, their records, rows and end, and the messages that the device processes are handed. Process
 ids, times and the folder's name are replaced; the rest must be equal, but for the order of devices, which is the file
-system's, and the encoding and line ends of the driver engine's output, which are those of each system's console.
-Each difference is printed. Runs the Windows programs under Wine, so call it below with_wine.sh.
+system's, and the line ends of the driver engine's output. A driver command must besides end as it should, so that two sides
+that fail alike are not taken for equal. Each difference is printed. Runs the Windows programs under Wine, so call it below with_wine.sh.
 """
 import base64
 import difflib
@@ -24,17 +24,28 @@ TYPES = ["usbip", "speaker", "udisk", "keyboard", "mouse"]
 WITH_MESSAGE = len(TYPES) - 1  # a mouse is started without one
 PATIENCE = 120  # seconds
 RUNNER = Path(__file__).resolve().parent.parent / "packaging/windows/run_under_wine.sh"
-DRIVER_COMMANDS = [
-    ["dp_add", "vusbbus.inf"],
-    ["install", "vusbbus.inf", "root\\VUBUS"],
-    ["find", "*"],
-    ["hwids", "=USB"],
-    ["drivernodes", "*"],
-    ["classes"],
-    ["dp_enum"],
-    ["status", "root\\nothing"],
-    ["remove", "root\\VUBUS"],
-    ["no_such_command"],
+INSTALLATION = [(0, ["dp_add", "vusbbus.inf"]), (0, ["install", "vusbbus.inf", "root\\VUBUS"])]
+DRIVER_COMMANDS = INSTALLATION + [  # each with its exit code
+    (0, ["find", "*"]),
+    (0, ["sethwid", "root\\VUBUS", ":=", "-Gerät 摄 \"像\" 😀"]),
+    (0, ["hwids", "=USB", "*"]),
+    (0, ["find", "Gerät 摄*"]),
+    (0, ["stack", "root\\VUBUS"]),
+    (0, ["drivernodes", "*"]),
+    (0, ["driverfiles", "*"]),
+    (0, ["disable", "@ROOT\\*"]),
+    (0, ["status", "root\\VUBUS", "root\\nothing"]),
+    (0, ["enable", "@root\\usb\\0000"]),
+    (2, ["classfilter", "usb", "lower", "+service"]),
+    (0, ["classes"]),
+    (0, ["dp_enum"]),
+    (2, ["dp_delete", "oem0.inf"]),
+    (0, ["remove", "root\\VUBUS"]),
+    (0, ["dp_delete", "vusbbus.inf\\..\\oem0.inf"]),
+    (0, ["help", "sethwid"]),
+    (0, ["--help"]),
+    (0, ["--version"]),
+    (3, ["no_such_command"]),
 ]
 
 
@@ -69,29 +80,32 @@ class Side:
         """Exit code and texts as one string, in which carriage returns are seen."""
         process = self.start(folder, program, arguments, **environment)
         out, error = process.communicate(timeout=PATIENCE)
-        if self.windows and program == "plugboard-driver":  # which writes as the consoles of each system do
-            out, error = (text.decode("utf-16-le").replace("\r\n", "\n").encode() for text in (out, error))
+        if self.windows and program == "plugboard-driver":
+            out, error = (text.replace(b"\r\n", b"\n") for text in (out, error))
         text = f"exit {process.returncode}\n{visible(out)}\n{visible(error)}"
         for path in (str(folder), "Z:" + str(folder).replace("/", "\\")):
             text = text.replace(path + "/", "FOLDER/").replace(path + "\\", "FOLDER/")
         return text.replace(program + ".exe", program)
 
-    def install_driver(self, folder):
-        for command in DRIVER_COMMANDS[:2]:
-            self.run(folder, "plugboard-driver", command, PLUGBOARD_DEVICE_TREE="simulated_tree.json")
+    def drive(self, folder, commands):
+        """Runs commands of the driver engine on the folder's tree and returns what each printed."""
+        texts = []
+        for expected, command in commands:
+            text = self.run(folder, "plugboard-driver", command, PLUGBOARD_DEVICE_TREE="simulated_tree.json")
+            if not text.startswith(f"exit {expected}\n"):
+                sys.exit(f"{folder}: {command} ends otherwise than with {expected}:\n{text}")
+            texts.append(" ".join(command) + "\n" + text)
+        return texts
 
     def driver_texts(self):
         folder = self.make_folder("driver", self.build / "bin" / "usb-daemon.exe")
-        texts = []
-        for command in DRIVER_COMMANDS:
-            text = self.run(folder, "plugboard-driver", command, PLUGBOARD_DEVICE_TREE="simulated_tree.json")
-            texts.append(" ".join(command) + "\n" + text)
+        texts = self.drive(folder, DRIVER_COMMANDS)
         texts.append(visible((folder / "simulated_tree.json").read_bytes()))
         return texts
 
     def create(self, folder, created, **environment):
         """Creates a device of each type; once `created` holds, ends the window, which the devices outlive."""
-        self.install_driver(folder)
+        self.drive(folder, INSTALLATION)
         window = self.start(folder, "plugboard", ["--demo"] + [word for t in TYPES for word in ("--create", t)],
                             **environment)
         deadline = time.monotonic() + PATIENCE

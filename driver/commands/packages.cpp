@@ -133,7 +133,7 @@ ResultCode commands::addPackage(const CommandContext& context)
     }
     const auto stored = context.platform.copyOemInf(path.path, limits::kPath);
     if (!stored) {
-        context.printer.message(Message::PackageNotAdded);
+        context.printer.failure(Message::PackageNotAdded, stored.error());
         return kFailure;
     }
     context.printer.message(Message::PackageAdded, {stored->fileName});
@@ -151,7 +151,7 @@ ResultCode commands::deletePackage(const CommandContext& context)
     }
     const Status deleted = uninstall(context, path.fileName);
     if (!deleted) {
-        context.printer.message(reasonKept(deleted.error()));
+        context.printer.failure(reasonKept(deleted.error()), deleted.error());
         return kFailure;
     }
     context.printer.message(Message::PackageDeleted, {path.fileName});

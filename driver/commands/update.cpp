@@ -12,24 +12,42 @@ bool usableArguments(const CommandContext& context)
            !context.arguments[1].empty();
 }
 
-bool fits(const FullPath& path)
+/// The full path of the INF.
+Outcome<std::wstring> infPath(const CommandContext& context)
 {
-    return path.length > 0 && path.length < limits::kPath;
+    const FullPath path = context.platform.fullPath(context.arguments[0], limits::kPath);
+    return path.length > 0 && path.length < limits::kPath ? Outcome<std::wstring>(path.path)
+                                                          : Outcome<std::wstring>::failed(errors::kNameTooLong);
 }
 
-ResultCode updateWith(const CommandContext& context, const std::wstring& infPath)
+/// The same, of a file that exists.
+Outcome<std::wstring> existingInf(const CommandContext& context)
+{
+    auto path = infPath(context);
+    return path && !context.platform.fileExists(*path) ? Outcome<std::wstring>::failed(errors::kFileNotFound)
+                                                       : std::move(path);
+}
+
+/// Whether a restart is needed.
+Outcome<bool> updateWith(const CommandContext& context, const std::wstring& path)
 {
     const std::wstring& hardwareId = context.arguments[1];
     const auto library = context.platform.loadLibrary(L"newdev.dll");
     if (!library)
-        return kFailure;
+        return Outcome<bool>::failed(library.error());
     const auto procedure = context.platform.findProcedure(**library, "UpdateDriverForPlugAndPlayDevicesW");
     if (!procedure)
+        return Outcome<bool>::failed(procedure.error());
+    context.printer.message(Message::Updating, {hardwareId, path});
+    return context.platform.updateDriver(*procedure, hardwareId, path, kForceInstall);
+}
+
+ResultCode conclude(const CommandContext& context, const Outcome<bool>& rebootNeeded)
+{
+    if (!rebootNeeded) {
+        context.printer.failure(Message::NotUpdated, rebootNeeded.error());
         return kFailure;
-    context.printer.message(Message::Updating, {hardwareId, infPath});
-    const auto rebootNeeded = context.platform.updateDriver(*procedure, hardwareId, infPath, kForceInstall);
-    if (!rebootNeeded)
-        return kFailure;
+    }
     context.printer.message(Message::Updated);
     return *rebootNeeded ? kRebootNeeded : kSuccess;
 }
@@ -64,28 +82,27 @@ private:
     bool m_before = false;
 };
 
-/// The full path of the INF that is to be installed; nothing when it is too long or no such file exists.
-std::optional<std::wstring> existingInf(const CommandContext& context)
-{
-    const FullPath path = context.platform.fullPath(context.arguments[0], limits::kPath);
-    return fits(path) && context.platform.fileExists(path.path) ? std::optional(path.path) : std::nullopt;
-}
-
 /// Registers a root-enumerated device of the INF's class with this one hardware id. It stays whatever follows.
-bool createDevice(const CommandContext& context, const std::wstring& infPath)
+Status createDevice(const CommandContext& context)
 {
     DevicePlatform& platform = context.platform;
-    const auto setupClass = platform.infClass(infPath, limits::kClassName);
+    const auto path = infPath(context);
+    if (!path)
+        return Status::failed(path.error());
+    if (context.arguments[1].size() > limits::kNewHardwareId)
+        return Status::failed(errors::kNameTooLong);
+    const auto setupClass = platform.infClass(*path, limits::kClassName);
     if (!setupClass)
-        return false;
+        return Status::failed(setupClass.error());
     auto list = platform.emptyList(setupClass->guid, {});
     if (!list)
-        return false;
+        return Status::failed(list.error());
     const auto device = platform.createDevice(**list, setupClass->name, setupClass->guid);
-    if (!device || !platform.setDeviceProperty(**list, *device, DeviceProperty::HardwareIds,
-                                               encodeTextList({context.arguments[1]})))
-        return false;
-    return static_cast<bool>(platform.callClassInstaller(InstallFunction::RegisterDevice, **list, *device));
+    if (!device)
+        return Status::failed(device.error());
+    const Status named = platform.setDeviceProperty(**list, *device, DeviceProperty::HardwareIds,
+                                                    encodeTextList({context.arguments[1]}));
+    return named ? platform.callClassInstaller(InstallFunction::RegisterDevice, **list, *device) : named;
 }
 
 } // namespace
@@ -94,11 +111,10 @@ ResultCode commands::install(const CommandContext& context)
 {
     if (!usableArguments(context))
         return kUsageError;
-    const FullPath path = context.platform.fullPath(context.arguments[0], limits::kPath);
-    if (!fits(path) || context.arguments[1].size() > limits::kNewHardwareId)
+    if (const Status created = createDevice(context); !created) {
+        context.printer.failure(Message::DeviceNotCreated, created.error());
         return kFailure;
-    if (!createDevice(context, path.path))
-        return kFailure;
+    }
     context.printer.message(Message::DeviceCreated);
     return update(context);
 }
@@ -108,7 +124,7 @@ ResultCode commands::update(const CommandContext& context)
     if (!usableArguments(context))
         return kUsageError;
     const auto path = existingInf(context);
-    return path ? updateWith(context, *path) : kFailure;
+    return conclude(context, path ? updateWith(context, *path) : Outcome<bool>::failed(path.error()));
 }
 
 ResultCode commands::updateQuietly(const CommandContext& context)
@@ -117,9 +133,9 @@ ResultCode commands::updateQuietly(const CommandContext& context)
         return kUsageError;
     const auto path = existingInf(context);
     if (!path)
-        return kFailure;
+        return conclude(context, Outcome<bool>::failed(path.error()));
     const QuietInstallation quiet(context.platform);
-    return updateWith(context, *path);
+    return conclude(context, updateWith(context, *path));
 }
 
 } // namespace driver

@@ -22,7 +22,7 @@ def read(source):
         elif number is None:
             if line and not line.startswith("#"):
                 sys.exit(f"{source}:{position}: text before the first number")
-        elif re.search(r"%(?![1-4%])", line) or line in (".",) or line.startswith(";") or '\\' in line:
+        elif re.search(r"%(?!%|[1-4](?![0-9!]))", line) or line in (".",) or line.startswith(";") or '\\' in line:
             sys.exit(f"{source}:{position}: cannot be the same on every system: {line!r}")
         else:
             texts[number].append(line)

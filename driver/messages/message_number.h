@@ -104,9 +104,11 @@ enum class Message : std::uint32_t
     InstallHelp = 61000,
     InstallShort = 61001,
     DeviceCreated = 61002,
+    DeviceNotCreated = 61003, // error
     UpdateHelp = 61100,
     UpdateShort = 61101,
-    Updating = 61102, // hardware id, INF path
+    Updating = 61102,   // hardware id, INF path
+    NotUpdated = 61103, // error
     UpdateQuietlyHelp = 61104,
     UpdateQuietlyShort = 61105,
     Updated = 61106,
@@ -117,9 +119,9 @@ enum class Message : std::uint32_t
     ListPackagesHelp = 61111,
     ListPackagesShort = 61112,
     NotAnInf = 61113,
-    PackageNotAdded = 61114,
-    PackageAdded = 61115, // stored name
-    PackageNotDeleted = 61116,
+    PackageNotAdded = 61114,   // error
+    PackageAdded = 61115,      // stored name
+    PackageNotDeleted = 61116, // error
     PackageInUse = 61117,
     PackageNotInstalled = 61118,
     PackageDeleted = 61119, // name

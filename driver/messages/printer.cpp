@@ -54,6 +54,11 @@ void Printer::error(Message message, std::initializer_list<std::wstring> inserts
         m_output.write(Stream::Error, line);
 }
 
+void Printer::failure(Message message, ErrorCode error)
+{
+    this->message(message, {L"0x" + hexadecimal(error, 8, HexCase::Upper)});
+}
+
 void Printer::localOrRemote(Message local, Message remote, const MachineName& machine,
                             std::initializer_list<std::wstring> inserts)
 {

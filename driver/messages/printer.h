@@ -29,6 +29,9 @@ public:
     void message(Message message, std::initializer_list<std::wstring> inserts = {}, std::wstring_view indent = {});
     void error(Message message, std::initializer_list<std::wstring> inserts);
 
+    /// A message about what the system refused; its insert is the error number as it is looked up, "0x00000005".
+    void failure(Message message, ErrorCode error);
+
     /// The form for this machine, or with a machine the remote one, which has the machine as one more insert.
     void localOrRemote(Message local, Message remote, const MachineName& machine,
                        std::initializer_list<std::wstring> inserts = {});

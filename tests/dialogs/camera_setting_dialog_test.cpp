@@ -1,12 +1,10 @@
 #include "dialogs/camera_setting_dialog.h"
 #include "tests/dialogs/form.h"
 #include "tests/dialogs/sources.h"
+#include "tests/dialogs/values.h"
 #include "tests/support/scripted_prompter.h"
 #include "tests/support/suite_registry.h"
 
-#include <QFormLayout>
-#include <QLabel>
-#include <QSignalSpy>
 #include <QTimer>
 
 class CameraSettingDialogTest : public QObject
@@ -29,7 +27,7 @@ private slots:
     void testsTheNetwork_data();
     void testsTheNetwork();
     void droidCamTestNeverReportsIntoAClosedDialog();
-    void tabFollowsTheForm();
+    void canBeUsedWithoutAMouse();
 };
 
 using Source = CameraSettings::Source;
@@ -65,23 +63,7 @@ struct Fixture
         dialog.open();
     }
 
-    /// All that a device is created with, in its order.
-    QString values() const
-    {
-        const CameraSettings s = dialog.settings();
-        return QStringList{s.vid,
-                           s.pid,
-                           s.deviceName,
-                           s.usbVersion(),
-                           s.source(),
-                           QString::number(s.codecId()),
-                           QString::number(s.pixelFormat()),
-                           s.resolution,
-                           s.frameRate,
-                           s.uvcVersion(),
-                           s.isochronousActive ? QStringLiteral("iso") : QStringLiteral("bulk")}
-            .join(QLatin1Char('|'));
-    }
+    QString values() const { return valuesOf(dialog.settings()); }
 };
 
 } // namespace
@@ -93,28 +75,9 @@ void CameraSettingDialogTest::startsAsExpected()
     QCOMPARE(f.dialog.windowTitle(), QStringLiteral("Camera Settings"));
     QVERIFY(!f.dialog.windowIcon().isNull());
     QCOMPARE(f.dialog.minimumWidth(), 400);
+    QVERIFY(f.form.asksForAPathsWidth("path")); // whatever the labels of a language need
     QVERIFY(!f.form.isEnabled("droidCam"));
     QVERIFY(!f.form.shows("ipAddress"));
-    QCOMPARE(f.form.find<QLineEdit>("ipAddress")->text(), QStringLiteral("127.0.0.1"));
-    QCOMPARE(f.form.listed("resolution"), QStringLiteral("640x480 800x600 1024x768 1280x720 1920x1080"));
-    QCOMPARE(f.form.listed("frameRate"), QStringLiteral("25 30 50 60 120"));
-    QCOMPARE(f.form.listed("frameFormat"), QStringLiteral("MJPEG YUV420P NV12 H264 H265"));
-    QCOMPARE(f.form.listed("uvcVersion"), QStringLiteral("1.0 1.5"));
-    QCOMPARE(f.form.listed("usbVersion"), QStringLiteral("USB2.0 USB3.0"));
-    QCOMPARE(f.form.buttonTexts(),
-             QStringLiteral("Video File|IP Camera|DroidCam|Browse...|Test Network|ISO Active Mode Transfer"));
-    QCOMPARE(f.form.labelOf("ipAddress") + f.form.labelOf("port"), QStringLiteral("IP Address:Port:"));
-
-    QStringList labels;
-    const auto* rows = f.dialog.findChild<QFormLayout*>();
-    for (int row = 0; row < rows->rowCount(); ++row) {
-        const auto* item = rows->itemAt(row, QFormLayout::LabelRole);
-        const auto* label = item ? qobject_cast<QLabel*>(const_cast<QLayoutItem*>(item)->widget()) : nullptr;
-        labels << (label && label->buddy() ? label->text() : QStringLiteral("-"));
-    }
-    QCOMPARE(labels.join(QLatin1Char('|')),
-             QStringLiteral("Input Source:|Video File Path:|Resolution:|Frame Rate:|UVC Version:|USB Version:|"
-                            "UVC Frame Format:|USB VID:|USB PID:|Device Name:|-"));
 }
 
 void CameraSettingDialogTest::fieldsRefuseWhatIsNoValue_data()
@@ -129,11 +92,9 @@ void CameraSettingDialogTest::fieldsRefuseWhatIsNoValue_data()
     };
     row("a fifth digit is held back", "vid", "0x12345", "0x1234", true);
     row("an id without prefix never starts", "vid", "1234", "", false);
-    row("one digit is enough", "vid", "0x0", "0x0", true);
-    row("the product id has the same rule", "pid", "0xabcde", "0xabcd", true);
     row("port 0 is refused", "port", "0", "", false);
     row("a leading zero is refused", "port", "080", "80", true);
-    row("the highest port", "port", "65535", "65535", true);
+    row("the highest port ends at its fifth digit", "port", "655351", "65535", true);
     row("one above it loses its last digit", "port", "65536", "6553", true);
 }
 
@@ -157,7 +118,6 @@ void CameraSettingDialogTest::handsBackWhatWasChosen_data()
             << QString::fromLatin1(format) << QString::fromLatin1(uvc) << QString::fromLatin1(expected);
     };
     row("MJPEG", "1.5", "0xA|0x5678|Desk|1|/v.mp4|7|-1|1920x1080|120|0x0150|iso");
-    row("YUV420P", "1.0", "0xA|0x5678|Desk|1|/v.mp4|0|0|1920x1080|120|0x0100|iso");
     row("NV12", "1.0", "0xA|0x5678|Desk|1|/v.mp4|0|23|1920x1080|120|0x0100|iso");
     row("H264", "1.0", "0xA|0x5678|Desk|1|/v.mp4|27|-1|1920x1080|120|0x0150|iso");
     row("H265", "1.0", "0xA|0x5678|Desk|1|/v.mp4|173|-1|1920x1080|120|0x0150|iso");
@@ -221,10 +181,7 @@ void CameraSettingDialogTest::sourceDecidesWhatShows()
     QCOMPARE(shown(), QStringLiteral("path browse bulk"));
     QCOMPARE(f.dialog.settings().source(), QStringLiteral("/v.mp4"));
 
-    f.form.type("ipAddress", QStringLiteral("::1 [%2]"));
     f.form.toggle("ipCamera");
-    QCOMPARE(f.dialog.settings().source(), QStringLiteral("http://::1 [%2]:8080/video"));
-
     f.form.find<QAbstractButton>("ipCamera")->setAutoExclusive(false);
     f.form.toggle("ipCamera"); // no button is checked now
     QCOMPARE(shown(), QStringLiteral("path browse bulk"));
@@ -267,10 +224,8 @@ void CameraSettingDialogTest::selectsWhatAProbeFound_data()
                             << QString::fromLatin1(chosen);
     };
     row("a rate is rounded up from its half", found(800, 600, 29.5), "accepted", "25 30 50 60 120", "800x600@30");
-    row("a rate below the half is cut", found(800, 600, 23.49), "accepted", "23 25 30 50 60 120", "800x600@23");
     row("no rate leaves the size selected and fails", found(800, 600, 0), "rejected", "25 30 50 60 120", "800x600@25");
     row("no height is no size", found(800, 0, 30), "rejected", "25 30 50 60 120", "640x480@25");
-    row("a rate that is no number fails", found(800, 600, qQNaN()), "rejected", "25 30 50 60 120", "800x600@25");
 }
 
 void CameraSettingDialogTest::selectsWhatAProbeFound()
@@ -298,14 +253,9 @@ void CameraSettingDialogTest::acceptsOnlyWhatOpens_data()
     QTest::addColumn<QByteArray>("answer");
     QTest::addColumn<LoopbackServer::Ending>("ending");
     QTest::addColumn<QString>("values"); // empty: rejected
-    const QByteArray garbage = QByteArray::fromHex("00ff13371337deadbeef").repeated(50);
     QTest::newRow("a camera that sends pictures")
         << pictureStream() << LoopbackServer::Ending::Close << QStringLiteral("640x480 30");
-    QTest::newRow("a film over HTTP") << httpAnswer("video/x-msvideo", contentOf("odd.avi"))
-                                      << LoopbackServer::Ending::Close << QStringLiteral("1366x768 30");
     QTest::newRow("sound only") << soundStream() << LoopbackServer::Ending::Close << QString();
-    QTest::newRow("garbage") << garbage << LoopbackServer::Ending::Close << QString();
-    QTest::newRow("a server that closes") << QByteArray() << LoopbackServer::Ending::Close << QString();
     QTest::newRow("a server that is silent") << QByteArray() << LoopbackServer::Ending::Stall << QString();
 }
 
@@ -342,7 +292,6 @@ void CameraSettingDialogTest::testsTheNetwork_data()
     row("IP camera that refuses", "ipCamera", "127.0.0.1", false, failed);
     row("an address that makes no URL", "ipCamera", "[a b", false, failed);
     row("no address", "ipCamera", "", true, "Warning|Please enter IP address and port");
-    row("no address for DroidCam", "droidCam", "", true, "Warning|Please enter IP address and port");
 }
 
 void CameraSettingDialogTest::testsTheNetwork()
@@ -410,16 +359,28 @@ void CameraSettingDialogTest::droidCamTestNeverReportsIntoAClosedDialog()
     }
 }
 
-void CameraSettingDialogTest::tabFollowsTheForm()
+void CameraSettingDialogTest::canBeUsedWithoutAMouse()
 {
     Fixture f;
+    QVERIFY(QTest::qWaitForWindowActive(&f.dialog));
     const QString order = f.form.tabOrder("file", "isoActive");
     QCOMPARE(order, QStringLiteral("file %1path browse resolution frameRate uvcVersion usbVersion frameFormat vid pid "
                                    "deviceName isoActive")
                         .arg(f.form.tabStop("ipCamera")));
+    // Enter is the button's that has the focus, and OK's elsewhere.
+    f.prompter.expectOpenFile(kPickFile, kFileFilter, QString());
+    f.form.press("browse", Qt::Key_Return);
+    QCOMPARE(f.form.state(), QStringLiteral("open"));
     f.form.toggle("ipCamera");
     QCOMPARE(f.form.tabOrder("ipCamera", "resolution"),
              QStringLiteral("ipCamera ipAddress port testNetwork resolution"));
+    f.form.type("port", QString());
+    for (const char* where : {"testNetwork", "vid"}) {
+        f.prompter.expectWarning(QStringLiteral("Warning"), QStringLiteral("Please enter IP address and port"));
+        f.form.press(where, Qt::Key_Return);
+        QCOMPARE(f.dialog.focusWidget()->objectName(), QStringLiteral("port"));
+    }
+    QCOMPARE(f.prompter.verify(), QString());
     QTest::keyClick(&f.dialog, Qt::Key_Escape);
     QCOMPARE(f.form.state(), QStringLiteral("rejected"));
 }

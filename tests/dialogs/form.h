@@ -7,7 +7,6 @@
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QGuiApplication>
-#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QtTest>
@@ -69,28 +68,22 @@ public:
         return texts.join(QLatin1Char(' '));
     }
 
+    bool asksForAPathsWidth(const char* name) const
+    {
+        const QWidget* edit = find(name);
+        return edit->sizeHint().width() > edit->fontMetrics().horizontalAdvance(QStringLiteral("x").repeated(40));
+    }
+
     bool shows(const char* name) const { return find(name)->isVisibleTo(&m_dialog); }
     bool isEnabled(const char* name) const { return find(name)->isEnabledTo(&m_dialog); }
     bool isChecked(const char* name) const { return find<QAbstractButton>(name)->isChecked(); }
     QString text(const char* name) const { return find<QAbstractButton>(name)->text(); }
 
-    /// Of all buttons but OK and Cancel.
-    QString buttonTexts() const
+    /// Moves the focus to the widget and presses the key there.
+    void press(const char* name, Qt::Key key) const
     {
-        QStringList texts;
-        const auto buttons = m_dialog.findChildren<QAbstractButton*>();
-        for (const auto* button : buttons)
-            if (!button->objectName().isEmpty())
-                texts << button->text();
-        return texts.join(QLatin1Char('|'));
-    }
-    QString labelOf(const char* name) const
-    {
-        const auto labels = m_dialog.findChildren<QLabel*>();
-        for (const auto* label : labels)
-            if (label->buddy() == find(name))
-                return label->text();
-        return {};
+        find(name)->setFocus();
+        QTest::keyClick(m_dialog.focusWidget(), key);
     }
 
     /// The fields that the tab key visits, beginning with `first` and up to `last`.

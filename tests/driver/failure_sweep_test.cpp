@@ -1,9 +1,9 @@
 #include "driver/device_interfaces.h"
 #include "driver/engine.h"
-#include "driver/platform/device_tree_file.h"
 #include "driver/platform/simulated_platform.h"
 #include "tests/driver/captured_output.h"
 #include "tests/driver/failing_platform.h"
+#include "tests/driver/standard_system.h"
 #include "tests/support/suite_registry.h"
 
 #include <QFile>
@@ -12,8 +12,6 @@
 using namespace driver;
 
 namespace {
-
-const QString kData = QStringLiteral(PLUGBOARD_TEST_DATA);
 
 /// One command line each; every row of the command table is among them, with options and a machine where they matter.
 const char* const kCommands[] = {
@@ -51,21 +49,6 @@ const char* const kCommands[] = {
     "?",
 };
 
-DeviceTree standardTree()
-{
-    QFile file(kData + QStringLiteral("/trees/standard.json"));
-    return file.open(QIODevice::ReadOnly) ? parseTree(file.readAll().toStdString()).value_or(DeviceTree())
-                                          : DeviceTree();
-}
-
-std::vector<std::wstring> argumentsOf(QString command)
-{
-    std::vector<std::wstring> arguments{L"program"};
-    for (const QString& word : command.split(QLatin1Char(' ')))
-        arguments.push_back(QString(word).replace(QStringLiteral("{data}"), kData).toStdWString());
-    return arguments;
-}
-
 } // namespace
 
 class FailureSweepTest : public QObject
@@ -98,7 +81,7 @@ private slots:
                               .arg(treeText(simulated.tree()) == before ? QString() : QStringLiteral(" *"));
             }
         }
-        QFile file(kData + QStringLiteral("/failure_sweep.txt"));
+        QFile file(kTestData + QStringLiteral("/failure_sweep.txt"));
         if (qEnvironmentVariableIsSet("PLUGBOARD_ACCEPT_CASES")) {
             QVERIFY(file.open(QIODevice::WriteOnly) && file.write(actual.toUtf8()) >= 0);
             return;

@@ -6,6 +6,7 @@
 #include "driver/platform/system_platform.h"
 #include "tests/driver/captured_output.h"
 #include "tests/driver/failing_platform.h"
+#include "tests/driver/standard_system.h"
 #include "tests/support/suite_registry.h"
 
 #include <QDir>
@@ -54,14 +55,12 @@ class PlatformTest : public QObject
 private slots:
     void treesSurviveTheirFile()
     {
-        QFile file(QStringLiteral(PLUGBOARD_TEST_DATA "/trees/standard.json"));
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const auto tree = parseTree(file.readAll().toStdString());
-        QVERIFY(tree);
-        const auto again = parseTree(treeText(*tree));
+        const DeviceTree tree = standardTree();
+        QVERIFY(!tree.devices.empty());
+        const auto again = parseTree(treeText(tree));
         QVERIFY(again);
-        QCOMPARE(treeText(*again), treeText(*tree));
-        QCOMPARE(again->devices.size(), tree->devices.size());
+        QCOMPARE(treeText(*again), treeText(tree));
+        QCOMPARE(again->devices.size(), tree.devices.size());
     }
 
     void refusesWhatIsNoTree_data()
@@ -194,10 +193,8 @@ private slots:
         for (int call = failing.isEmpty() ? 0 : 1;; ++call) {
             SimulatedPlatform simulated(tree);
             FailingPlatform platform(simulated, call);
-            std::vector<std::wstring> arguments;
-            for (const QString& word : QString::fromLatin1(command).split(QLatin1Char(' ')))
-                arguments.push_back(word.toStdWString());
-            run(platform, arguments);
+            CapturedOutput output;
+            DriverEngine(platform, output).run(argumentsOf(QString::fromLatin1(command)));
             QVERIFY(failing.isEmpty() || !platform.failedCall().empty());
             if (platform.failedCall() != failing.toStdString())
                 continue;

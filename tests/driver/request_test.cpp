@@ -1,19 +1,16 @@
 #include "driver/device_interfaces.h"
 #include "driver/engine.h"
-#include "driver/platform/device_tree_file.h"
 #include "driver/platform/simulated_platform.h"
 #include "tests/driver/captured_output.h"
 #include "tests/driver/failing_platform.h"
+#include "tests/driver/standard_system.h"
 #include "tests/support/suite_registry.h"
 
-#include <QFile>
 #include <QtTest>
 
 using namespace driver;
 
 namespace {
-
-const QString kData = QStringLiteral(PLUGBOARD_TEST_DATA);
 
 /// Writes down what a simulated system takes as it comes: flags, scopes, rights, names, sizes.
 class RecordingPlatform final : public FailingPlatform
@@ -139,13 +136,6 @@ private:
     bool m_quiet;
 };
 
-DeviceTree standardTree()
-{
-    QFile file(kData + QStringLiteral("/trees/standard.json"));
-    return file.open(QIODevice::ReadOnly) ? parseTree(file.readAll().toStdString()).value_or(DeviceTree())
-                                          : DeviceTree();
-}
-
 } // namespace
 
 /// What a real system is asked for, in this order: a simulated one would be content with other values.
@@ -202,11 +192,8 @@ private slots:
         QFETCH(QString, requests);
         SimulatedPlatform simulated(standardTree());
         RecordingPlatform platform(simulated, quietBefore);
-        std::vector<std::wstring> arguments{L"program"};
-        for (const QString& word : command.split(QLatin1Char(' ')))
-            arguments.push_back(QString(word).replace(QStringLiteral("{data}"), kData).toStdWString());
         CapturedOutput output;
-        DriverEngine(platform, output).run(arguments);
+        DriverEngine(platform, output).run(argumentsOf(command));
         QCOMPARE(platform.requests.join(QLatin1Char('|')), requests);
     }
 

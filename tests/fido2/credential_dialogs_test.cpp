@@ -6,7 +6,6 @@
 #include "tests/support/suite_registry.h"
 
 #include <QCheckBox>
-#include <QGroupBox>
 #include <QSpinBox>
 
 class CredentialDialogsTest : public QObject
@@ -30,7 +29,10 @@ void CredentialDialogsTest::requiresFourFieldsInOrder()
     const KeyFolder folder;
     CredentialEditDialog editor(true, nullptr, folder.environment(), prompter);
     QCOMPARE(editor.windowTitle(), QStringLiteral("Add New Credential"));
+    editor.resize(600, 300); // as a low screen has it: the buttons stay, the field in question is scrolled to
     editor.show();
+    QVERIFY(QTest::qWaitForWindowActive(&editor));
+    QCOMPARE(editor.height(), 300);
     part(editor, "id")->setText(QStringLiteral("   "));
     const struct
     {
@@ -47,9 +49,13 @@ void CredentialDialogsTest::requiresFourFieldsInOrder()
         click(editor, "save");
         QCOMPARE(prompter.verify(), QString());
         QVERIFY(editor.focusWidget() == part(editor, field));
+        QVERIFY(!part(editor, field)->visibleRegion().isEmpty());
         part(editor, field)->setText(QStringLiteral("x"));
     }
-    click(editor, "save");
+    QTest::keyClick(part<QPushButton>(editor, "cancel"), Qt::Key_Return); // not the default button's
+    QCOMPARE(editor.result(), int(QDialog::Rejected));
+    editor.show();
+    QTest::keyClick(part(editor, "id"), Qt::Key_Return);
     QCOMPARE(editor.result(), int(QDialog::Accepted));
     QCOMPARE(prompter.verify(), QString());
 }
@@ -58,12 +64,6 @@ void CredentialDialogsTest::newCredentialsAreStampedAndTrimmed()
 {
     const KeyFolder folder;
     CredentialEditDialog editor(true, nullptr, folder.environment());
-    QStringList groups;
-    for (const QGroupBox* group : editor.findChildren<QGroupBox*>())
-        groups << group->title();
-    QCOMPARE(groups.join(QLatin1Char('|')),
-             QStringLiteral("Basic Information|Relying Party Information|User Information|"
-                            "Key Files|Description|Advanced Options"));
     for (const char* field : {"id", "rpId", "rpName", "userName", "userId", "displayName", "privateKeyFile",
                               "publicKeyFile", "description", "transports"})
         part(editor, field)->setText(QStringLiteral(" ") + QLatin1String(field) + QStringLiteral("\t"));
@@ -144,12 +144,10 @@ void CredentialDialogsTest::tabulates_data()
                       "'c','supportsResidentKey':false,'sigCnt':12,'privateKeyFile':'a.pem','publicKeyFile':'b.pem'}")
         << QStringLiteral("aa|r|n|u|i||c|No|12|私钥: a.pem\n公钥: b.pem");
     QTest::newRow("nothing") << QByteArray("{}") << QStringLiteral("N/A|N/A|N/A|N/A|N/A|N/A|N/A|N/A|N/A|N/A");
-    QTest::newRow("wrong types, a counter in a string, one key file, a counter beyond 32 bits")
+    QTest::newRow("wrong types, a counter in a string, one key file")
         << QByteArray("{'id':7,'rp':'x','user':[],'sigCnt':'12','supportsResidentKey':'yes','privateKeyFile':'',"
                       "'publicKeyFile':'b.pem'}")
         << QStringLiteral("N/A|N/A|N/A|N/A|N/A|N/A|N/A|N/A|12|公钥: b.pem");
-    QTest::newRow("a counter beyond 32 bits")
-        << QByteArray("{'sigCnt':5000000000}") << QStringLiteral("N/A|N/A|N/A|N/A|N/A|N/A|N/A|N/A|5000000000|N/A");
 }
 
 void CredentialDialogsTest::tabulates()

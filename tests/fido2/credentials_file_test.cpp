@@ -13,11 +13,9 @@ class CredentialsFileTest : public QObject
 private slots:
     void mergesOnlyWhatIsMissing_data();
     void mergesOnlyWhatIsMissing();
-    void editSequencesKeepWhatWasThere();
     void writesForItsOwnerOnlyAndNamesThePath();
     void tellsUnusableFilesApart_data();
     void tellsUnusableFilesApart();
-    void setsThePinAndKeepsTheRest();
     void countsPinsInCharacters_data();
     void countsPinsInCharacters();
     void clearDeletesNamedFilesAndNothingElse();
@@ -38,53 +36,6 @@ const char kCa[] = "'caInfo':{'caCertificateFile':'S1_ca_cert.pem','caPrivateKey
                    "'caPublicKeyFile':'S1_ca_public.pem'}";
 const char kPin[] = "'pinInfo':{'maxPinRetries':8,'pinPrivateKeyFile':'S1_pin_private.pem',"
                     "'pinPublicKeyFile':'S1_pin_public.pem','pinRetryCount':8,'pinSet':false}";
-
-/// Values of the three objects by "object/member".
-using Members = QMap<QString, QJsonValue>;
-
-const QStringList kUnknownMembers{QStringLiteral("deviceInfo/unknown"), QStringLiteral("caInfo/unknown"),
-                                  QStringLiteral("pinInfo/unknown")};
-
-/// What a save writes where nothing is, from a form of which each text is `text`.
-Members savedMembers(const QString& text, bool supportsPin, bool pinSet)
-{
-    Members values{{QStringLiteral("deviceInfo/supportsPin"), supportsPin},
-                   {QStringLiteral("pinInfo/pinSet"), false},
-                   {QStringLiteral("pinInfo/pinRetryCount"), 8},
-                   {QStringLiteral("pinInfo/maxPinRetries"), 8}};
-    for (const char* member : {"serialNumber", "deviceName", "vid", "pid", "usbVersion"})
-        values[QStringLiteral("deviceInfo/") + QLatin1String(member)] = text;
-    if (pinSet)
-        values[QStringLiteral("pinInfo/pinHash")] = QString();
-    if (text.isEmpty())
-        return values;
-    values[QStringLiteral("caInfo/caCertificateFile")] = text + QStringLiteral("_ca_cert.pem");
-    values[QStringLiteral("caInfo/caPublicKeyFile")] = text + QStringLiteral("_ca_public.pem");
-    values[QStringLiteral("caInfo/caPrivateKeyFile")] = text + QStringLiteral("_ca_private.pem");
-    values[QStringLiteral("pinInfo/pinPublicKeyFile")] = text + QStringLiteral("_pin_public.pem");
-    values[QStringLiteral("pinInfo/pinPrivateKeyFile")] = text + QStringLiteral("_pin_private.pem");
-    return values;
-}
-
-Members membersOf(const QJsonObject& root)
-{
-    Members values;
-    for (const char* name : {"deviceInfo", "caInfo", "pinInfo"}) {
-        const QJsonObject object = root.value(QLatin1String(name)).toObject();
-        for (auto member = object.begin(); member != object.end(); ++member)
-            values[QLatin1String(name) + QLatin1Char('/') + member.key()] = member.value();
-    }
-    return values;
-}
-
-/// Undefined removes the member.
-void change(QJsonObject& root, const QString& path, const QJsonValue& value)
-{
-    const QString name = path.section(QLatin1Char('/'), 0, 0);
-    QJsonObject object = root.value(name).toObject();
-    object.insert(path.section(QLatin1Char('/'), 1), value);
-    root.insert(name, object);
-}
 
 } // namespace
 
@@ -114,9 +65,6 @@ void CredentialsFileTest::mergesOnlyWhatIsMissing_data()
     row("a set PIN without a hash gains an empty one", "{'pinInfo':{'pinSet':true}}", "S1", kDevice, kCa,
         "'pinInfo':{'maxPinRetries':8,'pinHash':'','pinPrivateKeyFile':'S1_pin_private.pem','pinPublicKeyFile':"
         "'S1_pin_public.pem','pinRetryCount':8,'pinSet':true}");
-    row("a set PIN keeps its hash", "{'pinInfo':{'pinSet':true,'pinHash':'ab'}}", "S1", kDevice, kCa,
-        "'pinInfo':{'maxPinRetries':8,'pinHash':'ab','pinPrivateKeyFile':'S1_pin_private.pem','pinPublicKeyFile':"
-        "'S1_pin_public.pem','pinRetryCount':8,'pinSet':true}");
     row("an empty serial number names no key files", "{}", "  ",
         "'deviceInfo':{'deviceName':'Key','pid':'0x5678','serialNumber':'','supportsPin':true,"
         "'usbVersion':'2.0','vid':'0x1234'}",
@@ -131,52 +79,6 @@ void CredentialsFileTest::mergesOnlyWhatIsMissing()
     KeyIdentity form = kForm;
     form.serialNumber = serial;
     QCOMPARE(compact(mergedCredentialsRoot(json(old), form, {})), merged);
-}
-
-void CredentialsFileTest::editSequencesKeepWhatWasThere()
-{
-    // A plain model of what must hold: the first value of each member stays until someone else changes it, the
-    // credentials are the last ones.
-    constexpr int kSteps = 10000;
-    QRandomGenerator random(7);
-    const QStringList members = savedMembers(QStringLiteral("x"), true, true).keys() + kUnknownMembers;
-    Members model;
-    QJsonObject root;
-    QJsonArray credentials;
-    for (int step = 0; step < kSteps; ++step) {
-        const QString text = random.bounded(10) == 0 ? QString() : QString::number(random.bounded(1000));
-        const bool flag = random.bounded(2) == 1;
-        const QString member = members.at(random.bounded(members.size()));
-        switch (random.bounded(5)) {
-        case 0:
-            credentials.append(QJsonObject{{QStringLiteral("id"), text}});
-            break;
-        case 1:
-            if (!credentials.isEmpty())
-                credentials.removeAt(random.bounded(credentials.size()));
-            break;
-        case 2: // someone else edits the file
-            model[member] = member.endsWith(QStringLiteral("pinSet")) ? QJsonValue(flag) : QJsonValue(text);
-            change(root, member, model[member]);
-            break;
-        case 3:
-            model.remove(member);
-            change(root, member, QJsonValue::Undefined);
-            break;
-        default:
-            root.insert(QStringLiteral("another"), text);
-            root = mergedCredentialsRoot(root, {text, text, text, text, text, flag}, credentials);
-            const bool pinSet = model.value(QStringLiteral("pinInfo/pinSet")).toBool();
-            const Members saved = savedMembers(text, flag, pinSet);
-            for (auto value = saved.begin(); value != saved.end(); ++value) {
-                if (!model.contains(value.key()))
-                    model[value.key()] = value.value();
-            }
-            QCOMPARE(root.value(QStringLiteral("credentials")).toArray(), credentials);
-            QVERIFY(!root.contains(QStringLiteral("another")));
-        }
-        QVERIFY2(membersOf(root) == model, qPrintable(QStringLiteral("step %1").arg(step)));
-    }
 }
 
 void CredentialsFileTest::writesForItsOwnerOnlyAndNamesThePath()
@@ -205,7 +107,6 @@ void CredentialsFileTest::tellsUnusableFilesApart_data()
     QTest::addColumn<int>("state");
     QTest::newRow("an array is no object") << QByteArray("[1]") << int(JsonFileContent::State::NotAnObject);
     QTest::newRow("half an object") << QByteArray("{\"a\":") << int(JsonFileContent::State::NotJson);
-    QTest::newRow("no bytes") << QByteArray() << int(JsonFileContent::State::NotJson);
     QTest::newRow("nesting that would exhaust the stack")
         << QByteArray(100000, '[') << int(JsonFileContent::State::NotJson);
 }
@@ -227,31 +128,11 @@ void CredentialsFileTest::tellsUnusableFilesApart()
     QCOMPARE(CredentialsFile(folder.path(QStringLiteral("fido2"))).load(), JsonFileContent::State::NotOpened);
 }
 
-void CredentialsFileTest::setsThePinAndKeepsTheRest()
-{
-    const KeyFolder folder;
-    const QString path = folder.keyPath(QStringLiteral("S1_credentials.json"));
-    CredentialsFile file(path);
-    QCOMPARE(file.setPin(QStringLiteral("1234"), QStringLiteral("S1")), CredentialsFile::PinResult::NotOpened);
-    folder.write(path, "[]");
-    QCOMPARE(file.setPin(QStringLiteral("1234"), QStringLiteral("S1")), CredentialsFile::PinResult::BadFormat);
-    folder.write(path, R"({"top":1,"credentials":[{"id":"aa"}],"pinInfo":{"pinRetryCount":2,"salt":"x"}})");
-    QCOMPARE(file.setPin(QStringLiteral("1234"), QStringLiteral("S1")), CredentialsFile::PinResult::Set);
-    QCOMPARE(compact(readJsonFile(path).root),
-             QByteArray("{'credentials':[{'id':'aa'}],'pinInfo':{'maxPinRetries':8,"
-                        "'pinHash':'03ac674216f3e15c761ee1a5e255f067','pinPrivateKeyFile':'S1_pin_private.pem',"
-                        "'pinPublicKeyFile':'S1_pin_public.pem','pinRetryCount':8,'pinSet':true,'salt':'x'},'top':1}"));
-}
-
 void CredentialsFileTest::countsPinsInCharacters_data()
 {
     QTest::addColumn<QString>("pin");
     QTest::addColumn<int>("check");
-    QTest::newRow("none") << QString() << int(PinCheck::Empty);
-    QTest::newRow("three") << QStringLiteral("123") << int(PinCheck::WrongLength);
     QTest::newRow("four") << QStringLiteral("1234") << int(PinCheck::Ok);
-    QTest::newRow("63") << QString(63, QLatin1Char('1')) << int(PinCheck::Ok);
-    QTest::newRow("64") << QString(64, QLatin1Char('1')) << int(PinCheck::WrongLength);
     QTest::newRow("63 characters of four bytes") << QStringLiteral("😀").repeated(63) << int(PinCheck::Ok);
     QTest::newRow("64 characters of four bytes") << QStringLiteral("😀").repeated(64) << int(PinCheck::WrongLength);
     QTest::newRow("three characters of four bytes") << QStringLiteral("😀").repeated(3) << int(PinCheck::WrongLength);
@@ -309,7 +190,6 @@ void CredentialsFileTest::summarizesForTheChooser_data()
         "{'deviceInfo':{'serialNumber':'S1','pinHash':'ab','maxPinRetries':3}}", "S1|Yes|3|0");
     row("pinInfo hides what an older layout left in deviceInfo",
         "{'deviceInfo':{'pinHash':'ab','maxPinRetries':3},'pinInfo':{'maxPinRetries':8}}", "?|No|8|0");
-    row("nothing is known of an empty file", "{}", "?|?|?|0");
     row("members of wrong types count as missing",
         "{'deviceInfo':{'serialNumber':7},'pinInfo':{'pinHash':7,'maxPinRetries':'x'},'credentials':{}}", "?|No|?|0");
 }

@@ -15,6 +15,7 @@ private slots:
     void init();
     void showsTheDevice();
     void tellsWhatCannotBeRead();
+    void refusesWrongPins_data();
     void refusesWrongPins();
     void setsThePinInTheFileAsItIsNow();
     void clearsOnlyOnYes();
@@ -30,13 +31,6 @@ const QString kError = QStringLiteral("Error");
 const QString kClearQuestion =
     QStringLiteral("Are you sure you want to clear this device?\n\nThis will delete:\n- Credentials file\n"
                    "- All related key files\n- All certificates\n\nThis action cannot be undone!");
-
-void typePin(const QWidget& dialog, const QString& pin, const QString& confirmation)
-{
-    part(dialog, "pin")->setText(pin);
-    part(dialog, "confirmPin")->setText(confirmation);
-    click(dialog, "setPin");
-}
 
 } // namespace
 
@@ -78,22 +72,41 @@ void DeviceDetailDialogTest::tellsWhatCannotBeRead()
     QCOMPARE(prompter.verify(), QString());
 }
 
+void DeviceDetailDialogTest::refusesWrongPins_data()
+{
+    QTest::addColumn<QString>("pin");
+    QTest::addColumn<QString>("confirmation");
+    QTest::addColumn<QString>("complaint");
+    QTest::addColumn<QByteArray>("focus");
+    const auto row = [](const char* pin, const char* confirmation, const char* complaint, const char* focus) {
+        QTest::newRow(complaint) << QString::fromLatin1(pin) << QString::fromLatin1(confirmation)
+                                 << QString::fromLatin1(complaint) << QByteArray(focus);
+    };
+    row("", "1234", "Please enter a PIN", "pin");
+    row("123", "124", "PIN must be 4-63 characters long", "pin");
+    row("1234", "1235", "PIN confirmation does not match", "confirmPin");
+    row("1234", "1234", "Invalid credentials file format", "confirmPin"); // where Enter was pressed
+}
+
 void DeviceDetailDialogTest::refusesWrongPins()
 {
+    QFETCH(QString, pin);
+    QFETCH(QString, confirmation);
+    QFETCH(QString, complaint);
+    QFETCH(QByteArray, focus);
     ScriptedPrompter prompter;
-    const DeviceDetailDialog dialog(m_path, QStringLiteral("S1"), nullptr, m_folder->environment(), prompter);
-    const QByteArray before = fileBytes(m_path);
-    prompter.expectWarning(kError, QStringLiteral("Please enter a PIN"));
-    typePin(dialog, {}, QStringLiteral("1234"));
-    prompter.expectWarning(kError, QStringLiteral("PIN must be 4-63 characters long"));
-    typePin(dialog, QStringLiteral("123"), QStringLiteral("124"));
-    prompter.expectWarning(kError, QStringLiteral("PIN confirmation does not match"));
-    typePin(dialog, QStringLiteral("1234"), QStringLiteral("1235"));
-    QCOMPARE(fileBytes(m_path), before);
-    QFile::remove(m_path);
-    prompter.expectWarning(kError, QStringLiteral("Cannot open credentials file: %1").arg(m_path));
-    typePin(dialog, QStringLiteral("1234"), QStringLiteral("1234"));
+    DeviceDetailDialog dialog(m_path, QStringLiteral("S1"), nullptr, m_folder->environment(), prompter);
+    m_folder->write(m_path, "[]");
+    dialog.show();
+    part(dialog, "pin")->setText(pin);
+    part(dialog, "confirmPin")->setText(confirmation);
+    part(dialog, "confirmPin")->setFocus();
+    prompter.expectWarning(kError, complaint);
+    QTest::keyClick(part(dialog, "confirmPin"), Qt::Key_Return);
     QCOMPARE(prompter.verify(), QString());
+    QCOMPARE(dialog.focusWidget(), part(dialog, focus));
+    QCOMPARE(fileBytes(m_path), QByteArray("[]"));
+    QVERIFY(dialog.isVisible());
 }
 
 void DeviceDetailDialogTest::setsThePinInTheFileAsItIsNow()
@@ -103,7 +116,9 @@ void DeviceDetailDialogTest::setsThePinInTheFileAsItIsNow()
     // The device process adds a credential and a member of its own while the dialog is open.
     m_folder->write(m_path, R"({"credentials":[{"id":"a"},{"id":"b"}],"own":1,"pinInfo":{"pinRetryCount":1,"own":2}})");
     prompter.expectInformation(QStringLiteral("Success"), QStringLiteral("PIN has been set successfully"));
-    typePin(dialog, QStringLiteral("1234"), QStringLiteral("1234"));
+    for (const char* field : {"pin", "confirmPin"})
+        part(dialog, field)->setText(QStringLiteral("1234"));
+    click(dialog, "setPin");
     QCOMPARE(prompter.verify(), QString());
     QCOMPARE(part(dialog, "pin")->text() + part(dialog, "confirmPin")->text(), QString());
     part(dialog, "pin")->undo();

@@ -104,14 +104,10 @@ void Fido2ClientTest::readsWhatIsExactlyOneQuestion_data()
     QTest::addColumn<QString>("operation"); // "-" when it is no question
     const QString none = QStringLiteral("-");
     QTest::newRow("a question") << kQuestion << QStringLiteral("get_assertion");
-    QTest::newRow("any operation goes through")
-        << QByteArray(kQuestion).replace("get_assertion", "reset") << QStringLiteral("reset");
     QTest::newRow("no operation is an empty one")
         << QByteArray(R"({"type":"user_confirmation_request","data":{"a":1}})") << QString();
     QTest::newRow("two in one read") << kQuestion + kQuestion << none;
-    QTest::newRow("a part") << kQuestion.left(40) << none;
     QTest::newRow("an array") << '[' + kQuestion + ']' << none;
-    QTest::newRow("pong") << QByteArray(R"({"type":"pong"})") << none;
     QTest::newRow("a response that comes back") << QByteArray(R"({"type":"user_confirmation_response"})") << none;
     QTest::newRow("a type that is no string") << QByteArray(R"({"type":7,"data":{"a":1}})") << none;
 }
@@ -134,7 +130,6 @@ void Fido2ClientTest::rebuildsEmptyDataFromTheTopLevel_data()
     };
     row("data is taken as it is", "'data':{'x':1},'rpId':'a'", "{'x':1}", 0);
     row("empty data", "'data':{},'rpId':'a','userName':'u'", "{'rpId':'a','userName':'u'}", 2);
-    row("data of another type", "'data':[1],'algorithm':-7", "{'algorithm':-7}", 2);
     row("no data and nothing at the top", "'other':1", "{}", 3);
     row("only the listed members, of any type",
         "'rpId':1,'rpName':1,'userName':1,'userDisplayName':1,'userId':1,'credentialId':1,'credentialType':1,"
@@ -201,8 +196,6 @@ void Fido2ClientTest::dropsWhatIsSplitMergedOrTooLong_data()
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<bool>("warns");
     QTest::newRow("a half, whose other half is dropped too") << kQuestion.left(30) << false;
-    QTest::newRow("two at once") << kQuestion + kQuestion << false;
-    QTest::newRow("bytes that are no text") << QByteArray(100, '\xff') << false;
     QTest::newRow("more than the bound") << QByteArray(Fido2Client::kLargestMessage + 1, ' ') << true;
 }
 

@@ -92,18 +92,20 @@ void Fido2SettingDialogTest::refusesToCreate_data()
     QTest::addColumn<QString>("pid");
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("complaint");
-    const auto row = [](const char* name, const char* vid, const char* pid, const char* device, const char* complaint) {
+    QTest::addColumn<QByteArray>("focus");
+    const auto row = [](const char* name, const char* vid, const char* pid, const char* device, const char* complaint,
+                        const char* focus) {
         QTest::newRow(name) << QString::fromLatin1(vid) << QString::fromLatin1(pid) << QString::fromLatin1(device)
-                            << QString::fromLatin1(complaint);
+                            << QString::fromLatin1(complaint) << QByteArray(focus);
     };
-    row("blank vendor id, told first", "  ", "", "", "Please enter USB VID");
-    row("blank product id", "1234", " ", "", "Please enter USB PID");
-    row("blank name before wrong ids", "1234", "x", " ", "Please enter device name");
-    row("upper-case X", "0X1234", "0x1", "n", "VID and PID must start with '0x'");
-    row("only one prefix", "0x1234", "5678", "n", "VID and PID must start with '0x'");
-    row("prefix alone", "0x", "0x1", "n", "Invalid VID or PID format");
-    row("no hexadecimal digit", "0x1", "0x12g4", "n", "Invalid VID or PID format");
-    row("sign after the prefix", "0x-1", "0x1", "n", "Invalid VID or PID format");
+    row("blank vendor id, told first", "  ", "", "", "Please enter USB VID", "vid");
+    row("blank product id", "1234", " ", "", "Please enter USB PID", "pid");
+    row("blank name before wrong ids", "1234", "x", " ", "Please enter device name", "deviceName");
+    row("upper-case X", "0X1234", "0x1", "n", "VID and PID must start with '0x'", "vid");
+    row("only one prefix", "0x1", "5678", "n", "VID and PID must start with '0x'", "pid");
+    row("prefix alone", "0x", "0x1", "n", "Invalid VID or PID format", "vid");
+    row("no hexadecimal digit", "0x1", "0x12g4", "n", "Invalid VID or PID format", "pid");
+    row("sign after the prefix", "0x-1", "0x1", "n", "Invalid VID or PID format", "vid");
 }
 
 void Fido2SettingDialogTest::refusesToCreate()
@@ -112,6 +114,7 @@ void Fido2SettingDialogTest::refusesToCreate()
     QFETCH(QString, pid);
     QFETCH(QString, name);
     QFETCH(QString, complaint);
+    QFETCH(QByteArray, focus);
     const KeyFolder folder;
     ScriptedPrompter prompter;
     Fido2SettingDialog dialog(nullptr, folder.environment(), prompter);
@@ -120,8 +123,9 @@ void Fido2SettingDialogTest::refusesToCreate()
     part(dialog, "pid")->setText(pid);
     part(dialog, "deviceName")->setText(name);
     prompter.expectWarning(kWarning, complaint);
-    click(dialog, "create");
+    QTest::keyClick(part(dialog, "serialNumber"), Qt::Key_Return);
     QCOMPARE(prompter.verify(), QString());
+    QCOMPARE(dialog.focusWidget(), part(dialog, focus));
     QVERIFY(dialog.isVisible());
 }
 
@@ -131,8 +135,8 @@ void Fido2SettingDialogTest::createsWithWhatWasTyped()
     ScriptedPrompter prompter;
     Fido2SettingDialog dialog(nullptr, folder.environment(), prompter);
     part(dialog, "vid")->setText(QStringLiteral("0x12345"));
-    part(dialog, "deviceName")->setText(QStringLiteral("%1 <b>"));
-    part(dialog, "serialNumber")->setText(QStringLiteral("S1"));
+    part(dialog, "deviceName")->setText(QStringLiteral("%1\n<b>")); // a line end is no end of the parameter
+    part(dialog, "serialNumber")->setText(QStringLiteral("S1\n"));
     part<QComboBox>(dialog, "usbVersion")->setCurrentIndex(1);
     part<QCheckBox>(dialog, "supportsPin")->setChecked(false);
     prompter.expectInformation(
@@ -144,6 +148,7 @@ void Fido2SettingDialogTest::createsWithWhatWasTyped()
     QCOMPARE(prompter.verify(), QString());
     QCOMPARE(dialog.result(), int(QDialog::Accepted));
     QVERIFY(!dialog.parameters().supportsPin);
+    QCOMPARE(fido2ParameterList(dialog.parameters()).join(QLatin1Char('|')).count(QLatin1Char('\n')), 0);
 }
 
 void Fido2SettingDialogTest::editsInMemoryAndSavesOnRequest()
@@ -151,6 +156,7 @@ void Fido2SettingDialogTest::editsInMemoryAndSavesOnRequest()
     const KeyFolder folder;
     ScriptedPrompter prompter;
     Fido2SettingDialog dialog(nullptr, folder.environment(), prompter);
+    dialog.show();
     const QString path = dialog.credentialsFilePath();
     for (const QString& id : {QStringLiteral("aa"), QStringLiteral("bb"), QStringLiteral("cc")}) {
         prompter.expectInformation(kSuccess, QStringLiteral("New credential added successfully"));
@@ -168,7 +174,10 @@ void Fido2SettingDialogTest::editsInMemoryAndSavesOnRequest()
     fillEditor(QStringLiteral("dd"));
     prompter.expectInformation(kSuccess, QStringLiteral("Credential updated successfully"));
     emit table(dialog)->itemDoubleClicked(table(dialog)->item(2, 4));
-    QCOMPARE(table(dialog)->item(2, 0)->text(), QStringLiteral("dd"));
+    fillEditor(QStringLiteral("ee"));
+    prompter.expectInformation(kSuccess, QStringLiteral("Credential updated successfully"));
+    QTest::keyClick(table(dialog), Qt::Key_Return); // the row is still selected
+    QCOMPARE(table(dialog)->item(2, 0)->text(), QStringLiteral("ee"));
     table(dialog)->selectRow(0);
     const QString question = QStringLiteral("Are you sure you want to delete this credential?");
     prompter.expectQuestion(QStringLiteral("Confirm Delete"), question, false);

@@ -6,6 +6,7 @@
 #include <QByteArray>
 #include <QJsonObject>
 #include <QLineEdit>
+#include <QPointer>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -44,14 +45,16 @@ Widget* part(const QWidget& window, const char* name)
 
 void click(const QWidget& window, const char* name);
 
-/// Runs `react` on the next modal window; the test hangs until its limit when none opens.
+/// Runs `react` on the next modal window and closes it when that left it open, as a check that fails does.
 template<typename React>
 void whenModal(React react)
 {
     QTimer::singleShot(0, qApp, [react] {
-        QWidget* window = QApplication::activeModalWidget();
+        const QPointer<QWidget> window = QApplication::activeModalWidget();
         QVERIFY(window);
         react(*window);
+        if (window)
+            window->close();
     });
 }
 

@@ -9,6 +9,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QRadioButton>
+#include <QScrollArea>
 #include <QSpinBox>
 #include <QStyle>
 
@@ -43,6 +44,17 @@ private:
                qobject_cast<QComboBox*>(widget.parentWidget());
     }
 
+    /// The window, or all of the content that scrolls in it and holds the widget.
+    const QWidget& surroundings(const QWidget& widget) const
+    {
+        for (const QWidget* outer = &widget; outer != &m_window; outer = outer->parentWidget()) {
+            const auto* area = qobject_cast<const QScrollArea*>(outer->parentWidget()->parentWidget());
+            if (area && area->widget() == outer)
+                return *outer;
+        }
+        return m_window;
+    }
+
     void check(const QWidget& widget)
     {
         if (const auto* label = qobject_cast<const QLabel*>(&widget))
@@ -59,8 +71,9 @@ private:
             need(widget, QString::fromLatin1(widget.metaObject()->className()), widget.minimumSizeHint());
         else
             return;
-        const QRect place(widget.mapTo(&m_window, QPoint(0, 0)), widget.size());
-        if (!m_window.rect().contains(place))
+        const QWidget& whole = surroundings(widget);
+        const QRect place(widget.mapTo(&whole, QPoint(0, 0)), widget.size());
+        if (!whole.rect().contains(place))
             found << QStringLiteral("%1 %2 reaches out of the window").arg(nameOf(widget), textOf(widget));
     }
 

@@ -2,18 +2,31 @@
 
 #include "driver/argument_vectors.h"
 #include "driver/engine.h"
+#include "driver/output.h"
 #include "driver/platform/system_platform.h"
 
-#include <algorithm>
+namespace {
+
+/// The one argument, where there is one.
+std::wstring onlyArgument(const std::vector<std::wstring>& arguments)
+{
+    return arguments.size() == 2 ? arguments[1] : std::wstring();
+}
+
+} // namespace
 
 int runDriverProgram(const std::vector<std::wstring>& arguments, const std::filesystem::path& programFolder,
                      const std::filesystem::path& treeFile)
 {
+    const std::wstring asked = onlyArgument(arguments);
+    if (asked == L"--version") {
+        driver::systemOutput().write(driver::Stream::Normal, L"plugboard-driver " PLUGBOARD_VERSION L"\n");
+        return 0;
+    }
     const auto platform =
         treeFile.empty() ? driver::systemPlatform(programFolder) : driver::simulatedPlatform(treeFile);
-    driver::DriverEngine engine(*platform);
-    driver::ResultCode worst = driver::kSuccess;
-    for (const driver::ArgumentVector& vector : driver::splitArgumentVectors(arguments))
-        worst = std::max(worst, engine.run(vector));
-    return static_cast<int>(worst);
+    auto vectors = driver::splitArgumentVectors(arguments);
+    if (asked == L"--help" || asked == L"-h")
+        vectors.front()[1] = L"help";
+    return static_cast<int>(driver::DriverEngine(*platform).runEach(vectors));
 }

@@ -186,7 +186,7 @@ void DeviceWalk::killBehindItsBack()
     activateWindow();
     QTest::keyClick(m_window.get(), Qt::Key_F5);
     Tour::require(rowOf(QStringLiteral("Speaker Device")) < 0, QStringLiteral("the row is still there"));
-    const QStringList left = m_records.listRecords().filter(QString::number(processId));
+    const QStringList left = m_records.listRecords().filter(QStringLiteral("_%1.json").arg(processId));
     Tour::require(left.isEmpty(), QStringLiteral("its record is still there"));
 }
 

@@ -203,20 +203,10 @@ bool CameraSettingDialog::takeOver(const QString& source)
     return true;
 }
 
-/// False, told to the user, while a field of the stream is empty.
-bool CameraSettingDialog::hasNetworkSource()
-{
-    if (m_network->source().isComplete())
-        return true;
-    m_prompter.warning(this, tr("Warning"), incompleteNetworkText());
-    m_network->focusMissing();
-    return false;
-}
-
 void CameraSettingDialog::onTest()
 {
     const CameraSettings chosen = settings();
-    if (!hasNetworkSource())
+    if (!m_network->requireComplete(m_prompter, tr("Warning")))
         return;
     m_network->setTesting(true);
     if (chosen.sourceKind == CameraSettings::Source::DroidCam) {
@@ -248,7 +238,7 @@ void CameraSettingDialog::onAccept()
         accept();
         return;
     }
-    if (!hasNetworkSource())
+    if (!m_network->requireComplete(m_prompter, tr("Warning")))
         return;
     if (takeOver(chosen.streamUrl())) {
         accept();

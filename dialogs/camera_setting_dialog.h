@@ -44,7 +44,6 @@ private:
     void addVideoRows();
     void addIdentityRows();
     void showSourceRow(bool isStream);
-    bool hasNetworkSource();
     CameraSettings::Source sourceKind() const;
     bool takeOver(const QString& source);
 

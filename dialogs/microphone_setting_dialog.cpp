@@ -198,19 +198,9 @@ void MicrophoneSettingDialog::onAccept()
         acceptFile(chosen);
 }
 
-/// False, told to the user, while a field of the stream is empty.
-bool MicrophoneSettingDialog::hasNetworkSource()
-{
-    if (m_network->source().isComplete())
-        return true;
-    m_prompter.warning(this, tr("Warning"), incompleteNetworkText());
-    m_network->focusMissing();
-    return false;
-}
-
 void MicrophoneSettingDialog::acceptNetwork(const MicrophoneSettings& chosen)
 {
-    if (!hasNetworkSource())
+    if (!m_network->requireComplete(m_prompter, tr("Warning")))
         return;
     if (opens(chosen.testedUrl())) {
         accept();
@@ -281,7 +271,7 @@ void MicrophoneSettingDialog::onInputSourceChanged()
 void MicrophoneSettingDialog::onTestNetwork()
 {
     const MicrophoneSettings chosen = settings();
-    if (!hasNetworkSource())
+    if (!m_network->requireComplete(m_prompter, tr("Warning")))
         return;
     m_network->setTesting(true);
     const bool works = opens(chosen.testedUrl());

@@ -46,7 +46,6 @@ private:
     void addSourceRows(QWidget* group);
     void showSourceRow(bool isNetwork);
     void layOut();
-    bool hasNetworkSource();
     void acceptNetwork(const MicrophoneSettings& chosen);
     void acceptFile(const MicrophoneSettings& chosen);
     QLineEdit* fieldOf(MicrophoneSettings::Fault fault) const;

@@ -2,6 +2,7 @@
 
 #include "dialogs/field_patterns.h"
 #include "dialogs/form_rows.h"
+#include "ui/prompter.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -55,9 +56,13 @@ NetworkSource NetworkRow::source() const
     return {m_address->displayText(), m_port->text()};
 }
 
-void NetworkRow::focusMissing()
+bool NetworkRow::requireComplete(Prompter& prompter, const QString& title)
 {
+    if (source().isComplete())
+        return true;
+    prompter.warning(window(), title, incompleteNetworkText());
     (m_address->displayText().isEmpty() ? m_address : m_port)->setFocus();
+    return false;
 }
 
 void NetworkRow::setTesting(bool testing)

@@ -5,6 +5,7 @@
 
 #include <QWidget>
 
+class Prompter;
 class QLineEdit;
 class QPushButton;
 
@@ -19,8 +20,8 @@ public:
     /// The texts as they were typed; a port that a program set is not checked.
     NetworkSource source() const;
 
-    /// Puts the focus on the first empty field.
-    void focusMissing();
+    /// False, told to the user in a box of that title, while a field is empty; the first one gets the focus.
+    bool requireComplete(Prompter& prompter, const QString& title);
 
     /// While a test runs, its button is disabled and says so. Painted at once: the test may block the event loop.
     void setTesting(bool testing);

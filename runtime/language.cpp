@@ -16,11 +16,6 @@ const QString kTranslatorName = QStringLiteral("plugboardTranslator");
 
 const QString kLanguageKey = QStringLiteral("language");
 
-QString settingsFile()
-{
-    return userFolder() + QStringLiteral("/settings.ini");
-}
-
 bool install(const QString& catalogue, QCoreApplication& application)
 {
     auto translator = std::make_unique<QTranslator>(&application);

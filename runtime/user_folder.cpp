@@ -13,3 +13,8 @@ QString userFolder()
     QDir().mkpath(folder);
     return folder;
 }
+
+QString settingsFile()
+{
+    return userFolder() + QStringLiteral("/settings.ini");
+}

@@ -7,3 +7,6 @@
 /// folder for local data: %LOCALAPPDATA% on Windows, ~/.local/share on Linux. Made when it is missing; when it cannot
 /// be made, whoever writes there fails and goes on without. Devices' records never lie here.
 QString userFolder();
+
+/// Path of the user's settings there, in QSettings' INI format.
+QString settingsFile();

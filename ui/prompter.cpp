@@ -2,16 +2,38 @@
 
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QLabel>
 #include <QMessageBox>
+#include <QPushButton>
 
 namespace {
 
-QMessageBox::StandardButton showBox(QMessageBox::Icon icon, QWidget* parent, const QString& title, const QString& text,
-                                    QMessageBox::StandardButtons buttons)
+void showBox(QMessageBox::Icon icon, QWidget* parent, const QString& title, const QString& text)
 {
-    QMessageBox box(icon, title, text, buttons, parent);
+    QMessageBox box(icon, title, text, QMessageBox::Ok, parent);
     box.setTextFormat(Qt::PlainText);
-    return static_cast<QMessageBox::StandardButton>(box.exec());
+    box.exec();
+}
+
+/// The box's text format does not reach its informative text.
+void showRemark(QMessageBox& box, const QString& remark)
+{
+    box.setInformativeText(remark);
+    if (auto* label = box.findChild<QLabel*>(QStringLiteral("qt_msgbox_informativelabel")))
+        label->setTextFormat(Qt::PlainText);
+}
+
+bool ask(QWidget* parent, const QString& title, const QString& text, const QString& remark)
+{
+    QMessageBox box(QMessageBox::Question, title, text, QMessageBox::Yes | QMessageBox::No, parent);
+    box.setTextFormat(Qt::PlainText);
+    if (!remark.isEmpty())
+        showRemark(box, remark);
+    const auto buttons = box.findChildren<QPushButton*>();
+    for (QPushButton* button : buttons)
+        button->setAutoDefault(false); // the Return key would press the first one
+    box.setEscapeButton(QMessageBox::No);
+    return box.exec() == QMessageBox::Yes;
 }
 
 class MessageBoxPrompter final : public Prompter
@@ -19,18 +41,17 @@ class MessageBoxPrompter final : public Prompter
 public:
     void information(QWidget* parent, const QString& title, const QString& text) override
     {
-        showBox(QMessageBox::Information, parent, title, text, QMessageBox::Ok);
+        showBox(QMessageBox::Information, parent, title, text);
     }
 
     void warning(QWidget* parent, const QString& title, const QString& text) override
     {
-        showBox(QMessageBox::Warning, parent, title, text, QMessageBox::Ok);
+        showBox(QMessageBox::Warning, parent, title, text);
     }
 
-    bool question(QWidget* parent, const QString& title, const QString& text) override
+    bool question(QWidget* parent, const QString& title, const QString& text, const QString& remark) override
     {
-        return showBox(QMessageBox::Question, parent, title, text, QMessageBox::Yes | QMessageBox::No) ==
-               QMessageBox::Yes;
+        return ask(parent, title, text, remark);
     }
 
     QString openFile(QWidget* parent, const QString& title, const QString& directory, const QString& filter) override

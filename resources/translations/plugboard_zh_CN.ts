@@ -2,6 +2,45 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="zh_CN" sourcelanguage="en">
 <context>
+    <name>ApplicationMenu</name>
+    <message>
+        <source>New camera...</source>
+        <translation>新建摄像头...</translation>
+    </message>
+    <message>
+        <source>New microphone...</source>
+        <translation>新建麦克风...</translation>
+    </message>
+    <message>
+        <source>New speaker</source>
+        <translation>新建扬声器</translation>
+    </message>
+    <message>
+        <source>New keyboard</source>
+        <translation>新建键盘</translation>
+    </message>
+    <message>
+        <source>New mouse</source>
+        <translation>新建鼠标</translation>
+    </message>
+    <message>
+        <source>New mass storage</source>
+        <translation>新建大容量存储设备</translation>
+    </message>
+    <message>
+        <source>New security key...</source>
+        <translation>新建安全密钥...</translation>
+    </message>
+    <message>
+        <source>New USB/IP device</source>
+        <translation>新建 USB/IP 设备</translation>
+    </message>
+    <message>
+        <source>Refresh List</source>
+        <translation>刷新列表</translation>
+    </message>
+</context>
+<context>
     <name>BusDriverCheck</name>
     <message>
         <source>Error</source>
@@ -132,11 +171,225 @@ Please check IP address, port and network connection.
     </message>
 </context>
 <context>
-    <name>CaptureWindow</name>
+    <name>CaptureFile</name>
     <message>
-        <source>Captures (*.pcapng)</source>
-        <translation>抓包文件 (*.pcapng)</translation>
+        <source>The file ends within a block.</source>
+        <translation>文件在数据块中间结束。</translation>
     </message>
+    <message>
+        <source>The file is not a pcapng file.</source>
+        <translation>此文件不是 pcapng 文件。</translation>
+    </message>
+    <message>
+        <source>The file has a block of impossible length.</source>
+        <translation>文件中有长度不可能的块。</translation>
+    </message>
+    <message>
+        <source>The file has a damaged packet.</source>
+        <translation>文件中有损坏的数据包。</translation>
+    </message>
+    <message>
+        <source>The file holds no packets.</source>
+        <translation>文件中没有数据包。</translation>
+    </message>
+    <message>
+        <source>The file holds no USB packets; its packets are of link type %1.</source>
+        <translation>文件中没有 USB 数据包；其数据包的链路类型为 %1。</translation>
+    </message>
+    <message>
+        <source>The file ends within its head.</source>
+        <translation>文件在文件头中就结束了。</translation>
+    </message>
+    <message>
+        <source>The file ends within a packet.</source>
+        <translation>文件在数据包中间结束。</translation>
+    </message>
+</context>
+<context>
+    <name>CapturePane</name>
+    <message>
+        <source>Captured packets beyond this budget go to a temporary file, oldest first. None is dropped.</source>
+        <translation>超出此预算的数据包会从最早的开始移入临时文件，不会丢弃任何数据包。</translation>
+    </message>
+    <message>
+        <source>Connecting to USBIP capture daemon...</source>
+        <translation>正在连接 USBIP 抓包进程...</translation>
+    </message>
+    <message>
+        <source>Start Capture</source>
+        <translation>开始抓包</translation>
+    </message>
+    <message>
+        <source>Stop Capture</source>
+        <translation>停止抓包</translation>
+    </message>
+    <message>
+        <source>Clear</source>
+        <translation>清空</translation>
+    </message>
+    <message>
+        <source>Save Capture...</source>
+        <translation>保存抓包...</translation>
+    </message>
+    <message>
+        <source>Device Configuration</source>
+        <translation>设备配置</translation>
+    </message>
+    <message>
+        <source>Capture Error</source>
+        <translation>抓包错误</translation>
+    </message>
+    <message>
+        <source>Failed to start capture. Please check daemon connection.</source>
+        <translation>无法开始抓包。请检查与设备进程的连接。</translation>
+    </message>
+    <message>
+        <source>Starting capture...</source>
+        <translation>正在开始抓包...</translation>
+    </message>
+    <message>
+        <source>Failed to stop capture. Please check daemon connection.</source>
+        <translation>无法停止抓包。请检查与设备进程的连接。</translation>
+    </message>
+    <message>
+        <source>Stopping capture...</source>
+        <translation>正在停止抓包...</translation>
+    </message>
+    <message>
+        <source>Clear Error</source>
+        <translation>清空错误</translation>
+    </message>
+    <message>
+        <source>Failed to clear capture. Please check daemon connection.</source>
+        <translation>无法清空抓包。请检查与设备进程的连接。</translation>
+    </message>
+    <message>
+        <source>Capture cleared</source>
+        <translation>抓包已清空</translation>
+    </message>
+    <message>
+        <source>Failed to request device configuration. Please check daemon connection.</source>
+        <translation>无法请求设备配置。请检查与设备进程的连接。</translation>
+    </message>
+    <message>
+        <source>Requesting device configuration...</source>
+        <translation>正在请求设备配置...</translation>
+    </message>
+    <message>
+        <source>Process %1</source>
+        <translation>进程 %1</translation>
+    </message>
+    <message>
+        <source>Device %1</source>
+        <translation>设备 %1</translation>
+    </message>
+    <message>
+        <source>Device configuration displayed</source>
+        <translation>已显示设备配置</translation>
+    </message>
+    <message>
+        <source>No configuration available</source>
+        <translation>没有可用的配置</translation>
+    </message>
+    <message>
+        <source>No configuration information available for this device.</source>
+        <translation>此设备没有可用的配置信息。</translation>
+    </message>
+    <message>
+        <source>Capturing... Total: %1 packets (Req: %2, Rep: %3)</source>
+        <translation>正在抓包... 共 %1 个数据包（请求 %2，应答 %3）</translation>
+    </message>
+    <message>
+        <source>Ready. Total: %1 packets captured</source>
+        <translation>就绪。共捕获 %1 个数据包</translation>
+    </message>
+    <message>
+        <source>Connected to USBIP capture daemon</source>
+        <translation>已连接 USBIP 抓包进程</translation>
+    </message>
+    <message>
+        <source>Disconnected from USBIP capture daemon</source>
+        <translation>与 USBIP 抓包进程的连接已断开</translation>
+    </message>
+    <message>
+        <source>Connection error: </source>
+        <translation>连接错误：</translation>
+    </message>
+    <message>
+        <source>Capture started successfully</source>
+        <translation>抓包已开始</translation>
+    </message>
+    <message>
+        <source>Capture stopped successfully</source>
+        <translation>抓包已停止</translation>
+    </message>
+    <message>
+        <source>Capture cleared successfully</source>
+        <translation>抓包已成功清空</translation>
+    </message>
+    <message>
+        <source>Unsaved Packets</source>
+        <translation>未保存的数据包</translation>
+    </message>
+    <message>
+        <source>Save Capture</source>
+        <translation>保存抓包</translation>
+    </message>
+    <message>
+        <source>Error</source>
+        <translation>错误</translation>
+    </message>
+    <message>
+        <source>The capture could not be saved: %1</source>
+        <translation>无法保存抓包：%1</translation>
+    </message>
+    <message>
+        <source>Saving cancelled</source>
+        <translation>已取消保存</translation>
+    </message>
+    <message>
+        <source>Capture saved</source>
+        <translation>抓包已保存</translation>
+    </message>
+    <message>
+        <source>%1 packets of %2</source>
+        <translation>%1 个数据包，来自 %2</translation>
+    </message>
+    <message>
+        <source>Opening cancelled</source>
+        <translation>已取消打开</translation>
+    </message>
+    <message>
+        <source>The capture could not be read: %1</source>
+        <translation>无法读取抓包：%1</translation>
+    </message>
+    <message>
+        <source>Cancel Saving (%1%)</source>
+        <translation>取消保存（%1%）</translation>
+    </message>
+    <message>
+        <source>Cancel Opening (%1%)</source>
+        <translation>取消打开 (%1%)</translation>
+    </message>
+    <message>
+        <source>Memory: %1 of %2 MiB</source>
+        <translation>内存：%1 / %2 MiB</translation>
+    </message>
+    <message>
+        <source>, %1 MiB in a temporary file</source>
+        <translation>，临时文件中 %1 MiB</translation>
+    </message>
+    <message>
+        <source> (temporary file: %1)</source>
+        <translation>（临时文件：%1）</translation>
+    </message>
+    <message>
+        <source>Captures (*.pcapng);;pcap with records of Linux (*.pcap);;pcap with records of Windows (*.usbpcap)</source>
+        <translation>捕获文件 (*.pcapng);;pcap，Linux 记录 (*.pcap);;pcap，Windows 记录 (*.usbpcap)</translation>
+    </message>
+</context>
+<context>
+    <name>CaptureWindow</name>
     <message>
         <source>&amp;File</source>
         <translation>文件(&amp;F)</translation>
@@ -182,10 +435,6 @@ Please check IP address, port and network connection.
         <translation>数据包</translation>
     </message>
     <message>
-        <source>Show only packets whose details contain...</source>
-        <translation>仅显示详情中包含以下内容的数据包...</translation>
-    </message>
-    <message>
         <source>F&amp;ilter:</source>
         <translation>筛选(&amp;I)：</translation>
     </message>
@@ -198,20 +447,80 @@ Please check IP address, port and network connection.
         <translation>截断：%1   丢失：%2</translation>
     </message>
     <message>
-        <source>Error</source>
-        <translation>错误</translation>
-    </message>
-    <message>
         <source>Open Capture</source>
         <translation>打开抓包</translation>
     </message>
     <message>
-        <source>The capture could not be read: %1</source>
-        <translation>无法读取抓包：%1</translation>
-    </message>
-    <message>
         <source>&amp;Copy Value</source>
         <translation>复制值(&amp;C)</translation>
+    </message>
+    <message>
+        <source>Packet Details</source>
+        <translation>数据包详情</translation>
+    </message>
+    <message>
+        <source>&amp;Live Capture</source>
+        <translation>实时捕获(&amp;L)</translation>
+    </message>
+    <message>
+        <source>Goes back from the file to the packets of the device process</source>
+        <translation>从文件返回到设备进程的数据包</translation>
+    </message>
+    <message>
+        <source>Cut: %1</source>
+        <translation>截断：%1</translation>
+    </message>
+    <message>
+        <source>Captured packets are in no file yet. Open another capture all the same?</source>
+        <translation>捕获的数据包尚未存入任何文件。仍要打开另一个捕获文件吗？</translation>
+    </message>
+    <message>
+        <source>Captured packets are in no file yet. Close all the same?</source>
+        <translation>捕获的数据包尚未存入任何文件。仍要关闭吗？</translation>
+    </message>
+    <message>
+        <source>%1 - USB Packet Capture</source>
+        <translation>%1 - USB 数据包捕获</translation>
+    </message>
+    <message>
+        <source>USB Packet Capture - Process %1</source>
+        <translation>USB 抓包 - 进程 %1</translation>
+    </message>
+    <message>
+        <source>USB Packet Capture</source>
+        <translation>USB 抓包</translation>
+    </message>
+    <message>
+        <source>F&amp;ind...</source>
+        <translation>查找(&amp;I)...</translation>
+    </message>
+    <message>
+        <source>Find &amp;Next</source>
+        <translation>查找下一个(&amp;N)</translation>
+    </message>
+    <message>
+        <source>Find Pre&amp;vious</source>
+        <translation>查找上一个(&amp;V)</translation>
+    </message>
+    <message>
+        <source>Find: as in the filter</source>
+        <translation>查找：写法同过滤器</translation>
+    </message>
+    <message>
+        <source>No such packet.</source>
+        <translation>没有这样的数据包。</translation>
+    </message>
+    <message>
+        <source>... of %1 packets</source>
+        <translation>… / %1 个数据包</translation>
+    </message>
+    <message>
+        <source>%1 of %2 packets</source>
+        <translation>%1 / %2 个数据包</translation>
+    </message>
+    <message>
+        <source>Captures (*.pcapng *.pcap *.usbpcap);;All files (*)</source>
+        <translation>捕获文件 (*.pcapng *.pcap *.usbpcap);;所有文件 (*)</translation>
     </message>
 </context>
 <context>
@@ -877,6 +1186,10 @@ Field Explanations:
         <source>No</source>
         <translation>否</translation>
     </message>
+    <message>
+        <source>%1 more are not shown</source>
+        <translation>另有 %1 项未显示</translation>
+    </message>
 </context>
 <context>
     <name>CredentialsFileChooser</name>
@@ -915,6 +1228,25 @@ Field Explanations:
     <message>
         <source>Unknown</source>
         <translation>未知</translation>
+    </message>
+</context>
+<context>
+    <name>DetailsView</name>
+    <message>
+        <source>Field</source>
+        <translation>字段</translation>
+    </message>
+    <message>
+        <source>Value</source>
+        <translation>值</translation>
+    </message>
+    <message>
+        <source>Error</source>
+        <translation>错误</translation>
+    </message>
+    <message>
+        <source>No packet data available</source>
+        <translation>没有数据包内容</translation>
     </message>
 </context>
 <context>
@@ -1134,6 +1466,10 @@ This action cannot be undone!</source>
         <source>Param4</source>
         <translation>参数 4</translation>
     </message>
+    <message>
+        <source>ended</source>
+        <translation>已结束</translation>
+    </message>
 </context>
 <context>
     <name>DeviceType</name>
@@ -1204,6 +1540,17 @@ This action cannot be undone!</source>
     <message>
         <source>mouse</source>
         <translation>鼠标</translation>
+    </message>
+</context>
+<context>
+    <name>DeviceWatch</name>
+    <message>
+        <source>The device has ended. &quot;Refresh List&quot; takes its row away.</source>
+        <translation>设备已结束。“刷新列表”会移除此行。</translation>
+    </message>
+    <message>
+        <source>The device has ended. Its process ID now belongs to another program: %1</source>
+        <translation>设备已结束。其进程 ID 现属于另一个程序：%1</translation>
     </message>
 </context>
 <context>
@@ -1454,6 +1801,22 @@ Device will be created with the following settings:
         <source>Refresh</source>
         <translation>刷新</translation>
     </message>
+    <message>
+        <source>The file was changed meanwhile: %1 credentials now, %2 before.</source>
+        <translation>文件已被其他程序更改:现有 %1 个凭据,之前 %2 个。</translation>
+    </message>
+    <message>
+        <source>This file exists with %1 credentials, not loaded: saving replaces them.</source>
+        <translation>此文件已存在,含 %1 个凭据,尚未载入:保存将替换它们。</translation>
+    </message>
+    <message>
+        <source>This file exists and cannot be read: saving replaces it.</source>
+        <translation>此文件已存在但无法读取:保存将替换它。</translation>
+    </message>
+    <message>
+        <source>The folder of this file is made with the first key; until then credentials cannot be saved.</source>
+        <translation>此文件的文件夹在创建第一个密钥时建立;在此之前无法保存凭据。</translation>
+    </message>
 </context>
 <context>
     <name>Fido2UserConfirmationDialog</name>
@@ -1492,6 +1855,29 @@ Device will be created with the following settings:
     <message>
         <source>CONFIRM</source>
         <translation>确认</translation>
+    </message>
+    <message>
+        <source>Asked by process %1</source>
+        <translation>由进程 %1 请求</translation>
+    </message>
+    <message>
+        <source>Asked by process %1, %2 s ago</source>
+        <translation>由进程 %1 请求,%2 秒前</translation>
+    </message>
+    <message>
+        <source>The key that asked has ended. An answer would reach nobody.</source>
+        <translation>发出请求的密钥已结束,回答不会送达。</translation>
+    </message>
+</context>
+<context>
+    <name>FilterEdit</name>
+    <message>
+        <source>A text, or status != 0</source>
+        <translation>文本，或 status != 0</translation>
+    </message>
+    <message>
+        <source>Filter, letter %1: %2</source>
+        <translation>过滤器，第 %1 个字符：%2</translation>
     </message>
 </context>
 <context>
@@ -1865,78 +2251,60 @@ Please check IP address, port and network connection.</source>
         <source>USBIP Packet Details</source>
         <translation>USBIP 数据包详情</translation>
     </message>
+</context>
+<context>
+    <name>PacketFilter</name>
     <message>
-        <source>Field</source>
-        <translation>字段</translation>
+        <source>&quot;&amp;&amp;&quot; or &quot;||&quot; is expected here</source>
+        <translation>此处应为“&amp;&amp;”或“||”</translation>
     </message>
     <message>
-        <source>Value</source>
-        <translation>值</translation>
+        <source>There are too many parentheses</source>
+        <translation>括号太多</translation>
     </message>
     <message>
-        <source>Error</source>
-        <translation>错误</translation>
+        <source>&quot;)&quot; is missing</source>
+        <translation>缺少“)”</translation>
     </message>
     <message>
-        <source>No packet data available</source>
-        <translation>没有数据包内容</translation>
+        <source>A field or a text is expected here</source>
+        <translation>此处应为字段或文本</translation>
+    </message>
+    <message>
+        <source>There is no field &quot;%1&quot;</source>
+        <translation>没有字段“%1”</translation>
+    </message>
+    <message>
+        <source>&quot;==&quot; is expected here</source>
+        <translation>此处应为“==”</translation>
+    </message>
+    <message>
+        <source>A number is compared with ==, !=, &lt;, &lt;=, &gt; or &gt;=</source>
+        <translation>数字用 ==、!=、&lt;、&lt;=、&gt; 或 &gt;= 比较</translation>
+    </message>
+    <message>
+        <source>A number is expected here</source>
+        <translation>此处应为数字</translation>
+    </message>
+    <message>
+        <source>Expected here: %1</source>
+        <translation>此处应为：%1</translation>
+    </message>
+    <message>
+        <source>Bytes and texts are compared with ==, != or contains</source>
+        <translation>字节和文本用 ==、!= 或 contains 比较</translation>
+    </message>
+    <message>
+        <source>A text is expected here</source>
+        <translation>此处应为文本</translation>
+    </message>
+    <message>
+        <source>Pairs of hexadecimal digits or a text in quotes are expected here</source>
+        <translation>此处应为成对的十六进制数字或带引号的文本</translation>
     </message>
 </context>
 <context>
-    <name>PcapngFile</name>
-    <message>
-        <source>The file ends within a block.</source>
-        <translation>文件在数据块中间结束。</translation>
-    </message>
-    <message>
-        <source>The file is not a pcapng file.</source>
-        <translation>此文件不是 pcapng 文件。</translation>
-    </message>
-    <message>
-        <source>The file has a block of impossible length or byte order.</source>
-        <translation>文件中有长度或字节序不合理的数据块。</translation>
-    </message>
-    <message>
-        <source>The file&apos;s byte order is not supported.</source>
-        <translation>不支持此文件的字节序。</translation>
-    </message>
-    <message>
-        <source>The file has a damaged packet.</source>
-        <translation>文件中有损坏的数据包。</translation>
-    </message>
-</context>
-<context>
-    <name>RequestDetailsDialog</name>
-    <message>
-        <source>Detailed FIDO2 Request Information</source>
-        <translation>FIDO2 请求详细信息</translation>
-    </message>
-    <message>
-        <source>Complete Client Request Data</source>
-        <translation>完整的客户端请求数据</translation>
-    </message>
-    <message>
-        <source>Close</source>
-        <translation>关闭</translation>
-    </message>
-</context>
-<context>
-    <name>TitleBar</name>
-    <message>
-        <source>min</source>
-        <translation>最小化</translation>
-    </message>
-    <message>
-        <source>close</source>
-        <translation>关闭</translation>
-    </message>
-</context>
-<context>
-    <name>UsbIPCaptureDialog</name>
-    <message>
-        <source>USB Packet Capture - Process %1</source>
-        <translation>USB 抓包 - 进程 %1</translation>
-    </message>
+    <name>PacketPane</name>
     <message>
         <source>Time</source>
         <translation>时间</translation>
@@ -1982,82 +2350,6 @@ Please check IP address, port and network connection.</source>
         <translation>单击以选择要显示的传输类型</translation>
     </message>
     <message>
-        <source>Connecting to USBIP capture daemon...</source>
-        <translation>正在连接 USBIP 抓包进程...</translation>
-    </message>
-    <message>
-        <source>Start Capture</source>
-        <translation>开始抓包</translation>
-    </message>
-    <message>
-        <source>Stop Capture</source>
-        <translation>停止抓包</translation>
-    </message>
-    <message>
-        <source>Clear</source>
-        <translation>清空</translation>
-    </message>
-    <message>
-        <source>Device Configuration</source>
-        <translation>设备配置</translation>
-    </message>
-    <message>
-        <source>Capture Error</source>
-        <translation>抓包错误</translation>
-    </message>
-    <message>
-        <source>Failed to start capture. Please check daemon connection.</source>
-        <translation>无法开始抓包。请检查与设备进程的连接。</translation>
-    </message>
-    <message>
-        <source>Starting capture...</source>
-        <translation>正在开始抓包...</translation>
-    </message>
-    <message>
-        <source>Failed to stop capture. Please check daemon connection.</source>
-        <translation>无法停止抓包。请检查与设备进程的连接。</translation>
-    </message>
-    <message>
-        <source>Stopping capture...</source>
-        <translation>正在停止抓包...</translation>
-    </message>
-    <message>
-        <source>Clear Error</source>
-        <translation>清空错误</translation>
-    </message>
-    <message>
-        <source>Failed to clear capture. Please check daemon connection.</source>
-        <translation>无法清空抓包。请检查与设备进程的连接。</translation>
-    </message>
-    <message>
-        <source>Capture cleared</source>
-        <translation>抓包已清空</translation>
-    </message>
-    <message>
-        <source>Failed to request device configuration. Please check daemon connection.</source>
-        <translation>无法请求设备配置。请检查与设备进程的连接。</translation>
-    </message>
-    <message>
-        <source>Requesting device configuration...</source>
-        <translation>正在请求设备配置...</translation>
-    </message>
-    <message>
-        <source>No configuration available</source>
-        <translation>没有可用的配置</translation>
-    </message>
-    <message>
-        <source>No configuration information available for this device.</source>
-        <translation>此设备没有可用的配置信息。</translation>
-    </message>
-    <message>
-        <source>Device %1</source>
-        <translation>设备 %1</translation>
-    </message>
-    <message>
-        <source>Device configuration displayed</source>
-        <translation>已显示设备配置</translation>
-    </message>
-    <message>
         <source>Control (CTL)</source>
         <translation>控制 (CTL)</translation>
     </message>
@@ -2082,72 +2374,88 @@ Please check IP address, port and network connection.</source>
         <translation>筛选：%1</translation>
     </message>
     <message>
-        <source>Capturing... Total: %1 packets (Req: %2, Rep: %3)</source>
-        <translation>正在抓包... 共 %1 个数据包（请求 %2，应答 %3）</translation>
+        <source>Status</source>
+        <translation>状态</translation>
     </message>
     <message>
-        <source>Ready. Total: %1 packets captured</source>
-        <translation>就绪。共捕获 %1 个数据包</translation>
+        <source>Since request (ms)</source>
+        <translation>距请求（毫秒）</translation>
     </message>
     <message>
-        <source>Connected to USBIP capture daemon</source>
-        <translation>已连接 USBIP 抓包进程</translation>
+        <source>Since last (ms)</source>
+        <translation>距上一个（毫秒）</translation>
+    </message>
+</context>
+<context>
+    <name>RequestDetailsDialog</name>
+    <message>
+        <source>Detailed FIDO2 Request Information</source>
+        <translation>FIDO2 请求详细信息</translation>
     </message>
     <message>
-        <source>Disconnected from USBIP capture daemon</source>
-        <translation>与 USBIP 抓包进程的连接已断开</translation>
+        <source>Complete Client Request Data</source>
+        <translation>完整的客户端请求数据</translation>
     </message>
     <message>
-        <source>Connection error: </source>
-        <translation>连接错误：</translation>
+        <source>Close</source>
+        <translation>关闭</translation>
+    </message>
+</context>
+<context>
+    <name>StatusLine</name>
+    <message>
+        <source>%1 is missing</source>
+        <translation>缺少 %1</translation>
     </message>
     <message>
-        <source>Capture started successfully</source>
-        <translation>抓包已开始</translation>
+        <source>%1 Refresh</source>
+        <translation>%1 刷新</translation>
     </message>
     <message>
-        <source>Capture stopped successfully</source>
-        <translation>抓包已停止</translation>
+        <source>%1 Delete</source>
+        <translation>%1 删除</translation>
     </message>
     <message>
-        <source>Capture cleared successfully</source>
-        <translation>抓包已成功清空</translation>
+        <source>%1 Copy</source>
+        <translation>%1 复制</translation>
     </message>
     <message>
-        <source>Save Capture...</source>
-        <translation>保存抓包...</translation>
+        <source>%1 Menu</source>
+        <translation>%1 菜单</translation>
     </message>
     <message>
-        <source>Process %1</source>
-        <translation>进程 %1</translation>
+        <source>No devices</source>
+        <translation>没有设备</translation>
     </message>
     <message>
-        <source>Save Capture</source>
-        <translation>保存抓包</translation>
+        <source>1 device</source>
+        <translation>1 个设备</translation>
     </message>
     <message>
-        <source>Captures (*.pcapng)</source>
-        <translation>抓包文件 (*.pcapng)</translation>
+        <source>%1 devices</source>
+        <translation>%1 个设备</translation>
     </message>
     <message>
-        <source>Error</source>
-        <translation>错误</translation>
+        <source>%1, %2 ended</source>
+        <translation>%1，%2 个已结束</translation>
+    </message>
+</context>
+<context>
+    <name>TitleBar</name>
+    <message>
+        <source>min</source>
+        <translation>最小化</translation>
     </message>
     <message>
-        <source>The capture could not be saved: %1</source>
-        <translation>无法保存抓包：%1</translation>
+        <source>close</source>
+        <translation>关闭</translation>
     </message>
+</context>
+<context>
+    <name>UsbIPCaptureDialog</name>
     <message>
-        <source>Capture saved</source>
-        <translation>抓包已保存</translation>
-    </message>
-    <message>
-        <source>Saving cancelled</source>
-        <translation>已取消保存</translation>
-    </message>
-    <message>
-        <source>Cancel Saving (%1%)</source>
-        <translation>取消保存（%1%）</translation>
+        <source>USB Packet Capture - Process %1</source>
+        <translation>USB 抓包 - 进程 %1</translation>
     </message>
 </context>
 </TS>

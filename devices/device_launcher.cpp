@@ -7,6 +7,7 @@
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QFile>
+#include <QFileInfo>
 
 #include <vector>
 
@@ -27,9 +28,9 @@ DeviceProcess* keep(DeviceProcess* process)
 }
 
 /// Null when it did not start.
-DeviceProcess* start(const QString& program)
+DeviceProcess* start(const QString& program, const DeviceLauncher::Ended& ended)
 {
-    DeviceProcess* process = keep(new DeviceProcess(program));
+    DeviceProcess* process = keep(new DeviceProcess(program, ended));
     process->start(QIODevice::ReadWrite);
     if (!process->waitForStarted(kStartTimeoutMs)) {
         qCWarning(devicesLog).noquote() << "Device process does not start:" << program << process->errorString();
@@ -64,23 +65,30 @@ DeviceLauncher::DeviceLauncher() : DeviceLauncher(QCoreApplication::applicationD
 DeviceLauncher::DeviceLauncher(const QString& folder) : m_program(folder + QLatin1Char('/') + deviceProgramName())
 {}
 
-std::optional<qint64> DeviceLauncher::launch(const QString& joinedParameters) const
+bool DeviceLauncher::hasProgram() const
 {
-    DeviceProcess* process = start(m_program);
+    return QFileInfo(m_program).isFile();
+}
+
+std::optional<qint64> DeviceLauncher::launch(const QString& joinedParameters, const Ended& ended) const
+{
+    DeviceProcess* process = start(m_program, ended);
     if (!process)
         return std::nullopt;
     const qint64 processId = process->processId(); // 0 once it has ended, which it may while the message is written
-    const QByteArray message = parameterMessage(joinedParameters, publicKeyPem());
-    push(*process, message);
-    qCDebug(devicesLog) << "Parameters handed to process" << processId << "in" << message.size() << "bytes";
+    const ParameterMessage message = parameterMessage(joinedParameters, publicKeyPem());
+    if (!message.error.isEmpty())
+        qCWarning(devicesLog).noquote() << "No parameters for process" << processId << "-" << message.error;
+    push(*process, message.bytes);
+    qCDebug(devicesLog) << "Message handed to process" << processId << "in" << message.bytes.size() << "bytes";
     if (process->bytesToWrite() > 0)
         qCWarning(devicesLog) << "Device process does not read its parameters, process" << processId;
     return processId;
 }
 
-qint64 DeviceLauncher::launchBare() const
+qint64 DeviceLauncher::launchBare(const Ended& ended) const
 {
-    const DeviceProcess* process = start(m_program);
+    const DeviceProcess* process = start(m_program, ended);
     return process ? process->processId() : 0;
 }
 
@@ -89,9 +97,11 @@ QString deviceProgramName()
     return QStringLiteral("usb-daemon.exe");
 }
 
-QByteArray parameterMessage(const QString& joinedParameters, const QByteArray& publicKeyPem)
+ParameterMessage parameterMessage(const QString& joinedParameters, const QByteArray& publicKeyPem)
 {
     ParameterEncryptor encryptor;
-    encryptor.loadPublicKey(publicKeyPem);
-    return encryptor.encrypt(joinedParameters.toUtf8()).toBase64() + '\n';
+    if (!encryptor.loadPublicKey(publicKeyPem))
+        return {QByteArrayLiteral("\n"), encryptor.lastError()};
+    const QByteArray blob = encryptor.encrypt(joinedParameters.toUtf8());
+    return {blob.toBase64() + '\n', blob.isEmpty() ? encryptor.lastError() : QString()};
 }

@@ -1,19 +1,30 @@
 // device_process.h: one running device process; what it must not inherit is settled per system.
 #pragma once
 
+#include <QByteArray>
 #include <QProcess>
 
-/// A device process inherits its three standard channels and no other descriptor or handle of this program. Its output
-/// goes to the null device, where it never fills up and never breaks, also after this program has ended. On Linux it
-/// leads a session of its own, so that an interrupt on this program's terminal does not end it.
+#include <functional>
+
+/// A device process inherits its three standard channels and no other descriptor or handle of this program. Its
+/// standard output goes to the null device. Of its standard error the last line is kept, for the log line of its end;
+/// what it prints there while this program does not read, or has ended, is lost without harm. On Linux it leads a
+/// session of its own, so that an interrupt on this program's terminal does not end it.
 class DeviceProcess final : public QProcess
 {
 public:
-    explicit DeviceProcess(const QString& program);
+    /// `ended`, which may be empty, is called when it has ended after it had been started.
+    DeviceProcess(const QString& program, std::function<void()> ended);
 
 protected:
     void setupChildProcess() override;
 
 private:
     void restrictInheritance();
+    void keepLastOutput();
+    void logEnd(int exitCode, ExitStatus status) const;
+
+    std::function<void()> m_ended;
+    qint64 m_startedId = 0; ///< stays when processId() is 0 again
+    QByteArray m_lastOutput;
 };

@@ -1,5 +1,7 @@
 #include "devices/device_process.h"
 
+#include <csignal>
+
 #include <fcntl.h>
 #include <linux/close_range.h>
 #include <sys/resource.h>
@@ -16,6 +18,9 @@ constexpr unsigned kFirstOwn = STDERR_FILENO + 1;
 void DeviceProcess::setupChildProcess()
 {
     setsid();
+    // Whether anyone reads its standard error must make no difference to a device.
+    std::signal(SIGPIPE, SIG_IGN);
+    fcntl(STDERR_FILENO, F_SETFL, O_WRONLY | O_NONBLOCK);
     if (close_range(kFirstOwn, ~0U, CLOSE_RANGE_CLOEXEC) == 0)
         return;
     // Kernels before 5.11.

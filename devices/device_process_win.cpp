@@ -28,6 +28,9 @@ public:
     {
         m_startup.StartupInfo = *arguments->startupInfo;
         m_startup.StartupInfo.cb = sizeof m_startup;
+        // Whether anyone reads its standard error must make no difference to a device.
+        DWORD withoutWaiting = PIPE_READMODE_BYTE | PIPE_NOWAIT;
+        SetNamedPipeHandleState(m_startup.StartupInfo.hStdError, &withoutWaiting, nullptr, nullptr);
         collectHandles();
         if (m_handleCount == 0 || !makeAttributes())
             return;

@@ -1,5 +1,7 @@
 #include "devices/device_record.h"
 
+#include "devices/parameter_list.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -39,12 +41,13 @@ DeviceRecord parseDeviceRecord(const QByteArray& json)
     record.createTime = dateTime(object[QLatin1String("createTime")]);
     record.lastUpdateTime = dateTime(object[QLatin1String("lastUpdateTime")]);
     record.isRunning = object[QLatin1String("isRunning")].toBool();
+    record.host = object[QLatin1String("host")].toObject();
     return record;
 }
 
 QByteArray serializeDeviceRecord(const DeviceRecord& record)
 {
-    const QJsonObject object{
+    QJsonObject object{
         {QStringLiteral("deviceType"), record.deviceType},
         {QStringLiteral("deviceName"), record.deviceName},
         {QStringLiteral("processId"), QString::number(record.processId)},
@@ -57,6 +60,8 @@ QByteArray serializeDeviceRecord(const DeviceRecord& record)
         {QStringLiteral("lastUpdateTime"), record.lastUpdateTime.toString(Qt::ISODate)},
         {QStringLiteral("isRunning"), record.isRunning},
     };
+    if (!record.host.isEmpty())
+        object.insert(QStringLiteral("host"), record.host);
     return QJsonDocument(object).toJson(QJsonDocument::Indented);
 }
 
@@ -74,7 +79,9 @@ bool canBeFileName(const QString& name)
 
 QString microphoneLabel(const QStringList& publicParams)
 {
-    const QString version = publicParams.value(5, QStringLiteral("1.0"));
-    const QString mode = publicParams.value(6) == QLatin1String("1") ? QStringLiteral("RT") : QStringLiteral("Normal");
+    const QString version = publicParams.value(parameter::MicrophoneUacVersion, QStringLiteral("1.0"));
+    const QString mode = publicParams.value(parameter::MicrophoneRealTime) == QLatin1String("1")
+                             ? QStringLiteral("RT")
+                             : QStringLiteral("Normal");
     return QStringLiteral("Microphone (UAC %1, %2)").arg(version, mode);
 }

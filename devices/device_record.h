@@ -3,6 +3,7 @@
 
 #include <QByteArray>
 #include <QDateTime>
+#include <QJsonObject>
 #include <QString>
 #include <QStringList>
 
@@ -19,6 +20,7 @@ struct DeviceRecord
     QDateTime createTime; ///< ISO 8601 in the file
     QDateTime lastUpdateTime;
     bool isRunning = false;
+    QJsonObject host; ///< how the device reaches its host, see the device process; empty: not said
 };
 
 /// Lenient: what is missing or mistyped is 0, empty, invalid or false, and bytes that hold no JSON object give a

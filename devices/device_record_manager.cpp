@@ -3,12 +3,12 @@
 #include "devices/device_launcher.h"
 #include "devices/device_type.h"
 #include "devices/log.h"
+#include "runtime/whole_file.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
 #include <algorithm>
 #include <utility>
@@ -23,28 +23,6 @@ bool leavesFolder(const QString& fileName)
 {
     const QString refused = QStringLiteral("/\\");
     return std::any_of(fileName.begin(), fileName.end(), [&](QChar c) { return c.isNull() || refused.contains(c); });
-}
-
-/// Not truncated before it is written: overwriting needs no new room, so a full disk seldom costs the old content.
-bool writeInPlace(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadWrite) && file.write(bytes) == bytes.size() && file.flush() &&
-           file.resize(bytes.size());
-}
-
-/// In place only where no new file can be made beside the old one, or where it cannot replace the old one.
-bool writeWhole(const QString& path, const QByteArray& bytes)
-{
-    QSaveFile file(path);
-    if (file.open(QIODevice::WriteOnly)) {
-        // Flushed here, as commit() alone would put a file in place whose last bytes could not be written.
-        if (file.write(bytes) != bytes.size() || !file.flush())
-            return false;
-        if (file.commit())
-            return true;
-    }
-    return writeInPlace(path, bytes);
 }
 
 /// A record without a process id says nothing of a process that could have ended.
@@ -96,7 +74,7 @@ DeviceRecord DeviceRecordManager::loadRecord(const QString& fileName) const
 void DeviceRecordManager::saveRecord(const DeviceRecord& record) const
 {
     const QString fileName = deviceRecordFileName(record);
-    if (!canBeFileName(fileName) || !writeWhole(pathOf(fileName), serializeDeviceRecord(record)))
+    if (!canBeFileName(fileName) || !writeWholeFile(pathOf(fileName), serializeDeviceRecord(record)).isEmpty())
         warn("Failed to save device record to:", pathOf(fileName));
 }
 
@@ -150,12 +128,13 @@ QList<DeviceRecordManager::RestoredDevice> DeviceRecordManager::restoreDevices()
     QList<RestoredDevice> devices;
     for (const DeviceRecord& record : loadCurrentRecords()) {
         if (record.isRunning && deviceTypeFromRecordCode(record.deviceType))
-            devices.append({record, true});
+            devices.append({record, true, true});
     }
     if (devices.isEmpty())
         return devices;
     const ProcessSnapshot snapshot = m_takeSnapshot();
     for (RestoredDevice& device : devices) {
+        device.isDevice = snapshot.runsProgram(device.record.processId, deviceProgramName());
         if (snapshot.contains(device.record.processId))
             continue;
         device.running = false;

@@ -48,11 +48,12 @@ public:
     /// belong to another program by now.
     bool isDeviceProcess(qint64 processId) const;
 
-    /// A record of a type that is known, whose running flag was set, and whether its process still runs.
+    /// A record of a type that is known, whose running flag was set, and what became of its process.
     struct RestoredDevice
     {
         DeviceRecord record;
         bool running = false;
+        bool isDevice = false; ///< it runs, and runs the device program
     };
 
     /// What a table refresh shows: removes the stale records and checks the others, as they were read for that, against

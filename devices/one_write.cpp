@@ -1,16 +1,14 @@
 #include "devices/one_write.h"
 
-#include <QDeadlineTimer>
-#include <QIODevice>
 #include <QJsonDocument>
 
 #include <algorithm>
 #include <cctype>
+#include <utility>
 
 namespace {
 
 constexpr int kSmallestPiece = 4096;
-constexpr int kPieceTimeoutMs = 50;
 constexpr int kWriteTimeoutMs = 500;
 
 bool isOneMessage(const QByteArray& bytes)
@@ -23,12 +21,35 @@ bool isOneMessage(const QByteArray& bytes)
 
 } // namespace
 
-QByteArray readOneWrite(QIODevice& channel, qint64 most)
+OneWriteReader::OneWriteReader(QIODevice& channel, qint64 most, Take take, QObject* parent, int pieceTimeoutMs)
+    : QObject(parent)
+    , m_channel(channel)
+    , m_most(most)
+    , m_take(std::move(take))
 {
-    const QDeadlineTimer end(kWriteTimeoutMs);
-    QByteArray bytes = channel.read(most + 1);
-    while (bytes.size() >= kSmallestPiece && bytes.size() <= most && !end.hasExpired() && !isOneMessage(bytes) &&
-           channel.waitForReadyRead(kPieceTimeoutMs))
-        bytes += channel.read(most + 1 - bytes.size());
-    return bytes;
+    m_nextPiece.setSingleShot(true);
+    m_nextPiece.setInterval(pieceTimeoutMs);
+    connect(&m_nextPiece, &QTimer::timeout, this, &OneWriteReader::deliver);
+}
+
+void OneWriteReader::read()
+{
+    const bool isFirst = m_pieces.isEmpty();
+    m_pieces += m_channel.read(m_most + 1 - m_pieces.size());
+    if (isFirst)
+        m_lastPiece.setRemainingTime(kWriteTimeoutMs);
+    const bool mayGoOn = m_pieces.size() >= kSmallestPiece && m_pieces.size() <= m_most && !m_lastPiece.hasExpired();
+    if (mayGoOn && !isOneMessage(m_pieces))
+        m_nextPiece.start();
+    else
+        deliver();
+}
+
+void OneWriteReader::deliver()
+{
+    m_nextPiece.stop();
+    const QByteArray bytes = std::exchange(m_pieces, {});
+    const Take take = m_take; // the reader may not outlive the call
+    if (!bytes.isEmpty())
+        take(bytes);
 }

@@ -2,11 +2,6 @@
 
 namespace {
 
-QString flag(bool on)
-{
-    return on ? QStringLiteral("1") : QStringLiteral("0");
-}
-
 /// A list of one of the types that have no settings: same vendor, product and USB version for all.
 QStringList fixedList(const QString& deviceCode, const QString& name, const QStringList& details)
 {
@@ -16,51 +11,16 @@ QStringList fixedList(const QString& deviceCode, const QString& name, const QStr
 
 } // namespace
 
-QStringList cameraParameterList(const CameraParameters& camera)
-{
-    const QLatin1Char by('x');
-    return {QStringLiteral("1"),
-            camera.vid,
-            camera.pid,
-            camera.name,
-            camera.usbVersion,
-            camera.source,
-            QString::number(camera.codecId),
-            QString::number(camera.pixelFormat),
-            camera.resolution.left(camera.resolution.indexOf(by)),
-            camera.resolution.mid(camera.resolution.lastIndexOf(by) + 1),
-            camera.frameRate,
-            camera.uvcVersion,
-            flag(camera.isochronousActive),
-            QStringLiteral("END")};
-}
-
-QStringList fido2ParameterList(const Fido2Parameters& key)
+QStringList Fido2Parameters::parameterList() const
 {
     return {QStringLiteral("2"),
-            key.vid,
-            key.pid,
-            key.name,
-            flag(key.usbVersionChoice != QLatin1String("2.0")),
-            key.serialNumber,
-            key.credentialsPath,
-            flag(key.supportsPin),
-            QStringLiteral("END")};
-}
-
-QStringList microphoneParameterList(const MicrophoneParameters& microphone)
-{
-    return {QStringLiteral("3"),
-            microphone.vid,
-            microphone.pid,
-            microphone.name,
-            microphone.usbVersion,
-            microphone.uacVersion,
-            flag(microphone.realTime),
-            microphone.source,
-            QString::number(microphone.channels),
-            QString::number(microphone.sampleRate),
-            flag(microphone.loop),
+            vid,
+            pid,
+            name,
+            parameter::flag(usbVersionChoice != QLatin1String("2.0")),
+            serialNumber,
+            credentialsPath,
+            parameter::flag(supportsPin),
             QStringLiteral("END")};
 }
 
@@ -91,4 +51,9 @@ QStringList keyboardParameterList()
 QString joinParameters(const QStringList& fields)
 {
     return fields.join(QLatin1Char('\n'));
+}
+
+QStringList splitParameters(const QString& text)
+{
+    return text.split(QLatin1Char('\n'));
 }

@@ -8,49 +8,93 @@
 #include <QString>
 #include <QStringList>
 
-struct CameraParameters
+/// Positions of fields. Lists that follow the common head with settings name them in their order.
+namespace parameter {
+
+enum Head
+{
+    DeviceCode,
+    Vid,
+    Pid,
+    Name,
+    UsbVersion,
+    FirstOfType
+};
+
+enum Camera
+{
+    CameraSource = FirstOfType, ///< file path or stream URL
+    CameraCodec,                ///< FFmpeg's codec id
+    CameraPixelFormat,          ///< FFmpeg's pixel format, -1 for the codec's own
+    CameraWidth,
+    CameraHeight,
+    CameraFrameRate,
+    CameraUvcVersion,
+    CameraIsochronous
+};
+
+enum SecurityKey
+{
+    KeySerialNumber = FirstOfType,
+    KeyCredentialsPath,
+    KeySupportsPin
+};
+
+enum Microphone
+{
+    MicrophoneUacVersion = FirstOfType,
+    MicrophoneRealTime,
+    MicrophoneSource, ///< file path or stream URL
+    MicrophoneChannels,
+    MicrophoneSampleRate, ///< Hz
+    MicrophoneLoop
+};
+
+enum UsbIp
+{
+    UsbIpServer = FirstOfType, ///< "ADDRESS:PORT"
+    UsbIpBusId
+};
+
+enum Speaker
+{
+    SpeakerChannels = FirstOfType,
+    SpeakerSampleRate ///< Hz
+};
+
+enum Storage
+{
+    StorageSize = FirstOfType, ///< MiB
+    StorageFileSystem
+};
+
+enum Keyboard
+{
+    KeyboardKeys = FirstOfType,
+    KeyboardKind
+};
+
+/// "1" for on, "0" for off.
+inline QString flag(bool on)
+{
+    return on ? QStringLiteral("1") : QStringLiteral("0");
+}
+
+} // namespace parameter
+
+/// What a security key is created with.
+struct Fido2Parameters
 {
     QString vid; ///< as typed, for example "0x1234"
     QString pid; ///< as typed
-    QString name;
-    QString usbVersion;   ///< "0" for USB 2.0, otherwise "1"
-    QString source;       ///< file path or stream URL
-    int codecId = 0;      ///< FFmpeg's codec id
-    int pixelFormat = -1; ///< FFmpeg's pixel format, -1 for the codec's own
-    QString resolution;   ///< "1280x720": split at its first and at its last "x"
-    QString frameRate;
-    QString uvcVersion; ///< "0x0100" or "0x0150"
-    bool isochronousActive = false;
-};
-
-struct Fido2Parameters
-{
-    QString vid;
-    QString pid;
     QString name;
     QString usbVersionChoice; ///< text of the choice: "2.0" gives the flag "0", anything else "1"
     QString serialNumber;
     QString credentialsPath;
     bool supportsPin = true;
-};
 
-struct MicrophoneParameters
-{
-    QString vid;
-    QString pid;
-    QString name;
-    QString usbVersion; ///< "0" for USB 2.0, "1" for USB 3.0
-    QString uacVersion; ///< "1.0" or "2.0"
-    bool realTime = false;
-    QString source; ///< file path, or "http://ADDRESS:PORT/audio.aac"
-    int channels = 2;
-    int sampleRate = 44100;
-    bool loop = false;
+    QStringList parameterList() const;
 };
-
-QStringList cameraParameterList(const CameraParameters& camera);
-QStringList fido2ParameterList(const Fido2Parameters& key);
-QStringList microphoneParameterList(const MicrophoneParameters& microphone);
 
 /// Device attached over USB/IP; `server` is an IPv4 address, to which the standard port 3240 is added.
 QStringList usbIpParameterList(const QString& server);
@@ -60,3 +104,5 @@ QStringList keyboardParameterList();
 
 /// The text that the launcher encrypts: fields separated by single line feeds, none after the last.
 QString joinParameters(const QStringList& fields);
+/// The fields of such a text; empty ones count.
+QStringList splitParameters(const QString& text);

@@ -40,3 +40,9 @@ bool ProcessSnapshot::runsProgram(std::int64_t processId, const QString& fileNam
     const Process* process = find(processId);
     return process && process->program.compare(fileName, Qt::CaseInsensitive) == 0;
 }
+
+QString ProcessSnapshot::programOf(std::int64_t processId) const
+{
+    const Process* process = find(processId);
+    return process ? process->program : QString();
+}

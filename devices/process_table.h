@@ -19,7 +19,7 @@ public:
     /// A snapshot of just these ids, which all run `program`, for tests.
     explicit ProcessSnapshot(const std::vector<std::uint32_t>& ids, const QString& program = {});
 
-    /// What take() gives when the system refuses, for tests.
+    /// What take() gives when the system refuses.
     static ProcessSnapshot failed() { return {}; }
 
     bool valid() const { return m_valid; }
@@ -28,6 +28,9 @@ public:
     /// Whether that process is there and runs the program of this file name (without a folder), of at most 15 bytes:
     /// Linux keeps no more of a name. Letter case does not count.
     bool runsProgram(std::int64_t processId, const QString& fileName) const;
+
+    /// File name of the program that the process runs, as far as the system keeps it; empty when it cannot be told.
+    QString programOf(std::int64_t processId) const;
 
 private:
     struct Process

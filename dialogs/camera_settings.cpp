@@ -1,5 +1,7 @@
 #include "dialogs/camera_settings.h"
 
+#include "devices/parameter_list.h"
+
 #include "dialogs/field_patterns.h"
 
 #include <array>
@@ -70,8 +72,8 @@ const std::vector<SettingRule<CameraSettings>>& rules()
          [](CameraSettings& s, const QString& v) { return take(s.vid, v, matches(patterns::kPrefixedId, v)); }},
         {"pid", "0x and one to four hexadecimal digits",
          [](CameraSettings& s, const QString& v) { return take(s.pid, v, matches(patterns::kPrefixedId, v)); }},
-        {"name", "a text on one line",
-         [](CameraSettings& s, const QString& v) { return take(s.deviceName, v, isOneLine(v)); }},
+        {"name", "a text on one line, not an empty one",
+         [](CameraSettings& s, const QString& v) { return take(s.deviceName, v, patterns::isName(v)); }},
         {"iso", "on or off", [](CameraSettings& s, const QString& v) { return readSwitch(v, s.isochronousActive); }},
     };
     return all;
@@ -104,6 +106,25 @@ QString CameraSettings::uvcVersion() const
 {
     const bool isFrameBased = codecId() == kH264 || codecId() == kH265;
     return isFrameBased || uvcChoice == QLatin1String("1.5") ? QStringLiteral("0x0150") : QStringLiteral("0x0100");
+}
+
+QStringList CameraSettings::parameterList() const
+{
+    const QLatin1Char by('x');
+    return {QStringLiteral("1"),
+            vid,
+            pid,
+            deviceName,
+            usbVersion(),
+            source(),
+            QString::number(codecId()),
+            QString::number(pixelFormat()),
+            resolution.left(resolution.indexOf(by)),
+            resolution.mid(resolution.lastIndexOf(by) + 1),
+            frameRate,
+            uvcVersion(),
+            parameter::flag(isochronousActive),
+            QStringLiteral("END")};
 }
 
 QStringList cameraResolutions()

@@ -41,6 +41,9 @@ struct CameraSettings
     int pixelFormat() const;
     /// BCD text. H.264 and H.265 are frame-based formats, which UVC has since 1.5, so they are 1.5 whatever was chosen.
     QString uvcVersion() const;
+
+    /// The creation parameter list; the resolution is split at its first and at its last "x".
+    QStringList parameterList() const;
 };
 
 /// What the choices offer, the default first.

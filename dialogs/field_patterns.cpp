@@ -22,6 +22,11 @@ bool patterns::matches(const QString& pattern, const QString& text)
     return QRegularExpression(QRegularExpression::anchoredPattern(pattern)).match(text).hasMatch();
 }
 
+bool patterns::isName(const QString& text)
+{
+    return !text.trimmed().isEmpty() && isOneLine(text);
+}
+
 bool patterns::isOneLine(const QString& text)
 {
     return std::none_of(text.begin(), text.end(), [](QChar c) {

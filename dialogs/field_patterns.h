@@ -22,4 +22,7 @@ bool matches(const QString& pattern, const QString& text);
 /// Without control characters. Creation parameters are separated by line feeds, so none may come in from outside.
 bool isOneLine(const QString& text);
 
+/// One line with more than blanks on it. A device without a name would have its row taken by the next one.
+bool isName(const QString& text);
+
 } // namespace patterns

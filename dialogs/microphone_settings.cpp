@@ -1,5 +1,7 @@
 #include "dialogs/microphone_settings.h"
 
+#include "devices/parameter_list.h"
+
 #include "dialogs/field_patterns.h"
 
 #include <QCoreApplication>
@@ -48,8 +50,8 @@ const std::vector<SettingRule<MicrophoneSettings>>& rules()
          [](Settings& s, const QString& v) { return take(s.vid, v, matches(patterns::kPlainId, v)); }},
         {"pid", "four hexadecimal digits",
          [](Settings& s, const QString& v) { return take(s.pid, v, matches(patterns::kPlainId, v)); }},
-        {"name", "a text on one line",
-         [](Settings& s, const QString& v) { return take(s.deviceName, v, isOneLine(v)); }},
+        {"name", "a text on one line, not an empty one",
+         [](Settings& s, const QString& v) { return take(s.deviceName, v, patterns::isName(v)); }},
     };
     return all;
 }
@@ -73,6 +75,22 @@ QString conflictIn(const MicrophoneSettings& settings, const Assignments& given)
 QString MicrophoneSettings::source() const
 {
     return isNetwork ? network.url(QStringLiteral("audio.aac")) : path;
+}
+
+QStringList MicrophoneSettings::parameterList() const
+{
+    return {QStringLiteral("3"),
+            vid,
+            pid,
+            deviceName,
+            usbVersion,
+            uacVersion,
+            parameter::flag(realTime),
+            source(),
+            QString::number(channels),
+            QString::number(sampleRate),
+            parameter::flag(loop),
+            QStringLiteral("END")};
 }
 
 MicrophoneSettings::Fault MicrophoneSettings::findFault() const

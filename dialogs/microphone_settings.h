@@ -37,6 +37,9 @@ struct MicrophoneSettings
     /// The stream by which the source is tested: the same server offers it in another format than source() names.
     QString testedUrl() const { return network.url(QStringLiteral("audio.opus")); }
 
+    /// The creation parameter list.
+    QStringList parameterList() const;
+
     /// The first wrong field. Nothing is checked for a source in the network.
     Fault findFault() const;
 };

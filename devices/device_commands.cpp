@@ -1,0 +1,33 @@
+#include "devices/device_commands.h"
+
+#include <QDeadlineTimer>
+#include <QLocalSocket>
+
+namespace {
+
+constexpr int kTimeout = 30000; // ms
+
+} // namespace
+
+QString deviceCommandServer(qint64 processId)
+{
+    return QStringLiteral("UsbDeviceCommands_%1").arg(processId);
+}
+
+CommandOutcome sendDeviceCommand(qint64 processId, const QString& command)
+{
+    const auto failed = [](const QString& why) { return CommandOutcome{false, QStringLiteral("ERROR: ") + why}; };
+    if (command.contains(QLatin1Char('\n')) || command.contains(QLatin1Char('\r')))
+        return failed(QStringLiteral("a command is one line"));
+    QLocalSocket socket;
+    socket.connectToServer(deviceCommandServer(processId));
+    if (!socket.waitForConnected(kTimeout))
+        return failed(QStringLiteral("no device with process id %1 takes commands").arg(processId));
+    socket.write(command.toUtf8() + '\n');
+    const QDeadlineTimer deadline(kTimeout);
+    while (!socket.canReadLine())
+        if (!socket.waitForReadyRead(static_cast<int>(deadline.remainingTime())))
+            return failed(QStringLiteral("the device gave no answer"));
+    const QString line = QString::fromUtf8(socket.readLine()).trimmed();
+    return {line.startsWith(QLatin1String("OK: ")), line};
+}

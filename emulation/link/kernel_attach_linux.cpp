@@ -1,0 +1,142 @@
+#include "emulation/link/attach_helper_linux.h"
+#include "emulation/link/host_connection.h"
+#include "emulation/link/host_way.h"
+#include "emulation/link/vhci_ports.h"
+
+#include <QTimer>
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int kBusIdInterval = 200; // ms between two looks at where the device is in the host's tree
+
+QString sentence(vhci::AttachResult result)
+{
+    switch (result) {
+    case vhci::AttachResult::NoController:
+        return QStringLiteral("the kernel's virtual host controller is not there");
+    case vhci::AttachResult::NotPermitted:
+        return QStringLiteral("the virtual host controller may not be written");
+    case vhci::AttachResult::Full:
+        return QStringLiteral("all ports of the virtual host controller are taken");
+    case vhci::AttachResult::Failed:
+        return QStringLiteral("the virtual host controller refused the device");
+    case vhci::AttachResult::Attached:
+        break;
+    }
+    return {};
+}
+
+/// One end of a socket pair goes to the kernel, which speaks USB/IP over it; there is no network.
+class KernelAttach final : public HostWay
+{
+public:
+    explicit KernelAttach(const HostWayContext& context) : m_context(context)
+    {
+        m_busIdTimer.setInterval(kBusIdInterval);
+        QObject::connect(&m_busIdTimer, &QTimer::timeout, &m_busIdTimer, [this] { lookForBusId(); });
+    }
+
+    void plugIn(const std::function<void(const QString&)>& failed) override
+    {
+        if (m_connection || m_helper)
+            return;
+        std::array<int, 2> pair{};
+        if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair.data()) != 0)
+            return failed(QStringLiteral("no socket pair can be made"));
+        StreamSocket ours(pair[0]);
+        const int theirs = pair[1];
+        const usbip::DeviceSummary summary = m_context.device.summary();
+        const auto speed = static_cast<int>(summary.speed);
+        const vhci::Attached attached = vhci::attach(vhci::kFolder, theirs, deviceId(), speed);
+        const bool mayAsk =
+            attached.result == vhci::AttachResult::NoController || attached.result == vhci::AttachResult::NotPermitted;
+        if (attached.result == vhci::AttachResult::Attached) {
+            begin(std::move(ours), attached.port);
+        } else if (mayAsk && AttachHelper::isInstalled()) {
+            m_helper = std::make_unique<AttachHelper>(theirs, deviceId(), speed,
+                                                      [this, failed](int port) { helperEnded(port, failed); });
+            m_waiting = std::move(ours);
+        } else {
+            failed(sentence(attached.result));
+        }
+        ::close(theirs);
+    }
+
+    void unplug() override
+    {
+        m_busIdTimer.stop();
+        m_helper.reset();
+        m_waiting = {};
+        m_connection.reset();
+        m_state = {};
+    }
+
+    HostState state() const override { return m_state; }
+
+private:
+    std::uint32_t deviceId() const { return usbIpDeviceId(m_context.deviceNumber); }
+
+    void begin(StreamSocket socket, int port)
+    {
+        m_state = {};
+        m_state.way = HostState::Way::Kernel;
+        m_state.port = port;
+        m_state.isAttached = true;
+        m_connection = std::make_unique<HostConnection>(
+            std::move(socket), m_context.device, deviceId(), m_context.tap,
+            HostConnection::Events{[this](bool configured) { setConfigured(configured); },
+                                   [this] {
+                                       unplug();
+                                       m_state.note = QStringLiteral("the kernel detached the device");
+                                       m_context.changed();
+                                   }});
+        m_busIdTimer.start();
+        m_context.changed();
+    }
+
+    void helperEnded(int port, const std::function<void(const QString&)>& failed)
+    {
+        m_helper.release()->deleteLater();
+        StreamSocket socket = std::move(m_waiting);
+        if (port >= 0)
+            begin(std::move(socket), port);
+        else
+            failed(QStringLiteral("attaching the device was not permitted"));
+    }
+
+    void setConfigured(bool configured)
+    {
+        m_state.isConfigured = configured;
+        m_context.changed();
+    }
+
+    /// The kernel names the device's place once it has an address.
+    void lookForBusId()
+    {
+        for (const vhci::Port& port : vhci::readPorts(vhci::kFolder)) {
+            const QString busId = QString::fromStdString(port.busId);
+            if (port.number != m_state.port || busId == QLatin1String("0-0"))
+                continue;
+            m_busIdTimer.stop();
+            m_state.busId = busId;
+            m_context.changed();
+        }
+    }
+
+    HostWayContext m_context;
+    HostState m_state;
+    QTimer m_busIdTimer;
+    std::unique_ptr<AttachHelper> m_helper;
+    StreamSocket m_waiting; // for the helper to end
+    std::unique_ptr<HostConnection> m_connection;
+};
+
+} // namespace
+
+std::unique_ptr<HostWay> makeKernelAttach(const HostWayContext& context)
+{
+    return std::make_unique<KernelAttach>(context);
+}

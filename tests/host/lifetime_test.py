@@ -1,0 +1,91 @@
+"""lifetime_test.py: devices come and go, one after the other and many at once, without a word of the kernel."""
+import contextlib
+import pathlib
+import socket
+
+from device_process import DeviceProcess, KEYBOARD, MOUSE, UDISK
+from host_test import HostTest, IMAGE, PROGRAMS
+from plugboard_in_guest import PlugboardInGuest, position_of
+
+ROUNDS = 10
+PORT = 3240 # the first that servers take
+TYPES = ["keyboard", "mouse", "udisk"]
+NODE = r"input/event\d+|sd[a-z]"
+HOLDER = pathlib.Path(__file__).resolve().parent / "in_guest/hold_ports.py"
+
+
+class LifetimeTest(HostTest):
+    @classmethod
+    def setUpClass(cls):
+        cls.guest = PlugboardInGuest(IMAGE, PROGRAMS)
+        cls.addClassCleanup(cls.guest.close)
+
+    def test_rounds_over_loopback_servers(self):
+        guest = self.guest
+        with contextlib.ExitStack() as stack:
+            with contextlib.suppress(OSError): # whoever has the port, the devices do not get it
+                stack.enter_context(socket.create_server(("127.0.0.1", PORT)))
+            devices = [stack.enter_context(DeviceProcess(each, PROGRAMS)) for each in (KEYBOARD, MOUSE, UDISK)]
+            ports = [device.port() for device in devices]
+            self.assertNotIn(PORT, ports)
+            self.assertEqual(len(ports), len(set(ports)))
+            for _ in range(ROUNDS):
+                for count, port in enumerate(ports, 1):
+                    guest.attach(port)
+                    attached = guest.wait_attached(count)
+                for position in attached.values():
+                    guest.wait_node(position, NODE)
+                for port in attached:
+                    guest.check(f"usbip detach -p {port}")
+                guest.wait_attached(0)
+        self.note(f"{ROUNDS} rounds of each of {', '.join(TYPES)}, servers on {', '.join(map(str, ports))}")
+        self.assert_quiet(guest)
+
+    def test_rounds_of_devices_from_the_window(self):
+        guest = self.guest
+        devices = guest.create(*TYPES)
+        for number in range(ROUNDS):
+            attached = guest.wait_attached(len(TYPES))
+            for position in attached.values():
+                guest.wait_node(position, NODE)
+            for port, device in zip(attached, devices):
+                if number % 2: # the host lets go of it
+                    guest.check(f"usbip detach -p {port}")
+                else:
+                    guest.send(device, "detach")
+            guest.wait_attached(0)
+            for device in devices:
+                guest.send(device, "attach")
+        guest.wait_attached(len(TYPES))
+        guest.end(*devices)
+        guest.wait_attached(0)
+        self.note(f"{ROUNDS} rounds of each of {', '.join(TYPES)}")
+        self.assert_quiet(guest)
+
+    def test_eight_devices_at_once(self):
+        guest = self.guest
+        devices = guest.create("keyboard", "mouse", "udisk", "keyboard", "mouse", "udisk", "keyboard", "mouse")
+        nodes = [guest.wait_node(position_of(device), NODE) for device in devices]
+        self.assertEqual(len(devices), len(set(nodes)))
+        self.note(" ".join(nodes))
+        guest.end(*devices)
+        guest.wait_attached(0)
+        self.assert_quiet(guest)
+
+    def test_full_controller_leaves_the_loopback_server(self):
+        guest = self.guest
+        holder = guest.command("/usr/bin/python3", str(HOLDER))
+        guest.check(f"({holder} >/run/holder 2>&1 & echo $! >/run/holder.pid)")
+        held = guest.wait("grep held /run/holder")
+        keyboard, = guest.create("keyboard")
+        self.addCleanup(guest.end, keyboard)
+        self.assertEqual("server", keyboard["host"]["way"])
+        self.assertIn("taken", keyboard["host"]["note"])
+        self.note(f"{held}: {keyboard['host']}")
+        guest.check("kill $(cat /run/holder.pid)")
+        guest.wait(f"! grep -q 'hs .* 00[56] ' /sys/devices/platform/vhci_hcd.0/status*")
+        guest.kernel_log() # of the many devices that never answered
+        guest.send(keyboard, "detach")
+        guest.send(keyboard, "attach")
+        guest.wait_node(*guest.wait_attached(1).values(), NODE)
+        self.assert_quiet(guest)

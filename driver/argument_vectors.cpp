@@ -30,6 +30,9 @@ std::vector<ArgumentVector> splitArgumentVectors(const ArgumentVector& arguments
         else
             vectors.back().push_back(arguments[i]);
     }
+    for (ArgumentVector& vector : vectors)
+        if (vector.empty())
+            vector.push_back(arguments[0]);
     return vectors;
 }
 

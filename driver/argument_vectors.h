@@ -14,7 +14,7 @@ using ArgumentVector = std::vector<std::wstring>;
 ArgumentVector joinArgumentVectors(std::span<const ArgumentVector> vectors);
 
 /// The vectors that a program was started with: those after "--each", where that is the first argument (element 1),
-/// else the one vector of all of its arguments.
+/// else the one vector of all of its arguments. One that is empty gets the program's own name.
 std::vector<ArgumentVector> splitArgumentVectors(const ArgumentVector& arguments);
 
 } // namespace driver

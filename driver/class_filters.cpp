@@ -2,15 +2,14 @@
 
 namespace driver {
 
-Outcome<TextList> readFilters(DevicePlatform& platform, RegistryKey& key, const std::wstring& name)
+Outcome<TextList> readFilters(RegistryKey& key, const std::wstring& name)
 {
-    const auto data = platform.queryValue(key, name);
+    const auto data = key.value(name);
     if (!data)
-        return data.error() == errors::kFileNotFound ? Outcome<TextList>(TextList())
-                                                     : Outcome<TextList>::failed(data.error());
+        return data.error() == errors::kFileNotFound ? Outcome<TextList>(TextList()) : Failure{data.error()};
     const bool text =
         data->type == kRegistryTextList || data->type == kRegistryText || data->type == kRegistryExpandableText;
-    return text ? Outcome<TextList>(decodeTextList(*data)) : Outcome<TextList>::failed(errors::kInvalidData);
+    return text ? Outcome<TextList>(decodeTextList(*data)) : Failure{errors::kInvalidData};
 }
 
 } // namespace driver

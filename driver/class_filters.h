@@ -1,7 +1,7 @@
 // class_filters.h: the filter drivers of a setup class, kept in the class's registry key.
 #pragma once
 
-#include "driver/device_platform.h"
+#include "driver/platform_objects.h"
 
 namespace driver {
 
@@ -13,6 +13,6 @@ inline constexpr std::uint32_t kReadAccess = 0x20019;
 inline constexpr std::uint32_t kReadWriteAccess = 0x2001F;
 
 /// The list in value `name`: empty when the value is missing. Fails when it cannot be read or is no text.
-Outcome<TextList> readFilters(DevicePlatform& platform, RegistryKey& key, const std::wstring& name);
+Outcome<TextList> readFilters(RegistryKey& key, const std::wstring& name);
 
 } // namespace driver

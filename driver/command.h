@@ -1,7 +1,9 @@
 // command.h: what every command of the engine is given.
 #pragma once
 
+#include "driver/causes.h"
 #include "driver/device_platform.h"
+#include "driver/extras.h"
 #include "driver/messages/printer.h"
 #include "driver/result.h"
 
@@ -19,10 +21,26 @@ struct CommandContext
 {
     DevicePlatform& platform;
     Printer& printer;
+    Causes& causes;
     const std::wstring& program; ///< base name
     const MachineName& machine;
     std::uint32_t flags = 0;
     Arguments arguments; ///< those after the command
+    Extras extras = {};
+
+    /// Tells of the arguments after the first `used`, which change nothing.
+    void ignoreAfter(std::size_t used) const
+    {
+        for (std::size_t i = used; i < arguments.size(); ++i)
+            printer.error(Message::Ignored, {program, arguments[i]});
+    }
+
+    /// Tells of a machine, for a command that works on this one only.
+    void ignoreMachine() const
+    {
+        if (!machine.empty())
+            printer.error(Message::Ignored, {program, L"-m:" + machine});
+    }
 };
 
 } // namespace driver

@@ -3,6 +3,10 @@
 #include "driver/commands/commands.h"
 #include "driver/text.h"
 
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
 namespace driver {
 
 namespace {
@@ -42,6 +46,37 @@ constexpr Command kCommands[] = {
 const Command* commandTable()
 {
     return kCommands;
+}
+
+std::optional<Access> accessOf(const Command& command)
+{
+    using namespace commands;
+    constexpr decltype(Command::routine) kChanging[] = {classFilter, enable,        disable,       restart,
+                                                        remove,      install,       update,        updateQuietly,
+                                                        addPackage,  deletePackage, setHardwareIds};
+    if (command.routine == help)
+        return std::nullopt;
+    return std::ranges::find(kChanging, command.routine) == std::end(kChanging) ? Access::Read : Access::Change;
+}
+
+decltype(Command::routine) routineFor(const Command& command, const Extras& extras)
+{
+    using namespace commands;
+    using Routine = decltype(Command::routine);
+    constexpr std::pair<Routine, Routine> kWithJson[] = {{find, json::find},
+                                                         {status, json::status},
+                                                         {hardwareIds, json::hardwareIds},
+                                                         {driverFiles, json::driverFiles},
+                                                         {classes, json::classes},
+                                                         {listClass, json::listClass},
+                                                         {listPackages, json::listPackages}};
+    if (extras.problem && command.routine != find && command.routine != findAll)
+        return nullptr;
+    if (!extras.json)
+        return command.routine;
+    const auto* const found =
+        std::ranges::find(kWithJson, command.routine, [](const auto& each) { return each.first; });
+    return found == std::end(kWithJson) ? nullptr : found->second;
 }
 
 const Command* findCommand(std::wstring_view name)

@@ -2,20 +2,36 @@
 
 namespace driver {
 
-std::optional<std::wstring> Device::id() const
+Outcome<std::wstring> Device::id() const
 {
-    auto id = platform.deviceId(list, index, limits::kDeviceId, detail.machine);
-    return id ? std::optional(std::move(*id)) : std::nullopt;
+    return list.id(index, limits::kDeviceId, detail.machine);
 }
 
 std::wstring Device::shownId() const
 {
-    return id().value_or(L"?");
+    auto own = id();
+    causes.reportUnless(0, own.error(), kUnknownId);
+    return own ? std::move(*own) : kUnknownId;
+}
+
+Outcome<RegistryData> Device::read(DeviceProperty property) const
+{
+    auto data = list.property(index, property);
+    reportUnless(errors::kInvalidData, data.error());
+    return data;
+}
+
+void Device::reportUnless(ErrorCode absence, ErrorCode error) const
+{
+    if (error == 0 || error == absence)
+        return;
+    const auto own = id();
+    causes.report(error, own ? *own : kUnknownId);
 }
 
 std::optional<std::wstring> Device::text(DeviceProperty property) const
 {
-    const auto data = platform.deviceProperty(list, index, property);
+    const auto data = read(property);
     if (!data || (data->type != kRegistryText && data->type != kRegistryExpandableText))
         return std::nullopt;
     std::wstring text = decodeText(*data);
@@ -24,7 +40,7 @@ std::optional<std::wstring> Device::text(DeviceProperty property) const
 
 TextList Device::texts(DeviceProperty property) const
 {
-    const auto data = platform.deviceProperty(list, index, property);
+    const auto data = read(property);
     return data && data->type == kRegistryTextList ? decodeTextList(*data) : TextList();
 }
 

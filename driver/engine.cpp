@@ -19,18 +19,39 @@ std::wstring_view withoutPrefix(std::wstring_view name)
 }
 
 /// Memory is the one thing that can run out anywhere in a command; everything that was opened has an owner by then.
-ResultCode runCommand(const Command& command, const CommandContext& context)
+ResultCode runRoutine(decltype(Command::routine) routine, const CommandContext& context)
 {
     try {
-        return command.routine(context);
+        return routine(context);
     } catch (const std::exception&) {
         return kFailure;
     }
 }
 
+/// In a session of its own. What a command changed before it failed stays changed.
+ResultCode runCommand(const Command& command, const CommandContext& context)
+{
+    const auto access = accessOf(command);
+    const auto routine = routineFor(command, context.extras);
+    if (!access)
+        return runRoutine(routine, context);
+    const auto session = context.platform.begin(*access);
+    if (!session) {
+        context.causes.report(session.error());
+        return kFailure;
+    }
+    const ResultCode result = runRoutine(routine, context);
+    const Status committed = (*session)->commit();
+    context.causes.reportUnless(0, committed.error());
+    return committed ? result : kFailure;
+}
+
 } // namespace
 
-DriverEngine::DriverEngine(DevicePlatform& platform, Output& output) : m_platform(platform), m_output(output)
+DriverEngine::DriverEngine(DevicePlatform& platform, Output& output, Extras extras)
+    : m_platform(platform)
+    , m_output(output)
+    , m_extras(extras)
 {}
 
 ResultCode DriverEngine::run(std::span<const std::wstring> arguments)
@@ -74,16 +95,22 @@ ResultCode DriverEngine::dispatch(std::span<const std::wstring> arguments)
         printer.error(Message::Usage, {program});
         return kUsageError;
     }
+    if (routineFor(*command, m_extras) == nullptr) {
+        printer.error(Message::NotWithExtras, {program, name});
+        return kUsageError;
+    }
+    Causes causes(printer, m_platform, program);
     const ResultCode result =
-        runCommand(*command, {m_platform, printer, program, options.machine, options.force ? kForceFlag : 0u,
-                              arguments.subspan(options.command + 1)});
+        runCommand(*command, {m_platform, printer, causes, program, options.machine, options.force ? kForceFlag : 0u,
+                              arguments.subspan(options.command + 1), m_extras});
     if (result == kRebootNeeded && options.reboot)
-        static_cast<void>(requestReboot(m_platform));
+        requestReboot(m_platform, causes);
     else if (result == kUsageError)
         printer.error(Message::CommandUsage, {program, name});
     else if (result != kSuccess && result != kRebootNeeded)
         printer.error(Message::CommandFailed, {program, name});
-    return result;
+    const bool failed = m_extras.strict && causes.count() > 0 && result != kUsageError;
+    return failed ? kFailure : result;
 }
 
 } // namespace driver

@@ -3,6 +3,7 @@
 
 #include "driver/argument_vectors.h"
 #include "driver/device_platform.h"
+#include "driver/extras.h"
 #include "driver/output.h"
 #include "driver/result.h"
 
@@ -16,7 +17,7 @@ class DriverEngine
 {
 public:
     /// Both must outlive the engine.
-    explicit DriverEngine(DevicePlatform& platform, Output& output = systemOutput());
+    explicit DriverEngine(DevicePlatform& platform, Output& output = systemOutput(), Extras extras = {});
 
     /// The vector is that of a console program: element 0 is the program's path, then come options, the command and its
     /// arguments. Results are those of result.h.
@@ -33,6 +34,7 @@ private:
 
     DevicePlatform& m_platform;
     Output& m_output;
+    Extras m_extras;
 };
 
 } // namespace driver

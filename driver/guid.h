@@ -2,7 +2,6 @@
 #pragma once
 
 #include <array>
-#include <compare>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -17,7 +16,7 @@ struct Guid
     std::uint16_t data3 = 0;
     std::array<std::uint8_t, 8> data4 = {};
 
-    auto operator<=>(const Guid&) const = default;
+    bool operator==(const Guid&) const = default;
 };
 
 /// "{4D10A44F-446C-4481-B354-4F04E6C69812}": braces, upper case.

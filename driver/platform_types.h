@@ -23,36 +23,6 @@ inline constexpr std::size_t kLoadedText = 80;
 inline constexpr std::size_t kInterfaceDetail = 8192; ///< in bytes
 } // namespace limits
 
-/// An open object of the system; destroying it closes it.
-struct PlatformObject
-{
-    PlatformObject() = default;
-    PlatformObject(const PlatformObject&) = delete;
-    PlatformObject& operator=(const PlatformObject&) = delete;
-    virtual ~PlatformObject() = default;
-};
-
-struct DeviceList : PlatformObject
-{};
-struct DriverList : PlatformObject
-{};
-struct LogicalConfiguration : PlatformObject
-{};
-struct RegistryKey : PlatformObject
-{};
-struct FileSearch : PlatformObject
-{};
-struct InfHandle : PlatformObject
-{};
-struct LoadedLibrary : PlatformObject
-{};
-struct ConnectedMachine : PlatformObject
-{};
-struct ServiceHandle : PlatformObject
-{};
-struct TokenHandle : PlatformObject
-{};
-
 /// Name of a remote machine, empty for this one.
 using MachineName = std::wstring;
 
@@ -80,6 +50,13 @@ enum class Procedure : std::uintptr_t
 };
 enum class PrivilegeId : std::uint64_t
 {
+};
+
+/// What a command is about to do with the system.
+enum class Access
+{
+    Read,
+    Change
 };
 
 struct ListDetail
@@ -165,11 +142,9 @@ struct DriverDetail
     std::wstring section;
 };
 
-/// Result of making a path full. `length` is the system's answer: 0 on failure, the length of `path` without its NUL
-/// when it fits, and otherwise the size that it would need, with `path` empty.
+/// A path from the root of a drive on.
 struct FullPath
 {
-    std::size_t length = 0;
     std::wstring path;
     std::wstring fileName; ///< empty when the path names a folder
 };
@@ -178,6 +153,13 @@ struct InfClass
 {
     Guid guid;
     std::wstring name;
+};
+
+/// What the system says of a package's signature; the signer only where it names one.
+struct Verification
+{
+    ErrorCode error = 0;
+    std::wstring signer;
 };
 
 struct StoredInf

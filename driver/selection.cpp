@@ -32,6 +32,13 @@ void parseTemplates(Query& query, Arguments arguments)
         query.templates.push_back(parseTemplate(argument));
 }
 
+/// Empty when it cannot be read.
+std::wstring idToMatch(const Device& device)
+{
+    auto id = device.id();
+    return id ? std::move(*id) : std::wstring();
+}
+
 bool anyMatches(const Query& query, const Device& device)
 {
     // Ids are read once a device, and only when a template asks for them.
@@ -40,7 +47,7 @@ bool anyMatches(const Query& query, const Device& device)
     const auto selects = [&](const DeviceTemplate& pattern) {
         if (pattern.instanceId) {
             if (!id)
-                id = device.id().value_or(L"");
+                id = idToMatch(device);
             return matches(pattern, *id);
         }
         if (!hardwareIds) {
@@ -53,6 +60,13 @@ bool anyMatches(const Query& query, const Device& device)
     return std::ranges::any_of(query.templates, selects);
 }
 
+/// A device that does not exist is as one that no template matches.
+void openNamed(const CommandContext& context, DeviceList& list, const std::wstring& id)
+{
+    if (const auto opened = list.open(id); !opened)
+        context.causes.reportUnless(errors::kNoSuchDevice, opened.error(), id);
+}
+
 Opened<DeviceList> openList(const CommandContext& context, const Query& query, std::uint32_t flags)
 {
     if (query.everything || query.needsSearch())
@@ -60,7 +74,7 @@ Opened<DeviceList> openList(const CommandContext& context, const Query& query, s
     auto list = context.platform.emptyList(query.setupClass, context.machine);
     if (list)
         for (const DeviceTemplate& pattern : query.templates)
-            static_cast<void>(context.platform.openDevice(**list, pattern.text));
+            openNamed(context, **list, pattern.text);
     return list;
 }
 
@@ -68,13 +82,13 @@ Selected enumerate(const CommandContext& context, const Query& query, std::uint3
                    const DeviceCallback& callback)
 {
     auto list = openList(context, query, flags);
-    if (!list)
+    const auto detail = list ? (*list)->detail() : Failure{list.error()};
+    if (!detail) {
+        context.causes.report(detail.error(), context.machine);
         return {kFailure, false};
-    const auto detail = context.platform.listDetail(**list);
-    if (!detail)
-        return {kFailure, false};
+    }
     const bool all = query.everything || !query.needsSearch();
-    const ResultCode result = forEachDevice(context.platform, **list, *detail, [&](const Device& device) {
+    const ResultCode result = forEachDevice(context.causes, **list, *detail, [&](const Device& device) {
         return all || anyMatches(query, device) ? callback(device) : kSuccess;
     });
     return {result, true};
@@ -82,14 +96,15 @@ Selected enumerate(const CommandContext& context, const Query& query, std::uint3
 
 } // namespace
 
-ResultCode forEachDevice(DevicePlatform& platform, DeviceList& list, const ListDetail& detail,
-                         const DeviceCallback& callback)
+ResultCode forEachDevice(Causes& causes, DeviceList& list, const ListDetail& detail, const DeviceCallback& callback)
 {
     for (std::uint32_t position = 0;; ++position) {
-        const auto index = platform.deviceAt(list, position);
-        if (!index)
+        const auto index = list.at(position);
+        if (!index) {
+            causes.reportUnless(errors::kNoMoreItems, index.error());
             return kSuccess;
-        if (const ResultCode result = callback({platform, list, *index, detail}); result != kSuccess)
+        }
+        if (const ResultCode result = callback({causes, list, *index, detail}); result != kSuccess)
             return result;
     }
 }
@@ -102,11 +117,15 @@ Selected selectDevices(const CommandContext& context, Arguments arguments, std::
     Query query;
     if (arguments.front().size() > 1 && arguments.front().front() == L'=') {
         const GuidBatch found = context.platform.classGuidsFromName(arguments.front().substr(1), 1, context.machine);
-        if (found.error != 0 && found.error != errors::kInsufficientBuffer)
+        if (found.error != 0 && found.error != errors::kInsufficientBuffer) {
+            context.causes.report(found.error, context.machine.empty() ? arguments.front() : context.machine);
             return {kFailure, false};
+        }
         if (found.guids.empty())
             return {kSuccess, false};
         query.setupClass = found.guids.front();
+        if (arguments.size() == 1)
+            context.printer.error(Message::NoneNamed, {context.program, arguments.front()});
         arguments = arguments.subspan(1);
     }
     parseTemplates(query, arguments);

@@ -23,12 +23,12 @@ struct Selected
 };
 
 /// `arguments` are an optional "=CLASS" and then "*" or templates (template_match.h). None at all is a usage error; a
-/// class that does not exist selects nothing and is a success; a lookup or a list that fails is a failure.
+/// class that does not exist selects nothing and is a success; a lookup or a list that fails is a failure. Failures are
+/// reported.
 Selected selectDevices(const CommandContext& context, Arguments arguments, std::uint32_t flags,
                        const DeviceCallback& callback);
 
-/// `callback` for each device of an open list.
-ResultCode forEachDevice(DevicePlatform& platform, DeviceList& list, const ListDetail& detail,
-                         const DeviceCallback& callback);
+/// `callback` for each device of an open list. One that cannot be read ends it, and is reported.
+ResultCode forEachDevice(Causes& causes, DeviceList& list, const ListDetail& detail, const DeviceCallback& callback);
 
 } // namespace driver

@@ -4,21 +4,29 @@ namespace driver {
 
 namespace {
 
-void enableShutdownPrivilege(DevicePlatform& platform)
+constexpr const wchar_t* kShutdownPrivilege = L"SeShutdownPrivilege";
+
+Status enableShutdownPrivilege(Machine& machine)
 {
-    const auto token = platform.openProcessToken();
+    const auto token = machine.openProcessToken();
     if (!token)
-        return;
-    if (const auto privilege = platform.lookupPrivilege(L"SeShutdownPrivilege"))
-        static_cast<void>(platform.enablePrivilege(**token, *privilege));
+        return Failure{token.error()};
+    const auto privilege = machine.lookupPrivilege(kShutdownPrivilege);
+    if (!privilege)
+        return Failure{privilege.error()};
+    return (*token)->enablePrivilege(*privilege);
 }
 
 } // namespace
 
-bool requestReboot(DevicePlatform& platform)
+bool requestReboot(Machine& machine, Causes& causes)
 {
-    enableShutdownPrivilege(platform);
-    return static_cast<bool>(platform.requestShutdown({}));
+    if (const Status enabled = enableShutdownPrivilege(machine); !enabled)
+        causes.report(enabled.error(), kShutdownPrivilege);
+    const Status requested = machine.requestShutdown({});
+    if (!requested)
+        causes.report(requested.error());
+    return static_cast<bool>(requested);
 }
 
 } // namespace driver

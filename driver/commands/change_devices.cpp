@@ -18,8 +18,8 @@ struct ChangeTexts
     Message done = Message::None;
 };
 
-/// Changes one device; whether the system did it.
-using Change = bool (*)(const Device&);
+/// Changes one device.
+using Change = Status (*)(const Device&);
 
 struct Progress
 {
@@ -30,62 +30,64 @@ struct Progress
     bool reboot = false;
 };
 
-bool changeState(const Device& device, StateChange change, std::uint32_t scope)
+Status changeState(const Device& device, StateChange change, std::uint32_t scope)
 {
-    return device.platform.setStateChange(device.list, device.index, change, scope) &&
-           device.platform.callClassInstaller(InstallFunction::PropertyChange, device.list, device.index);
+    const Status prepared = device.list.setStateChange(device.index, change, scope);
+    return prepared ? device.list.callClassInstaller(InstallFunction::PropertyChange, device.index) : prepared;
 }
 
-bool enableDevice(const Device& device)
+Status enableDevice(const Device& device)
 {
     // A device that was disabled in all hardware profiles stays disabled in this one otherwise.
     static_cast<void>(changeState(device, StateChange::Enable, change_scope::kGlobal));
     return changeState(device, StateChange::Enable, change_scope::kConfigurationSpecific);
 }
 
-bool disableDevice(const Device& device)
+Status disableDevice(const Device& device)
 {
     return changeState(device, StateChange::Disable, change_scope::kConfigurationSpecific);
 }
 
-bool restartDevice(const Device& device)
+Status restartDevice(const Device& device)
 {
     return changeState(device, StateChange::PropertyChange, change_scope::kConfigurationSpecific);
 }
 
-bool removeDevice(const Device& device)
+Status removeDevice(const Device& device)
 {
-    return device.platform.setRemoval(device.list, device.index, change_scope::kGlobal) &&
-           device.platform.callClassInstaller(InstallFunction::Remove, device.list, device.index);
+    const Status prepared = device.list.setRemoval(device.index, change_scope::kGlobal);
+    return prepared ? device.list.callClassInstaller(InstallFunction::Remove, device.index) : prepared;
 }
 
-bool needsRestart(const Device& device)
+bool needsRestart(const Device& device, const std::wstring& id)
 {
-    const auto flags = device.platform.installFlags(device.list, device.index);
+    const auto flags = device.list.installFlags(device.index);
+    device.causes.reportUnless(0, flags.error(), id);
     return flags && (*flags & kNeedsRestart) != 0;
 }
 
 void changeOne(const CommandContext& context, const Device& device, const std::wstring& id, Change change,
                Progress& progress)
 {
-    if (!change(device)) {
+    if (const Status changed = change(device); !changed) {
         context.printer.deviceLine(id, progress.failed);
+        context.causes.report(changed.error(), id);
         return;
     }
-    const bool restart = needsRestart(device);
+    const bool restart = needsRestart(device, id);
     context.printer.deviceLine(id, restart ? progress.rebootNeeded : progress.done);
     progress.reboot = progress.reboot || restart;
     ++progress.count;
 }
 
-/// Nothing when a text is missing: then no device may be touched.
-std::optional<Progress> loadTexts(DevicePlatform& platform, std::uint32_t first)
+/// Fails when a text is missing: then no device may be touched.
+Outcome<Progress> loadTexts(Machine& machine, std::uint32_t first)
 {
     Progress progress;
     for (std::wstring* text : {&progress.done, &progress.rebootNeeded, &progress.failed}) {
-        auto loaded = platform.loadText(first++, limits::kLoadedText);
+        auto loaded = machine.loadText(first++, limits::kLoadedText);
         if (!loaded)
-            return std::nullopt;
+            return Failure{loaded.error()};
         *text = std::move(*loaded);
     }
     return progress;
@@ -106,12 +108,16 @@ ResultCode changeDevices(const CommandContext& context, const ChangeTexts& texts
     if (!context.machine.empty() || context.arguments.empty())
         return kUsageError;
     auto progress = loadTexts(context.platform, texts.firstText);
-    if (!progress)
+    if (!progress) {
+        context.causes.report(progress.error());
         return kFailure;
+    }
     const auto act = [&](const Device& device) {
         const auto id = device.id();
+        if (!id && !skipUnnamed)
+            context.causes.report(id.error(), kUnknownId);
         if (id || !skipUnnamed)
-            changeOne(context, device, id.value_or(L"?"), change, *progress);
+            changeOne(context, device, id ? *id : kUnknownId, change, *progress);
         return kSuccess;
     };
     const Selected selected = selectDevices(context, context.arguments, kPresentDevices, act);

@@ -15,11 +15,12 @@ const wchar_t* valueNamed(const std::wstring& word)
     return equalIgnoringCase(word, L"lower") ? kLowerFilters : nullptr;
 }
 
-std::optional<Guid> classNamed(const CommandContext& context, const std::wstring& name)
+Outcome<Guid> classNamed(const CommandContext& context, const std::wstring& name)
 {
     const GuidBatch found = context.platform.classGuidsFromName(name, 1, context.machine);
-    const bool usable = found.error == 0 || found.error == errors::kInsufficientBuffer;
-    return usable && !found.guids.empty() ? std::optional(found.guids.front()) : std::nullopt;
+    if (found.error != 0 && found.error != errors::kInsufficientBuffer)
+        return Failure{found.error};
+    return found.guids.empty() ? Outcome<Guid>(Failure{errors::kInvalidClass}) : found.guids.front();
 }
 
 void show(const CommandContext& context, Message heading, const wchar_t* value, const TextList& filters)
@@ -32,16 +33,35 @@ void show(const CommandContext& context, Message heading, const wchar_t* value, 
 bool serviceExists(const CommandContext& context, const std::wstring& name)
 {
     const auto manager = context.platform.openServiceManager(context.machine);
-    return manager && context.platform.openService(**manager, name);
+    const auto service = manager ? (*manager)->openService(name) : Failure{manager.error()};
+    context.causes.reportUnless(0, service.error(), name);
+    return static_cast<bool>(service);
 }
 
 /// Writes the list, or deletes the value of an empty one; that the value is missing already is as good.
-bool store(DevicePlatform& platform, RegistryKey& key, const wchar_t* value, const TextList& filters)
+Status store(RegistryKey& key, const wchar_t* value, const TextList& filters)
 {
     if (!filters.empty())
-        return static_cast<bool>(platform.setValue(key, value, encodeTextList(filters)));
-    const Status deleted = platform.deleteValue(key, value);
-    return deleted || deleted.error() == errors::kFileNotFound;
+        return key.setValue(value, encodeTextList(filters));
+    const Status deleted = key.deleteValue(value);
+    return deleted.error() == errors::kFileNotFound ? Status() : deleted;
+}
+
+/// Applies the operations and stores the list if they changed it.
+ResultCode editFilters(const CommandContext& context, RegistryKey& key, const wchar_t* value, FilterEdit& edit,
+                       Arguments operations)
+{
+    for (const std::wstring& operation : operations) {
+        const int before = context.causes.count();
+        const ResultCode result = edit.apply(operation);
+        if (result == kFailure && context.causes.count() == before) // no service was missing, so the entry was
+            context.causes.report(errors::kNotFound, operation);
+        if (result != kSuccess)
+            return result;
+    }
+    const Status stored = edit.changed() ? store(key, value, edit.filters()) : Status();
+    context.causes.reportUnless(0, stored.error(), context.arguments[0]);
+    return stored ? kSuccess : kFailure;
 }
 
 } // namespace
@@ -51,26 +71,25 @@ ResultCode commands::classFilter(const CommandContext& context)
     if (context.arguments.size() < 2 || context.arguments[0].empty())
         return kUsageError;
     const auto guid = classNamed(context, context.arguments[0]);
-    if (!guid)
+    if (!guid) {
+        context.causes.report(guid.error(), context.arguments[0]);
         return kFailure;
+    }
     const wchar_t* const value = valueNamed(context.arguments[1]);
     if (value == nullptr)
         return kUsageError;
     const Arguments operations = context.arguments.subspan(2);
     auto key =
         context.platform.openClassKey(*guid, operations.empty() ? kReadAccess : kReadWriteAccess, context.machine);
-    if (!key)
+    auto current = key ? readFilters(**key, value) : Failure{key.error()};
+    if (!current) {
+        context.causes.report(current.error(), context.arguments[0]);
         return kFailure;
-    auto current = readFilters(context.platform, **key, value);
-    if (!current)
-        return kFailure;
+    }
 
     FilterEdit edit(std::move(*current), [&](const std::wstring& name) { return serviceExists(context, name); });
-    for (const std::wstring& operation : operations)
-        if (const ResultCode result = edit.apply(operation); result != kSuccess)
-            return result;
-    if (edit.changed() && !store(context.platform, **key, value, edit.filters()))
-        return kFailure;
+    if (const ResultCode result = editFilters(context, **key, value, edit, operations); result != kSuccess)
+        return result;
     show(context, edit.changed() ? Message::FiltersChanged : Message::Filters, value, edit.filters());
     return edit.changed() ? kRebootNeeded : kSuccess;
 }

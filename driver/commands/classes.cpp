@@ -1,32 +1,18 @@
+#include "driver/commands/class_guids.h"
 #include "driver/commands/commands.h"
 #include "driver/selection.h"
 #include "driver/text.h"
-
-#include <algorithm>
-#include <functional>
 
 namespace driver {
 
 namespace {
 
-constexpr std::uint32_t kFirstClassCount = 128;
-constexpr std::uint32_t kFirstNamedCount = 16;
 constexpr std::size_t kNameColumn = 20;
-
-/// Asks again with as much room as was missing, until the list fits. Nothing on any other error.
-std::optional<std::vector<Guid>> allGuids(std::uint32_t capacity, const std::function<GuidBatch(std::uint32_t)>& ask)
-{
-    GuidBatch batch = ask(capacity);
-    while (batch.error == errors::kInsufficientBuffer) {
-        capacity = std::max(batch.required, capacity + 1);
-        batch = ask(capacity);
-    }
-    return batch.error == 0 ? std::optional(std::move(batch.guids)) : std::nullopt;
-}
 
 std::wstring descriptionOr(const CommandContext& context, const Guid& guid, const std::wstring& name)
 {
     const auto description = context.platform.classDescription(guid, context.machine);
+    context.causes.reportUnless(errors::kInvalidClass, description.error(), name);
     return description ? *description : name;
 }
 
@@ -39,17 +25,20 @@ ResultCode showBasicLine(const CommandContext& context, const Device& device)
 ResultCode listDevicesOf(const CommandContext& context, const Guid& guid, const std::wstring& askedName)
 {
     auto list = context.platform.classDevices(guid, kPresentDevices, context.machine);
-    if (!list)
+    const auto detail = list ? (*list)->detail() : Failure{list.error()};
+    if (!detail) {
+        context.causes.report(detail.error(), askedName);
         return kFailure;
-    const auto detail = context.platform.listDetail(**list);
-    if (!detail)
-        return kFailure;
+    }
     const auto knownName = context.platform.className(guid, context.machine);
     const std::wstring name = knownName ? *knownName : askedName;
+    context.causes.reportUnless(errors::kInvalidClass, knownName.error(), name);
     const std::wstring description = descriptionOr(context, guid, name);
     std::uint32_t count = 0;
-    while (context.platform.deviceAt(**list, count))
+    forEachDevice(context.causes, **list, *detail, [&](const Device&) {
         ++count;
+        return kSuccess;
+    });
     if (count == 0) {
         context.printer.localOrRemote(Message::EmptyClass, Message::EmptyClassRemote, context.machine,
                                       {name, description});
@@ -57,15 +46,13 @@ ResultCode listDevicesOf(const CommandContext& context, const Guid& guid, const 
     }
     context.printer.localOrRemote(Message::ListClass, Message::ListClassRemote, context.machine,
                                   {std::to_wstring(count), name, description});
-    return forEachDevice(context.platform, **list, *detail,
+    return forEachDevice(context.causes, **list, *detail,
                          [&](const Device& device) { return showBasicLine(context, device); });
 }
 
 ResultCode listNamedClass(const CommandContext& context, const std::wstring& name)
 {
-    const auto guids = allGuids(kFirstNamedCount, [&](std::uint32_t capacity) {
-        return context.platform.classGuidsFromName(name, capacity, context.machine);
-    });
+    const auto guids = classesNamed(context, name);
     if (!guids)
         return kFailure;
     if (guids->empty())
@@ -80,9 +67,8 @@ ResultCode listNamedClass(const CommandContext& context, const std::wstring& nam
 
 ResultCode commands::classes(const CommandContext& context)
 {
-    const auto guids = allGuids(kFirstClassCount, [&](std::uint32_t capacity) {
-        return context.platform.buildClassList(capacity, context.machine);
-    });
+    context.ignoreAfter(0);
+    const auto guids = allClasses(context);
     if (!guids)
         return kFailure;
     context.printer.localOrRemote(Message::Classes, Message::ClassesRemote, context.machine,
@@ -90,6 +76,7 @@ ResultCode commands::classes(const CommandContext& context)
     for (const Guid& guid : *guids) {
         const auto known = context.platform.className(guid, context.machine);
         const std::wstring name = known ? *known : L"?";
+        context.causes.reportUnless(errors::kInvalidClass, known.error(), guidText(guid));
         context.printer.text(padded(name, kNameColumn) + L": " + descriptionOr(context, guid, name) + L"\n");
     }
     return kSuccess;

@@ -38,6 +38,17 @@ ResultCode listPackages(const CommandContext& context);
 ResultCode classFilter(const CommandContext& context);
 ResultCode reboot(const CommandContext& context);
 
+// With JSON for an answer.
+namespace json {
+ResultCode find(const CommandContext& context);
+ResultCode status(const CommandContext& context);
+ResultCode hardwareIds(const CommandContext& context);
+ResultCode driverFiles(const CommandContext& context);
+ResultCode classes(const CommandContext& context);
+ResultCode listClass(const CommandContext& context);
+ResultCode listPackages(const CommandContext& context);
+} // namespace json
+
 } // namespace commands
 
 } // namespace driver

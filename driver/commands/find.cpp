@@ -1,23 +1,40 @@
 #include "driver/commands/commands.h"
 #include "driver/display/device_sections.h"
+#include "driver/display/problem_names.h"
 #include "driver/selection.h"
 
 namespace driver {
 
 namespace {
 
+/// Prints a device that has a problem; whether it has one.
+bool showProblem(const CommandContext& context, const Device& device)
+{
+    const auto status = device.list.status(device.index, device.detail.machine);
+    if (!configuration::isAbsence(status.error()))
+        device.reportUnless(0, status.error());
+    if (!status || (status->flags & node_status::kHasProblem) == 0)
+        return false;
+    context.printer.deviceLine(device.shownId(), device.description() + L": " + problemName(status->problem));
+    return true;
+}
+
 /// Prints one device; whether it counts.
 bool showDevice(const CommandContext& context, const Device& device, std::uint32_t sections)
 {
+    if (context.extras.problem)
+        return showProblem(context, device);
     const auto id = device.id();
+    const std::wstring shown = id ? *id : kUnknownId;
+    context.causes.reportUnless(0, id.error(), shown);
     if (sections == 0) {
-        context.printer.deviceLine(id.value_or(L"?"), device.description());
+        context.printer.deviceLine(shown, device.description());
         return true;
     }
-    context.printer.text(id.value_or(L"?") + L"\n");
+    context.printer.text(shown + L"\n");
     if (id)
-        showSections(device, context.printer, sections, context.machine);
-    return id.has_value();
+        showSections(context, device, sections);
+    return static_cast<bool>(id);
 }
 
 ResultCode showSelected(const CommandContext& context, std::uint32_t sections, std::uint32_t flags = kPresentDevices)

@@ -5,6 +5,7 @@ namespace driver {
 
 ResultCode commands::help(const CommandContext& context)
 {
+    context.ignoreAfter(1);
     const bool named = !context.arguments.empty();
     if (const Command* command = named ? findCommand(context.arguments[0]) : nullptr) {
         context.printer.message(command->longHelp, {context.program, context.arguments[0]});

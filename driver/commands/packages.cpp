@@ -1,4 +1,7 @@
 #include "driver/commands/commands.h"
+#include "driver/package.h"
+
+#include <utility>
 
 namespace driver {
 
@@ -23,101 +26,31 @@ Status uninstall(const CommandContext& context, const std::wstring& fileName)
 {
     const auto library = context.platform.loadLibrary(kSetupLibrary);
     if (!library)
-        return Status::failed(library.error());
-    const auto procedure = context.platform.findProcedure(**library, "SetupUninstallOEMInfW");
+        return Failure{library.error()};
+    const auto procedure = (*library)->find("SetupUninstallOEMInfW");
     if (!procedure)
-        return Status::failed(procedure.error());
-    return context.platform.uninstallOemInf(*procedure, fileName, context.flags & kForceFlag);
+        return Failure{procedure.error()};
+    return (*library)->uninstallOemInf(*procedure, fileName, context.flags & kForceFlag);
 }
 
-/// Prints what the packages of the store say about themselves.
-class PackageDetails
+void showValue(Printer& printer, const std::optional<std::wstring>& value, Message present, Message missing)
 {
-public:
-    explicit PackageDetails(const CommandContext& context) : m_platform(context.platform), m_printer(context.printer) {}
+    if (value)
+        printer.message(present, {*value});
+    else
+        printer.message(missing);
+}
 
-    /// False when the signer could not be asked for.
-    bool show(const std::wstring& fileName)
-    {
-        m_printer.message(Message::Package, {fileName});
-        const auto inf = m_platform.openInf(fileName);
-        showValue(versionValue(inf, L"Provider"), Message::PackageProvider, Message::PackageNoProvider);
-        auto setupClass = versionValue(inf, L"ClassGUID");
-        if (setupClass)
-            setupClass = shownClass(*setupClass);
-        showValue(setupClass, Message::PackageClass, Message::PackageNoClass);
-        const bool verified = showSigner(fileName);
-        showValue(versionValue(inf, L"DriverVer", 2), Message::PackageVersion, Message::PackageNoVersion);
-        return verified;
-    }
-
-private:
-    /// The first `fields` fields of the key, as the INF writes them; nothing when it has not even one.
-    std::optional<std::wstring> versionValue(const Opened<InfHandle>& inf, const wchar_t* key, std::uint32_t fields = 1)
-    {
-        if (!inf)
-            return std::nullopt;
-        const auto line = m_platform.findInfLine(**inf, L"Version", key);
-        if (!line)
-            return std::nullopt;
-        std::optional<std::wstring> value;
-        for (std::uint32_t field = 1; field <= fields; ++field) {
-            const auto text = m_platform.infField(**inf, *line, field, limits::kInfField);
-            if (!text)
-                break;
-            value = value ? *value + L"," + *text : *text;
-        }
-        return value;
-    }
-
-    /// The class's description, its name without one, or the text itself when no such class is known here.
-    std::wstring shownClass(const std::wstring& text)
-    {
-        const auto guid = parseGuid(text);
-        if (!guid)
-            return text;
-        if (const auto description = m_platform.classDescription(*guid, {}))
-            return *description;
-        const auto name = m_platform.className(*guid, {});
-        return name ? *name : text;
-    }
-
-    void showValue(const std::optional<std::wstring>& value, Message present, Message missing)
-    {
-        if (value)
-            m_printer.message(present, {*value});
-        else
-            m_printer.message(missing);
-    }
-
-    bool showSigner(const std::wstring& fileName)
-    {
-        const auto library = m_platform.loadLibrary(kSetupLibrary);
-        if (!library)
-            return false;
-        const auto procedure = m_platform.findProcedure(**library, "SetupVerifyInfFileW");
-        if (!procedure)
-            return false;
-        const auto verdict = m_platform.verifyInfFile(*procedure, fileName);
-        if (verdict.error == 0 || verdict.error == errors::kTrustedPublisher)
-            m_printer.message(Message::PackageSigner, {verdict.signer});
-        else if (verdict.error != errors::kTrustNotEstablished)
-            m_printer.message(Message::PackageNoSigner);
-        return true;
-    }
-
-    DevicePlatform& m_platform;
-    Printer& m_printer;
-};
-
-/// Search pattern of the store's packages; nothing when it would not fit a path.
-std::optional<std::wstring> packagePattern(DevicePlatform& platform)
+void showPackage(Printer& printer, const Package& package)
 {
-    const FullPath windows = platform.windowsDirectory(limits::kPath);
-    if (windows.length == 0 || windows.length >= limits::kPath)
-        return std::nullopt;
-    std::wstring pattern = windows.path + L"\\INF\\OEM*.INF";
-    return pattern.size() < limits::kPath ? std::optional(std::move(pattern)) : std::nullopt;
+    printer.message(Message::Package, {package.fileName});
+    showValue(printer, package.provider, Message::PackageProvider, Message::PackageNoProvider);
+    showValue(printer, package.className, Message::PackageClass, Message::PackageNoClass);
+    if (package.hasSigner())
+        printer.message(Message::PackageSigner, {package.verified->signer});
+    else if (package.verified && package.verified->error != errors::kTrustNotEstablished)
+        printer.message(Message::PackageNoSigner);
+    showValue(printer, package.version, Message::PackageVersion, Message::PackageNoVersion);
 }
 
 } // namespace
@@ -126,14 +59,18 @@ ResultCode commands::addPackage(const CommandContext& context)
 {
     if (context.arguments.empty())
         return kUsageError;
-    const FullPath path = context.platform.fullPath(context.arguments[0], limits::kPath);
-    if (path.length == 0 || path.length >= limits::kPath) {
+    context.ignoreMachine();
+    context.ignoreAfter(1);
+    const auto path = context.platform.fullPath(context.arguments[0], limits::kPath);
+    if (!path) {
         context.printer.message(Message::NotAnInf);
+        context.causes.report(path.error(), context.arguments[0]);
         return kFailure;
     }
-    const auto stored = context.platform.copyOemInf(path.path, limits::kPath);
+    const auto stored = context.platform.copyOemInf(path->path, limits::kPath);
     if (!stored) {
         context.printer.failure(Message::PackageNotAdded, stored.error());
+        context.causes.report(stored.error(), path->path);
         return kFailure;
     }
     context.printer.message(Message::PackageAdded, {stored->fileName});
@@ -144,17 +81,21 @@ ResultCode commands::deletePackage(const CommandContext& context)
 {
     if (context.arguments.empty())
         return kUsageError;
-    const FullPath path = context.platform.fullPath(context.arguments[0], limits::kPath);
-    if (path.length == 0 || path.length >= limits::kPath || path.fileName.empty()) {
+    context.ignoreMachine();
+    context.ignoreAfter(1);
+    const auto path = context.platform.fullPath(context.arguments[0], limits::kPath);
+    if (!path || path->fileName.empty()) {
         context.printer.message(Message::NotAnInf);
+        context.causes.report(path ? errors::kInvalidName : path.error(), context.arguments[0]);
         return kFailure;
     }
-    const Status deleted = uninstall(context, path.fileName);
+    const Status deleted = uninstall(context, path->fileName);
     if (!deleted) {
         context.printer.failure(reasonKept(deleted.error()), deleted.error());
+        context.causes.report(deleted.error(), path->fileName);
         return kFailure;
     }
-    context.printer.message(Message::PackageDeleted, {path.fileName});
+    context.printer.message(Message::PackageDeleted, {path->fileName});
     return kSuccess;
 }
 
@@ -162,21 +103,19 @@ ResultCode commands::listPackages(const CommandContext& context)
 {
     if (!context.arguments.empty())
         return kUsageError;
-    const auto pattern = packagePattern(context.platform);
-    if (!pattern)
-        return kFailure;
-    const auto search = context.platform.findFiles(*pattern);
-    if (!search) {
-        context.printer.message(Message::NoPackages);
-        return kSuccess;
-    }
-    context.printer.message(Message::Packages);
-    PackageDetails details(context);
+    context.ignoreMachine();
     bool verified = true;
-    do
-        verified = details.show(context.platform.foundFile(**search)) && verified;
-    while (context.platform.findNextFile(**search));
-    return verified ? kSuccess : kFailure;
+    bool any = false;
+    const auto count = forEachPackage(context, [&](const std::wstring& fileName) {
+        if (!std::exchange(any, true))
+            context.printer.message(Message::Packages);
+        const Package package = readPackage(context, fileName);
+        verified = verified && package.verified;
+        showPackage(context.printer, package);
+    });
+    if (count && *count == 0)
+        context.printer.message(Message::NoPackages);
+    return count && verified ? kSuccess : kFailure;
 }
 
 } // namespace driver

@@ -17,13 +17,25 @@ struct Edit
     std::uint32_t modified = 0;
 };
 
-/// The list as it is now; nothing when it cannot be read, which a missing one is not.
-std::optional<TextList> currentIds(const Device& device)
+/// The list as it is now; a missing one is empty.
+Outcome<TextList> currentIds(const Device& device)
 {
-    const auto data = device.platform.deviceProperty(device.list, device.index, DeviceProperty::HardwareIds);
+    const auto data = device.list.property(device.index, DeviceProperty::HardwareIds);
     if (!data)
-        return data.error() == errors::kInvalidData ? std::optional(TextList()) : std::nullopt;
+        return data.error() == errors::kInvalidData ? Outcome<TextList>(TextList()) : Failure{data.error()};
     return decodeTextList(*data);
+}
+
+/// The edited list, as it is in the device now.
+Outcome<TextList> editIds(const Device& device, const std::vector<IdOperation>& operations)
+{
+    auto ids = currentIds(device);
+    if (!ids)
+        return ids;
+    *ids = editHardwareIds(std::move(*ids), operations);
+    const auto data = ids->empty() ? std::nullopt : std::optional(encodeTextList(*ids));
+    const Status written = device.list.setProperty(device.index, DeviceProperty::HardwareIds, data);
+    return written ? std::move(ids) : Failure{written.error()};
 }
 
 std::wstring joined(const TextList& ids)
@@ -37,22 +49,22 @@ std::wstring joined(const TextList& ids)
 ResultCode editDevice(const CommandContext& context, const Device& device, Edit& edit)
 {
     const std::wstring id = device.shownId();
-    const auto status = device.platform.deviceStatus(device.list, device.index, device.detail.machine);
-    if (!status)
+    const auto status = device.list.status(device.index, device.detail.machine);
+    if (!status) {
+        context.causes.report(status.error(), id);
         return kFailure;
+    }
     if ((status->flags & node_status::kRootEnumerated) == 0) {
         context.printer.text(devicePrefix(id));
         context.printer.message(Message::NotRootEnumerated);
         ++edit.skipped;
         return kSuccess;
     }
-    auto ids = currentIds(device);
-    if (!ids)
+    const auto ids = editIds(device, edit.operations);
+    if (!ids) {
+        context.causes.report(ids.error(), id);
         return kFailure;
-    *ids = editHardwareIds(std::move(*ids), edit.operations);
-    const auto data = ids->empty() ? std::nullopt : std::optional(encodeTextList(*ids));
-    if (!device.platform.setDeviceProperty(device.list, device.index, DeviceProperty::HardwareIds, data))
-        return kFailure;
+    }
     context.printer.deviceLine(id, joined(*ids));
     ++edit.modified;
     return kSuccess;

@@ -5,29 +5,28 @@ namespace driver {
 
 ResultCode commands::rescan(const CommandContext& context)
 {
-    std::unique_ptr<ConnectedMachine> machine;
-    if (!context.machine.empty()) {
-        auto connected = context.platform.connectMachine(context.machine);
-        if (!connected)
-            return kFailure;
-        machine = std::move(*connected);
+    context.ignoreAfter(0);
+    const auto machine = context.platform.connectMachine(context.machine);
+    const auto root = machine ? (*machine)->locateRoot() : Failure{machine.error()};
+    if (!root) {
+        context.causes.report(root.error(), context.machine);
+        return kFailure;
     }
-    const auto root = context.platform.locateRoot(machine.get());
-    if (!root)
-        return kFailure;
     context.printer.localOrRemote(Message::Rescanning, Message::RescanningRemote, context.machine);
-    if (!context.platform.reenumerate(*root, machine.get()))
+    if (const Status done = (*machine)->reenumerate(*root); !done) {
+        context.causes.report(done.error(), context.machine);
         return kFailure;
+    }
     context.printer.message(Message::Rescanned);
     return kSuccess;
 }
 
 ResultCode commands::reboot(const CommandContext& context)
 {
-    if (!context.machine.empty())
+    if (!context.machine.empty() || !context.arguments.empty())
         return kUsageError;
     context.printer.message(Message::Rebooting);
-    return requestReboot(context.platform) ? kSuccess : kFailure;
+    return requestReboot(context.platform, context.causes) ? kSuccess : kFailure;
 }
 
 } // namespace driver

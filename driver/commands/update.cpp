@@ -15,17 +15,20 @@ bool usableArguments(const CommandContext& context)
 /// The full path of the INF.
 Outcome<std::wstring> infPath(const CommandContext& context)
 {
-    const FullPath path = context.platform.fullPath(context.arguments[0], limits::kPath);
-    return path.length > 0 && path.length < limits::kPath ? Outcome<std::wstring>(path.path)
-                                                          : Outcome<std::wstring>::failed(errors::kNameTooLong);
+    auto path = context.platform.fullPath(context.arguments[0], limits::kPath);
+    if (!path)
+        return Failure{path.error()};
+    return std::move(path->path);
 }
 
 /// The same, of a file that exists.
 Outcome<std::wstring> existingInf(const CommandContext& context)
 {
     auto path = infPath(context);
-    return path && !context.platform.fileExists(*path) ? Outcome<std::wstring>::failed(errors::kFileNotFound)
-                                                       : std::move(path);
+    if (path)
+        if (const Status exists = context.platform.fileExists(*path); !exists)
+            return Failure{exists.error()};
+    return path;
 }
 
 /// Whether a restart is needed.
@@ -34,18 +37,20 @@ Outcome<bool> updateWith(const CommandContext& context, const std::wstring& path
     const std::wstring& hardwareId = context.arguments[1];
     const auto library = context.platform.loadLibrary(L"newdev.dll");
     if (!library)
-        return Outcome<bool>::failed(library.error());
-    const auto procedure = context.platform.findProcedure(**library, "UpdateDriverForPlugAndPlayDevicesW");
+        return Failure{library.error()};
+    const auto procedure = (*library)->find("UpdateDriverForPlugAndPlayDevicesW");
     if (!procedure)
-        return Outcome<bool>::failed(procedure.error());
+        return Failure{procedure.error()};
     context.printer.message(Message::Updating, {hardwareId, path});
-    return context.platform.updateDriver(*procedure, hardwareId, path, kForceInstall);
+    return (*library)->updateDriver(*procedure, hardwareId, path, kForceInstall);
 }
 
-ResultCode conclude(const CommandContext& context, const Outcome<bool>& rebootNeeded)
+/// `subject` is what a failure is told of.
+ResultCode conclude(const CommandContext& context, const Outcome<bool>& rebootNeeded, const std::wstring& subject)
 {
     if (!rebootNeeded) {
         context.printer.failure(Message::NotUpdated, rebootNeeded.error());
+        context.causes.report(rebootNeeded.error(), subject);
         return kFailure;
     }
     context.printer.message(Message::Updated);
@@ -56,27 +61,27 @@ ResultCode conclude(const CommandContext& context, const Outcome<bool>& rebootNe
 class QuietInstallation
 {
 public:
-    explicit QuietInstallation(DevicePlatform& platform) : m_platform(platform)
+    explicit QuietInstallation(const CommandContext& context)
     {
-        auto library = platform.loadLibrary(L"setupapi.dll");
-        if (!library)
+        auto library = context.platform.loadLibrary(L"setupapi.dll");
+        const auto procedure = library ? (*library)->find("SetupSetNonInteractiveMode") : Failure{library.error()};
+        if (!procedure) {
+            context.causes.report(procedure.error(), L"SetupSetNonInteractiveMode");
             return;
-        m_library = std::move(*library);
-        if (const auto procedure = platform.findProcedure(*m_library, "SetupSetNonInteractiveMode")) {
-            m_procedure = *procedure;
-            m_before = platform.setNonInteractiveMode(*m_procedure, true);
         }
+        m_library = std::move(*library);
+        m_procedure = *procedure;
+        m_before = m_library->setNonInteractiveMode(*m_procedure, true);
     }
     ~QuietInstallation()
     {
         if (m_procedure)
-            m_platform.setNonInteractiveMode(*m_procedure, m_before);
+            m_library->setNonInteractiveMode(*m_procedure, m_before);
     }
     QuietInstallation(const QuietInstallation&) = delete;
     QuietInstallation& operator=(const QuietInstallation&) = delete;
 
 private:
-    DevicePlatform& m_platform;
     std::unique_ptr<LoadedLibrary> m_library;
     std::optional<Procedure> m_procedure;
     bool m_before = false;
@@ -88,21 +93,21 @@ Status createDevice(const CommandContext& context)
     DevicePlatform& platform = context.platform;
     const auto path = infPath(context);
     if (!path)
-        return Status::failed(path.error());
+        return Failure{path.error()};
     if (context.arguments[1].size() > limits::kNewHardwareId)
-        return Status::failed(errors::kNameTooLong);
+        return Failure{errors::kNameTooLong};
     const auto setupClass = platform.infClass(*path, limits::kClassName);
     if (!setupClass)
-        return Status::failed(setupClass.error());
+        return Failure{setupClass.error()};
     auto list = platform.emptyList(setupClass->guid, {});
     if (!list)
-        return Status::failed(list.error());
-    const auto device = platform.createDevice(**list, setupClass->name, setupClass->guid);
+        return Failure{list.error()};
+    const auto device = (*list)->create(setupClass->name, setupClass->guid);
     if (!device)
-        return Status::failed(device.error());
-    const Status named = platform.setDeviceProperty(**list, *device, DeviceProperty::HardwareIds,
-                                                    encodeTextList({context.arguments[1]}));
-    return named ? platform.callClassInstaller(InstallFunction::RegisterDevice, **list, *device) : named;
+        return Failure{device.error()};
+    const Status named =
+        (*list)->setProperty(*device, DeviceProperty::HardwareIds, encodeTextList({context.arguments[1]}));
+    return named ? (*list)->callClassInstaller(InstallFunction::RegisterDevice, *device) : named;
 }
 
 } // namespace
@@ -113,6 +118,7 @@ ResultCode commands::install(const CommandContext& context)
         return kUsageError;
     if (const Status created = createDevice(context); !created) {
         context.printer.failure(Message::DeviceNotCreated, created.error());
+        context.causes.report(created.error(), context.arguments[1]);
         return kFailure;
     }
     context.printer.message(Message::DeviceCreated);
@@ -124,7 +130,9 @@ ResultCode commands::update(const CommandContext& context)
     if (!usableArguments(context))
         return kUsageError;
     const auto path = existingInf(context);
-    return conclude(context, path ? updateWith(context, *path) : Outcome<bool>::failed(path.error()));
+    if (!path)
+        return conclude(context, Failure{path.error()}, context.arguments[0]);
+    return conclude(context, updateWith(context, *path), context.arguments[1]);
 }
 
 ResultCode commands::updateQuietly(const CommandContext& context)
@@ -133,9 +141,9 @@ ResultCode commands::updateQuietly(const CommandContext& context)
         return kUsageError;
     const auto path = existingInf(context);
     if (!path)
-        return conclude(context, Outcome<bool>::failed(path.error()));
-    const QuietInstallation quiet(context.platform);
-    return conclude(context, updateWith(context, *path));
+        return conclude(context, Failure{path.error()}, context.arguments[0]);
+    const QuietInstallation quiet(context);
+    return conclude(context, updateWith(context, *path), context.arguments[1]);
 }
 
 } // namespace driver

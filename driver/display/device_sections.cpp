@@ -2,24 +2,24 @@
 
 namespace driver {
 
-void showSections(const Device& device, Printer& printer, std::uint32_t flags, const MachineName& machine)
+void showSections(const CommandContext& context, const Device& device, std::uint32_t flags)
 {
     if (flags & show::kDescription)
-        sections::description(device, printer);
+        sections::description(context, device);
     if (flags & show::kClass)
-        sections::setupClass(device, printer);
+        sections::setupClass(context, device);
     if (flags & show::kStatus)
-        sections::status(device, printer);
+        sections::status(context, device);
     if (flags & show::kResources)
-        sections::resources(device, printer);
+        sections::resources(context, device);
     if (flags & show::kDriverFiles)
-        sections::driverFiles(device, printer);
+        sections::driverFiles(context, device);
     if (flags & show::kStack)
-        sections::stack(device, printer, machine);
+        sections::stack(context, device);
     if (flags & show::kHardwareIds)
-        sections::hardwareIds(device, printer);
+        sections::hardwareIds(context, device);
     if (flags & show::kDriverNodes)
-        sections::driverNodes(device, printer);
+        sections::driverNodes(context, device);
 }
 
 bool sections::namedList(Printer& printer, Message heading, const TextList& entries)

@@ -1,8 +1,8 @@
 // device_sections.h: what the selecting commands show of a device below its id.
 #pragma once
 
+#include "driver/command.h"
 #include "driver/device.h"
-#include "driver/messages/printer.h"
 
 namespace driver {
 
@@ -20,17 +20,17 @@ inline constexpr std::uint32_t kStack = 128;
 
 /// Prints the sections of `flags`, each indented by four spaces, always in the same order: description, class, status,
 /// resources, driver files, stack, ids, driver nodes. A section that cannot be read says so or stays empty.
-void showSections(const Device& device, Printer& printer, std::uint32_t flags, const MachineName& machine);
+void showSections(const CommandContext& context, const Device& device, std::uint32_t flags);
 
 namespace sections {
-void description(const Device& device, Printer& printer);
-void setupClass(const Device& device, Printer& printer);
-void status(const Device& device, Printer& printer);
-void resources(const Device& device, Printer& printer);
-void driverFiles(const Device& device, Printer& printer);
-void stack(const Device& device, Printer& printer, const MachineName& machine);
-void hardwareIds(const Device& device, Printer& printer);
-void driverNodes(const Device& device, Printer& printer);
+void description(const CommandContext& context, const Device& device);
+void setupClass(const CommandContext& context, const Device& device);
+void status(const CommandContext& context, const Device& device);
+void resources(const CommandContext& context, const Device& device);
+void driverFiles(const CommandContext& context, const Device& device);
+void stack(const CommandContext& context, const Device& device);
+void hardwareIds(const CommandContext& context, const Device& device);
+void driverNodes(const CommandContext& context, const Device& device);
 
 /// A heading and the entries one step further in; nothing for an empty list. Whether anything was printed.
 bool namedList(Printer& printer, Message heading, const TextList& entries);

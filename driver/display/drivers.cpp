@@ -28,8 +28,8 @@ std::wstring dateText(std::uint64_t date)
            L"-" + twoDigits(static_cast<unsigned>(parts.day()));
 }
 
-void showNode(const Device& device, DriverList& drivers, std::uint32_t position, const DriverInfo& info,
-              Printer& printer)
+void showNode(const Device& device, Printer& printer, DriverList& drivers, std::uint32_t position,
+              const DriverInfo& info)
 {
     const std::wstring further = std::wstring(kIndent) + std::wstring(kIndent);
     const auto line = [&](Message message, const std::wstring& value) {
@@ -37,7 +37,9 @@ void showNode(const Device& device, DriverList& drivers, std::uint32_t position,
             printer.message(message, {value}, further);
     };
     printer.message(Message::DriverNode, {std::to_wstring(position), info.description}, kIndent);
-    if (const auto detail = device.platform.driverDetail(drivers, position)) {
+    const auto detail = drivers.detail(position);
+    device.reportUnless(0, detail.error());
+    if (detail) {
         line(Message::DriverNodeInf, detail->infPath);
         line(Message::DriverNodeSection, detail->section);
     }
@@ -49,36 +51,36 @@ void showNode(const Device& device, DriverList& drivers, std::uint32_t position,
 
 } // namespace
 
-void sections::driverFiles(const Device& device, Printer& printer)
+void sections::driverFiles(const CommandContext& context, const Device& device)
 {
-    auto drivers = device.platform.buildDriverList(device.list, device.index, DriverListKind::Installed);
-    const auto info = drivers ? device.platform.driverAt(**drivers, 0) : Outcome<DriverInfo>::failed(drivers.error());
-    const auto detail = info ? device.platform.driverDetail(**drivers, 0) : Outcome<DriverDetail>::failed(info.error());
+    auto drivers = device.list.buildDriverList(device.index, DriverListKind::Installed);
+    const auto info = drivers ? (*drivers)->at(0) : Failure{drivers.error()};
+    const auto detail = info ? (*drivers)->detail(0) : Failure{info.error()};
     if (!detail) {
-        printer.message(Message::NoDriver, {}, kIndent);
+        device.reportUnless(errors::kNoMoreItems, detail.error());
+        context.printer.message(Message::NoDriver, {}, kIndent);
         return;
     }
-    const auto files = device.platform.driverFiles(**drivers, 0);
+    const auto files = (*drivers)->files(0);
+    device.reportUnless(errors::kNoMoreItems, files.error());
     const bool any = files && !files->empty();
-    printer.message(any ? Message::DriverFiles : Message::DriverWithoutFiles, {detail->infPath, detail->section},
-                    kIndent);
+    context.printer.message(any ? Message::DriverFiles : Message::DriverWithoutFiles,
+                            {detail->infPath, detail->section}, kIndent);
     if (any)
         for (const std::wstring& file : *files)
-            printer.text(std::wstring(kIndent) + std::wstring(kIndent) + file + L"\n");
+            context.printer.text(std::wstring(kIndent) + std::wstring(kIndent) + file + L"\n");
 }
 
-void sections::driverNodes(const Device& device, Printer& printer)
+void sections::driverNodes(const CommandContext& context, const Device& device)
 {
-    auto drivers = device.platform.buildDriverList(device.list, device.index, DriverListKind::Compatible);
+    auto drivers = device.list.buildDriverList(device.index, DriverListKind::Compatible);
     std::uint32_t position = 0;
-    while (drivers) {
-        const auto info = device.platform.driverAt(**drivers, position);
-        if (!info)
-            break;
-        showNode(device, **drivers, position++, *info, printer);
-    }
+    auto info = drivers ? (*drivers)->at(position) : Failure{drivers.error()};
+    for (; info; info = (*drivers)->at(position))
+        showNode(device, context.printer, **drivers, position++, *info);
+    device.reportUnless(errors::kNoMoreItems, info.error());
     if (position == 0)
-        printer.message(Message::NoDriverNodes, {}, kIndent);
+        context.printer.message(Message::NoDriverNodes, {}, kIndent);
 }
 
 } // namespace driver

@@ -2,29 +2,30 @@
 
 namespace driver {
 
-void sections::description(const Device& device, Printer& printer)
+void sections::description(const CommandContext& context, const Device& device)
 {
-    printer.message(Message::DeviceName, {device.description()}, kIndent);
+    context.printer.message(Message::DeviceName, {device.description()}, kIndent);
 }
 
-void sections::setupClass(const Device& device, Printer& printer)
+void sections::setupClass(const CommandContext& context, const Device& device)
 {
     const auto name = device.text(DeviceProperty::ClassName);
     const auto guid = device.text(DeviceProperty::ClassGuid);
     if (!name && !guid) {
-        printer.message(Message::NoDeviceClass, {}, kIndent);
+        context.printer.message(Message::NoDeviceClass, {}, kIndent);
         return;
     }
     const std::wstring notSet = messageWords(Message::NotSet);
-    printer.message(Message::DeviceClass, {name.value_or(notSet), guid.value_or(notSet)}, kIndent);
+    context.printer.message(Message::DeviceClass, {name.value_or(notSet), guid.value_or(notSet)}, kIndent);
 }
 
-void sections::hardwareIds(const Device& device, Printer& printer)
+void sections::hardwareIds(const CommandContext& context, const Device& device)
 {
-    const bool hardware = namedList(printer, Message::HardwareIds, device.texts(DeviceProperty::HardwareIds));
-    const bool compatible = namedList(printer, Message::CompatibleIds, device.texts(DeviceProperty::CompatibleIds));
+    const bool hardware = namedList(context.printer, Message::HardwareIds, device.texts(DeviceProperty::HardwareIds));
+    const bool compatible =
+        namedList(context.printer, Message::CompatibleIds, device.texts(DeviceProperty::CompatibleIds));
     if (!hardware && !compatible)
-        printer.message(Message::NoIds, {}, kIndent);
+        context.printer.message(Message::NoIds, {}, kIndent);
 }
 
 } // namespace driver

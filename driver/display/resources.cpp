@@ -32,28 +32,32 @@ std::wstring lineOf(const Resource& resource)
 
 Opened<LogicalConfiguration> openConfiguration(const Device& device, ConfigurationKind kind)
 {
-    return device.platform.openConfiguration(device.list, device.index, kind, device.detail.machine);
+    auto open = device.list.openConfiguration(device.index, kind, device.detail.machine);
+    device.reportUnless(configuration::kNoMoreLogicalConfigurations, open.error());
+    return open;
 }
 
 } // namespace
 
-void sections::resources(const Device& device, Printer& printer)
+void sections::resources(const CommandContext& context, const Device& device)
 {
     auto open = openConfiguration(device, ConfigurationKind::Allocated);
     if (!open)
         open = openConfiguration(device, ConfigurationKind::Boot);
     bool any = false;
     while (open) {
-        const auto resource = device.platform.nextResource(**open);
-        if (!resource)
+        const auto resource = (*open)->next();
+        if (!resource) {
+            device.reportUnless(configuration::kNoMoreResources, resource.error());
             break;
+        }
         const std::wstring line = lineOf(*resource);
         if (!line.empty())
-            printer.text(std::wstring(kIndent) + line);
+            context.printer.text(std::wstring(kIndent) + line);
         any = any || !line.empty();
     }
     if (!any)
-        printer.message(Message::NoResources, {}, kIndent);
+        context.printer.message(Message::NoResources, {}, kIndent);
 }
 
 } // namespace driver

@@ -11,16 +11,19 @@ struct ClassFilters
     TextList lower;
 };
 
-ClassFilters classFilters(const Device& device, const MachineName& machine)
+ClassFilters classFilters(const CommandContext& context, const Device& device)
 {
     const auto guid = parseGuid(device.text(DeviceProperty::ClassGuid).value_or(L""));
     if (!guid)
         return {};
-    auto key = device.platform.openClassKey(*guid, kReadAccess, machine);
-    if (!key)
+    auto key = context.platform.openClassKey(*guid, kReadAccess, context.machine);
+    if (!key) {
+        context.causes.report(key.error(), guidText(*guid));
         return {};
+    }
     const auto filters = [&](const wchar_t* name) {
-        const auto list = readFilters(device.platform, **key, name);
+        const auto list = readFilters(**key, name);
+        context.causes.reportUnless(0, list.error(), guidText(*guid));
         return list ? *list : TextList();
     };
     TextList upper = filters(kUpperFilters);
@@ -30,19 +33,19 @@ ClassFilters classFilters(const Device& device, const MachineName& machine)
 } // namespace
 
 /// From the top of the stack down.
-void sections::stack(const Device& device, Printer& printer, const MachineName& machine)
+void sections::stack(const CommandContext& context, const Device& device)
 {
-    const ClassFilters ofClass = classFilters(device, machine);
+    const ClassFilters ofClass = classFilters(context, device);
     TextList service;
     if (auto name = device.text(DeviceProperty::Service))
         service.push_back(std::move(*name));
-    bool any = namedList(printer, Message::ClassUpperFilters, ofClass.upper);
-    any |= namedList(printer, Message::UpperFilters, device.texts(DeviceProperty::UpperFilters));
-    any |= namedList(printer, Message::Service, service);
-    any |= namedList(printer, Message::LowerFilters, device.texts(DeviceProperty::LowerFilters));
-    any |= namedList(printer, Message::ClassLowerFilters, ofClass.lower);
+    bool any = namedList(context.printer, Message::ClassUpperFilters, ofClass.upper);
+    any |= namedList(context.printer, Message::UpperFilters, device.texts(DeviceProperty::UpperFilters));
+    any |= namedList(context.printer, Message::Service, service);
+    any |= namedList(context.printer, Message::LowerFilters, device.texts(DeviceProperty::LowerFilters));
+    any |= namedList(context.printer, Message::ClassLowerFilters, ofClass.lower);
     if (!any)
-        printer.message(Message::EmptyStack, {}, kIndent);
+        context.printer.message(Message::EmptyStack, {}, kIndent);
 }
 
 } // namespace driver

@@ -14,6 +14,12 @@ enum class Message : std::uint32_t
     Usage = 60000,         // program
     CommandFailed = 60001, // program, command
     CommandUsage = 60002,  // program, command
+    Cause = 60010,         // program, error number, text
+    CauseOf = 60011,       // program, what failed, error number, text
+    NoErrorText = 60012,
+    Ignored = 60013,       // program, argument
+    NoneNamed = 60014,     // program, class argument
+    NotWithExtras = 60015, // program, command
 
     HelpHead = 60100, // program
     HelpShort = 60101,
@@ -158,7 +164,9 @@ enum class Message : std::uint32_t
     NoIdsChanged = 61602,
     IdsSkipped = 61603, // skipped, changed
     IdsChanged = 61604, // changed
-    NotRootEnumerated = 61605
+    NotRootEnumerated = 61605,
+
+    ConfigurationResults = 62000 ///< plus a result of the configuration manager
 };
 
 } // namespace driver

@@ -42,7 +42,7 @@ Outcome<std::wstring> loadedText(std::uint32_t number, std::size_t capacity)
 {
     const wchar_t* text = number >= kFirstMessage ? nullptr : textOf(number);
     if (text == nullptr || capacity == 0)
-        return Outcome<std::wstring>::failed(errors::kInvalidParameter);
+        return Failure{errors::kInvalidParameter};
     return std::wstring(text).substr(0, capacity - 1);
 }
 

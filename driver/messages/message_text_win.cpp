@@ -45,7 +45,7 @@ Outcome<std::wstring> loadedText(std::uint32_t number, std::size_t capacity)
     std::vector<wchar_t> buffer(capacity);
     const int length = LoadStringW(GetModuleHandleW(nullptr), number, buffer.data(), static_cast<int>(buffer.size()));
     if (length <= 0)
-        return Outcome<std::wstring>::failed(GetLastError());
+        return Failure{GetLastError()};
     return std::wstring(buffer.data(), static_cast<std::size_t>(length));
 }
 

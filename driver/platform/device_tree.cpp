@@ -40,17 +40,29 @@ SimulatedClass* DeviceTree::setupClass(const Guid& guid)
     return const_cast<SimulatedClass*>(std::as_const(*this).setupClass(guid));
 }
 
-SimulatedPackage* DeviceTree::package(std::wstring_view name)
+const SimulatedPackage* DeviceTree::package(std::wstring_view name) const
 {
     const auto found = std::ranges::find_if(
         packages, [&](const SimulatedPackage& each) { return equalIgnoringCase(each.name, name); });
     return found == packages.end() ? nullptr : &*found;
 }
 
+SimulatedPackage* DeviceTree::package(std::wstring_view name)
+{
+    return const_cast<SimulatedPackage*>(std::as_const(*this).package(name));
+}
+
 SimulatedDevice& DeviceTree::add(SimulatedDevice device)
 {
     device.key = ++lastKey;
     return devices.emplace_back(std::move(device));
+}
+
+void DeviceTree::remove(std::uint64_t key)
+{
+    const auto found = std::ranges::lower_bound(devices, key, {}, &SimulatedDevice::key);
+    if (found != devices.end() && found->key == key)
+        devices.erase(found);
 }
 
 } // namespace driver

@@ -3,6 +3,7 @@
 
 #include "driver/platform_types.h"
 
+#include <deque>
 #include <optional>
 #include <string>
 #include <vector>
@@ -63,8 +64,9 @@ struct SimulatedDevice
 /// A package of the driver store.
 struct SimulatedPackage
 {
-    std::wstring name; ///< "oem0.inf"
-    std::string text;  ///< the INF, byte by byte
+    std::wstring name;         ///< "oem0.inf"
+    std::wstring originalName; ///< empty: not known
+    std::string text;          ///< the INF, byte by byte
     std::wstring signer;
     ErrorCode verification = 0; ///< what checking its signature ends with
 };
@@ -72,7 +74,7 @@ struct SimulatedPackage
 struct DeviceTree
 {
     std::vector<SimulatedClass> classes;
-    std::vector<SimulatedDevice> devices; ///< by key
+    std::deque<SimulatedDevice> devices; ///< by key; taking the first ones out, as "remove *" does, moves no other
     std::vector<SimulatedPackage> packages;
     TextList services;
     TextList machines; ///< names of remote machines that answer, all with this same tree
@@ -86,9 +88,12 @@ struct DeviceTree
     SimulatedClass* setupClass(const Guid& guid);
     const SimulatedClass* setupClass(const Guid& guid) const;
     SimulatedPackage* package(std::wstring_view name);
+    const SimulatedPackage* package(std::wstring_view name) const;
 
     /// Adds it with a key of its own.
     SimulatedDevice& add(SimulatedDevice device);
+
+    void remove(std::uint64_t key);
 };
 
 } // namespace driver

@@ -76,10 +76,10 @@ Outcome<InfPackage> InfPackage::read(std::string_view bytes)
 {
     auto inf = InfFile::parse(bytes);
     if (!inf)
-        return Outcome<InfPackage>::failed(errors::kGeneralSyntax);
+        return Failure{errors::kGeneralSyntax};
     const std::wstring signature = inf->value(L"Version", L"Signature");
     if (!equalIgnoringCase(signature, L"$Windows NT$") && !equalIgnoringCase(signature, L"$Chicago$"))
-        return Outcome<InfPackage>::failed(errors::kWrongInfStyle);
+        return Failure{errors::kWrongInfStyle};
 
     InfPackage package(std::move(*inf));
     const auto setupClass = parseGuid(package.m_inf.value(L"Version", L"ClassGUID"));
@@ -90,7 +90,7 @@ Outcome<InfPackage> InfPackage::read(std::string_view bytes)
     package.readModels();
     if (!setupClass || !date || !number || package.m_models.empty() || package.className().empty() ||
         package.m_inf.value(L"Version", L"Provider").empty())
-        return Outcome<InfPackage>::failed(errors::kGeneralSyntax);
+        return Failure{errors::kGeneralSyntax};
     package.m_class = *setupClass;
     package.m_date = *date;
     package.m_version = *number;

@@ -1,17 +1,10 @@
-// Driver lists of a device and the files of a driver.
-#include "driver/platform/setupapi_objects.h"
-#include "driver/platform/setupapi_platform.h"
+#include "driver/platform/setupapi_drivers.h"
+
+#include "driver/platform/setupapi_values.h"
 
 namespace driver {
 
 namespace {
-
-SP_DEVINSTALL_PARAMS_W emptyParameters()
-{
-    SP_DEVINSTALL_PARAMS_W parameters{};
-    parameters.cbSize = sizeof(parameters);
-    return parameters;
-}
 
 /// Puts a device's install parameters back as they were.
 class RestoredParameters
@@ -20,7 +13,7 @@ public:
     RestoredParameters(HDEVINFO set, SP_DEVINFO_DATA* device)
         : m_set(set)
         , m_device(device)
-        , m_before(emptyParameters())
+        , m_before(sized<SP_DEVINSTALL_PARAMS_W>())
         , m_known(SetupDiGetDeviceInstallParamsW(set, device, &m_before))
     {}
     ~RestoredParameters()
@@ -41,36 +34,6 @@ private:
     BOOL m_known;
 };
 
-struct SetupDriverList final : DriverList
-{
-    SetupDriverList(HDEVINFO deviceSet, SP_DEVINFO_DATA* listed, DWORD listType)
-        : set(deviceSet)
-        , device(listed)
-        , type(listType)
-        , parameters(deviceSet, listed)
-    {}
-    ~SetupDriverList() override
-    {
-        if (built)
-            SetupDiDestroyDriverInfoList(set, device, type);
-    }
-
-    HDEVINFO set;
-    SP_DEVINFO_DATA* device;
-    DWORD type;
-    RestoredParameters parameters;
-    bool built = false;
-};
-
-Outcome<SP_DRVINFO_DATA_V2_W> driverData(SetupDriverList& list, std::uint32_t position)
-{
-    SP_DRVINFO_DATA_V2_W info{};
-    info.cbSize = sizeof(info);
-    if (!SetupDiEnumDriverInfoW(list.set, list.device, list.type, position, &info))
-        return Outcome<SP_DRVINFO_DATA_V2_W>::failed(lastError());
-    return info;
-}
-
 UINT WINAPI collectTarget(PVOID context, UINT notification, UINT_PTR first, UINT_PTR)
 {
     if (notification == SPFILENOTIFY_QUEUESCAN_EX)
@@ -78,78 +41,113 @@ UINT WINAPI collectTarget(PVOID context, UINT notification, UINT_PTR first, UINT
     return NO_ERROR;
 }
 
-/// What installing the selected driver would copy, found by queueing its files and never committing the queue.
-Outcome<TextList> queuedFiles(SetupDriverList& list)
+class SetupDriverList final : public DriverList
 {
-    const HSPFILEQ opened = SetupOpenFileQueue();
-    if (opened == INVALID_HANDLE_VALUE) // which must not reach the owner, who would close it
-        return Outcome<TextList>::failed(lastError());
-    const FileQueue queue(opened);
-    const RestoredParameters restored(list.set, list.device);
-    SP_DEVINSTALL_PARAMS_W parameters = restored.before();
-    parameters.FileQueue = queue.get();
-    parameters.Flags |= DI_NOVCP;
-    TextList files;
-    DWORD result = 0;
-    if (!restored.known() || !SetupDiSetDeviceInstallParamsW(list.set, list.device, &parameters) ||
-        !SetupDiCallClassInstaller(DIF_INSTALLDEVICEFILES, list.set, list.device) ||
-        !SetupScanFileQueueW(queue.get(), SPQ_SCAN_USE_CALLBACKEX, nullptr, collectTarget, &files, &result))
-        return Outcome<TextList>::failed(lastError());
-    return files;
-}
+public:
+    SetupDriverList(HDEVINFO set, SP_DEVINFO_DATA* device, DWORD type)
+        : m_set(set)
+        , m_device(device)
+        , m_type(type)
+        , m_parameters(set, device)
+    {}
+    ~SetupDriverList() override
+    {
+        if (m_built)
+            SetupDiDestroyDriverInfoList(m_set, m_device, m_type);
+    }
+
+    Status build(DWORD extendedFlags)
+    {
+        SP_DEVINSTALL_PARAMS_W parameters = m_parameters.before();
+        parameters.FlagsEx |= extendedFlags;
+        if (!m_parameters.known() || !SetupDiSetDeviceInstallParamsW(m_set, m_device, &parameters) ||
+            !SetupDiBuildDriverInfoList(m_set, m_device, m_type))
+            return lastFailure();
+        m_built = true;
+        return {};
+    }
+
+    Outcome<DriverInfo> at(std::uint32_t position) override
+    {
+        const auto info = data(position);
+        if (!info)
+            return Failure{info.error()};
+        const auto date =
+            static_cast<std::uint64_t>(info->DriverDate.dwHighDateTime) << 32 | info->DriverDate.dwLowDateTime;
+        return DriverInfo{info->Description, info->MfgName, info->ProviderName, info->DriverVersion, date};
+    }
+
+    Outcome<DriverDetail> detail(std::uint32_t position) override
+    {
+        auto info = data(position);
+        if (!info)
+            return Failure{info.error()};
+        auto detail = sized<SP_DRVINFO_DETAIL_DATA_W>();
+        // The ids after the structure do not fit it; everything that is wanted is in it all the same.
+        if (!SetupDiGetDriverInfoDetailW(m_set, m_device, &*info, &detail, sizeof(detail), nullptr) &&
+            GetLastError() != ERROR_INSUFFICIENT_BUFFER)
+            return lastFailure();
+        return DriverDetail{detail.InfFileName, detail.SectionName};
+    }
+
+    Outcome<TextList> files(std::uint32_t position) override
+    {
+        auto info = data(position);
+        if (!info)
+            return Failure{info.error()};
+        if (!SetupDiSetSelectedDriverW(m_set, m_device, &*info))
+            return lastFailure();
+        auto files = queuedFiles();
+        SetupDiSetSelectedDriverW(m_set, m_device, nullptr);
+        return files;
+    }
+
+private:
+    Outcome<SP_DRVINFO_DATA_V2_W> data(std::uint32_t position)
+    {
+        auto info = sized<SP_DRVINFO_DATA_V2_W>();
+        if (!SetupDiEnumDriverInfoW(m_set, m_device, m_type, position, &info))
+            return lastFailure();
+        return info;
+    }
+
+    /// What installing the selected driver would copy, found by queueing its files and never committing the queue.
+    Outcome<TextList> queuedFiles()
+    {
+        const HSPFILEQ opened = SetupOpenFileQueue();
+        if (opened == INVALID_HANDLE_VALUE) // which must not reach the owner, who would close it
+            return lastFailure();
+        const FileQueue queue(opened);
+        const RestoredParameters restored(m_set, m_device);
+        SP_DEVINSTALL_PARAMS_W parameters = restored.before();
+        parameters.FileQueue = queue.get();
+        parameters.Flags |= DI_NOVCP;
+        TextList files;
+        DWORD result = 0;
+        if (!restored.known() || !SetupDiSetDeviceInstallParamsW(m_set, m_device, &parameters) ||
+            !SetupDiCallClassInstaller(DIF_INSTALLDEVICEFILES, m_set, m_device) ||
+            !SetupScanFileQueueW(queue.get(), SPQ_SCAN_USE_CALLBACKEX, nullptr, collectTarget, &files, &result))
+            return lastFailure();
+        return files;
+    }
+
+    HDEVINFO m_set;
+    SP_DEVINFO_DATA* m_device;
+    DWORD m_type;
+    RestoredParameters m_parameters;
+    bool m_built = false;
+};
 
 } // namespace
 
-Opened<DriverList> SetupApiPlatform::buildDriverList(DeviceList& list, DeviceIndex device, DriverListKind kind)
+Opened<DriverList> buildSetupDriverList(HDEVINFO set, SP_DEVINFO_DATA* device, DriverListKind kind)
 {
     const bool installed = kind == DriverListKind::Installed;
-    auto drivers = std::make_unique<SetupDriverList>(setOf(list), dataOf(list, device),
-                                                     installed ? SPDIT_CLASSDRIVER : SPDIT_COMPATDRIVER);
-    SP_DEVINSTALL_PARAMS_W parameters = drivers->parameters.before();
-    parameters.FlagsEx |= DI_FLAGSEX_ALLOWEXCLUDEDDRVS | (installed ? DI_FLAGSEX_INSTALLEDDRIVER : 0);
-    if (!drivers->parameters.known() || !SetupDiSetDeviceInstallParamsW(drivers->set, drivers->device, &parameters) ||
-        !SetupDiBuildDriverInfoList(drivers->set, drivers->device, drivers->type))
-        return Opened<DriverList>::failed(lastError());
-    drivers->built = true;
-    return Opened<DriverList>(std::move(drivers));
-}
-
-Outcome<DriverInfo> SetupApiPlatform::driverAt(DriverList& drivers, std::uint32_t position)
-{
-    const auto info = driverData(static_cast<SetupDriverList&>(drivers), position);
-    if (!info)
-        return Outcome<DriverInfo>::failed(info.error());
-    const auto date =
-        static_cast<std::uint64_t>(info->DriverDate.dwHighDateTime) << 32 | info->DriverDate.dwLowDateTime;
-    return DriverInfo{info->Description, info->MfgName, info->ProviderName, info->DriverVersion, date};
-}
-
-Outcome<DriverDetail> SetupApiPlatform::driverDetail(DriverList& drivers, std::uint32_t position)
-{
-    auto& list = static_cast<SetupDriverList&>(drivers);
-    auto info = driverData(list, position);
-    if (!info)
-        return Outcome<DriverDetail>::failed(info.error());
-    SP_DRVINFO_DETAIL_DATA_W detail{};
-    detail.cbSize = sizeof(detail);
-    // The ids after the structure do not fit it; everything that is wanted is in it all the same.
-    if (!SetupDiGetDriverInfoDetailW(list.set, list.device, &*info, &detail, sizeof(detail), nullptr) &&
-        GetLastError() != ERROR_INSUFFICIENT_BUFFER)
-        return Outcome<DriverDetail>::failed(lastError());
-    return DriverDetail{detail.InfFileName, detail.SectionName};
-}
-
-Outcome<TextList> SetupApiPlatform::driverFiles(DriverList& drivers, std::uint32_t position)
-{
-    auto& list = static_cast<SetupDriverList&>(drivers);
-    auto info = driverData(list, position);
-    if (!info)
-        return Outcome<TextList>::failed(info.error());
-    if (!SetupDiSetSelectedDriverW(list.set, list.device, &*info))
-        return Outcome<TextList>::failed(lastError());
-    auto files = queuedFiles(list);
-    SetupDiSetSelectedDriverW(list.set, list.device, nullptr);
-    return files;
+    auto drivers = std::make_unique<SetupDriverList>(set, device, installed ? SPDIT_CLASSDRIVER : SPDIT_COMPATDRIVER);
+    const Status built = drivers->build(DI_FLAGSEX_ALLOWEXCLUDEDDRVS | (installed ? DI_FLAGSEX_INSTALLEDDRIVER : 0));
+    if (!built)
+        return Failure{built.error()};
+    return drivers;
 }
 
 } // namespace driver

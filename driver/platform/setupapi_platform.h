@@ -10,78 +10,35 @@ namespace driver {
 class SetupApiPlatform final : public DevicePlatform
 {
 public:
+    Opened<CommandSession> begin(Access access) override;
+
     GuidBatch classGuidsFromName(const std::wstring& name, std::uint32_t capacity, const MachineName& machine) override;
     GuidBatch buildClassList(std::uint32_t capacity, const MachineName& machine) override;
     Outcome<std::wstring> className(const Guid& guid, const MachineName& machine) override;
     Outcome<std::wstring> classDescription(const Guid& guid, const MachineName& machine) override;
     Opened<RegistryKey> openClassKey(const Guid& guid, std::uint32_t access, const MachineName& machine) override;
-    Outcome<RegistryData> queryValue(RegistryKey& key, const std::wstring& name) override;
-    Status setValue(RegistryKey& key, const std::wstring& name, const RegistryData& data) override;
-    Status deleteValue(RegistryKey& key, const std::wstring& name) override;
 
     Opened<DeviceList> classDevices(const std::optional<Guid>& setupClass, std::uint32_t flags,
                                     const MachineName& machine) override;
     Opened<DeviceList> emptyList(const std::optional<Guid>& setupClass, const MachineName& machine) override;
-    Outcome<DeviceIndex> openDevice(DeviceList& list, const std::wstring& instanceId) override;
-    Outcome<ListDetail> listDetail(DeviceList& list) override;
-    Outcome<DeviceIndex> deviceAt(DeviceList& list, std::uint32_t position) override;
-    Outcome<RegistryData> deviceProperty(DeviceList& list, DeviceIndex device, DeviceProperty property) override;
-    Status setDeviceProperty(DeviceList& list, DeviceIndex device, DeviceProperty property,
-                             const std::optional<RegistryData>& data) override;
-    Outcome<std::wstring> deviceId(DeviceList& list, DeviceIndex device, std::size_t capacity,
-                                   MachineHandle machine) override;
-    Outcome<NodeStatus> deviceStatus(DeviceList& list, DeviceIndex device, MachineHandle machine) override;
-
-    Opened<LogicalConfiguration> openConfiguration(DeviceList& list, DeviceIndex device, ConfigurationKind kind,
-                                                   MachineHandle machine) override;
-    Outcome<Resource> nextResource(LogicalConfiguration& configuration) override;
-
-    Opened<DriverList> buildDriverList(DeviceList& list, DeviceIndex device, DriverListKind kind) override;
-    Outcome<DriverInfo> driverAt(DriverList& drivers, std::uint32_t position) override;
-    Outcome<DriverDetail> driverDetail(DriverList& drivers, std::uint32_t position) override;
-    Outcome<TextList> driverFiles(DriverList& drivers, std::uint32_t position) override;
-
     Opened<DeviceList> interfaceDevices(const Guid& interfaceClass, std::uint32_t flags) override;
-    Outcome<InterfaceIndex> interfaceAt(DeviceList& list, const Guid& interfaceClass, std::uint32_t position) override;
-    Outcome<std::wstring> interfacePath(DeviceList& list, InterfaceIndex position, std::size_t bufferBytes) override;
-
-    Outcome<DeviceIndex> createDevice(DeviceList& list, const std::wstring& className, const Guid& setupClass) override;
-    Status setStateChange(DeviceList& list, DeviceIndex device, StateChange change, std::uint32_t scope) override;
-    Status setRemoval(DeviceList& list, DeviceIndex device, std::uint32_t scope) override;
-    Status callClassInstaller(InstallFunction function, DeviceList& list, DeviceIndex device) override;
-    Outcome<std::uint32_t> installFlags(DeviceList& list, DeviceIndex device) override;
 
     Outcome<InfClass> infClass(const std::wstring& infPath, std::size_t nameCapacity) override;
     Outcome<StoredInf> copyOemInf(const std::wstring& infPath, std::size_t capacity) override;
+    Outcome<std::wstring> originalInfName(const std::wstring& storedName) override;
     Opened<InfHandle> openInf(const std::wstring& name) override;
-    Outcome<InfLine> findInfLine(InfHandle& inf, const std::wstring& section, const std::wstring& key) override;
-    Outcome<std::wstring> infField(InfHandle& inf, InfLine line, std::uint32_t field, std::size_t capacity) override;
-
-    FullPath fullPath(const std::wstring& path, std::size_t capacity) override;
-    bool fileExists(const std::wstring& path) override;
-    FullPath windowsDirectory(std::size_t capacity) override;
-    Opened<FileSearch> findFiles(const std::wstring& pattern) override;
-    std::wstring foundFile(FileSearch& search) override;
-    Status findNextFile(FileSearch& search) override;
-
     Opened<LoadedLibrary> loadLibrary(const std::wstring& name) override;
-    Outcome<Procedure> findProcedure(LoadedLibrary& library, const char* name) override;
-    Outcome<bool> updateDriver(Procedure procedure, const std::wstring& hardwareId, const std::wstring& infPath,
-                               std::uint32_t flags) override;
-    bool setNonInteractiveMode(Procedure procedure, bool on) override;
-    Status uninstallOemInf(Procedure procedure, const std::wstring& fileName, std::uint32_t flags) override;
-    Verification verifyInfFile(Procedure procedure, const std::wstring& infName) override;
+    Outcome<FullPath> fullPath(const std::wstring& path, std::size_t capacity) override;
+    Outcome<std::wstring> windowsDirectory(std::size_t capacity) override;
+    Status fileExists(const std::wstring& path) override;
+    Opened<FileSearch> findFiles(const std::wstring& pattern) override;
 
     Opened<ConnectedMachine> connectMachine(const MachineName& machine) override;
-    Outcome<DeviceNode> locateRoot(ConnectedMachine* machine) override;
-    Status reenumerate(DeviceNode node, ConnectedMachine* machine) override;
-    Opened<ServiceHandle> openServiceManager(const MachineName& machine) override;
-    Opened<ServiceHandle> openService(ServiceHandle& manager, const std::wstring& name) override;
-
+    Opened<ServiceManager> openServiceManager(const MachineName& machine) override;
     Outcome<std::wstring> loadText(std::uint32_t number, std::size_t capacity) override;
-    Opened<TokenHandle> openProcessToken() override;
+    Opened<ProcessToken> openProcessToken() override;
     Outcome<PrivilegeId> lookupPrivilege(const std::wstring& name) override;
-    Status enablePrivilege(TokenHandle& token, PrivilegeId privilege) override;
+    std::wstring errorText(ErrorCode error) override;
     Status requestShutdown(const ShutdownRequest& request) override;
 };
 

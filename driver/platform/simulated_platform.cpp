@@ -2,25 +2,19 @@
 
 #include "driver/class_filters.h"
 #include "driver/messages/message_text.h"
-#include "driver/platform/device_tree_file.h"
-#include "driver/platform/simulated_objects.h"
-#include "driver/text.h"
+#include "driver/platform/inf_package.h"
+#include "driver/platform/simulated_device_list.h"
+#include "driver/platform/simulated_store.h"
 
 #include <algorithm>
-#include <array>
-#include <fstream>
-#include <iterator>
 
 namespace driver {
 
 namespace {
 
 constexpr std::uint32_t kWriteAccess = 0x2; // the right to set a value
+constexpr std::uint32_t kPresentOnly = 2;
 constexpr const wchar_t* kWindowsFolder = L"C:\\Windows";
-
-constexpr std::array<const wchar_t*, 2> kLibraries{L"newdev.dll", L"setupapi.dll"};
-constexpr std::array<const char*, 4> kProcedures{"UpdateDriverForPlugAndPlayDevicesW", "SetupSetNonInteractiveMode",
-                                                 "SetupUninstallOEMInfW", "SetupVerifyInfFileW"};
 
 GuidBatch batchOf(std::vector<Guid> guids, std::uint32_t capacity)
 {
@@ -34,95 +28,160 @@ GuidBatch batchOf(std::vector<Guid> guids, std::uint32_t capacity)
 Outcome<std::wstring> classText(const std::wstring* text, std::size_t capacity)
 {
     if (text == nullptr || text->empty())
-        return Outcome<std::wstring>::failed(errors::kInvalidClass);
-    return text->size() < capacity ? Outcome<std::wstring>(*text)
-                                   : Outcome<std::wstring>::failed(errors::kInsufficientBuffer);
+        return Failure{errors::kInvalidClass};
+    return text->size() < capacity ? Outcome<std::wstring>(*text) : Failure{errors::kInsufficientBuffer};
 }
 
-/// The list that a value of a class's key is; null for other values.
-TextList* filterList(SimulatedClass* setupClass, const std::wstring& name)
+bool active(const SimulatedDevice& device)
 {
-    if (setupClass == nullptr)
-        return nullptr;
-    if (equalIgnoringCase(name, kUpperFilters))
-        return &setupClass->upperFilters;
-    return equalIgnoringCase(name, kLowerFilters) ? &setupClass->lowerFilters : nullptr;
+    return device.present && (device.status.flags & node_status::kStarted) != 0;
 }
 
-std::filesystem::path localFile(const std::wstring& path)
+class SimulatedKey final : public Simulated<RegistryKey>
 {
-    return std::filesystem::path(localPath(path));
-}
+public:
+    SimulatedKey(SimulatedSystem& system, const Guid& setupClass, bool writable)
+        : Simulated(system)
+        , m_class(setupClass)
+        , m_writable(writable)
+    {}
 
-/// As the system answers a path of `text` for a buffer of `capacity`.
-FullPath pathAnswer(std::wstring text, std::size_t capacity)
+    Outcome<RegistryData> value(const std::wstring& name) override
+    {
+        if (const auto failure = m_system.fails("queryValue"))
+            return *failure;
+        const SimulatedClass* const setupClass = m_system.tree().setupClass(m_class);
+        const TextList SimulatedClass::*const list = filterList(name);
+        if (setupClass == nullptr || list == nullptr || (setupClass->*list).empty())
+            return Failure{errors::kFileNotFound};
+        return encodeTextList(setupClass->*list);
+    }
+
+    Status setValue(const std::wstring& name, const RegistryData& data) override
+    {
+        if (const auto failure = m_system.fails("setValue"))
+            return *failure;
+        return edit(name, [&](TextList& list) {
+            list = decodeTextList(data);
+            return Status();
+        });
+    }
+
+    Status deleteValue(const std::wstring& name) override
+    {
+        if (const auto failure = m_system.fails("deleteValue"))
+            return *failure;
+        return edit(name, [](TextList& list) {
+            if (list.empty())
+                return Status(Failure{errors::kFileNotFound});
+            list.clear();
+            return Status();
+        });
+    }
+
+private:
+    /// The list that a value of a class's key is; null for other values.
+    static TextList SimulatedClass::*filterList(const std::wstring& name)
+    {
+        if (equalIgnoringCase(name, kUpperFilters))
+            return &SimulatedClass::upperFilters;
+        return equalIgnoringCase(name, kLowerFilters) ? &SimulatedClass::lowerFilters : nullptr;
+    }
+
+    template<class Edit>
+    Status edit(const std::wstring& name, Edit edit)
+    {
+        return m_system.change([&](DeviceTree& tree) {
+            SimulatedClass* const setupClass = tree.setupClass(m_class);
+            TextList SimulatedClass::*const list = filterList(name);
+            if (!m_writable || setupClass == nullptr || list == nullptr)
+                return Status(Failure{m_writable ? errors::kInvalidParameter : errors::kAccessDenied});
+            return edit(setupClass->*list);
+        });
+    }
+
+    Guid m_class;
+    bool m_writable;
+};
+
+class SimulatedSearch final : public Simulated<FileSearch>
 {
-    if (text.size() >= capacity)
-        return {text.size() + 1, {}, {}};
-    std::wstring name(afterLast(text, L"/\\"));
-    return {text.size(), std::move(text), std::move(name)};
-}
+public:
+    SimulatedSearch(SimulatedSystem& system, TextList names) : Simulated(system), m_names(std::move(names)) {}
+
+    std::wstring fileName() const override { return m_names[m_current]; }
+    Status next() override
+    {
+        if (const auto failure = m_system.fails("findNextFile"))
+            return *failure;
+        if (m_current + 1 >= m_names.size())
+            return Failure{errors::kNoMoreFiles};
+        ++m_current;
+        return {};
+    }
+
+private:
+    TextList m_names;
+    std::size_t m_current = 0;
+};
+
+class SimulatedMachine final : public Simulated<ConnectedMachine>
+{
+public:
+    using Simulated::Simulated;
+
+    Outcome<DeviceNode> locateRoot() override
+    {
+        if (const auto failure = m_system.fails("locateRoot"))
+            return *failure;
+        return static_cast<DeviceNode>(1);
+    }
+    Status reenumerate(DeviceNode) override
+    {
+        const auto failure = m_system.fails("reenumerate");
+        return failure ? Status(*failure) : Status();
+    }
+};
+
+class SimulatedServices final : public Simulated<ServiceManager>
+{
+public:
+    using Simulated::Simulated;
+
+    Opened<PlatformObject> openService(const std::wstring& name) override
+    {
+        if (const auto failure = m_system.fails("openService"))
+            return *failure;
+        const TextList& services = m_system.tree().services;
+        if (std::ranges::none_of(services, [&](const auto& each) { return equalIgnoringCase(each, name); }))
+            return Failure{errors::kServiceDoesNotExist};
+        return std::make_unique<Simulated<PlatformObject>>(m_system);
+    }
+};
+
+class SimulatedToken final : public Simulated<ProcessToken>
+{
+public:
+    using Simulated::Simulated;
+
+    Status enablePrivilege(PrivilegeId) override
+    {
+        const auto failure = m_system.fails("enablePrivilege");
+        return failure ? Status(*failure) : Status();
+    }
+};
 
 } // namespace
-
-std::u8string localPath(const std::wstring& path)
-{
-    const std::string bytes = toUtf8(path.c_str());
-    std::u8string local(bytes.begin(), bytes.end());
-    if constexpr (std::filesystem::path::preferred_separator == '/')
-        std::ranges::replace(local, u8'\\', u8'/');
-    return local;
-}
-
-std::optional<std::string> readInfBytes(const std::wstring& path)
-{
-    const std::filesystem::path file = localFile(path);
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(file, error) ||
-        std::filesystem::file_size(file, error) > InfFile::kLargestFile || error)
-        return std::nullopt;
-    std::ifstream stream(file, std::ios::binary);
-    std::string bytes{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    return stream ? std::optional(std::move(bytes)) : std::nullopt;
-}
-
-SimulatedPlatform::SimulatedPlatform(std::filesystem::path file) : m_file(std::move(file))
-{
-    auto tree = loadTree(m_file);
-    m_broken = !tree;
-    m_tree = tree ? std::move(*tree) : DeviceTree();
-}
-
-SimulatedPlatform::SimulatedPlatform(DeviceTree tree) : m_tree(std::move(tree))
-{}
-
-Status SimulatedPlatform::change(const std::function<Status(DeviceTree&)>& edit)
-{
-    if (m_broken)
-        return Status::failed(errors::kFileCorrupt);
-    DeviceTree copy = m_tree;
-    if (const Status edited = edit(copy); !edited)
-        return edited;
-    if (!m_file.empty() && !saveTree(copy, m_file))
-        return Status::failed(errors::kWriteFault);
-    m_tree = std::move(copy);
-    return {};
-}
-
-bool SimulatedPlatform::reachable(const MachineName& machine) const
-{
-    return machine.empty() || std::ranges::any_of(m_tree.machines, [&](const std::wstring& each) {
-               return equalIgnoringCase(each, machine);
-           });
-}
 
 GuidBatch SimulatedPlatform::classGuidsFromName(const std::wstring& name, std::uint32_t capacity,
                                                 const MachineName& machine)
 {
-    if (!reachable(machine))
+    if (const auto failure = m_system.fails("classGuidsFromName", capacity))
+        return {{}, 0, failure->code};
+    if (!m_system.reachable(machine))
         return {{}, 0, errors::kBadNetworkPath};
     std::vector<Guid> guids;
-    for (const SimulatedClass& each : m_tree.classes)
+    for (const SimulatedClass& each : tree().classes)
         if (!each.name.empty() && equalIgnoringCase(each.name, name))
             guids.push_back(each.guid);
     return batchOf(std::move(guids), capacity);
@@ -130,188 +189,232 @@ GuidBatch SimulatedPlatform::classGuidsFromName(const std::wstring& name, std::u
 
 GuidBatch SimulatedPlatform::buildClassList(std::uint32_t capacity, const MachineName& machine)
 {
-    if (!reachable(machine))
+    if (const auto failure = m_system.fails("buildClassList", capacity))
+        return {{}, 0, failure->code};
+    if (!m_system.reachable(machine))
         return {{}, 0, errors::kBadNetworkPath};
     std::vector<Guid> guids;
-    for (const SimulatedClass& each : m_tree.classes)
+    for (const SimulatedClass& each : tree().classes)
         guids.push_back(each.guid);
     return batchOf(std::move(guids), capacity);
 }
 
 Outcome<std::wstring> SimulatedPlatform::className(const Guid& guid, const MachineName& machine)
 {
-    const SimulatedClass* const found = reachable(machine) ? m_tree.setupClass(guid) : nullptr;
+    if (const auto failure = m_system.fails("className"))
+        return *failure;
+    const SimulatedClass* const found = m_system.reachable(machine) ? tree().setupClass(guid) : nullptr;
     return classText(found == nullptr ? nullptr : &found->name, limits::kClassName);
 }
 
 Outcome<std::wstring> SimulatedPlatform::classDescription(const Guid& guid, const MachineName& machine)
 {
-    const SimulatedClass* const found = reachable(machine) ? m_tree.setupClass(guid) : nullptr;
+    if (const auto failure = m_system.fails("classDescription"))
+        return *failure;
+    const SimulatedClass* const found = m_system.reachable(machine) ? tree().setupClass(guid) : nullptr;
     return classText(found == nullptr ? nullptr : &found->description, limits::kClassDescription);
 }
 
 Opened<RegistryKey> SimulatedPlatform::openClassKey(const Guid& guid, std::uint32_t access, const MachineName& machine)
 {
-    if (!reachable(machine) || m_tree.setupClass(guid) == nullptr)
-        return Opened<RegistryKey>::failed(errors::kInvalidClass);
-    return simulated<RegistryKey>(m_openObjects, ClassKeyState{guid, (access & kWriteAccess) != 0});
+    if (const auto failure = m_system.fails("openClassKey", access))
+        return *failure;
+    if (!m_system.reachable(machine) || tree().setupClass(guid) == nullptr)
+        return Failure{errors::kInvalidClass};
+    return std::make_unique<SimulatedKey>(m_system, guid, (access & kWriteAccess) != 0);
 }
 
-Outcome<RegistryData> SimulatedPlatform::queryValue(RegistryKey& key, const std::wstring& name)
+Opened<DeviceList> SimulatedPlatform::classDevices(const std::optional<Guid>& setupClass, std::uint32_t flags,
+                                                   const MachineName& machine)
 {
-    const TextList* const list = filterList(m_tree.setupClass(stateOf<ClassKeyState>(key).setupClass), name);
-    return list == nullptr || list->empty() ? Outcome<RegistryData>::failed(errors::kFileNotFound)
-                                            : encodeTextList(*list);
+    if (const auto failure = m_system.fails("classDevices", flags))
+        return *failure;
+    if (!m_system.reachable(machine))
+        return Failure{errors::kBadNetworkPath};
+    auto list = std::make_unique<SimulatedDeviceList>(m_system, setupClass.value_or(Guid()), !machine.empty());
+    for (const SimulatedDevice& device : tree().devices)
+        if ((!setupClass || device.setupClass == setupClass) && (device.present || (flags & kPresentOnly) == 0))
+            list->list(device);
+    return list;
 }
 
-Status SimulatedPlatform::setValue(RegistryKey& key, const std::wstring& name, const RegistryData& data)
+Opened<DeviceList> SimulatedPlatform::emptyList(const std::optional<Guid>& setupClass, const MachineName& machine)
 {
-    const auto& state = stateOf<ClassKeyState>(key);
-    return change([&](DeviceTree& tree) {
-        TextList* const list = state.writable ? filterList(tree.setupClass(state.setupClass), name) : nullptr;
-        if (list == nullptr)
-            return Status::failed(errors::kInvalidParameter);
-        *list = decodeTextList(data);
+    if (const auto failure = m_system.fails("emptyList"))
+        return *failure;
+    if (!m_system.reachable(machine))
+        return Failure{errors::kBadNetworkPath};
+    return std::make_unique<SimulatedDeviceList>(m_system, setupClass.value_or(Guid()), !machine.empty());
+}
+
+Opened<DeviceList> SimulatedPlatform::interfaceDevices(const Guid& interfaceClass, std::uint32_t flags)
+{
+    if (const auto failure = m_system.fails("interfaceDevices", guidText(interfaceClass), flags))
+        return *failure;
+    auto list = std::make_unique<SimulatedDeviceList>(m_system, Guid(), false);
+    for (const SimulatedDevice& device : tree().devices)
+        for (const SimulatedInterface& each : device.interfaces)
+            if (each.interfaceClass == interfaceClass && (active(device) || (flags & kPresentOnly) == 0))
+                list->list(each);
+    return list;
+}
+
+Outcome<InfClass> SimulatedPlatform::infClass(const std::wstring& infPath, std::size_t nameCapacity)
+{
+    if (const auto failure = m_system.fails("infClass"))
+        return *failure;
+    const auto bytes = readInfBytes(infPath);
+    if (!bytes)
+        return Failure{errors::kFileNotFound};
+    const auto package = InfPackage::read(*bytes);
+    if (!package)
+        return Failure{package.error()};
+    if (package->className().size() >= nameCapacity)
+        return Failure{errors::kInsufficientBuffer};
+    return InfClass{package->setupClass(), package->className()};
+}
+
+Outcome<StoredInf> SimulatedPlatform::copyOemInf(const std::wstring& infPath, std::size_t capacity)
+{
+    if (const auto failure = m_system.fails("copyOemInf"))
+        return *failure;
+    const auto bytes = readInfBytes(infPath);
+    if (!bytes)
+        return Failure{errors::kFileNotFound};
+    if (const auto package = InfPackage::read(*bytes); !package)
+        return Failure{package.error()};
+    std::wstring name;
+    const Status stored = m_system.change([&](DeviceTree& tree) {
+        name = storePackage(tree, *bytes, infPath);
         return Status();
     });
+    if (!stored)
+        return Failure{stored.error()};
+    StoredInf result{kSimulatedInfFolder + name, name};
+    if (result.path.size() >= capacity)
+        return Failure{errors::kInsufficientBuffer};
+    return result;
 }
 
-Status SimulatedPlatform::deleteValue(RegistryKey& key, const std::wstring& name)
+Outcome<std::wstring> SimulatedPlatform::originalInfName(const std::wstring& storedName)
 {
-    const auto& state = stateOf<ClassKeyState>(key);
-    return change([&](DeviceTree& tree) {
-        TextList* const list = state.writable ? filterList(tree.setupClass(state.setupClass), name) : nullptr;
-        if (list == nullptr || list->empty())
-            return Status::failed(list == nullptr ? errors::kInvalidParameter : errors::kFileNotFound);
-        list->clear();
-        return Status();
-    });
+    if (const auto failure = m_system.fails("originalInfName"))
+        return *failure;
+    const SimulatedPackage* const package = tree().package(storedName);
+    if (package == nullptr)
+        return Failure{errors::kFileNotFound};
+    return package->originalName;
 }
 
-FullPath SimulatedPlatform::fullPath(const std::wstring& path, std::size_t capacity)
+Opened<InfHandle> SimulatedPlatform::openInf(const std::wstring& name)
 {
-    const std::u8string local = localPath(path);
-    std::error_code error;
-    const auto absolute = local.empty() ? std::filesystem::path() : std::filesystem::absolute(local, error);
-    if (local.empty() || error)
-        return {};
-    const std::u8string text = absolute.lexically_normal().u8string();
-    return pathAnswer(fromUtf8(std::string(text.begin(), text.end())), capacity);
-}
-
-bool SimulatedPlatform::fileExists(const std::wstring& path)
-{
-    std::error_code error;
-    return std::filesystem::exists(localFile(path), error);
-}
-
-FullPath SimulatedPlatform::windowsDirectory(std::size_t capacity)
-{
-    return pathAnswer(kWindowsFolder, capacity);
-}
-
-Opened<FileSearch> SimulatedPlatform::findFiles(const std::wstring& pattern)
-{
-    FileSearchState state;
-    if (equalIgnoringCase(pattern, kSimulatedInfFolder + std::wstring(L"OEM*.INF")))
-        for (const SimulatedPackage& package : m_tree.packages)
-            state.names.push_back(package.name);
-    if (state.names.empty())
-        return Opened<FileSearch>::failed(errors::kFileNotFound);
-    return simulated<FileSearch>(m_openObjects, std::move(state));
-}
-
-std::wstring SimulatedPlatform::foundFile(FileSearch& search)
-{
-    const auto& state = stateOf<FileSearchState>(search);
-    return state.names[state.current];
-}
-
-Status SimulatedPlatform::findNextFile(FileSearch& search)
-{
-    auto& state = stateOf<FileSearchState>(search);
-    if (state.current + 1 >= state.names.size())
-        return Status::failed(errors::kNoMoreItems);
-    ++state.current;
-    return {};
+    return openSimulatedInf(m_system, name);
 }
 
 Opened<LoadedLibrary> SimulatedPlatform::loadLibrary(const std::wstring& name)
 {
-    if (std::ranges::none_of(kLibraries, [&](const wchar_t* each) { return equalIgnoringCase(each, name); }))
-        return Opened<LoadedLibrary>::failed(errors::kModuleNotFound);
-    return simulated<LoadedLibrary>(m_openObjects, NoState());
+    return loadSimulatedLibrary(m_system, name);
 }
 
-Outcome<Procedure> SimulatedPlatform::findProcedure(LoadedLibrary&, const char* name)
+Outcome<FullPath> SimulatedPlatform::fullPath(const std::wstring& path, std::size_t capacity)
 {
-    const auto found = std::ranges::find(kProcedures, std::string_view(name));
-    if (found == kProcedures.end())
-        return Outcome<Procedure>::failed(errors::kProcedureNotFound);
-    return static_cast<Procedure>(found - kProcedures.begin() + 1);
+    if (const auto failure = m_system.fails("fullPath"))
+        return *failure;
+    const std::filesystem::path local = localFile(path);
+    std::error_code error;
+    const auto absolute = local.empty() ? std::filesystem::path() : std::filesystem::absolute(local, error);
+    if (local.empty() || error)
+        return Failure{errors::kInvalidName};
+    const std::u8string text = absolute.lexically_normal().u8string();
+    std::wstring full = fromUtf8(std::string(text.begin(), text.end()));
+    if (full.size() >= capacity)
+        return Failure{errors::kNameTooLong};
+    std::wstring name(afterLast(full, L"/\\"));
+    return FullPath{std::move(full), std::move(name)};
 }
 
-bool SimulatedPlatform::setNonInteractiveMode(Procedure, bool on)
+Outcome<std::wstring> SimulatedPlatform::windowsDirectory(std::size_t)
 {
-    return std::exchange(m_nonInteractive, on);
+    if (const auto failure = m_system.fails("windowsDirectory"))
+        return *failure;
+    return std::wstring(kWindowsFolder);
+}
+
+Status SimulatedPlatform::fileExists(const std::wstring& path)
+{
+    if (const auto failure = m_system.fails("fileExists"))
+        return *failure;
+    std::error_code error;
+    return std::filesystem::exists(localFile(path), error) ? Status() : Failure{errors::kFileNotFound};
+}
+
+Opened<FileSearch> SimulatedPlatform::findFiles(const std::wstring& pattern)
+{
+    if (const auto failure = m_system.fails("findFiles"))
+        return *failure;
+    TextList names;
+    if (equalIgnoringCase(pattern, kSimulatedInfFolder + std::wstring(L"OEM*.INF")))
+        for (const SimulatedPackage& package : tree().packages)
+            names.push_back(package.name);
+    if (names.empty())
+        return Failure{errors::kFileNotFound};
+    return std::make_unique<SimulatedSearch>(m_system, std::move(names));
 }
 
 Opened<ConnectedMachine> SimulatedPlatform::connectMachine(const MachineName& machine)
 {
-    if (!reachable(machine))
-        return Opened<ConnectedMachine>::failed(configuration::kFailure);
-    return simulated<ConnectedMachine>(m_openObjects, NoState());
+    if (machine.empty())
+        return std::make_unique<SimulatedMachine>(m_system);
+    if (const auto failure = m_system.fails("connectMachine"))
+        return *failure;
+    if (!m_system.reachable(machine))
+        return Failure{configuration::kFailure};
+    return std::make_unique<SimulatedMachine>(m_system);
 }
 
-Outcome<DeviceNode> SimulatedPlatform::locateRoot(ConnectedMachine*)
+Opened<ServiceManager> SimulatedPlatform::openServiceManager(const MachineName& machine)
 {
-    return m_broken ? Outcome<DeviceNode>::failed(configuration::kNoSuchDevice) : static_cast<DeviceNode>(1);
-}
-
-Status SimulatedPlatform::reenumerate(DeviceNode, ConnectedMachine*)
-{
-    return {};
-}
-
-Opened<ServiceHandle> SimulatedPlatform::openServiceManager(const MachineName& machine)
-{
-    if (!reachable(machine))
-        return Opened<ServiceHandle>::failed(errors::kBadNetworkPath);
-    return simulated<ServiceHandle>(m_openObjects, NoState());
-}
-
-Opened<ServiceHandle> SimulatedPlatform::openService(ServiceHandle&, const std::wstring& name)
-{
-    if (std::ranges::none_of(m_tree.services, [&](const auto& each) { return equalIgnoringCase(each, name); }))
-        return Opened<ServiceHandle>::failed(errors::kServiceDoesNotExist);
-    return simulated<ServiceHandle>(m_openObjects, NoState());
+    if (const auto failure = m_system.fails("openServiceManager"))
+        return *failure;
+    if (!m_system.reachable(machine))
+        return Failure{errors::kBadNetworkPath};
+    return std::make_unique<SimulatedServices>(m_system);
 }
 
 Outcome<std::wstring> SimulatedPlatform::loadText(std::uint32_t number, std::size_t capacity)
 {
+    if (const auto failure = m_system.fails("loadText"))
+        return *failure;
     return loadedText(number, capacity);
 }
 
-Opened<TokenHandle> SimulatedPlatform::openProcessToken()
+Opened<ProcessToken> SimulatedPlatform::openProcessToken()
 {
-    return simulated<TokenHandle>(m_openObjects, NoState());
+    if (const auto failure = m_system.fails("openProcessToken"))
+        return *failure;
+    return std::make_unique<SimulatedToken>(m_system);
 }
 
 Outcome<PrivilegeId> SimulatedPlatform::lookupPrivilege(const std::wstring& name)
 {
+    if (const auto failure = m_system.fails("lookupPrivilege", name))
+        return *failure;
     if (name != L"SeShutdownPrivilege")
-        return Outcome<PrivilegeId>::failed(errors::kInvalidParameter);
+        return Failure{errors::kInvalidParameter};
     return static_cast<PrivilegeId>(19);
 }
 
-Status SimulatedPlatform::enablePrivilege(TokenHandle&, PrivilegeId)
+std::wstring SimulatedPlatform::errorText(ErrorCode error)
 {
-    return {};
+    return SimulatedSystem::errorText(error);
 }
 
-Status SimulatedPlatform::requestShutdown(const ShutdownRequest&)
+Status SimulatedPlatform::requestShutdown(const ShutdownRequest& request)
 {
-    ++m_restarts;
+    if (const auto failure = m_system.fails("requestShutdown", request.timeoutSeconds, request.forceApplicationsClosed,
+                                            request.reboot, request.reason))
+        return *failure;
+    ++m_system.restarts;
     return {};
 }
 

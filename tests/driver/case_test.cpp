@@ -1,4 +1,5 @@
 #include "driver/engine.h"
+#include "driver/extras.h"
 #include "driver/platform/simulated_platform.h"
 #include "tests/driver/captured_output.h"
 #include "tests/support/suite_registry.h"
@@ -55,7 +56,8 @@ QString runLine(driver::DevicePlatform& platform, const QString& line)
     std::vector<std::wstring> arguments{L"C:\\tools\\plugboard-driver"};
     for (const QString& word : wordsOf(line))
         arguments.push_back(filledIn(word).toStdWString());
-    const driver::ResultCode result = driver::DriverEngine(platform, output).run(arguments);
+    const driver::Extras extras = driver::takeExtras(arguments);
+    const driver::ResultCode result = driver::DriverEngine(platform, output, extras).run(arguments);
     return withoutFolders(QString::fromStdString(output.take())) + QStringLiteral("= %1\n").arg(result);
 }
 

@@ -1,3 +1,4 @@
+#include "driver/platform/device_tree_file.h"
 #include "tests/support/suite_registry.h"
 
 #include <QProcess>
@@ -72,6 +73,32 @@ private slots:
         QCOMPARE(wrong.code, 3);
         QVERIFY(wrong.output.isEmpty() && wrong.error.contains(QStringLiteral("plugboard-driver")));
         QCOMPARE(run({QStringLiteral("update"), id, id}).code, 2);
+        const Finished nothing = run({QStringLiteral("--each")});
+        QCOMPARE(nothing.code, 3);
+        QVERIFY(nothing.error.startsWith(QStringLiteral("plugboard-driver")));
+    }
+
+    /// Programs that change the same system one beside the other lose none of their changes.
+    void changesOfManyPrograms()
+    {
+        constexpr int kPrograms = 12;
+        QTemporaryDir folder;
+        const QString tree = folder.filePath(QStringLiteral("tree.json"));
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("PLUGBOARD_DEVICE_TREE"), tree);
+        std::vector<std::unique_ptr<QProcess>> programs;
+        for (int i = 0; i < kPrograms; ++i) {
+            programs.push_back(std::make_unique<QProcess>());
+            programs.back()->setProcessEnvironment(environment);
+            programs.back()->start(QStringLiteral(PLUGBOARD_DRIVER_PROGRAM),
+                                   {QStringLiteral("install"), QStringLiteral(PLUGBOARD_SAMPLE_DRIVER "/vusbbus.inf"),
+                                    QStringLiteral("root\\VUBUS")});
+        }
+        for (const auto& program : programs)
+            QVERIFY(program->waitForFinished() && program->exitCode() == 0);
+        const auto after = driver::loadTree(tree.toStdU16String());
+        QVERIFY(after);
+        QCOMPARE(after->devices.size(), std::size_t(kPrograms));
     }
 };
 

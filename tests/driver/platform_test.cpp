@@ -1,11 +1,14 @@
 #include "driver/bus_driver_setup.h"
+#include "driver/command_table.h"
+#include "driver/device_interfaces.h"
 #include "driver/engine.h"
 #include "driver/messages/message_text.h"
 #include "driver/platform/device_tree_file.h"
 #include "driver/platform/simulated_platform.h"
 #include "driver/platform/system_platform.h"
+#include "driver/platform/tree_lock.h"
 #include "tests/driver/captured_output.h"
-#include "tests/driver/failing_platform.h"
+#include "tests/driver/failing_call.h"
 #include "tests/driver/standard_system.h"
 #include "tests/support/suite_registry.h"
 
@@ -73,7 +76,7 @@ private slots:
             QTest::newRow(text) << QByteArray(text);
     }
 
-    /// A file that is no tree is never written over, and nothing can be changed.
+    /// A file that is no tree is never written over; every command that needs it fails and says why.
     void refusesWhatIsNoTree()
     {
         QFETCH(QByteArray, text);
@@ -83,9 +86,43 @@ private slots:
         QVERIFY(file.open(QIODevice::WriteOnly) && file.write(text) == text.size());
         file.close();
         SimulatedPlatform platform(path.toStdU16String());
-        QCOMPARE(run(platform, {L"dp_add", (kSample + QStringLiteral("/vusbbus.inf")).toStdWString()}), kFailure);
-        QCOMPARE(run(platform, {L"find", L"*"}), kSuccess);
+        for (const Command* command = commandTable(); command->name != nullptr; ++command) {
+            std::string output;
+            const bool help = !accessOf(*command);
+            QCOMPARE(run(platform, {command->name, L"*"}, &output), help ? kSuccess : kFailure);
+            QCOMPARE(output.starts_with("! program: error 0x00000570: "), !help);
+        }
+        QVERIFY(devicePaths(platform, kHostControllerInterface).empty());
         QCOMPARE(contentOf(path), text);
+        QVERIFY(file.resize(64 * 1024 * 1024 + 1));
+        std::string output;
+        QCOMPARE(run(platform, {L"find", L"*"}, &output), kFailure);
+        QVERIFY(output.starts_with("! program: error 0x000000DF: "));
+    }
+
+    /// However many devices a command changes, the file is written at its end, and nobody else changes it before.
+    void oneWriteForEachCommand()
+    {
+        QTemporaryDir folder;
+        const QString path = folder.filePath(QStringLiteral("device_tree.json"));
+        DeviceTree tree = treeWithBus();
+        tree.add(tree.devices[0]);
+        QVERIFY(saveTree(tree, path.toStdU16String()));
+        const QByteArray before = contentOf(path);
+        SimulatedPlatform platform(path.toStdU16String());
+        bool early = false;
+        bool locked = true;
+        platform.setHook([&](const char*, const std::wstring&) -> ErrorCode {
+            early = early || contentOf(path) != before;
+            locked = locked && TreeLock((path + QStringLiteral(".lock")).toStdU16String(), {}).timedOut();
+            return 0;
+        });
+        QCOMPARE(run(platform, {L"disable", L"*"}), kSuccess);
+        QVERIFY(!early && locked);
+        QVERIFY(contentOf(path) != before);
+        locked = true;
+        QCOMPARE(run(platform, {L"find", L"*"}), kSuccess);
+        QVERIFY(!locked); // a listing that waits for its reader holds up nobody
     }
 
     /// A folder that cannot be written to: the command fails, and neither the tree nor the file has changed.
@@ -103,7 +140,8 @@ private slots:
         QVERIFY(QDir(folder.path()).rmdir(QStringLiteral("device_tree.json.new")));
         QCOMPARE(run(platform, {L"sethwid", L"@ROOT\\*", L":=", L"+X"}), kSuccess);
         QVERIFY(contentOf(path) != before);
-        QCOMPARE(QDir(folder.path()).entryList(QDir::Files), QStringList{QStringLiteral("device_tree.json")});
+        QCOMPARE(QDir(folder.path()).entryList(QDir::Files),
+                 (QStringList{QStringLiteral("device_tree.json"), QStringLiteral("device_tree.json.lock")}));
     }
 
     void longTextsFailAndAreNeverCut()
@@ -118,12 +156,16 @@ private slots:
         SimulatedPlatform platform(tree);
         std::string text;
         QCOMPARE(run(platform, {L"find", L"*"}, &text), kSuccess);
-        QCOMPARE(text, std::string(199, 'i') + ": ?\n" + "?" + std::string(59, ' ') + ": ?\nMatching devices: 2.\n");
+        QCOMPARE(text, std::string(199, 'i') + ": ?\n! program: ?: error CR 0x1A: The text is too long.\n?" +
+                           std::string(59, ' ') + ": ?\nMatching devices: 2.\n");
         QCOMPARE(run(platform, {L"find", L"@" + std::wstring(10, L'i') + L"*"}, &text), kSuccess);
         QVERIFY(QByteArray::fromStdString(text).endsWith("Matching devices: 1.\n"));
         QCOMPARE(run(platform, {L"classes"}, &text), kSuccess);
-        QCOMPARE(text, "Setup classes (2):\n" + std::string(31, 'n') + ": " + std::string(255, 'd') + "\n?" +
-                           std::string(19, ' ') + ": ?\n");
+        QCOMPARE(text,
+                 "Setup classes (2):\n" + std::string(31, 'n') + ": " + std::string(255, 'd') + "\n" +
+                     "! program: {00000002-0000-0000-0000-000000000000}: error 0x0000007A: The text is too long.\n"
+                     "! program: ?: error 0x0000007A: The text is too long.\n?" +
+                     std::string(19, ' ') + ": ?\n");
     }
 
     /// 256 characters of a hardware id fit, the path limit counts 259.
@@ -177,6 +219,8 @@ private slots:
         QTest::newRow("with the option") << QByteArray("-r restart @ROOT\\*") << QByteArray() << 1;
         QTest::newRow("without a token") << QByteArray("-r restart @ROOT\\*") << QByteArray("openProcessToken") << 1;
         QTest::newRow("not after a success without need") << QByteArray("-r find *") << QByteArray() << 0;
+        QTest::newRow("not with anything extra") << QByteArray("reboot /?") << QByteArray() << 0;
+        QTest::newRow("not for another machine") << QByteArray("reboot -m:\\\\LAB") << QByteArray() << 0;
         QTest::newRow("the command itself") << QByteArray("reboot") << QByteArray() << 1;
         QTest::newRow("the command without a token") << QByteArray("reboot") << QByteArray("openProcessToken") << 1;
         QTest::newRow("the command without the privilege")
@@ -190,15 +234,15 @@ private slots:
         QFETCH(int, restarts);
         DeviceTree tree = treeWithBus();
         tree.devices[0].rebootAfterChange = true;
-        for (int call = failing.isEmpty() ? 0 : 1;; ++call) {
-            SimulatedPlatform simulated(tree);
-            FailingPlatform platform(simulated, call);
+        for (FailingCall call{failing.isEmpty() ? 0 : 1};; call = {call.failing + 1}) {
+            SimulatedPlatform platform(tree);
+            call.watch(platform);
             CapturedOutput output;
             DriverEngine(platform, output).run(argumentsOf(QString::fromLatin1(command)));
-            QVERIFY(failing.isEmpty() || !platform.failedCall().empty());
-            if (platform.failedCall() != failing.toStdString())
+            QVERIFY(failing.isEmpty() || !call.failed.empty());
+            if (call.failed != failing.toStdString())
                 continue;
-            QCOMPARE(simulated.restarts(), restarts);
+            QCOMPARE(platform.restarts(), restarts);
             return;
         }
     }

@@ -3,8 +3,9 @@
 
 PROGRAMS is the folder of plugboard-driver.exe with the DLLs that it needs, FOLDER that of bus-interface.exe (PROGRAMS
 by default). First every session of cases/ runs on the simulated system: the Windows program must print what the others
-do, with CR LF line ends. Then wine_session.txt runs on the device tree of a Wine prefix that is made anew. Prints each difference
-and, last, "N passed, N failed". --accept writes what Wine answers into wine_session.txt instead of comparing it.
+do, with CR LF line ends. Then wine_session.txt runs on the device tree of a Wine prefix that is made anew, and every Windows call
+is judged (windows_contract.py). Prints each difference, a table of the calls and, last, "N passed, N failed". --accept writes
+what the programs answer into wine_session.txt and contract_session.txt instead of comparing it.
 """
 import argparse
 import os
@@ -14,6 +15,8 @@ import shutil
 import subprocess
 import sys
 import tempfile
+
+import windows_contract
 
 HERE = pathlib.Path(__file__).resolve().parent
 SAMPLE = HERE.parent.parent / "driver" / "sample"
@@ -26,7 +29,7 @@ def windows_path(path):
 class Wine:
     def __init__(self, options):
         self.programs = pathlib.Path(options.programs).resolve()
-        fixtures = pathlib.Path(options.fixtures or options.programs).resolve()
+        self.fixtures = fixtures = pathlib.Path(options.fixtures or options.programs).resolve()
         self.paths = {"$": self.programs / "plugboard-driver.exe", "%": fixtures / "bus-interface.exe"}
         for path in self.paths.values():
             if not path.exists():
@@ -50,11 +53,16 @@ class Wine:
     def end(self):
         subprocess.run(["wineserver", "-k"], env=self.environment, stderr=subprocess.DEVNULL)
 
-    def run(self, line, tree=None):
-        """The transcript of one line of a session: what it prints and its result."""
+    windows_path = staticmethod(windows_path)
+
+    def run(self, line, tree=None, environment=None, folder=None):
+        """The transcript of one line of a session: what it prints and its result. `folder` has other copies of the programs."""
         words = [a if a or not b else b for a, b in re.findall(r'"([^"]*)"|(\S+)', line[1:])]
-        environment = dict(self.environment, **({"PLUGBOARD_DEVICE_TREE": windows_path(tree)} if tree else {}))
-        done = subprocess.run(["wine", str(self.paths[line[0]])] + [filled_in(word) for word in words],
+        environment = dict(self.environment, **(environment or {}))
+        if tree:
+            environment["PLUGBOARD_DEVICE_TREE"] = windows_path(tree)
+        program = self.paths[line[0]]
+        done = subprocess.run(["wine", str(folder / program.name if folder else program)] + [filled_in(word) for word in words],
                               env=environment, capture_output=True, timeout=120)
         missing = re.search(rb"unimplemented function (\S+?),", done.stderr)
         if missing:
@@ -95,35 +103,40 @@ def commands(lines):
     return result
 
 
+def in_streams(lines):
+    """The lines of each stream in order: between the streams, a pipe for each keeps none."""
+    return [line for line in lines if not line.startswith("! ")], [line for line in lines if line.startswith("! ")]
+
+
 def agrees(expected, actual):
     wanted = [line[2:] for line in expected if line.startswith("~ ")]
     if not wanted:
-        return expected == actual
+        return in_streams(expected) == in_streams(actual)
     return all(line in actual for line in wanted) and expected[-1] == actual[-1]
 
 
-def run_session(wine, file, tree=None):
+def run_session(run, file):
     failed = 0
     for line, expected in commands(file.read_text(encoding="utf-8").splitlines()):
         try:
-            actual = wine.run(line, tree).splitlines()
+            actual = run(line).splitlines()
         except (ValueError, subprocess.TimeoutExpired) as fault:
             actual = [str(fault)]
         if not agrees(expected, actual):
             failed += 1
             print(f"{file.name}: {line}\n  expected:\n    " + "\n    ".join(expected) + "\n  is:\n    " +
-                  "\n    ".join(actual), flush=True)
+                  "\n    ".join(windows_contract.with_fields(each) for each in actual), flush=True)
     return failed
 
 
-def accept(wine, file):
+def accept(run, file):
     result, skipping = [], False
     lines = file.read_text(encoding="utf-8").splitlines()
     before = iter(commands(lines))
     for line in lines:
         if line[:1] in ("$", "%"):
             skipping = True
-            expected, actual = next(before)[1], wine.run(line)
+            expected, actual = next(before)[1], run(line)
             if any(each.startswith("~ ") for each in expected) and agrees(expected, actual.splitlines()):
                 actual = "\n".join(expected) + "\n"
             result.append(line + "\n" + actual)
@@ -131,6 +144,18 @@ def accept(wine, file):
             result.append(("" if result and result[-1] == "\n" else "\n" if skipping else "") + line + "\n")
             skipping = False
     file.write_text("".join(result), encoding="utf-8")
+
+
+def judge_calls(contract, session):
+    """Runs the session, then every function's failures; prints what is wrong and the table of calls."""
+    faults = run_session(contract.run, session)
+    names = windows_contract.functions(HERE / "windows" / "contract")
+    contract.fail_each(names)
+    rows, whole = contract.table(names)
+    print("\n".join(rows + contract.problems), flush=True)
+    if not whole:
+        print("A function was not called, or not made to fail.")
+    return faults + len(contract.problems) + (not whole)
 
 
 def main():
@@ -141,20 +166,23 @@ def main():
     parser.add_argument("--accept", action="store_true")
     options = parser.parse_args()
     wine = Wine(options)
-    session = HERE / "wine_session.txt"
+    session, contract_session = HERE / "wine_session.txt", HERE / "contract_session.txt"
     passed = failed = 0
     try:
         wine.make_prefix()
         if options.accept:
-            return accept(wine, session)
+            accept(wine.run, session)
+            return accept(windows_contract.Contract(wine).run, contract_session)
         with tempfile.TemporaryDirectory() as folder:
             for case in sorted((HERE / "cases").glob("*.txt")):
                 tree = pathlib.Path(folder) / f"{case.stem}.json"
                 name = re.search("^tree: (.*)$", case.read_text(encoding="utf-8"), re.MULTILINE)[1]
                 shutil.copyfile(HERE / "trees" / f"{name}.json", tree)
-                faults = run_session(wine, case, tree)
+                faults = run_session(lambda line: wine.run(line, tree), case)
                 passed, failed = passed + (faults == 0), failed + (faults > 0)
-        faults = run_session(wine, session)
+        faults = run_session(wine.run, session)
+        passed, failed = passed + (faults == 0), failed + (faults > 0)
+        faults = judge_calls(windows_contract.Contract(wine), contract_session)
         passed, failed = passed + (faults == 0), failed + (faults > 0)
     finally:
         wine.end()
@@ -162,4 +190,5 @@ def main():
     return 1 if failed else 0
 
 
-sys.exit(main())
+if __name__ == "__main__":
+    sys.exit(main())

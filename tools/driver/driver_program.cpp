@@ -2,6 +2,7 @@
 
 #include "driver/argument_vectors.h"
 #include "driver/engine.h"
+#include "driver/extras.h"
 #include "driver/output.h"
 #include "driver/platform/system_platform.h"
 
@@ -23,10 +24,12 @@ int runDriverProgram(const std::vector<std::wstring>& arguments, const std::file
         driver::systemOutput().write(driver::Stream::Normal, L"plugboard-driver " PLUGBOARD_VERSION L"\n");
         return 0;
     }
-    const auto platform =
-        treeFile.empty() ? driver::systemPlatform(programFolder) : driver::simulatedPlatform(treeFile);
-    auto vectors = driver::splitArgumentVectors(arguments);
+    const bool simulated = PLUGBOARD_TREE_VARIABLE && !treeFile.empty();
+    const auto platform = simulated ? driver::simulatedPlatform(treeFile) : driver::systemPlatform(programFolder);
+    driver::ArgumentVector others = arguments;
+    const driver::Extras extras = driver::takeExtras(others);
+    auto vectors = driver::splitArgumentVectors(others);
     if (asked == L"--help" || asked == L"-h")
         vectors.front()[1] = L"help";
-    return static_cast<int>(driver::DriverEngine(*platform).runEach(vectors));
+    return static_cast<int>(driver::DriverEngine(*platform, driver::systemOutput(), extras).runEach(vectors));
 }

@@ -1,0 +1,223 @@
+// Setup classes, INF files, the driver store, and installing a driver.
+#include "tests/driver/windows/contract/contract.h"
+
+#include <newdev.h>
+
+#include <string_view>
+#include <utility>
+
+using namespace contract;
+
+namespace {
+
+constexpr GUID kSystem{0x4D36E97D, 0xE325, 0x11CE, {0xBF, 0xC1, 0x08, 0x00, 0x2B, 0xE1, 0x03, 0x18}};
+
+BOOL guids(Call& call, GUID* list, DWORD size, DWORD* required, DWORD count, PCWSTR, PVOID reserved)
+{
+    call.must((list != nullptr || size == 0) && required != nullptr, "the list or its size is missing");
+    call.must(reserved == nullptr, "Reserved is not null");
+    if (call.wanted())
+        return FALSE;
+    *required = count;
+    for (DWORD i = 0; i < size && i < count; ++i)
+        list[i] = kSystem;
+    return size < count ? call.fails(ERROR_INSUFFICIENT_BUFFER) : TRUE;
+}
+
+struct Value
+{
+    const wchar_t* key;
+    const wchar_t* fields[2];
+};
+
+constexpr Value kValues[] = {{L"Provider", {L"(Provider)", nullptr}},
+                             {L"ClassGUID", {L"{4D36E97D-E325-11CE-BFC1-08002BE10318}", nullptr}},
+                             {L"DriverVer", {L"02/28/2026", L"1.2.3.4"}}};
+
+} // namespace
+
+BOOL WINAPI SetupDiClassGuidsFromNameExW(PCWSTR name, GUID* list, DWORD size, PDWORD required, PCWSTR machine,
+                                         PVOID reserved)
+{
+    Call call("SetupDiClassGuidsFromNameExW");
+    call.name(name, 4096);
+    return guids(call, list, size, required, 1, machine, reserved);
+}
+
+BOOL WINAPI SetupDiBuildClassInfoListExW(DWORD flags, GUID* list, DWORD size, PDWORD required, PCWSTR machine,
+                                         PVOID reserved)
+{
+    Call call("SetupDiBuildClassInfoListExW");
+    call.must(flags == 0, "classes are left out");
+    return guids(call, list, size, required, 130, machine, reserved); // more than a first list holds
+}
+
+BOOL WINAPI SetupDiClassNameFromGuidExW(const GUID* guid, PWSTR name, DWORD size, PDWORD required, PCWSTR,
+                                        PVOID reserved)
+{
+    Call call("SetupDiClassNameFromGuidExW");
+    call.must(guid != nullptr && reserved == nullptr, "the class is missing, or Reserved is not null");
+    call.must(size >= MAX_CLASS_NAME_LEN, "the buffer holds no longest name");
+    return call.wanted() ? FALSE : call.copies(L"System", name, size, required);
+}
+
+BOOL WINAPI SetupDiGetClassDescriptionExW(const GUID* guid, PWSTR text, DWORD size, PDWORD required, PCWSTR,
+                                          PVOID reserved)
+{
+    Call call("SetupDiGetClassDescriptionExW");
+    call.must(guid != nullptr && reserved == nullptr, "the class is missing, or Reserved is not null");
+    call.must(size >= LINE_LEN, "the buffer holds no longest description");
+    return call.wanted() ? FALSE : call.copies(L"(class description)", text, size, required);
+}
+
+HKEY WINAPI SetupDiOpenClassRegKeyExW(const GUID* guid, REGSAM access, DWORD flags, PCWSTR, PVOID reserved)
+{
+    Call call("SetupDiOpenClassRegKeyExW");
+    call.must(guid != nullptr && flags == DIOCR_INSTALLER && reserved == nullptr, "no key of a setup class");
+    call.must(access == KEY_READ || access == (KEY_READ | KEY_WRITE), "no known access");
+    HKEY key = nullptr;
+    if (call.wanted() || RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\Contract", 0, nullptr, 0, access, nullptr, &key,
+                                         nullptr) != ERROR_SUCCESS)
+        return static_cast<HKEY>(INVALID_HANDLE_VALUE);
+    noteKey(key);
+    return key;
+}
+
+BOOL WINAPI SetupDiGetINFClassW(PCWSTR path, GUID* guid, PWSTR name, DWORD size, PDWORD required)
+{
+    Call call("SetupDiGetINFClassW");
+    call.fullPath(path);
+    call.must(guid != nullptr && size >= MAX_CLASS_NAME_LEN,
+              "the class is missing, or the buffer holds no longest name");
+    if (call.wanted())
+        return FALSE;
+    *guid = kSystem;
+    return call.copies(L"System", name, size, required);
+}
+
+BOOL WINAPI SetupCopyOEMInfW(PCWSTR path, PCWSTR location, DWORD type, DWORD style, PWSTR destination, DWORD size,
+                             PDWORD required, PWSTR* component)
+{
+    Call call("SetupCopyOEMInfW");
+    call.fullPath(path);
+    call.must(location == nullptr && type == SPOST_PATH && style == 0, "the package is not copied from its own folder");
+    call.must(destination != nullptr && component != nullptr, "a place for the stored name is missing");
+    if (call.wanted() || !call.copies(L"C:\\windows\\INF\\oem7.inf", destination, size, required))
+        return FALSE;
+    *component = wcsrchr(destination, L'\\') + 1;
+    return TRUE;
+}
+
+HINF WINAPI SetupOpenInfFileW(PCWSTR name, PCWSTR setupClass, DWORD style, PUINT)
+{
+    Call call("SetupOpenInfFileW");
+    call.name(name, MAX_PATH - 1);
+    call.must(setupClass == nullptr && style == INF_STYLE_WIN4, "no INF of today's style is asked for");
+    return call.wanted() ? INVALID_HANDLE_VALUE : opened<HINF>(Kind::Inf);
+}
+
+BOOL WINAPI SetupGetInfInformationW(LPCVOID name, DWORD search, PSP_INF_INFORMATION buffer, DWORD size, PDWORD required)
+{
+    Call call("SetupGetInfInformationW");
+    call.name(static_cast<const wchar_t*>(name), MAX_PATH - 1);
+    call.must(search == INFINFO_DEFAULT_SEARCH, "the INF is not looked for where the system keeps its own");
+    call.must(buffer != nullptr || (size == 0 && required != nullptr), "neither a buffer nor a place for its size");
+    if (call.wanted())
+        return FALSE;
+    constexpr DWORD kSize = 64;
+    if (required != nullptr)
+        *required = kSize;
+    if (buffer == nullptr)
+        return TRUE;
+    if (size < kSize)
+        return call.fails(ERROR_INSUFFICIENT_BUFFER);
+    buffer->InfStyle = INF_STYLE_WIN4;
+    buffer->InfCount = 1;
+    return TRUE;
+}
+
+BOOL WINAPI SetupQueryInfOriginalFileInformationW(PSP_INF_INFORMATION information, UINT index,
+                                                  PSP_ALTPLATFORM_INFO platform, PSP_ORIGINAL_FILE_INFO_W original)
+{
+    Call call("SetupQueryInfOriginalFileInformationW");
+    call.must(information != nullptr && information->InfCount == 1 && index == 0, "there is no such INF");
+    call.must(platform == nullptr, "another platform is asked for");
+    call.sized(original, "SP_ORIGINAL_FILE_INFO_W");
+    wcscpy(original->OriginalInfName, L"(OriginalInfName)");
+    wcscpy(original->OriginalCatalogName, L"(OriginalCatalogName)");
+    return !call.wanted();
+}
+
+void WINAPI SetupCloseInfFile(HINF inf)
+{
+    Call call("SetupCloseInfFile");
+    call.closes(Kind::Inf, inf);
+}
+
+BOOL WINAPI SetupFindFirstLineW(HINF inf, PCWSTR section, PCWSTR key, PINFCONTEXT context)
+{
+    Call call("SetupFindFirstLineW");
+    call.isOpen(Kind::Inf, inf);
+    call.must(context != nullptr && section != nullptr, "the section or the place for a line is missing");
+    if (call.wanted())
+        return FALSE;
+    for (UINT i = 0; i < std::size(kValues); ++i)
+        if (std::wstring_view(kValues[i].key) == key) {
+            *context = {inf, inf, 0, i};
+            return TRUE;
+        }
+    return call.fails(ERROR_LINE_NOT_FOUND);
+}
+
+BOOL WINAPI SetupGetStringFieldW(PINFCONTEXT context, DWORD field, PWSTR buffer, DWORD size, PDWORD required)
+{
+    Call call("SetupGetStringFieldW");
+    call.isOpen(Kind::Inf, context->Inf);
+    call.must(field >= 1, "field 0 is the key");
+    if (call.wanted())
+        return FALSE;
+    const wchar_t* const text = field <= 2 ? kValues[context->Line].fields[field - 1] : nullptr;
+    return text == nullptr ? call.fails(ERROR_INVALID_PARAMETER) : call.copies(text, buffer, size, required);
+}
+
+BOOL WINAPI SetupSetNonInteractiveMode(BOOL on)
+{
+    Call call("SetupSetNonInteractiveMode");
+    static BOOL mode = TRUE; // so that putting it back is seen
+    call.must(on == TRUE, "the mode before was another");
+    return std::exchange(mode, on);
+}
+
+BOOL WINAPI SetupUninstallOEMInfW(PCWSTR name, DWORD flags, PVOID reserved)
+{
+    Call call("SetupUninstallOEMInfW");
+    call.name(name, MAX_PATH - 1);
+    call.must(wcspbrk(name, L"\\/:") == nullptr, "the name has a folder");
+    call.must((flags & ~SUOI_FORCEDELETE) == 0 && reserved == nullptr, "unknown flags, or Reserved is not null");
+    return !call.wanted();
+}
+
+BOOL WINAPI SetupVerifyInfFileW(PCWSTR name, PSP_ALTPLATFORM_INFO platform, PSP_INF_SIGNER_INFO_W signer)
+{
+    Call call("SetupVerifyInfFileW");
+    call.name(name, MAX_PATH - 1);
+    call.must(platform == nullptr, "another platform is asked for");
+    call.sized(signer, "SP_INF_SIGNER_INFO_W");
+    wcscpy(signer->CatalogFile, L"(CatalogFile)");
+    wcscpy(signer->DigitalSigner, L"(DigitalSigner)");
+    wcscpy(signer->DigitalSignerVersion, L"(DigitalSignerVersion)");
+    return !call.wanted();
+}
+
+BOOL WINAPI UpdateDriverForPlugAndPlayDevicesW(HWND, LPCWSTR hardwareId, LPCWSTR path, DWORD flags, PBOOL reboot)
+{
+    Call call("UpdateDriverForPlugAndPlayDevicesW");
+    call.name(hardwareId, MAX_DEVICE_ID_LEN + 100);
+    call.fullPath(path);
+    call.must(flags == INSTALLFLAG_FORCE, "the driver does not replace a better one");
+    call.must(reboot != nullptr, "the place for the need of a restart is missing");
+    if (call.wanted())
+        return FALSE;
+    *reboot = TRUE;
+    return TRUE;
+}

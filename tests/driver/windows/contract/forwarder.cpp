@@ -1,0 +1,1 @@
+// A library of forwarded exports needs a source.

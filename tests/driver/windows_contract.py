@@ -1,0 +1,142 @@
+"""windows_contract.py: every Windows call of the driver engine, against libraries that check it.
+
+The program runs under Wine with setupapi.dll, cfgmgr32.dll and newdev.dll of windows/contract in place of Wine's. They hold
+two devices and answer whatever the engine asks, write down each breach of what the functions' documentation asks for, and make
+a function fail when they are told to. contract_session.txt says what the program prints; its values name the fields that they
+come from. Then each function fails in turn with each of its errors: the program must say so, breach nothing and leave
+nothing open.
+"""
+import os
+import re
+import shutil
+import subprocess
+
+LIBRARIES = ("setupapi.dll", "cfgmgr32.dll", "newdev.dll")
+
+# Errors that the documentation names for a function, or access denied. 1 to 59 are the configuration manager's own.
+SETUP_ERRORS = {
+    "SetupDiClassGuidsFromNameExW": [0xE0000220],
+    "SetupDiBuildClassInfoListExW": [0xE0000220],
+    "SetupDiClassNameFromGuidExW": [0xE0000206, 5],
+    "SetupDiGetClassDescriptionExW": [0xE0000206, 5],
+    "SetupDiOpenClassRegKeyExW": [0xE0000206, 5],
+    "SetupDiGetClassDevsExW": [0xE0000220, 87],
+    "SetupDiCreateDeviceInfoListExW": [0xE0000220],
+    "SetupDiOpenDeviceInfoW": [0xE0000205, 0xE000020B],
+    "SetupDiEnumDeviceInfo": [259, 6],
+    "SetupDiCreateDeviceInfoW": [0xE0000205, 0xE0000207],
+    "SetupDiGetDeviceRegistryPropertyW": [13, 0xE000020C],
+    "SetupDiCallClassInstaller": [5, 0xE000020E, 0xE0000231],
+    "SetupDiEnumDriverInfoW": [259, 5],
+    "SetupDiBuildDriverInfoList": [5, 1223],
+    "SetupDiGetINFClassW": [2, 0xE0000100],
+    "SetupCopyOEMInfW": [2, 5, 80],
+    "SetupOpenInfFileW": [2, 0xE0000100],
+    "SetupFindFirstLineW": [0xE0000102],
+    "SetupGetInfInformationW": [2],
+    "SetupGetStringFieldW": [87, 13],
+    "SetupUninstallOEMInfW": [5, 0xE000023C, 0xE000023D],
+    "SetupVerifyInfFileW": [2, 0xE000022F, 0xE0000241, 0xE0000242],
+    "UpdateDriverForPlugAndPlayDevicesW": [2, 259, 1004, 0xE000020B],
+    "CM_Get_Device_IDW": [5, 26],
+    "CM_Get_Device_ID_ExW": [5, 26],
+    "CM_Get_DevNode_Status": [5, 13, 37],
+    "CM_Get_DevNode_Status_Ex": [5, 13, 37],
+    "CM_Get_First_Log_Conf": [5, 14],
+    "CM_Get_First_Log_Conf_Ex": [5, 14],
+    "CM_Get_Next_Res_Des_Ex": [6, 15],
+    "CM_Get_Res_Des_Data_Size_Ex": [6],
+    "CM_Get_Res_Des_Data_Ex": [6, 26],
+    "CM_Connect_MachineW": [47, 49, 51, 52],
+    "CM_Locate_DevNode_ExW": [13, 51],
+    "CM_Reenumerate_DevNode_Ex": [5, 51],
+}
+CANNOT_FAIL = ("SetupCloseInfFile", "SetupSetNonInteractiveMode")
+# Closing, putting back, and how a function says that there is nothing (more) of what was asked for.
+SILENT = {("SetupDiOpenDeviceInfoW", 0xE000020B), ("SetupDiEnumDeviceInfo", 259), ("SetupDiEnumDriverInfoW", 259),
+          ("SetupDiGetDeviceRegistryPropertyW", 13), ("SetupFindFirstLineW", 0xE0000102), ("SetupGetStringFieldW", 87),
+          ("SetupVerifyInfFileW", 0xE000022F), ("SetupVerifyInfFileW", 0xE0000241), ("SetupVerifyInfFileW", 0xE0000242),
+          ("SetupDiClassNameFromGuidExW", 0xE0000206), ("SetupDiGetClassDescriptionExW", 0xE0000206),
+          ("CM_Get_DevNode_Status", 13), ("CM_Get_DevNode_Status", 37), ("CM_Get_DevNode_Status_Ex", 13),
+          ("CM_Get_DevNode_Status_Ex", 37), ("CM_Get_First_Log_Conf", 14), ("CM_Get_First_Log_Conf_Ex", 14),
+          ("CM_Get_Next_Res_Des_Ex", 15)}
+UNHEARD = re.compile("SetupDiDestroy|SetupCloseFileQueue|CM_Free_|CM_Disconnect|SetupDiEnumDeviceInterfaces|"
+                     "SetupDiGetDeviceInterfaceDetailW|SetupDiGetClassDevsW")
+
+
+# Numbers that the libraries put into fields; texts are the fields' names themselves.
+FIELDS = {"fedc00000000": "MD_Alloc_Base", "fedc0000ffff": "MD_Alloc_End", "03f8": "IOD_Alloc_Base", "03ff": "IOD_Alloc_End",
+          "901": "MD_Count", "902": "MD_Flags", "903": "IOD_Count", "905": "DD_Count", "906": "DD_Type", "907": "DD_Flags",
+          "908": "IRQD_Count", "909": "IRQD_Type", "910": "IRQD_Flags", "912": "IRQD_Affinity"}
+
+
+def with_fields(line):
+    """A line of resources with the names of the fields that its numbers come from."""
+    if not re.match("    (MEM|IO |DMA|IRQ) *: ", line):
+        return line
+    names = [FIELDS[number] for number in re.findall("[0-9a-f]+", line.partition(":")[2]) if number in FIELDS]
+    return line + (f"   ({', '.join(names)})" if names else "")
+
+
+def functions(source_folder):
+    """What the libraries have, which is what the engine can call: their functions are all that it finds there."""
+    text = "".join(path.read_text(encoding="utf-8") for path in source_folder.glob("*.cpp"))
+    return re.findall(r'Call call\("(\w+)"\)', text)
+
+
+class Contract:
+    def __init__(self, wine):
+        """Puts the programs and the libraries into a folder beside Wine's prefix."""
+        libraries, folder = wine.fixtures / "contract", wine.prefix.parent / "wine-contract"
+        shutil.rmtree(folder, ignore_errors=True)
+        folder.mkdir(parents=True)
+        self.wine, self.folder, self.log = wine, folder, folder / "calls.txt"
+        for file in list(wine.paths.values()) + [libraries / name for name in LIBRARIES] + list(wine.programs.glob("lib*.dll")):
+            shutil.copy(file, folder)
+        # What dp_enum finds; the libraries say what is in it.
+        (wine.prefix / "drive_c" / "windows" / "inf" / "oem7.inf").write_text("")
+        self.problems = []
+        self.calls = {}  # command line to the functions that it called
+        self.succeeded, self.failed = {}, {}
+
+    def run(self, line, fail=""):
+        """The transcript; notes what the libraries wrote. `fail` is "FUNCTION:ERROR"."""
+        self.log.unlink(missing_ok=True)
+        environment = {"CONTRACT_LOG": self.wine.windows_path(self.log), "CONTRACT_FAIL": fail,
+                       "WINEDLLOVERRIDES": self.wine.environment["WINEDLLOVERRIDES"] + ";setupapi,cfgmgr32,newdev=n"}
+        text = self.wine.run(line, environment=environment, folder=self.folder)
+        lines = self.log.read_text(encoding="utf-8").splitlines() if self.log.exists() else []
+        for each in lines:
+            word, _, rest = each.partition(" ")
+            if word in ("breach", "open"):
+                self.problems.append(f"{line} {fail}: {each}")
+            elif word == "done":
+                self.succeeded[rest] = self.succeeded.get(rest, 0) + 1
+            elif word == "failed" and (fail or "").partition(":")[0] == rest:
+                self.failed.setdefault(rest, set()).add(fail.partition(":")[2])
+        called = [each[5:] for each in lines if each.startswith("call ")]
+        if called and "end" not in lines:
+            self.problems.append(f"{line} {fail}: the program did not end")
+        self.calls.setdefault(line, called)
+        return text
+
+    def fail_each(self, names):
+        for name in names:
+            line = next((line for line, called in self.calls.items() if name in called), None)
+            for error in SETUP_ERRORS.get(name, [5]) if line and name not in CANNOT_FAIL else []:
+                text = self.run(line, f"{name}:{error:#x}")
+                told = f"CR 0x{error:02X}" if name.startswith("CM_") else f"0x{error:08X}"
+                if told not in text and (name, error) not in SILENT and not UNHEARD.match(name):
+                    self.problems.append(f"{line}: {name} fails with {told}, of which nobody is told:\n{text}")
+                if not re.search("= [012]\n$", text):
+                    self.problems.append(f"{line}: with {name} failing it ends so:\n{text}")
+
+    def table(self, names):
+        """Lines of the table, and whether no cell is empty."""
+        rows = [f"{'function':<36} succeeded  failed with"]
+        whole = True
+        for name in sorted(names):
+            errors = "cannot fail" if name in CANNOT_FAIL else " ".join(sorted(self.failed.get(name, [])))
+            whole = whole and name in self.succeeded and bool(errors)
+            rows.append(f"{name:<36} {self.succeeded.get(name, ''):>9}  {errors}")
+        return rows, whole

@@ -1,4 +1,4 @@
-#include "capture/capture_client.h"
+#include "capture/channel/capture_client.h"
 #include "tests/capture/capture_server.h"
 #include "tests/capture/packet_bytes.h"
 #include "tests/support/suite_registry.h"
@@ -27,6 +27,9 @@ private slots:
     void readsTruncatedPackets_data();
     void readsTruncatedPackets();
     void reportsReplies();
+    void everyConfigurationWasAskedFor();
+    void deviceProcessCannotFillTheLog();
+    void talksToTheProcessItselfOnly();
     void callbacksRunOnceAndMayReenter();
     void reconnectsAfterLossAndAfterFailure();
     void bytesOfALostConnectionDoNotMixWithTheNext();
@@ -115,7 +118,7 @@ void CaptureClientTest::packetsSurviveAnySlicing()
             client.receive(stream.mid(begin, size));
             begin += size;
         }
-        const auto& packets = client.packets(7);
+        const auto packets = client.packets(7);
         QCOMPARE(packets.size(), std::size_t(300));
         for (quint32 number = 0; number < 300; ++number) {
             QCOMPARE(packets[number].sequenceNumber, number);
@@ -227,7 +230,7 @@ void CaptureClientTest::readsTruncatedPackets()
     UsbIPCaptureClient client;
     client.receive(frame(1, payload));
     QCOMPARE(client.packets(7).size(), std::size_t(1));
-    const UsbIPPacketInfo& packet = client.packets(7).front();
+    const UsbIPPacketInfo packet = client.packets(7).front();
     QTEST(packet.usbipHeader, "header");
     QTEST(packet.data, "data");
     QTEST(packet.setupData, "setup");
@@ -240,7 +243,6 @@ void CaptureClientTest::reportsReplies()
     QSignalSpy stopped(&client, &UsbIPCaptureClient::captureStopped);
     QSignalSpy errors(&client, &UsbIPCaptureClient::connectionError);
     QSignalSpy stats(&client, &UsbIPCaptureClient::statsUpdated);
-    QSignalSpy configs(&client, &UsbIPCaptureClient::deviceConfigReceived);
     client.receive(frame(3, json("{'device_id':65537}")) + frame(3, "no json") + frame(4, json("{'device_id':2}")));
     QCOMPARE(started.count(), 2);
     QCOMPARE(started[0][0].value<std::uint32_t>(), 65537U);
@@ -262,11 +264,66 @@ void CaptureClientTest::reportsReplies()
     const auto reply = stats[1][0].value<CaptureStats>();
     QCOMPARE(reply.total_packets, 9U);
     QCOMPARE(reply.reply_packets, 0U);
+}
 
-    client.receive(frame(23, json("{'config':{'interfaces':[]}}")) + frame(23, json("{'config':5}")));
+void CaptureClientTest::everyConfigurationWasAskedFor()
+{
+    ConnectedClient pair;
+    QSignalSpy configs(&pair.client, &UsbIPCaptureClient::deviceConfigReceived);
+    const QByteArray reply = frame(23, json("{'config':{'interfaces':[]}}"));
+    QTest::ignoreMessage(QtWarningMsg, "A device configuration came that nobody asked for");
+    pair.client.receive(reply);
+    QCOMPARE(configs.count(), 0);
+    QVERIFY(pair.client.requestDeviceConfig() && pair.client.requestDeviceConfig());
+    QTest::ignoreMessage(QtWarningMsg, "A device configuration came that nobody asked for");
+    pair.client.receive(reply + frame(23, json("{'config':5}")) + reply);
     QCOMPARE(configs.count(), 2);
     QVERIFY(configs[0][0].toJsonObject().contains(QLatin1String("interfaces")));
     QVERIFY(configs[1][0].toJsonObject().isEmpty());
+}
+
+void CaptureClientTest::deviceProcessCannotFillTheLog()
+{
+    static qint64 s_lines;
+    static qint64 s_characters;
+    s_lines = s_characters = 0;
+    const QtMessageHandler previous =
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& text) {
+            ++s_lines;
+            s_characters += text.size();
+        });
+    UsbIPCaptureClient client;
+    const QByteArray error = frame(6, "{\"message\":\"" + QByteArray(50000, 'x') + "\"}");
+    for (int i = 0; i < 500; ++i)
+        client.receive(error + frame(77, {}) + frame(1, "short"));
+    qInstallMessageHandler(previous);
+    QVERIFY2(s_lines > 0 && s_lines <= 100, qPrintable(QString::number(s_lines)));
+    QVERIFY2(s_characters < 100 * 300, qPrintable(QString::number(s_characters)));
+}
+
+void CaptureClientTest::talksToTheProcessItselfOnly()
+{
+    const qint64 other = CaptureServer::nextProcessId();
+    CaptureServer taken(other); // the name of a process, served by this one
+    UsbIPCaptureClient client;
+    QSignalSpy refused(&client, &UsbIPCaptureClient::serverRefused);
+    QSignalSpy errors(&client, &UsbIPCaptureClient::connectionError);
+    QSignalSpy connected(&client, &UsbIPCaptureClient::connected);
+    QSignalSpy disconnected(&client, &UsbIPCaptureClient::disconnected);
+    connect(&client, &UsbIPCaptureClient::connected, &client, &UsbIPCaptureClient::startCapture);
+    client.setServerProcess(other);
+    client.connectToServer();
+    QTRY_COMPARE(errors.count(), 1);
+    QCOMPARE(errors[0][0].toString(), QStringLiteral("Another process serves UsbIPCaptureServer_%1").arg(other));
+    QCOMPARE(refused.count(), 1);
+    QVERIFY(!client.isConnected());
+    QTRY_COMPARE_WITH_TIMEOUT(errors.count(), 2, 20000); // it is tried again
+    QCOMPARE(taken.received(), QByteArray());
+    QCOMPARE(connected.count() + disconnected.count(), 0);
+
+    const CaptureServer own;
+    client.setServerProcess(own.processId());
+    QTRY_COMPARE_WITH_TIMEOUT(connected.count(), 1, 20000);
 }
 
 void CaptureClientTest::callbacksRunOnceAndMayReenter()
@@ -284,6 +341,7 @@ void CaptureClientTest::callbacksRunOnceAndMayReenter()
     client.receive(frame(20, json("{'command_id':5}")) + frame(22, json("{'command_id':6}")));
     QCOMPARE(calls.size(), 2);
     client.setCommandCallback(8, [&](bool success, const QString&) { calls << QString::number(success); });
+    QTest::ignoreMessage(QtWarningMsg, "A device configuration came that nobody asked for");
     client.receive(frame(23, json("{'command_id':8,'success':false}")));
     QCOMPARE(calls.last(), QStringLiteral("1"));
 }
@@ -368,9 +426,9 @@ void CaptureClientTest::burstIsHandledInSlicesAndWholeBeforeTheDisconnect()
     });
     int atDisconnect = -1;
     connect(&pair.client, &UsbIPCaptureClient::disconnected, &pair.client,
-            [&] { atDisconnect = int(pair.client.packets(7).size()); });
+            [&] { atDisconnect = int(pair.client.store()->size()); });
     pair.server.send(burst);
-    QTRY_COMPARE_WITH_TIMEOUT(pair.client.packets(7).size(), std::size_t(kCount), 60000);
+    QTRY_COMPARE_WITH_TIMEOUT(pair.client.store()->size(), std::size_t(kCount), 60000);
     QVERIFY2(mostInATurn < 500, qPrintable(QString::number(mostInATurn))); // 8 ms and what 16 KiB hold beyond
 
     constexpr int kLast = 200; // as much as the system keeps for a reader when the sender is gone
@@ -378,7 +436,7 @@ void CaptureClientTest::burstIsHandledInSlicesAndWholeBeforeTheDisconnect()
     pair.server.stop();
     QTRY_COMPARE_WITH_TIMEOUT(atDisconnect, kCount + kLast, 20000);
     for (std::size_t number = 0; number < std::size_t(kCount + kLast); ++number)
-        QCOMPARE(pair.client.packets(7)[number].sequenceNumber, quint32(number % kCount));
+        QCOMPARE(pair.client.store()->at(number).sequenceNumber, quint32(number % kCount));
 }
 
 PLUGBOARD_SUITE(CaptureClientTest)

@@ -1,6 +1,9 @@
-#include "capture/capture_dialog.h"
-#include "capture/packet_details_dialog.h"
+#include "capture/view/capture_dialog.h"
+#include "capture/view/details_view.h"
+#include "capture/view/device_config_dialog.h"
+#include "capture/view/packet_details_dialog.h"
 #include "tests/capture/capture_server.h"
+#include "tests/capture/captures.h"
 #include "tests/capture/packet_bytes.h"
 #include "tests/support/scripted_prompter.h"
 #include "tests/support/suite_registry.h"
@@ -37,7 +40,6 @@ private slots:
     void longListIsReplacedInSlices();
     void longListIsClearedWhilePacketsArrive();
     void configurationOpensWithoutStoppingTheStream();
-    void closingIsForWindowsOnly();
 };
 
 namespace {
@@ -248,10 +250,10 @@ void CaptureDialogTest::filtersByTransferType()
     QCOMPARE(window.column(1), QStringLiteral("0 1 2 3 10 11"));
     QCOMPARE(window.status(), QStringLiteral("Showing all packet types"));
 
-    window.dialog.setRowFilter([](const UsbIPPacketInfo& packet) { return packet.sequenceNumber >= 10; });
+    window.dialog.pane().packets().setFilter([](const PacketView& packet) { return packet.sequenceNumber >= 10; });
     QCOMPARE(window.column(1), QStringLiteral("10 11"));
-    QCOMPARE(window.dialog.rowOf(5)->packet().sequenceNumber, 10U);
-    QVERIFY(!window.dialog.rowOf(0));
+    QCOMPARE(window.dialog.pane().packets().rowOf(5)->packet().sequenceNumber, 10U);
+    QVERIFY(!window.dialog.pane().packets().rowOf(0));
 }
 
 void CaptureDialogTest::emptySetOfTypesIsFilledByTheNextPacket()
@@ -282,11 +284,18 @@ void CaptureDialogTest::clickHighlightsTheRequestAndItsReply()
     auto* details = window.dialog.findChild<PacketDetailsDialog*>();
     QVERIFY(details && details->isVisible());
     QCOMPARE(details->windowTitle(), QStringLiteral("USBIP Packet Details"));
-    QCOMPARE(details->tree()->topLevelItem(0)->child(1)->text(1), QStringLiteral("REPLY"));
+    QCOMPARE(details->view().tree()->topLevelItem(0)->child(1)->text(1), QStringLiteral("REPLY"));
+
+    // The selected one of both has a frame, and yellow inside.
+    const QImage row = window.tree()->viewport()->grab(QRect(0, cell.top(), 60, cell.height())).toImage();
+    const QRgb frame = window.tree()->palette().highlight().color().rgb();
+    QCOMPARE(row.pixel(30, 0), frame);
+    QCOMPARE(row.pixel(30, row.height() - 1), frame);
+    QCOMPARE(row.pixel(50, 3), qRgb(255, 255, 200));
 
     window.dialog.onPacketItemClicked(window.tree()->topLevelItem(0), 5);
     QCOMPARE(window.highlights(), QStringLiteral("y---"));
-    QCOMPARE(details->tree()->topLevelItem(0)->child(1)->text(1), QStringLiteral("REQUEST"));
+    QCOMPARE(details->view().tree()->topLevelItem(0)->child(1)->text(1), QStringLiteral("REQUEST"));
     window.add(1, 0, false); // rows are painted when one is clicked, not when they come
     QCOMPARE(window.highlights(), QStringLiteral("y----"));
     window.toggle(1);
@@ -299,8 +308,8 @@ void CaptureDialogTest::rowWithoutPacketShowsAnError()
     QTreeWidgetItem item;
     window.dialog.onPacketItemClicked(&item, 0);
     auto* details = window.dialog.findChild<PacketDetailsDialog*>();
-    QCOMPARE(details->tree()->topLevelItem(0)->text(0), QStringLiteral("Error"));
-    QCOMPARE(details->tree()->topLevelItem(0)->text(1), QStringLiteral("No packet data available"));
+    QCOMPARE(details->view().tree()->topLevelItem(0)->text(0), QStringLiteral("Error"));
+    QCOMPARE(details->view().tree()->topLevelItem(0)->text(1), QStringLiteral("No packet data available"));
 }
 
 void CaptureDialogTest::clearEmptiesTheTableOnceConfirmed()
@@ -329,7 +338,7 @@ void CaptureDialogTest::followsTheNewestRow()
     addMany();
     QTRY_VERIFY(bar->maximum() > 100);
     QTRY_COMPARE(bar->value(), bar->maximum());
-    window.dialog.setFollowNewest(false);
+    window.dialog.pane().packets().setFollowNewest(false);
     bar->setValue(5);
     const int range = bar->maximum();
     addMany();
@@ -347,13 +356,13 @@ void CaptureDialogTest::longListIsReplacedInSlices()
 {
     constexpr int kCount = 120'000;
     Window window;
-    UsbIPCaptureDialog::PacketList packets(kCount);
+    tests::Packets packets(kCount);
     quint32 sequence = 0;
     for (UsbIPPacketInfo& packet : packets) {
         packet.sequenceNumber = sequence++;
         packet.transferType = packet.sequenceNumber % 2 == 0 ? 0 : 2;
     }
-    window.dialog.setPackets(std::move(packets));
+    tests::receive(window.dialog.pane(), packets);
     QTRY_COMPARE(window.tree()->topLevelItemCount(), kCount);
     window.toggle(2);
     window.add(kCount, 0); // arrives while rows are replaced
@@ -364,29 +373,31 @@ void CaptureDialogTest::longListIsReplacedInSlices()
             QFAIL("a row is out of order");
     }
     window.toggle(2);
-    QCOMPARE(window.dialog.rowOf(0)->packet().sequenceNumber, 0U); // completes the table at once
+    QCOMPARE(window.dialog.pane().packets().rowOf(0)->packet().sequenceNumber, 0U); // completes the table at once
     QCOMPARE(window.tree()->topLevelItemCount(), kCount + 1);
 }
 
 void CaptureDialogTest::longListIsClearedWhilePacketsArrive()
 {
     Window window;
-    window.dialog.setPackets(UsbIPCaptureDialog::PacketList(120'000));
-    window.dialog.onPacketItemClicked(window.dialog.rowOf(0), 0); // every row has its sequence number, 0
+    tests::receive(window.dialog.pane(), tests::Packets(120'000));
+    window.dialog.onPacketItemClicked(window.dialog.pane().packets().rowOf(0),
+                                      0); // every row has its sequence number, 0
     PacketBytes packet;
     packet.sequence = 0;
     const QByteArray stream = frame(1, packet.payload());
     window.dialog.client().receive(stream + frame(5, {}) + stream + stream);
-    QCOMPARE(window.dialog.packets().size(), std::size_t(2));
-    QCOMPARE(window.tree()->itemAt(5, 5), window.dialog.rowOf(0));
+    QCOMPARE(tests::countOf(window.dialog.pane()), std::size_t(2));
+    PacketPane& packets = window.dialog.pane().packets();
+    QCOMPARE(window.tree()->itemAt(5, 5), packets.rowOf(packets.first()));
     window.dialog.client().receive(frame(5, {}) + stream); // again, before the first rows are gone
     window.toggle(1);
     window.dialog.client().receive(stream);
-    QTRY_VERIFY(!window.dialog.isReplacingRows());
+    QTRY_VERIFY(!window.dialog.pane().packets().isReplacingRows());
     QCOMPARE(window.tree()->topLevelItemCount(), 2);
     QCOMPARE(window.highlights(), QStringLiteral("--"));
-    QVERIFY(window.tree()->topLevelItem(0) == window.dialog.rowOf(0));
-    QVERIFY(window.tree()->topLevelItem(1) == window.dialog.rowOf(1));
+    QVERIFY(window.tree()->topLevelItem(0) == packets.rowOf(packets.first()));
+    QVERIFY(window.tree()->topLevelItem(1) == packets.rowOf(packets.first() + 1));
 }
 
 void CaptureDialogTest::configurationOpensWithoutStoppingTheStream()
@@ -404,26 +415,17 @@ void CaptureDialogTest::configurationOpensWithoutStoppingTheStream()
     }
     QVERIFY(viewer && viewer->isVisible() && !viewer->isModal());
 
+    for (int answer = 0; answer < 20; ++answer) // one viewer, whatever comes
+        window.dialog.onDeviceConfigReceived({{QStringLiteral("interfaces"), answer}});
+    QCOMPARE(window.dialog.findChildren<DeviceConfigDialog*>().size(), 1);
+
     window.prompter.expectInformation(QStringLiteral("Device Configuration"),
                                       QStringLiteral("No configuration information available for this device."));
     window.dialog.onDeviceConfigReceived({});
+    window.dialog.onDeviceConfigReceived({});     // as long as the box waits, it stands for both
     QVERIFY(!window.prompter.verify().isEmpty()); // not below the caller, which is the socket's handler
     QCOMPARE(window.status(), QStringLiteral("No configuration available"));
     QTRY_COMPARE(window.prompter.verify(), QString());
-}
-
-void CaptureDialogTest::closingIsForWindowsOnly()
-{
-    Window window;
-    window.dialog.reject();
-    QVERIFY(!window.dialog.isVisible());
-    QWidget host;
-    auto* part = new UsbIPCaptureDialog(CaptureServer::nextProcessId(), 1, &host, window.prompter);
-    part->setWindowFlags(Qt::Widget);
-    host.show();
-    part->show();
-    QTest::keyClick(part, Qt::Key_Escape);
-    QVERIFY(part->isVisible());
 }
 
 PLUGBOARD_SUITE(CaptureDialogTest)

@@ -1,7 +1,7 @@
 // capture_server.h: a capture server that a test drives by hand, on a name of its own.
 #pragma once
 
-#include "capture/capture_client.h"
+#include "capture/channel/capture_client.h"
 
 #include <QCoreApplication>
 #include <QLocalServer>
@@ -22,7 +22,8 @@ public:
         return 4'000'000'000LL + QCoreApplication::applicationPid() * 1000 + ++s_count;
     }
 
-    explicit CaptureServer(qint64 processId = nextProcessId()) : m_processId(processId) { listen(); }
+    /// Serves the name of its own process, as whoever looks for it checks.
+    explicit CaptureServer(qint64 processId = QCoreApplication::applicationPid()) : m_processId(processId) { listen(); }
 
     void listen()
     {

@@ -1,6 +1,6 @@
-#include "capture/packet_details.h"
-#include "capture/packet_parser.h"
-#include "capture/protocol_line.h"
+#include "capture/channel/packet_parser.h"
+#include "capture/channel/protocol_line.h"
+#include "capture/decode/packet_details.h"
 #include "tests/support/suite_registry.h"
 
 #include <QDir>

@@ -1,4 +1,4 @@
-#include "capture/device_config_dialog.h"
+#include "capture/view/device_config_dialog.h"
 #include "tests/support/scripted_prompter.h"
 #include "tests/support/suite_registry.h"
 

@@ -1,79 +1,177 @@
-#include "capture/capture_client.h"
+#include "capture/channel/capture_client.h"
+#include "emulation/channels/capture_server.h"
+#include "emulation/link/device_link.h"
+#include "emulation/link/local_device.h"
+#include "tests/emulation/scripted_function.h"
 #include "tests/support/suite_registry.h"
+#include "tests/support/usbip_host.h"
 
-#include <QCoreApplication>
 #include <QJsonArray>
-#include <QProcess>
 #include <QSignalSpy>
 #include <QtTest>
 
-/// The capture channel of the stand-in device process, as it is beside this test. Without parameters it is a mouse.
+/// The capture channel of a device process, with a device and a host on either side of its link.
 class DeviceProcessTest : public QObject
 {
     Q_OBJECT
 
 private slots:
     void servesEveryCommand();
+    void tellsWhatPassesTheLink();
+    void cutsLongDataAndTellsTheirLength();
+
+private:
+    void startDevice();
+
+    std::unique_ptr<ScriptedFunction> m_function;
+    std::unique_ptr<LocalDevice> m_device;
+    std::unique_ptr<CaptureServer> m_server;
+    std::unique_ptr<DeviceLink> m_link;
+    std::unique_ptr<UsbIPCaptureClient> m_client;
+    std::unique_ptr<tests::UsbIpHost> m_host;
 };
+
+namespace {
+
+constexpr std::uint32_t kDeviceNumber = 3;
+constexpr std::uint32_t kDeviceId = usbIpDeviceId(kDeviceNumber);
+
+QString lineOf(const UsbIPPacketInfo& packet)
+{
+    return QStringLiteral("%1 %2%3 type %4 endpoint %5 %6 length %7 data %8%9")
+        .arg(packet.isRequest ? QStringLiteral("REQ") : QStringLiteral("REP"))
+        .arg(packet.command)
+        .arg(packet.isUnlink ? QStringLiteral(" unlink") : QString())
+        .arg(packet.transferType)
+        .arg(packet.endpoint)
+        .arg(packet.direction != 0 ? QStringLiteral("in") : QStringLiteral("out"))
+        .arg(packet.transferLength)
+        .arg(packet.data.size())
+        .arg(packet.setupData.isEmpty() ? QString()
+                                        : QStringLiteral(" setup ") + QLatin1String(packet.setupData.toHex()));
+}
+
+} // namespace
+
+void DeviceProcessTest::startDevice()
+{
+    m_host.reset();
+    m_link.reset();
+    m_function = std::make_unique<ScriptedFunction>();
+    m_device = std::make_unique<LocalDevice>(*m_function);
+    const qint64 processId = QCoreApplication::applicationPid();
+    m_server.reset();
+    m_server = std::make_unique<CaptureServer>(processId, kDeviceId, m_device.get());
+    QCOMPARE(m_server->start(), QString());
+    m_link = std::make_unique<DeviceLink>(*m_device, kDeviceNumber, m_server.get(), HostChoice::Server);
+    m_link->plugIn();
+    m_client = std::make_unique<UsbIPCaptureClient>();
+    m_client->setServerName(UsbIPCaptureClient::serverNameOf(processId));
+    m_client->connectToServer();
+    QTRY_VERIFY(m_client->isConnected());
+    m_host = std::make_unique<tests::UsbIpHost>(quint16(m_link->state().port));
+    QCOMPARE(m_host->import(QStringLiteral("1-1")), usbip::OperationStatus::Ok);
+}
 
 void DeviceProcessTest::servesEveryCommand()
 {
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("PLUGBOARD_CAPTURE_RATE"), QStringLiteral("0"));
-    process.setProcessEnvironment(environment);
-    process.start(QCoreApplication::applicationDirPath() + QStringLiteral("/usb-daemon.exe"),
-                  {QStringLiteral("--mode"), QStringLiteral("Local")});
-    QVERIFY(process.waitForStarted());
-    process.closeWriteChannel();
+    startDevice();
+    QSignalSpy started(m_client.get(), &UsbIPCaptureClient::captureStarted);
+    QSignalSpy stopped(m_client.get(), &UsbIPCaptureClient::captureStopped);
+    QSignalSpy cleared(m_client.get(), &UsbIPCaptureClient::captureCleared);
+    QSignalSpy stats(m_client.get(), &UsbIPCaptureClient::statsUpdated);
+    QSignalSpy configs(m_client.get(), &UsbIPCaptureClient::deviceConfigReceived);
+    QSignalSpy errors(m_client.get(), &UsbIPCaptureClient::connectionError);
 
-    UsbIPCaptureClient client;
-    QSignalSpy started(&client, &UsbIPCaptureClient::captureStarted);
-    QSignalSpy stopped(&client, &UsbIPCaptureClient::captureStopped);
-    QSignalSpy cleared(&client, &UsbIPCaptureClient::captureCleared);
-    QSignalSpy packets(&client, &UsbIPCaptureClient::packetCaptured);
-    QSignalSpy stats(&client, &UsbIPCaptureClient::statsUpdated);
-    QSignalSpy configs(&client, &UsbIPCaptureClient::deviceConfigReceived);
-    QSignalSpy errors(&client, &UsbIPCaptureClient::connectionError);
-    client.setServerName(UsbIPCaptureClient::serverNameOf(process.processId()));
-    client.connectToServer();
-    QTRY_VERIFY_WITH_TIMEOUT(client.isConnected(), 30000);
-
-    QVERIFY(client.requestDeviceConfig());
+    QVERIFY(m_client->requestDeviceConfig());
     QTRY_COMPARE(configs.count(), 1);
     const QJsonObject config = configs[0][0].toJsonObject();
-    const QJsonObject setting =
-        config.value(QLatin1String("interfaces"))[0][QLatin1String("alternateSettings")][0].toObject();
-    QCOMPARE(setting.value(QLatin1String("descriptor"))[QLatin1String("bInterfaceClass")].toString(),
-             QStringLiteral("0x03"));
-    QCOMPARE(config.value(QLatin1String("configDescriptor"))[QLatin1String("bNumInterfaces")].toInt(), 1);
+    QCOMPARE(config.value(QLatin1String("configDescriptor"))[QLatin1String("bMaxPower")].toInt(), 100);
+    const QJsonArray settings =
+        config.value(QLatin1String("interfaces"))[0][QLatin1String("alternateSettings")].toArray();
+    QCOMPARE(settings.size(), 2);
+    QCOMPARE(settings[1][QLatin1String("descriptor")][QLatin1String("bInterfaceClass")].toString(),
+             QStringLiteral("0xff"));
+    QCOMPARE(settings[1][QLatin1String("endpoints")][2][QLatin1String("bEndpointAddress")].toString(),
+             QStringLiteral("0x83"));
 
-    QVERIFY(client.startCapture());
-    QTRY_VERIFY_WITH_TIMEOUT(packets.count() > 5000, 60000);
-    QCOMPARE(started.count(), 1);
-    const auto deviceId = started[0][0].value<std::uint32_t>();
-    const auto& list = client.packets(deviceId);
-    QCOMPARE(list[0].parsedDetails,
-             QStringLiteral("INN STD TO_DEV USB_REQUEST_GET_DESCRIPTORUSB_DEVICE_DESCRIPTOR_TYPE"));
-    QVERIFY(std::any_of(list.begin(), list.end(), [](const UsbIPPacketInfo& packet) { return packet.isUnlink; }));
-    QVERIFY(client.stopCapture());
+    m_host->control("8006000100001200"); // before capture runs: not told
+    QVERIFY(m_client->startCapture());
+    QTRY_COMPARE(started.count(), 1);
+    QCOMPARE(started[0][0].value<std::uint32_t>(), kDeviceId);
+    m_host->control("8006000100001200");
+    QVERIFY(m_client->requestStats());
+    QTRY_VERIFY(stats.count() > 0 && stats.last()[0].value<CaptureStats>().total_packets == 2);
+    QCOMPARE(stats.last()[0].value<CaptureStats>().request_packets, 1U);
+    QVERIFY(m_client->stopCapture());
     QTRY_COMPARE(stopped.count(), 1);
-    QVERIFY(client.requestStats());
-    QTRY_VERIFY(stats.count() > 0);
-    const auto counted = stats.last()[0].value<CaptureStats>();
-    QCOMPARE(counted.total_packets, std::uint32_t(packets.count()));
-    QCOMPARE(counted.request_packets + counted.reply_packets, counted.total_packets);
-
-    QVERIFY(client.clearCapture());
+    m_host->control("8006000100001200");
+    QVERIFY(m_client->clearCapture());
     QTRY_COMPARE(cleared.count(), 1);
+    QCOMPARE(m_client->packets(kDeviceId).size(), std::size_t(2));
+
     const int before = errors.count();
     QTest::ignoreMessage(QtWarningMsg, "Error received from server: \"Not a command\"");
-    QVERIFY(client.sendCommand(QStringLiteral("dance"), {}));
+    QVERIFY(m_client->sendCommand(QStringLiteral("dance"), {}));
     QTRY_COMPARE(errors.count(), before + 1);
-    QVERIFY(client.isConnected());
-    client.disconnect();
-    process.kill();
-    process.waitForFinished();
+    QVERIFY(m_client->isConnected());
+}
+
+void DeviceProcessTest::tellsWhatPassesTheLink()
+{
+    startDevice();
+    QSignalSpy started(m_client.get(), &UsbIPCaptureClient::captureStarted);
+    QVERIFY(m_client->startCapture());
+    QTRY_COMPARE(started.count(), 1);
+    m_host->control("8006000100001200");
+    m_host->control("0009010000000000");
+    usbip::Submit in;
+    in.endpoint = 1;
+    in.in = true;
+    in.length = 512;
+    const std::uint32_t pending = m_host->submit(in);
+    m_host->unlink(pending);
+    m_host->next();
+    in.interval = 4; // only interrupt endpoints have one here
+    m_host->submit(in);
+    QTRY_COMPARE(m_function->waiting.size(), std::size_t(2));
+    m_function->waiting[1]->completeIn("abc");
+    m_host->next();
+    QTRY_COMPARE(m_client->packets(kDeviceId).size(), std::size_t(9));
+
+    QStringList lines;
+    for (const UsbIPPacketInfo& packet : m_client->packets(kDeviceId)) {
+        lines << lineOf(packet);
+        QCOMPARE(packet.usbipHeader.size(), 48);
+    }
+    QCOMPARE(lines.join(QLatin1Char('\n')),
+             QStringLiteral("REQ 1 type 0 endpoint 0 in length 18 data 0 setup 8006000100001200\n"
+                            "REP 3 type 0 endpoint 0 in length 18 data 18\n"
+                            "REQ 1 type 0 endpoint 0 out length 0 data 0 setup 0009010000000000\n"
+                            "REP 3 type 0 endpoint 0 out length 0 data 0\n"
+                            "REQ 1 type 2 endpoint 1 in length 512 data 0\n"
+                            "REQ 2 unlink type 2 endpoint 1 in length 0 data 0\n"
+                            "REP 4 unlink type 2 endpoint 1 in length 0 data 0\n"
+                            "REQ 1 type 3 endpoint 1 in length 512 data 0\n"
+                            "REP 3 type 3 endpoint 1 in length 3 data 3"));
+}
+
+void DeviceProcessTest::cutsLongDataAndTellsTheirLength()
+{
+    startDevice();
+    QSignalSpy started(m_client.get(), &UsbIPCaptureClient::captureStarted);
+    QVERIFY(m_client->startCapture());
+    QTRY_COMPARE(started.count(), 1);
+    m_host->control("0009010000000000");
+    usbip::Submit out;
+    out.endpoint = 2;
+    out.length = 100'000;
+    out.data = QByteArray(100'000, 'x');
+    m_host->submit(out);
+    QTRY_COMPARE(m_client->packets(kDeviceId).size(), std::size_t(3));
+    const UsbIPPacketInfo& packet = m_client->packets(kDeviceId)[2];
+    QCOMPARE(packet.data, QByteArray(65535, 'x'));
+    QCOMPARE(packet.transferLength, 100'000U);
 }
 
 PLUGBOARD_SUITE(DeviceProcessTest)

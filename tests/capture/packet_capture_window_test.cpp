@@ -1,5 +1,5 @@
 #include "app/packet_capture.h"
-#include "capture/capture_dialog.h"
+#include "capture/view/capture_dialog.h"
 #include "tests/capture/capture_server.h"
 #include "tests/support/scripted_prompter.h"
 #include "tests/support/suite_registry.h"

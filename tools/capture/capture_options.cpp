@@ -1,6 +1,7 @@
 #include "tools/capture/capture_options.h"
 
 #include <QCommandLineParser>
+#include <QFileInfo>
 
 namespace {
 
@@ -30,13 +31,23 @@ CaptureOptions parseCaptureOptions(const QStringList& arguments)
     const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
                                   QStringLiteral("Print this help and exit."));
     const QCommandLineOption version = parser.addVersionOption();
-    parser.addPositionalArgument(QStringLiteral("PID"), QStringLiteral("Process id of the device process."));
-    const QCommandLineOption device(QStringLiteral("device"), QStringLiteral("USB/IP device id (default 0)."),
+    parser.addPositionalArgument(QStringLiteral("PID or FILE"),
+                                 QStringLiteral("Process id of a device process, or a file of captured packets."));
+    const QCommandLineOption device(QStringLiteral("device"),
+                                    QStringLiteral("Only packets of this USB/IP device id (default 0: all)."),
                                     QStringLiteral("ID"), QStringLiteral("0"));
-    const QCommandLineOption headless(QStringLiteral("headless"),
-                                      QStringLiteral("Print one line for each packet for that long, without a window."),
-                                      QStringLiteral("SECONDS"));
-    parser.addOptions({help, device, headless});
+    const QCommandLineOption headless(
+        QStringLiteral("headless"),
+        QStringLiteral("Print one line for each packet for that long, or those of the file, without a window."),
+        QStringLiteral("SECONDS"));
+    const QCommandLineOption filter(QStringLiteral("filter"), QStringLiteral("Only packets that this filter wants."),
+                                    QStringLiteral("TEXT"));
+    const QCommandLineOption save(QStringLiteral("save"),
+                                  QStringLiteral("With --headless: also write the packets to this file (.pcapng)."),
+                                  QStringLiteral("FILE"));
+    const QCommandLineOption json(QStringLiteral("json"),
+                                  QStringLiteral("With --headless: print a JSON object for each packet."));
+    parser.addOptions({help, device, headless, filter, save, json});
     addLanguageOption(parser);
     addLogOption(parser);
 
@@ -53,17 +64,28 @@ CaptureOptions parseCaptureOptions(const QStringList& arguments)
         return mistake(options.start.error);
     const QStringList ids = parser.positionalArguments();
     if (ids.size() != 1)
-        return mistake(ids.isEmpty() ? QStringLiteral("The process id of a device process is missing.")
+        return mistake(ids.isEmpty() ? QStringLiteral("The process id of a device process, or a file, is missing.")
                                      : QStringLiteral("Unexpected argument '%1'.").arg(ids.at(1)));
     bool valid = false;
     options.processId = ids.first().toLongLong(&valid);
-    if (!valid || options.processId <= 0)
-        return mistake(QStringLiteral("'%1' is not a process id.").arg(ids.first()));
-    options.deviceId = parser.value(device).toUInt(&valid, 0);
+    if (!valid && QFileInfo::exists(ids.first()))
+        options.filePath = ids.first();
+    else if (!valid || options.processId <= 0)
+        return mistake(QStringLiteral("'%1' is neither a process id nor a file.").arg(ids.first()));
+    options.print.deviceId = parser.value(device).toUInt(&valid, 0);
     if (!valid)
         return mistake(QStringLiteral("'%1' is not a device id.").arg(parser.value(device)));
+    options.filterText = parser.value(filter);
+    const PacketFilter wanted = parsePacketFilter(options.filterText);
+    if (!wanted.error.isEmpty())
+        return mistake(QStringLiteral("--filter, letter %1: %2").arg(wanted.errorPosition + 1).arg(wanted.error));
+    options.print.wants = wanted.wants;
+    options.print.savePath = parser.value(save);
+    options.print.json = parser.isSet(json);
     if (!parser.isSet(headless))
-        return options;
+        return parser.isSet(save) || parser.isSet(json)
+                   ? mistake(QStringLiteral("--save and --json go with --headless."))
+                   : options;
     options.run = CaptureOptions::Run::Headless;
     options.seconds = parser.value(headless).toDouble(&valid);
     if (!valid || !(options.seconds > 0 && options.seconds < kLongestSeconds))

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "runtime/start_options.h"
+#include "tools/capture/capture_printer.h"
 
 #include <QStringList>
 
@@ -20,9 +21,11 @@ struct CaptureOptions
     QString text; ///< Run::Text: to be printed, then the program ends with exitCode
     int exitCode = 0;
 
-    qint64 processId = 0;
-    uint32_t deviceId = 0;
+    qint64 processId = 0; ///< 0: a file
+    QString filePath;
     double seconds = 0; ///< of Run::Headless
+    PrintOptions print; ///< of Run::Headless; its device of Run::Window too
+    QString filterText; ///< of Run::Window
     StartOptions start;
 };
 

@@ -1,19 +1,20 @@
 #include "tools/capture/capture_window.h"
 
-#include "capture/packet_columns.h"
-#include "capture/packet_details_dialog.h"
-#include "capture/pcapng_file.h"
-#include "ui/busy_cursor.h"
+#include "capture/decode/packet_columns.h"
+#include "capture/view/details_view.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
-#include <QFile>
+#include <QCloseEvent>
+#include <QDockWidget>
+#include <QFileInfo>
 #include <QLabel>
-#include <QLineEdit>
 #include <QMenuBar>
+#include <QScreen>
 #include <QStatusBar>
 #include <QToolBar>
+#include <QTreeWidget>
 
 #include <algorithm>
 
@@ -23,19 +24,43 @@ constexpr int kLossInterval = 500; // ms between updates of the count
 
 } // namespace
 
-CaptureWindow::CaptureWindow(qint64 processId, uint32_t deviceId, Prompter& prompter)
+CaptureWindow::CaptureWindow(const CaptureTarget& target, Prompter& prompter)
     : m_prompter(prompter)
-    , m_dialog(new UsbIPCaptureDialog(processId, deviceId, nullptr, prompter))
+    , m_target(target)
+    , m_pane(new CapturePane({target.processId, target.deviceId, {PacketPane::WhenNoTypeIsOn::ShowAll, true}}, prompter,
+                             this))
 {
-    const QSize size = m_dialog->size() + QSize(0, 80); // menus and tool bar
-    m_dialog->setParent(this, Qt::Widget);
-    setCentralWidget(m_dialog);
-    setWindowTitle(m_dialog->windowTitle());
+    setCentralWidget(m_pane);
+    makeDetails();
     makeMenus();
     makeToolBar();
     watchLosses();
-    connect(m_dialog, &UsbIPCaptureDialog::detailsShown, this, &CaptureWindow::equipDetails);
-    resize(size);
+    applyFilter();
+    connect(m_pane, &CapturePane::contentChanged, this, &CaptureWindow::showContent);
+    showContent();
+    resize(QSize(1440, 900).boundedTo(screen()->availableSize() * 0.95));
+}
+
+void CaptureWindow::makeDetails()
+{
+    m_detailsDock = new QDockWidget(tr("Packet Details"), this);
+    m_detailsDock->setObjectName(QStringLiteral("details"));
+    m_details = new DetailsView(m_detailsDock);
+    m_detailsDock->setWidget(m_details);
+    addDockWidget(Qt::BottomDockWidgetArea, m_detailsDock);
+    auto* copy = new QAction(tr("&Copy Value"), m_details->tree());
+    copy->setShortcut(QKeySequence::Copy);
+    copy->setShortcutContext(Qt::WidgetShortcut);
+    connect(copy, &QAction::triggered, m_details, [this] {
+        if (const QTreeWidgetItem* item = m_details->tree()->currentItem())
+            QApplication::clipboard()->setText(item->text(1));
+    });
+    m_details->tree()->addAction(copy);
+    m_details->tree()->setContextMenuPolicy(Qt::ActionsContextMenu);
+    connect(&m_pane->packets(), &PacketPane::packetChosen, this, [this](const std::optional<UsbIPPacketInfo>& packet) {
+        if (packet)
+            m_details->showPacket(*packet);
+    });
 }
 
 void CaptureWindow::makeMenus()
@@ -43,11 +68,13 @@ void CaptureWindow::makeMenus()
     QMenu* file = menuBar()->addMenu(tr("&File"));
     file->addAction(tr("&Open Capture..."), this, &CaptureWindow::askAndOpen, QKeySequence::Open);
     file->addAction(
-        tr("&Save Capture As..."), this, [this] { m_dialog->askAndSave(); }, QKeySequence::Save);
+        tr("&Save Capture As..."), this, [this] { m_pane->askAndSave(); }, QKeySequence::Save);
+    m_live = file->addAction(tr("&Live Capture"), m_pane, &CapturePane::showLive);
+    m_live->setToolTip(tr("Goes back from the file to the packets of the device process"));
     file->addSeparator();
     file->addAction(tr("&Close"), this, &QWidget::close, QKeySequence::Close);
 
-    auto* copy = new QAction(tr("&Copy Row"), &m_dialog->table());
+    auto* copy = new QAction(tr("&Copy Row"), &table());
     copy->setShortcut(QKeySequence::Copy);
     copy->setShortcutContext(Qt::WidgetShortcut); // in the text filter the keys copy text
     connect(copy, &QAction::triggered, this, &CaptureWindow::copyRow);
@@ -61,11 +88,20 @@ void CaptureWindow::makeMenus()
     m_follow->setCheckable(true);
     m_follow->setChecked(true);
     m_follow->setToolTip(tr("Scroll to each packet that arrives"));
-    connect(m_follow, &QAction::toggled, m_dialog, &UsbIPCaptureDialog::setFollowNewest);
+    connect(m_follow, &QAction::toggled, &m_pane->packets(), &PacketPane::setFollowNewest);
     QMenu* packets = menuBar()->addMenu(tr("&Packets"));
     packets->addActions({copy, m_jump, m_follow});
-    m_dialog->table().addActions({copy, m_jump});
-    m_dialog->table().setContextMenuPolicy(Qt::ActionsContextMenu);
+    packets->addAction(
+        tr("F&ind..."), this, [this] { m_find->setFocus(); }, QKeySequence::Find);
+    packets->addAction(
+        tr("Find &Next"), this, [this] { findAgain(PacketSearch::Direction::Next); }, QKeySequence::FindNext);
+    packets->addAction(
+        tr("Find Pre&vious"), this, [this] { findAgain(PacketSearch::Direction::Previous); },
+        QKeySequence::FindPrevious);
+    packets->addSeparator();
+    packets->addAction(m_detailsDock->toggleViewAction());
+    table().addActions({copy, m_jump});
+    table().setContextMenuPolicy(Qt::ActionsContextMenu);
 }
 
 void CaptureWindow::makeToolBar()
@@ -73,22 +109,35 @@ void CaptureWindow::makeToolBar()
     QToolBar* bar = addToolBar(tr("Packets"));
     bar->setMovable(false);
     bar->setToolButtonStyle(Qt::ToolButtonTextOnly);
-    m_filter = new QLineEdit(this);
-    m_filter->setPlaceholderText(tr("Show only packets whose details contain..."));
-    m_filter->setClearButtonEnabled(true);
-    // The hint fits beside the clear button.
-    m_filter->setMinimumWidth(m_filter->fontMetrics().horizontalAdvance(m_filter->placeholderText()) +
-                              2 * m_filter->sizeHint().height());
-    m_filter->setMaximumWidth(
-        std::max(m_filter->minimumWidth(), fontMetrics().horizontalAdvance(QLatin1Char('x')) * 60));
-    connect(m_filter, &QLineEdit::textChanged, this, &CaptureWindow::setTextFilter);
+    m_filter = new FilterEdit(this);
+    connect(m_filter, &FilterEdit::filterChanged, this, [this](const PacketFilter::Wants& wants) {
+        m_wants = wants;
+        applyFilter();
+    });
+    m_find = new FilterEdit(this);
+    m_find->setPlaceholderText(tr("Find: as in the filter"));
+    connect(m_find, &FilterEdit::filterChanged, this, [this](const PacketFilter::Wants& wants) { m_sought = wants; });
+    connect(m_find, &QLineEdit::returnPressed, this, [this] { findAgain(PacketSearch::Direction::Next); });
+    for (FilterEdit* edit : {m_filter, m_find}) {
+        // The hint fits beside the clear button.
+        edit->setMinimumWidth(edit->fontMetrics().horizontalAdvance(edit->placeholderText()) +
+                              2 * edit->sizeHint().height());
+        connect(edit, &FilterEdit::explained, this, [this](const QString& error) { statusBar()->showMessage(error); });
+    }
+    connect(&m_search, &PacketSearch::found, this, &CaptureWindow::select);
+    connect(&m_search, &PacketSearch::foundNothing, this,
+            [this] { statusBar()->showMessage(tr("No such packet."), 4000); });
     auto* label = new QLabel(tr("F&ilter:"), this);
     label->setBuddy(m_filter);
     label->setContentsMargins(6, 0, 6, 0);
     bar->addWidget(label);
     bar->addWidget(m_filter);
     bar->addSeparator();
+    bar->addWidget(m_find);
+    bar->addSeparator();
     bar->addActions({m_follow, m_jump});
+    m_countLabel = new QLabel(this);
+    statusBar()->addPermanentWidget(m_countLabel);
 }
 
 void CaptureWindow::watchLosses()
@@ -98,36 +147,95 @@ void CaptureWindow::watchLosses()
         tr("Cut: packets that hold less data than their transfer carried. Dropped: packets that the "
            "device process counted and that did not arrive, and messages that could not be read."));
     statusBar()->addPermanentWidget(m_lossLabel);
-    UsbIPCaptureClient& client = m_dialog->client();
+    UsbIPCaptureClient& client = m_pane->client();
     connect(&client, &UsbIPCaptureClient::packetCaptured, this,
             [this](uint32_t, const UsbIPPacketInfo& packet) { m_losses.addPacket(packet); });
     connect(&client, &UsbIPCaptureClient::statsUpdated, this,
             [this](const CaptureStats& stats) { m_losses.addStats(stats); });
     connect(&client, &UsbIPCaptureClient::connected, this, [this] { m_losses.restart(); });
     connect(&client, &UsbIPCaptureClient::captureCleared, this, [this] { m_losses.restart(); });
-    connect(&m_lossTimer, &QTimer::timeout, this, [this] { m_lossLabel->setText(lossText()); });
+    connect(&m_lossTimer, &QTimer::timeout, this, [this] {
+        countFileLosses();
+        m_lossLabel->setText(lossText());
+        m_countLabel->setText(countText());
+    });
     m_lossTimer.start(kLossInterval);
+}
+
+void CaptureWindow::countFileLosses()
+{
+    constexpr std::size_t kAtOnce = 200'000; // packets, about 10 ms
+    if (!m_pane->showsFile())
+        return;
+    PacketReader reader(m_pane->packets().store());
+    const std::size_t end = std::min(m_pane->packets().end(), m_fileCounted + kAtOnce);
+    for (; m_fileCounted < end; ++m_fileCounted)
+        m_fileLosses.addPacket(reader.read(m_fileCounted));
 }
 
 QString CaptureWindow::lossText() const
 {
-    return tr("Cut: %1   Dropped: %2")
-        .arg(m_losses.cut())
-        .arg(m_losses.dropped() + m_dialog->client().refusedMessages());
+    if (m_pane->showsFile())
+        return tr("Cut: %1").arg(m_fileLosses.cut());
+    return tr("Cut: %1   Dropped: %2").arg(m_losses.cut()).arg(m_losses.dropped() + m_pane->client().refusedMessages());
 }
 
-void CaptureWindow::setTextFilter(const QString& text)
+void CaptureWindow::setFilterText(const QString& text)
 {
-    if (text.isEmpty())
-        m_dialog->setRowFilter({});
-    else
-        m_dialog->setRowFilter(
-            [text](const UsbIPPacketInfo& packet) { return packet.parsedDetails.contains(text, Qt::CaseInsensitive); });
+    m_filter->setText(text);
+}
+
+void CaptureWindow::applyFilter()
+{
+    const uint32_t device = m_target.deviceId;
+    if (device == 0)
+        return m_pane->packets().setFilter(m_wants);
+    m_pane->packets().setFilter([wants = m_wants, device](const PacketView& packet) {
+        return packet.deviceId == device && (!wants || wants(packet));
+    });
+}
+
+void CaptureWindow::find(const QString& text, PacketSearch::Direction direction)
+{
+    m_find->setText(text);
+    findAgain(direction);
+}
+
+// Only among packets that have a row, or could have one.
+void CaptureWindow::findAgain(PacketSearch::Direction direction)
+{
+    PacketPane& packets = m_pane->packets();
+    if (!m_sought || packets.isEmpty())
+        return;
+    const bool next = direction == PacketSearch::Direction::Next;
+    const std::size_t from = currentRow() ? currentRow()->number() : next ? packets.end() - 1 : packets.first();
+    m_search.start(packets.store(), packets.first(), packets.end(), from, direction,
+                   [this, sought = m_sought](const PacketView& packet) {
+                       return sought(packet) && m_pane->packets().wants(packet);
+                   });
+}
+
+void CaptureWindow::select(std::size_t number)
+{
+    PacketItem* row = m_pane->packets().rowOf(number);
+    if (!row)
+        return;
+    m_follow->setChecked(false);
+    table().setCurrentItem(row);
+    m_pane->packets().choose(row);
+}
+
+QString CaptureWindow::countText() const
+{
+    PacketPane& packets = m_pane->packets();
+    const QString all = QString::number(packets.end() - packets.first());
+    return packets.isReplacingRows() ? tr("... of %1 packets").arg(all)
+                                     : tr("%1 of %2 packets").arg(packets.shownCount()).arg(all);
 }
 
 PacketItem* CaptureWindow::currentRow() const
 {
-    return static_cast<PacketItem*>(m_dialog->table().currentItem());
+    return static_cast<PacketItem*>(m_pane->packets().table().currentItem());
 }
 
 void CaptureWindow::copyRow()
@@ -141,67 +249,59 @@ bool CaptureWindow::jumpToCounterpart()
     const PacketItem* row = currentRow();
     if (!row)
         return false;
-    const auto& packets = m_dialog->packets();
-    const UsbIPPacketInfo& packet = row->packet();
-    const auto isCounterpart = [&packet](const UsbIPPacketInfo& other) {
-        return other.sequenceNumber == packet.sequenceNumber && other.deviceId == packet.deviceId &&
-               other.isRequest != packet.isRequest;
+    PacketReader reader(m_pane->packets().store());
+    const PacketView packet = reader.read(row->number());
+    const bool isRequest = packet.isRequest;
+    const auto isCounterpart = [sequence = packet.sequenceNumber, device = packet.deviceId,
+                                isRequest](const PacketView& other) {
+        return other.sequenceNumber == sequence && other.deviceId == device && other.isRequest != isRequest;
     };
     // A reply comes after its request: look that way only, nearest first, as numbers can come around again.
-    const std::ptrdiff_t step = packet.isRequest ? 1 : -1;
-    const auto count = static_cast<std::ptrdiff_t>(packets.size());
-    for (std::ptrdiff_t number = std::ptrdiff_t(row->number()) + step; number >= 0 && number < count; number += step) {
-        if (!isCounterpart(packets[static_cast<std::size_t>(number)]))
+    const std::ptrdiff_t step = isRequest ? 1 : -1;
+    const auto first = static_cast<std::ptrdiff_t>(m_pane->packets().first());
+    const auto end = static_cast<std::ptrdiff_t>(m_pane->packets().end());
+    for (std::ptrdiff_t number = std::ptrdiff_t(row->number()) + step; number >= first && number < end;
+         number += step) {
+        if (!isCounterpart(reader.read(static_cast<std::size_t>(number))))
             continue;
-        PacketItem* found = m_dialog->rowOf(static_cast<std::size_t>(number));
-        if (!found)
+        if (!m_pane->packets().rowOf(static_cast<std::size_t>(number)))
             return false;
-        m_follow->setChecked(false);
-        m_dialog->table().setHighlight(packet.sequenceNumber, static_cast<std::uint32_t>(packets.size()));
-        m_dialog->table().setCurrentItem(found);
+        select(static_cast<std::size_t>(number));
         return true;
     }
     return false;
 }
 
-QString CaptureWindow::openCapture(const QString& path)
+void CaptureWindow::openCapture(const QString& path)
 {
-    const BusyCursor busy;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return file.errorString();
-    PcapngFile::ReadResult result = PcapngFile::read(file);
-    if (result.packets.empty() && !result.error.isEmpty())
-        return result.error;
-    m_losses.reset();
-    for (const UsbIPPacketInfo& packet : result.packets)
-        m_losses.addPacket(packet);
-    m_losses.restart();
-    m_dialog->setPackets(std::move(result.packets));
-    return result.error;
+    if (m_pane->mayLeavePackets(tr("Captured packets are in no file yet. Open another capture all the same?")))
+        m_pane->openFile(path);
 }
 
 void CaptureWindow::askAndOpen()
 {
-    const QString path = m_prompter.openFile(this, tr("Open Capture"), QString(), tr("Captures (*.pcapng)"));
-    if (path.isEmpty())
-        return;
-    const QString error = openCapture(path);
-    if (!error.isEmpty())
-        m_prompter.warning(this, tr("Error"), tr("The capture could not be read: %1").arg(error));
+    const QString path = m_prompter.openFile(this, tr("Open Capture"), QString(),
+                                             tr("Captures (*.pcapng *.pcap *.usbpcap);;All files (*)"));
+    if (!path.isEmpty())
+        openCapture(path);
 }
 
-void CaptureWindow::equipDetails(PacketDetailsDialog* details)
+void CaptureWindow::closeEvent(QCloseEvent* event)
 {
-    if (!details->tree()->actions().isEmpty())
-        return;
-    auto* copy = new QAction(tr("&Copy Value"), details->tree());
-    copy->setShortcut(QKeySequence::Copy);
-    copy->setShortcutContext(Qt::WidgetShortcut);
-    connect(copy, &QAction::triggered, details, [details] {
-        if (const QTreeWidgetItem* item = details->tree()->currentItem())
-            QApplication::clipboard()->setText(item->text(1));
-    });
-    details->tree()->addAction(copy);
-    details->tree()->setContextMenuPolicy(Qt::ActionsContextMenu);
+    event->setAccepted(m_pane->mayLeavePackets(tr("Captured packets are in no file yet. Close all the same?")));
+}
+
+void CaptureWindow::showContent()
+{
+    m_fileLosses.reset();
+    m_fileCounted = 0;
+    countFileLosses();
+    m_lossLabel->setText(lossText());
+    m_live->setEnabled(m_pane->showsFile() && m_target.processId != 0);
+    if (m_pane->showsFile())
+        setWindowTitle(tr("%1 - USB Packet Capture").arg(QFileInfo(m_pane->filePath()).fileName()));
+    else if (m_target.processId != 0)
+        setWindowTitle(tr("USB Packet Capture - Process %1").arg(m_target.processId));
+    else
+        setWindowTitle(tr("USB Packet Capture"));
 }

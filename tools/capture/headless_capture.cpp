@@ -1,6 +1,6 @@
 #include "tools/capture/headless_capture.h"
 
-#include "capture/packet_columns.h"
+#include "capture/file/file_job.h"
 
 namespace {
 
@@ -8,46 +8,58 @@ constexpr int kFlushInterval = 200; // ms
 
 } // namespace
 
-HeadlessCapture::HeadlessCapture(qint64 processId, double seconds, QFileDevice& output)
-    : m_file(output)
-    , m_output(&output)
-    , m_whyNotReached(QStringLiteral("No answer"))
+HeadlessCapture::HeadlessCapture(const Options& options, QFileDevice& output)
+    : m_options(options)
+    , m_printer(options.print, output)
+    , m_whyNotReached(QStringLiteral("there is no capture server of process %1").arg(options.processId))
+{
+    connectClient();
+    connect(&m_flushes, &QTimer::timeout, this, &HeadlessCapture::flush);
+    m_flushes.start(kFlushInterval);
+    connect(&m_end, &QTimer::timeout, this, &HeadlessCapture::end);
+    m_end.start(static_cast<int>(options.seconds * 1000));
+    m_client.setServerProcess(options.processId);
+    QTimer::singleShot(0, this, [this] {
+        const QString error = m_printer.open();
+        if (error.isEmpty())
+            m_client.connectToServer();
+        else
+            finish(error);
+    });
+}
+
+void HeadlessCapture::connectClient()
 {
     connect(&m_client, &UsbIPCaptureClient::connected, this, [this] {
         m_whyNotReached.clear();
         m_client.startCapture();
     });
-    connect(&m_client, &UsbIPCaptureClient::connectionError, this, [this](const QString& error) {
-        if (!m_whyNotReached.isEmpty())
-            m_whyNotReached = error;
+    connect(&m_client, &UsbIPCaptureClient::serverRefused, this, [this] {
+        m_whyNotReached = QStringLiteral("another process serves the name of process %1").arg(m_options.processId);
     });
     connect(&m_client, &UsbIPCaptureClient::packetCaptured, this,
-            [this](uint32_t, const UsbIPPacketInfo& packet) { print(packet); });
-    connect(&m_flushes, &QTimer::timeout, this, &HeadlessCapture::flush);
-    m_flushes.start(kFlushInterval);
-    connect(&m_end, &QTimer::timeout, this, [this] {
-        flush();
-        if (m_end.isActive())
-            finish(m_whyNotReached.isEmpty() ? QString()
-                                             : QStringLiteral("No capture was possible: %1.").arg(m_whyNotReached));
-    });
-    m_end.start(static_cast<int>(seconds * 1000));
-    m_client.setServerName(UsbIPCaptureClient::serverNameOf(processId));
-    QTimer::singleShot(0, this, [this] { m_client.connectToServer(); });
+            [this] { m_printer.take(m_reader.read(m_client.store()->size() - 1)); });
 }
 
-void HeadlessCapture::print(const UsbIPPacketInfo& packet)
+void HeadlessCapture::stop()
 {
-    for (int column = TimeColumn; column < SetupColumn; ++column)
-        m_output << packetColumnText(packet, column) << ' ';
-    m_output << packet.parsedDetails << '\n';
+    if (m_end.isActive())
+        end();
+}
+
+void HeadlessCapture::end()
+{
+    const QString notReached =
+        m_whyNotReached.isEmpty() ? QString() : QStringLiteral("No capture was possible: %1.").arg(m_whyNotReached);
+    const QString error = m_printer.finish();
+    finish(notReached.isEmpty() ? error : notReached);
 }
 
 void HeadlessCapture::flush()
 {
-    m_output.flush();
-    if (!m_file.flush() || m_output.status() != QTextStream::Ok)
-        finish(QStringLiteral("The lines cannot be written: %1.").arg(m_file.errorString()));
+    const QString error = m_printer.flush();
+    if (!error.isEmpty())
+        finish(error);
 }
 
 void HeadlessCapture::finish(const QString& error)
@@ -56,4 +68,21 @@ void HeadlessCapture::finish(const QString& error)
     m_end.stop();
     m_client.stopCapture();
     emit finished(error);
+}
+
+QString printFile(const QString& path, const PrintOptions& options, QFileDevice& output)
+{
+    auto store = std::make_shared<PacketStore>();
+    JobProgress progress;
+    const QString fault = loadingWork(store, path)(progress);
+    CapturePrinter printer(options, output);
+    QString error = printer.open();
+    if (!error.isEmpty())
+        return error;
+    PacketReader reader(store);
+    const std::size_t count = store->size();
+    for (std::size_t number = 0; number < count; ++number)
+        printer.take(reader.read(number));
+    error = printer.finish();
+    return error.isEmpty() ? fault : error;
 }

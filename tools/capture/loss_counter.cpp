@@ -1,15 +1,6 @@
 #include "tools/capture/loss_counter.h"
 
-#include "capture/urb_record.h"
-
 #include <algorithm>
-
-void LossCounter::addPacket(const UsbIPPacketInfo& packet)
-{
-    ++m_arrived;
-    if (missingBytes(packet) > 0)
-        ++m_cut;
-}
 
 void LossCounter::addStats(const CaptureStats& stats)
 {

@@ -1,13 +1,18 @@
 // loss_counter.h: how much of a device's traffic a capture lacks.
 #pragma once
 
-#include "capture/capture_types.h"
+#include "capture/channel/usbip_header.h"
 
 /// Fed with what a client reports, in the order in which it does.
 class LossCounter
 {
 public:
-    void addPacket(const UsbIPPacketInfo& packet);
+    template<typename Packet>
+    void addPacket(const Packet& packet)
+    {
+        ++m_arrived;
+        m_cut += missingBytes(packet) > 0 ? 1 : 0;
+    }
     /// Counters come in the stream of packets: what they count more than what arrived since the first ones was dropped.
     void addStats(const CaptureStats& stats);
     /// A new connection or a cleared capture begins to count anew; packets that were lost until then stay counted.

@@ -1,9 +1,11 @@
 // plugboard-capture: the capture window for one device process, or its packets as lines of text.
 #include "runtime/program_run.h"
+#include "runtime/stop_request.h"
 #include "tools/capture/capture_options.h"
 #include "tools/capture/capture_window.h"
 #include "tools/capture/headless_capture.h"
 #include "ui/chinese_font.h"
+#include "ui/high_dpi.h"
 
 #include <QApplication>
 #include <QFile>
@@ -22,7 +24,15 @@ int runHeadless(int argc, char** argv, const CaptureOptions& options)
     QFile output;
     if (!output.open(stdout, QIODevice::WriteOnly))
         return 1;
-    HeadlessCapture capture(options.processId, options.seconds, output);
+    if (!options.filePath.isEmpty()) {
+        const QString error = printFile(options.filePath, options.print, output);
+        if (!error.isEmpty())
+            std::fprintf(stderr, "plugboard-capture: %s\n", qUtf8Printable(error));
+        return error.isEmpty() ? 0 : 1;
+    }
+    StopRequest stopRequest; // Ctrl+C is no reason to leave the device process capturing
+    HeadlessCapture capture({options.processId, options.seconds, options.print}, output);
+    QObject::connect(&stopRequest, &StopRequest::stopRequested, &capture, &HeadlessCapture::stop);
     QObject::connect(&capture, &HeadlessCapture::finished, &application, [](const QString& error) {
         if (!error.isEmpty())
             std::fprintf(stderr, "plugboard-capture: %s\n", qUtf8Printable(error));
@@ -33,13 +43,15 @@ int runHeadless(int argc, char** argv, const CaptureOptions& options)
 
 int runWindow(int argc, char** argv, const CaptureOptions& options)
 {
-    QApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
-    QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    scaleWithScreens();
     QApplication application(argc, argv);
     const ProgramRun running(kProgram, kVersion, options.start.logRules);
     if (speakAsAsked(options.start.language, application) == Language::SimplifiedChinese)
         preferSimplifiedChinese();
-    CaptureWindow window(options.processId, options.deviceId);
+    CaptureWindow window({options.processId, options.print.deviceId});
+    window.setFilterText(options.filterText);
+    if (!options.filePath.isEmpty())
+        window.openCapture(options.filePath);
     window.show();
     return QApplication::exec();
 }

@@ -1,0 +1,241 @@
+#include "capture/channel/packet_store.h"
+
+#include "capture/channel/log.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+constexpr std::uint32_t kPageSize = 512 * 1024; // bytes; a packet that is larger has a page of its own
+constexpr std::size_t kAlignment = 8;
+
+/// The fixed part of a packet in a page; its texts and bytes follow in the order of their sizes here.
+struct Head
+{
+    std::int64_t timestamp;
+    std::uint32_t deviceId;
+    std::uint32_t sequenceNumber;
+    std::uint32_t transferLength;
+    std::uint32_t infoSize;
+    std::uint32_t detailsSize;
+    std::uint32_t dataSize;
+    std::uint32_t setupSize;
+    std::uint32_t headerSize;
+    bool isRequest;
+    bool isUnlink;
+    std::uint8_t endpoint;
+    std::uint8_t direction;
+    std::uint8_t command;
+    std::uint8_t transferType;
+};
+
+/// Where the place of a page's packet is kept: a uint32 each, from the page's end towards its front.
+std::size_t slotOf(std::uint32_t capacity, std::size_t index)
+{
+    return capacity - (index + 1) * sizeof(std::uint32_t);
+}
+
+std::size_t aligned(std::size_t size)
+{
+    return (size + kAlignment - 1) / kAlignment * kAlignment;
+}
+
+template<typename Bytes>
+void put(char*& end, const Bytes& bytes)
+{
+    std::memcpy(end, bytes.constData(), static_cast<std::size_t>(bytes.size()));
+    end += bytes.size();
+}
+
+QByteArray copied(std::string_view bytes)
+{
+    return {bytes.data(), static_cast<int>(bytes.size())};
+}
+
+QByteArray borrowed(std::string_view bytes)
+{
+    return bytes.empty() ? QByteArray() : QByteArray::fromRawData(bytes.data(), static_cast<int>(bytes.size()));
+}
+
+QString textOf(std::string_view bytes)
+{
+    return QString::fromUtf8(bytes.data(), static_cast<int>(bytes.size()));
+}
+
+UsbIPPacketInfo withoutBytes(const PacketView& view)
+{
+    UsbIPPacketInfo packet;
+    packet.timestamp = view.timestamp;
+    packet.deviceId = view.deviceId;
+    packet.sequenceNumber = view.sequenceNumber;
+    packet.isRequest = view.isRequest;
+    packet.isUnlink = view.isUnlink;
+    packet.endpoint = view.endpoint;
+    packet.direction = view.direction;
+    packet.command = view.command;
+    packet.transferLength = view.transferLength;
+    packet.transferType = view.transferType;
+    packet.protocolInfo = textOf(view.protocolInfo);
+    packet.parsedDetails = textOf(view.parsedDetails);
+    return packet;
+}
+
+} // namespace
+
+UsbIPPacketInfo PacketView::copy() const
+{
+    UsbIPPacketInfo packet = withoutBytes(*this);
+    packet.data = copied(data);
+    packet.setupData = copied(setupData);
+    packet.usbipHeader = copied(usbipHeader);
+    return packet;
+}
+
+UsbIPPacketInfo PacketView::borrow() const
+{
+    UsbIPPacketInfo packet = withoutBytes(*this);
+    packet.data = borrowed(data);
+    packet.setupData = borrowed(setupData);
+    packet.usbipHeader = borrowed(usbipHeader);
+    return packet;
+}
+
+void PacketStore::append(const UsbIPPacketInfo& packet)
+{
+    const QByteArray info = packet.protocolInfo.toUtf8();
+    const QByteArray details = packet.parsedDetails.toUtf8();
+    const auto sizeOf = [](const QByteArray& bytes) { return static_cast<std::uint32_t>(bytes.size()); };
+    const Head head{packet.timestamp,
+                    packet.deviceId,
+                    packet.sequenceNumber,
+                    packet.transferLength,
+                    sizeOf(info),
+                    sizeOf(details),
+                    sizeOf(packet.data),
+                    sizeOf(packet.setupData),
+                    sizeOf(packet.usbipHeader),
+                    packet.isRequest,
+                    packet.isUnlink,
+                    packet.endpoint,
+                    packet.direction,
+                    packet.command,
+                    packet.transferType};
+    const std::size_t size =
+        aligned(sizeof head + head.infoSize + head.detailsSize + head.dataSize + head.setupSize + head.headerSize);
+    const std::lock_guard lock(m_mutex);
+    if (m_pages.empty() || m_pages.back().used + size > slotOf(m_pages.back().capacity, m_pages.back().count))
+        openPage(size);
+    Page& page = m_pages.back();
+    char* end = page.bytes.get() + page.used;
+    std::memcpy(end, &head, sizeof head);
+    end += sizeof head;
+    put(end, info);
+    put(end, details);
+    put(end, packet.data);
+    put(end, packet.setupData);
+    put(end, packet.usbipHeader);
+    std::memcpy(page.bytes.get() + slotOf(page.capacity, page.count), &page.used, sizeof page.used);
+    page.used += static_cast<std::uint32_t>(size);
+    ++page.count;
+    ++m_size;
+}
+
+void PacketStore::openPage(std::size_t packetSize)
+{
+    Page page;
+    page.first = m_size;
+    const std::size_t needed = packetSize + sizeof(std::uint32_t);
+    page.capacity = static_cast<std::uint32_t>(std::max<std::size_t>(kPageSize, aligned(needed)));
+    page.bytes = std::make_shared_for_overwrite<char[]>(page.capacity);
+    m_memory += page.capacity;
+    m_pages.push_back(std::move(page));
+    keepBudget();
+}
+
+/// The page that is written to stays in memory.
+void PacketStore::keepBudget()
+{
+    while (m_memory > m_budget && m_firstInMemory + 1 < m_pages.size() && m_file.error().isEmpty()) {
+        Page& page = m_pages[m_firstInMemory];
+        page.filePosition = m_file.write(page.bytes.get(), page.capacity);
+        if (page.filePosition < 0) {
+            qCWarning(captureLog) << "Packets stay in memory beyond its budget:" << m_file.error();
+            return;
+        }
+        page.bytes.reset(); // who reads it at the moment holds it too
+        m_memory -= page.capacity;
+        ++m_firstInMemory;
+    }
+}
+
+std::size_t PacketStore::size() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_size;
+}
+
+UsbIPPacketInfo PacketStore::at(std::size_t number) const
+{
+    // A reader holds its store; this one ends before the store does.
+    return PacketReader(std::shared_ptr<const PacketStore>(std::shared_ptr<void>(), this)).read(number).copy();
+}
+
+PacketStore::Usage PacketStore::usage() const
+{
+    const std::lock_guard lock(m_mutex);
+    return {m_memory, m_file.size(), m_file.error()};
+}
+
+/// The page with its bytes, which are read from the file when they are there; null when that fails.
+PacketStore::Page PacketStore::pageOf(std::size_t number) const
+{
+    const std::lock_guard lock(m_mutex);
+    const auto after = std::upper_bound(m_pages.begin(), m_pages.end(), number,
+                                        [](std::size_t wanted, const Page& page) { return wanted < page.first; });
+    Page page = *std::prev(after);
+    if (page.bytes)
+        return page;
+    auto bytes = std::make_shared_for_overwrite<char[]>(page.capacity);
+    if (m_file.read(page.filePosition, bytes.get(), page.capacity))
+        page.bytes = std::move(bytes);
+    else
+        qCWarning(captureLog) << "Packets of the temporary file cannot be read";
+    return page;
+}
+
+PacketView PacketReader::read(std::size_t number)
+{
+    if (!m_page.bytes || number < m_page.first || number - m_page.first >= m_page.count)
+        m_page = m_store->pageOf(number);
+    if (!m_page.bytes)
+        return {};
+    const char* bytes = m_page.bytes.get();
+    std::uint32_t place = 0;
+    std::memcpy(&place, bytes + slotOf(m_page.capacity, number - m_page.first), sizeof place);
+    Head head;
+    std::memcpy(&head, bytes + place, sizeof head);
+    const char* part = bytes + place + sizeof head;
+    const auto take = [&part](std::uint32_t size) { return std::string_view(std::exchange(part, part + size), size); };
+    PacketView view{head.timestamp,
+                    head.deviceId,
+                    head.sequenceNumber,
+                    head.transferLength,
+                    head.isRequest,
+                    head.isUnlink,
+                    head.endpoint,
+                    head.direction,
+                    head.command,
+                    head.transferType,
+                    {},
+                    {},
+                    {},
+                    {},
+                    {}};
+    view.protocolInfo = take(head.infoSize);
+    view.parsedDetails = take(head.detailsSize);
+    view.data = take(head.dataSize);
+    view.setupData = take(head.setupSize);
+    view.usbipHeader = take(head.headerSize);
+    return view;
+}

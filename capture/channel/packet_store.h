@@ -1,0 +1,104 @@
+// packet_store.h: the packets of one capture, in order of arrival.
+#pragma once
+
+#include "capture/channel/capture_types.h"
+#include "capture/channel/spill_file.h"
+
+#include <memory>
+#include <mutex>
+#include <string_view>
+#include <vector>
+
+/// A packet where it lies in a store. Refers to memory that the PacketReader which gave it keeps until its next read.
+struct PacketView
+{
+    std::int64_t timestamp; ///< these as in UsbIPPacketInfo
+    std::uint32_t deviceId;
+    std::uint32_t sequenceNumber;
+    std::uint32_t transferLength;
+    bool isRequest;
+    bool isUnlink;
+    std::uint8_t endpoint;
+    std::uint8_t direction;
+    std::uint8_t command;
+    std::uint8_t transferType;
+    std::string_view protocolInfo; ///< UTF-8
+    std::string_view parsedDetails;
+    std::string_view data;
+    std::string_view setupData;
+    std::string_view usbipHeader;
+
+    /// The packet with bytes of its own.
+    UsbIPPacketInfo copy() const;
+    /// The packet with bytes that refer to the store's: for as long as this view is valid.
+    UsbIPPacketInfo borrow() const;
+};
+
+/// Packets are bytes in pages of half a megabyte, about 60 bytes beside what a packet carries. They are never changed
+/// or removed. Pages beyond the budget of memory go to a temporary file, oldest first, and come back when they are
+/// read.
+///
+/// One thread appends. Any thread may read what was there when it asked for the size, by a PacketReader of its own.
+class PacketStore
+{
+public:
+    static constexpr qint64 kDefaultBudget = 512 * 1024 * 1024; ///< bytes
+
+    explicit PacketStore(qint64 budget = kDefaultBudget) : m_budget(budget) {}
+
+    void append(const UsbIPPacketInfo& packet);
+    std::size_t size() const;
+    /// A copy; `number` is below size().
+    UsbIPPacketInfo at(std::size_t number) const;
+
+    struct Usage
+    {
+        qint64 memory = 0; ///< bytes
+        qint64 file = 0;   ///< bytes that were moved to the temporary file
+        QString fileError; ///< why nothing more goes there; everything is kept in memory then
+    };
+    Usage usage() const;
+    qint64 budget() const { return m_budget; }
+
+private:
+    friend class PacketReader;
+
+    using Bytes = std::shared_ptr<char[]>;
+
+    struct Page
+    {
+        std::size_t first = 0;      // number of its first packet
+        std::uint32_t count = 0;    // packets
+        std::uint32_t used = 0;     // bytes from the front
+        std::uint32_t capacity = 0; // bytes; places of the packets grow from the end
+        Bytes bytes;                // null while it is in the file
+        qint64 filePosition = -1;   // bytes
+    };
+
+    void openPage(std::size_t packetSize);
+    void keepBudget();
+    Page pageOf(std::size_t number) const;
+
+    mutable std::mutex m_mutex; // guards all that follows
+    std::vector<Page> m_pages;
+    std::size_t m_size = 0;
+    const qint64 m_budget;
+    qint64 m_memory = 0;             // bytes of pages in memory
+    std::size_t m_firstInMemory = 0; // page
+    mutable SpillFile m_file;
+};
+
+/// Reads packets in any order; neighbours cost little. For one thread.
+class PacketReader
+{
+public:
+    explicit PacketReader(std::shared_ptr<const PacketStore> store) : m_store(std::move(store)) {}
+
+    const PacketStore& store() const { return *m_store; }
+    /// `number` is below the store's size. Without its bytes when the temporary file cannot be read.
+    PacketView read(std::size_t number);
+
+private:
+    std::shared_ptr<const PacketStore> m_store;
+    PacketStore::Page m_page;
+};

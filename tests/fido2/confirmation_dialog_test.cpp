@@ -1,5 +1,6 @@
-#include "fido2/credential_detail_dialog.h"
-#include "fido2/fido2_user_confirmation_dialog.h"
+#include "fido2/dialogs/credential_detail_dialog.h"
+#include "fido2/dialogs/fido2_user_confirmation_dialog.h"
+#include "runtime/shown_text.h"
 #include "tests/fido2/fido2_test_support.h"
 #include "tests/support/suite_registry.h"
 
@@ -83,12 +84,15 @@ void ConfirmationDialogTest::answersOnce()
     QTest::keyClick(dialog.focusWidget(), Qt::Key_Return); // a key meant for another window answers nothing
     QVERIFY(answers.isEmpty());
     part<QCheckBox>(dialog, "remember")->setChecked(true);
-    if (way == QStringLiteral("close"))
-        dialog.close();
-    else if (way == QStringLiteral("escape"))
-        QTest::keyClick(&dialog, Qt::Key_Escape);
-    else
-        QTest::keyClick(part<QPushButton>(dialog, qPrintable(way)), Qt::Key_Return);
+    const auto answer = [&] {
+        if (way == QStringLiteral("close"))
+            dialog.close();
+        else if (way == QStringLiteral("escape"))
+            QTest::keyClick(&dialog, Qt::Key_Escape);
+        else
+            QTest::keyClick(part<QPushButton>(dialog, qPrintable(way)), Qt::Key_Return);
+    };
+    QTRY_VERIFY((answer(), !answers.isEmpty())); // the dialog is deaf to keys at first
     dialog.close();
     QCOMPARE(answers.size(), 1);
     QCOMPARE(answers.at(0).at(0).toBool(), confirmed);
@@ -172,13 +176,12 @@ void ConfirmationDialogTest::staysUsableWithHugeRequests_data()
 {
     QTest::addColumn<QJsonObject>("request");
     QJsonArray many;
-    for (int number = 0; number < 10000; ++number)
-        many.append(QJsonObject{{QStringLiteral("id"), QString::number(number)},
-                                {QStringLiteral("userName"), QStringLiteral("user")}});
+    for (int number = 0; number < 320000; ++number)
+        many.append(QJsonObject());
     const QJsonObject base{{QStringLiteral("isPasswordlessLogin"), true}};
     QJsonObject manyCandidates = base;
     manyCandidates.insert(QStringLiteral("availableCredentials"), many);
-    QTest::newRow("10,000 credentials") << manyCandidates;
+    QTest::newRow("as many credentials as a message holds") << manyCandidates;
     const QString megabyte(1024 * 1024, QLatin1Char('x'));
     QJsonObject longName = base;
     longName.insert(QStringLiteral("rpName"), megabyte);
@@ -196,7 +199,9 @@ void ConfirmationDialogTest::staysUsableWithHugeRequests()
     QVERIFY(QTest::qWaitForWindowExposed(&dialog));
     QVERIFY(dialog.width() < 800 && dialog.height() < 800);
     auto* list = part<QListWidget>(dialog, "candidates");
-    const int last = request.value(QStringLiteral("availableCredentials")).toArray().size() - 1;
+    const int count = request.value(QStringLiteral("availableCredentials")).toArray().size();
+    QCOMPARE(list->count(), qMin(count, kMostShownItems + 1));
+    const int last = qMin(count, kMostShownItems) - 1;
     emit list->itemDoubleClicked(list->item(last));
     whenModal([](QWidget& window) {
         QVERIFY(window.width() < 1000);

@@ -1,4 +1,4 @@
-#include "fido2/confirmation_queue.h"
+#include "fido2/channel/confirmation_queue.h"
 #include "tests/fido2/fido2_test_support.h"
 #include "tests/support/suite_registry.h"
 
@@ -16,15 +16,20 @@ private slots:
     void dropsRepetitionsThatBearATime();
     void asksAgainWhenTheAnswerWasLost();
     void forgetsADeletedDevice();
-    void boundsWhatOneDeviceCanAsk();
+    void deniesInTurnWhatOneDeviceAsksTooMuch();
     void survivesItsEndDuringADialog();
 };
 
 namespace {
 
+constexpr ConfirmationQueue::Timing kAtOnce{1000, 0, 0};
+
+void denyNobody(qint64)
+{}
+
 ConfirmationRequest request(qint64 processId, const QString& operation, const char* data = "{}")
 {
-    return {processId, operation, json(data)};
+    return {processId, operation, json(data), {}};
 }
 
 } // namespace
@@ -34,16 +39,18 @@ void ConfirmationQueueTest::showsOneAtATimeInOrder()
     QStringList shown;
     int open = 0;
     ConfirmationQueue* toAsk = nullptr;
-    ConfirmationQueue queue([&](const ConfirmationRequest& asked) {
-        QCOMPARE(++open, 1);
-        shown << asked.operation;
-        if (asked.operation == QStringLiteral("a")) {
-            toAsk->add(request(2, QStringLiteral("b"))); // arrives while the dialog is open
-            toAsk->add(request(1, QStringLiteral("c")));
-            QCoreApplication::processEvents();
-        }
-        --open;
-    });
+    ConfirmationQueue queue(
+        [&](const ConfirmationRequest& asked) {
+            QCOMPARE(++open, 1);
+            shown << asked.operation;
+            if (asked.operation == QStringLiteral("a")) {
+                toAsk->add(request(2, QStringLiteral("b"))); // arrives while the dialog is open
+                toAsk->add(request(1, QStringLiteral("c")));
+                QCoreApplication::processEvents();
+            }
+            --open;
+        },
+        denyNobody, kAtOnce);
     toAsk = &queue;
     queue.add(request(1, QStringLiteral("a")));
     QVERIFY(shown.isEmpty()); // never below the caller
@@ -68,7 +75,7 @@ void ConfirmationQueueTest::dropsRepetitionsThatBearATime()
     QFETCH(qint64, processId);
     QFETCH(int, shown);
     int count = 0;
-    ConfirmationQueue queue([&](const ConfirmationRequest&) { ++count; });
+    ConfirmationQueue queue([&](const ConfirmationRequest&) { ++count; }, denyNobody, kAtOnce);
     const auto first = request(1, QStringLiteral("get_assertion"), "{'timestamp':5,'rpId':'a'}");
     const auto other = request(processId, QStringLiteral("get_assertion"), second);
     queue.add(first);
@@ -94,7 +101,7 @@ void ConfirmationQueueTest::asksAgainWhenTheAnswerWasLost()
             ++count;
             toAsk->add(asked); // repeated while its dialog is open
         },
-        nullptr, 0); // every repetition after the answer is a late one
+        denyNobody, {0, 0, 0}); // every repetition after the answer is a late one
     toAsk = &queue;
     queue.add(asked);
     QTRY_COMPARE(count, 1);
@@ -107,32 +114,43 @@ void ConfirmationQueueTest::asksAgainWhenTheAnswerWasLost()
 void ConfirmationQueueTest::forgetsADeletedDevice()
 {
     QStringList shown;
-    ConfirmationQueue queue([&](const ConfirmationRequest& asked) { shown << asked.operation; });
+    ConfirmationQueue queue([&](const ConfirmationRequest& asked) { shown << asked.operation; }, denyNobody, kAtOnce);
     queue.add(request(1, QStringLiteral("a")));
     queue.add(request(2, QStringLiteral("b")));
     queue.forget(1);
     QTRY_COMPARE(shown, QStringList{QStringLiteral("b")});
 }
 
-void ConfirmationQueueTest::boundsWhatOneDeviceCanAsk()
+/// Answers carry no id: what is denied unseen must be denied after what was asked before it, and once each.
+void ConfirmationQueueTest::deniesInTurnWhatOneDeviceAsksTooMuch()
 {
+    constexpr int kMost = ConfirmationQueue::kMostWaitingPerProcess;
     const LoggedLines logged;
-    ConfirmationQueue queue([](const ConfirmationRequest&) {});
-    for (int count = 0; count < 1000; ++count)
+    QStringList answers;
+    ConfirmationQueue queue([&](const ConfirmationRequest& asked) { answers << asked.operation; },
+                            [&](qint64 processId) { answers << QStringLiteral("denied %1").arg(processId); }, kAtOnce);
+    QStringList expected;
+    for (int count = 0; count < kMost + 3; ++count) {
         queue.add(request(1, QString::number(count)));
+        expected << (count < kMost ? QString::number(count) : QStringLiteral("denied 1"));
+    }
     queue.add(request(2, QStringLiteral("of another device")));
-    QCOMPARE(queue.waiting(), ConfirmationQueue::kMostWaitingPerProcess + 1);
-    QCOMPARE(logged.lines().size(), 1000 - ConfirmationQueue::kMostWaitingPerProcess);
+    expected << QStringLiteral("of another device");
+    QCOMPARE(queue.waiting(), kMost + 1);
+    QCOMPARE(logged.lines().size(), 1);
+    QTRY_COMPARE(answers, expected);
 }
 
 void ConfirmationQueueTest::survivesItsEndDuringADialog()
 {
     std::unique_ptr<ConfirmationQueue> queue;
     bool shown = false;
-    queue = std::make_unique<ConfirmationQueue>([&](const ConfirmationRequest&) {
-        queue.reset();
-        shown = true;
-    });
+    queue = std::make_unique<ConfirmationQueue>(
+        [&](const ConfirmationRequest&) {
+            queue.reset();
+            shown = true;
+        },
+        denyNobody, kAtOnce);
     queue->add(request(1, QStringLiteral("a")));
     queue->add(request(1, QStringLiteral("b")));
     QTRY_VERIFY(shown);

@@ -1,6 +1,6 @@
-#include "fido2/confirmation_result.h"
-#include "fido2/confirmation_texts.h"
-#include "fido2/shown_text.h"
+#include "fido2/dialogs/confirmation_result.h"
+#include "fido2/dialogs/confirmation_texts.h"
+#include "runtime/shown_text.h"
 #include "tests/fido2/fido2_test_support.h"
 #include "tests/support/suite_registry.h"
 

@@ -1,6 +1,6 @@
-#include "fido2/credential_detail_dialog.h"
-#include "fido2/credential_edit_dialog.h"
-#include "fido2/credential_texts.h"
+#include "fido2/dialogs/credential_detail_dialog.h"
+#include "fido2/dialogs/credential_edit_dialog.h"
+#include "fido2/dialogs/credential_texts.h"
 #include "tests/fido2/fido2_test_support.h"
 #include "tests/support/scripted_prompter.h"
 #include "tests/support/suite_registry.h"
@@ -92,6 +92,22 @@ void CredentialDialogsTest::editingKeepsWhatHasNoField()
                         "'publicKeyFile':'','rp':{'icon':'i','id':'r','name':''},'secret':{'x':[1]},'sigCnt':12,"
                         "'supportsResidentKey':false,'transports':'','type':'',"
                         "'user':{'displayName':'','extra':1,'id':'b','name':'u'}}"));
+
+    CredentialEditDialog unshown(false); // values that no field can show stay as they are
+    const char* stored = "{'id':'aa','rp':{'id':'r','name':5},'sigCnt':5000000000,'supportsResidentKey':'yes',"
+                         "'transports':['usb','nfc'],'user':{'name':'u','id':'b'}}";
+    unshown.setCredential(json(stored));
+    part(unshown, "description")->setText(QStringLiteral("mine"));
+    click(unshown, "save");
+    for (const char* key : {"rp", "sigCnt", "supportsResidentKey", "transports"})
+        QCOMPARE(unshown.credential().value(QLatin1String(key)), json(stored).value(QLatin1String(key)));
+    part<QSpinBox>(unshown, "sigCnt")->setValue(7);
+    part<QCheckBox>(unshown, "supportsResidentKey")->setChecked(true);
+    QTest::keyClicks(part(unshown, "transports"), QStringLiteral("ble"));
+    click(unshown, "save");
+    QCOMPARE(unshown.credential().value(QStringLiteral("sigCnt")), QJsonValue(7));
+    QCOMPARE(unshown.credential().value(QStringLiteral("supportsResidentKey")), QJsonValue(true));
+    QCOMPARE(unshown.credential().value(QStringLiteral("transports")), QJsonValue(QStringLiteral("ble")));
 
     CredentialEditDialog undated(false);
     undated.setCredential(json("{'id':'aa','rp':{'id':'r'},'user':{'name':'u','id':'b'}}"));

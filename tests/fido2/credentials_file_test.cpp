@@ -1,10 +1,14 @@
-#include "fido2/credentials_file.h"
-#include "fido2/pin.h"
+#include "fido2/file/credentials_file.h"
+#include "fido2/file/credentials_merge.h"
+#include "fido2/file/pin.h"
+#include "runtime/whole_file.h"
 #include "tests/fido2/fido2_test_support.h"
 #include "tests/support/suite_registry.h"
 
 #include <QFileInfo>
 #include <QRandomGenerator>
+
+#include <thread>
 
 class CredentialsFileTest : public QObject
 {
@@ -19,6 +23,9 @@ private slots:
     void countsPinsInCharacters_data();
     void countsPinsInCharacters();
     void clearDeletesNamedFilesAndNothingElse();
+    void mergesWhatTwoWritersDid_data();
+    void mergesWhatTwoWritersDid();
+    void twoWritersLoseNothing();
     void summarizesForTheChooser_data();
     void summarizesForTheChooser();
     void serialNumbersHaveTheirForm();
@@ -157,8 +164,10 @@ void CredentialsFileTest::clearDeletesNamedFilesAndNothingElse()
                              folder.keyPath(QStringLiteral("S1_ca_private.pem")),
                              folder.keyPath(QStringLiteral("S1_pin_public.pem")),
                              folder.keyPath(QStringLiteral("S1_pin_private.pem")),
+                             folder.keyPath(QStringLiteral("S1_credentials.json.aBcDeF")), // of an interrupted save
                              folder.path(QStringLiteral("elsewhere.pem"))};
-    const QStringList spared{folder.keyPath(QStringLiteral("S2_ca_cert.pem")), folder.path(QStringLiteral("other"))};
+    const QStringList spared{folder.keyPath(QStringLiteral("S2_ca_cert.pem")), folder.path(QStringLiteral("other")),
+                             folder.keyPath(QStringLiteral("S1_credentials.json.backup"))};
     for (const QString& file : doomed + spared)
         folder.write(file, "x");
     QDir(folder.path({})).mkdir(QStringLiteral("empty"));
@@ -172,6 +181,62 @@ void CredentialsFileTest::clearDeletesNamedFilesAndNothingElse()
         QVERIFY2(!QFileInfo::exists(file), qPrintable(file));
     for (const QString& file : spared + QStringList{folderPath})
         QVERIFY2(QFileInfo::exists(file), qPrintable(file));
+}
+
+void CredentialsFileTest::mergesWhatTwoWritersDid_data()
+{
+    QTest::addColumn<QByteArray>("base");
+    QTest::addColumn<QByteArray>("mine");
+    QTest::addColumn<QByteArray>("theirs");
+    QTest::addColumn<QByteArray>("merged");
+    const auto row = [](const char* name, const char* base, const char* mine, const char* theirs, const char* merged) {
+        QTest::newRow(name) << QByteArray(base) << QByteArray(mine) << QByteArray(theirs) << QByteArray(merged);
+    };
+    const char* two = "[{'id':'a'},{'id':'b'}]";
+    row("both add", "[]", "[{'id':'a'}]", "[{'id':'b'}]", two);
+    row("they count on, mine is untouched", two, two, "[{'id':'a','sigCnt':5},{'id':'b'}]",
+        "[{'id':'a','sigCnt':5},{'id':'b'}]");
+    row("mine is changed, they count on", two, "[{'id':'a','description':'x'},{'id':'b'}]",
+        "[{'id':'a','sigCnt':5},{'id':'b'}]", "[{'description':'x','id':'a'},{'id':'b'}]");
+    row("mine is removed, they count on", two, "[{'id':'b'}]", "[{'id':'a','sigCnt':5},{'id':'b'}]", "[{'id':'b'}]");
+    row("they remove, mine is untouched", two, two, "[{'id':'b'}]", "[{'id':'b'}]");
+    row("they remove, mine is changed", two, "[{'id':'a','description':'x'},{'id':'b'}]", "[]",
+        "[{'description':'x','id':'a'}]");
+    row("twins and what has no id are kept", "[{'id':'t'},{'id':'t'},7]", "[{'id':'t'},{'id':'t'},7]",
+        "[{'id':'t'},{'id':'t'},7,{}]", "[{'id':'t'},{'id':'t'},7,{}]");
+}
+
+void CredentialsFileTest::mergesWhatTwoWritersDid()
+{
+    QFETCH(QByteArray, base);
+    QFETCH(QByteArray, mine);
+    QFETCH(QByteArray, theirs);
+    QFETCH(QByteArray, merged);
+    const auto list = [](const QByteArray& text) {
+        return json("{'x':" + text + "}").value(QStringLiteral("x")).toArray();
+    };
+    const QJsonArray result = mergedCredentials(list(base), list(mine), list(theirs));
+    QCOMPARE(compact(QJsonObject{{QStringLiteral("x"), result}}), "{'x':" + merged + "}");
+}
+
+/// Each holds the file's lock between reading and writing, as the window and a device process do.
+void CredentialsFileTest::twoWritersLoseNothing()
+{
+    constexpr int kRounds = 200;
+    const KeyFolder folder;
+    const QString path = folder.keyPath(QStringLiteral("S1_credentials.json"));
+    const auto write = [&path](int writer) {
+        for (int round = 0; round < kRounds; ++round) {
+            const FileLock lock(path, 60000);
+            QJsonArray credentials = readJsonFile(path).root.value(QStringLiteral("credentials")).toArray();
+            credentials.append(QJsonObject{{QStringLiteral("id"), QStringLiteral("%1-%2").arg(writer).arg(round)}});
+            writeJsonFile(path, {{QStringLiteral("credentials"), credentials}});
+        }
+    };
+    std::thread other(write, 1);
+    write(2);
+    other.join();
+    QCOMPARE(readJsonFile(path).root.value(QStringLiteral("credentials")).toArray().size(), 2 * kRounds);
 }
 
 void CredentialsFileTest::summarizesForTheChooser_data()

@@ -1,4 +1,4 @@
-#include "fido2/device_detail_dialog.h"
+#include "fido2/dialogs/device_detail_dialog.h"
 #include "tests/fido2/fido2_test_support.h"
 #include "tests/support/scripted_prompter.h"
 #include "tests/support/suite_registry.h"

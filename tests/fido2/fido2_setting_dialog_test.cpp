@@ -1,4 +1,5 @@
-#include "fido2/fido2_setting_dialog.h"
+#include "fido2/dialogs/fido2_setting_dialog.h"
+#include "fido2/file/json_file.h"
 #include "tests/fido2/fido2_test_support.h"
 #include "tests/support/scripted_prompter.h"
 #include "tests/support/suite_registry.h"
@@ -25,6 +26,8 @@ private slots:
     void complainsAboutFiles();
     void choosesAFile();
     void takesOnlyUsableDeviceInfo();
+    void keepsWhatOthersWroteMeanwhile();
+    void saysWhatASaveWouldReplace();
 };
 
 namespace {
@@ -148,7 +151,7 @@ void Fido2SettingDialogTest::createsWithWhatWasTyped()
     QCOMPARE(prompter.verify(), QString());
     QCOMPARE(dialog.result(), int(QDialog::Accepted));
     QVERIFY(!dialog.parameters().supportsPin);
-    QCOMPARE(fido2ParameterList(dialog.parameters()).join(QLatin1Char('|')).count(QLatin1Char('\n')), 0);
+    QCOMPARE(dialog.parameters().parameterList().join(QLatin1Char('|')).count(QLatin1Char('\n')), 0);
 }
 
 void Fido2SettingDialogTest::editsInMemoryAndSavesOnRequest()
@@ -289,6 +292,45 @@ void Fido2SettingDialogTest::takesOnlyUsableDeviceInfo()
     QCOMPARE((QStringList{after.serialNumber, after.vid, after.pid, after.name, after.usbVersionChoice}),
              (QStringList{before.serialNumber, before.vid, before.pid, QStringLiteral("New"), QStringLiteral("2.0")}));
     QVERIFY(after.supportsPin);
+}
+
+void Fido2SettingDialogTest::keepsWhatOthersWroteMeanwhile()
+{
+    const KeyFolder folder;
+    const QString path = folder.keyPath(QStringLiteral("S1_credentials.json"));
+    // Its own serial number names another file, which must not become the one that is saved.
+    const char* head = "{'deviceInfo':{'serialNumber':'S2'},'credentials':";
+    QVERIFY(writeJsonFile(path, json(QByteArray(head) + "[{'id':'a'}]}")));
+    ScriptedPrompter prompter;
+    Fido2SettingDialog dialog(nullptr, folder.environment(), prompter);
+    part(dialog, "serialNumber")->setText(QStringLiteral("S1"));
+    dialog.loadDeviceInfoFromCredentialsFile();
+    QCOMPARE(dialog.credentialsFilePath(), path);
+
+    QVERIFY(writeJsonFile(path, json(QByteArray(head) + "[{'id':'a','sigCnt':1},{'id':'b'}]}")));
+    QTRY_COMPARE(table(dialog)->rowCount(), 2); // without a save
+    QVERIFY(part<QLabel>(dialog, "fileState")->text().contains(QStringLiteral("changed meanwhile")));
+    QVERIFY(writeJsonFile(path, json(QByteArray(head) + "[{'id':'a','sigCnt':2},{'id':'b'},{'id':'c'}]}")));
+    prompter.expectInformation(kSuccess, QStringLiteral("Credentials saved successfully"));
+    dialog.onSaveCredentials(); // before the watcher could tell
+    QCOMPARE(prompter.verify(), QString());
+    QCOMPARE(compact(QJsonObject{{QStringLiteral("x"), readJsonFile(path).root.value(QStringLiteral("credentials"))}}),
+             QByteArray("{'x':[{'id':'a','sigCnt':2},{'id':'b'},{'id':'c'}]}"));
+}
+
+void Fido2SettingDialogTest::saysWhatASaveWouldReplace()
+{
+    const KeyFolder folder;
+    folder.write(folder.keyPath(QStringLiteral("S1_credentials.json")), "{\"credentials\":[1,2,3]}");
+    folder.write(folder.keyPath(QStringLiteral("S2_credentials.json")), "no JSON");
+    Fido2SettingDialog dialog(nullptr, folder.environment());
+    const auto state = [&](const QString& serial) {
+        part(dialog, "serialNumber")->setText(serial);
+        return part<QLabel>(dialog, "fileState")->text();
+    };
+    QVERIFY(state(QStringLiteral("S1")).contains(QStringLiteral("exists with 3 credentials, not loaded")));
+    QVERIFY(state(QStringLiteral("S2")).contains(QStringLiteral("cannot be read")));
+    QCOMPARE(state(QStringLiteral("S3")), QString());
 }
 
 PLUGBOARD_SUITE(Fido2SettingDialogTest)

@@ -1,7 +1,7 @@
 // fido2_test_support.h: a folder and a clock for the dialogs of security keys, and hands on their widgets.
 #pragma once
 
-#include "fido2/fido2_environment.h"
+#include "fido2/file/fido2_environment.h"
 
 #include <QByteArray>
 #include <QJsonObject>

@@ -1,4 +1,4 @@
-#include "fido2/credentials_file.h"
+#include "fido2/file/credentials_file.h"
 #include "tests/fido2/fido2_test_support.h"
 #include "tests/support/suite_registry.h"
 

@@ -2,7 +2,7 @@
 #include "devices/device_launcher.h"
 #include "devices/device_record_manager.h"
 #include "devices/process_table.h"
-#include "fido2/fido2_channels.h"
+#include "fido2/channel/fido2_channels.h"
 #include "tests/support/security_key.h"
 #include "tests/support/suite_registry.h"
 

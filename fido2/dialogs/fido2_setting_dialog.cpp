@@ -1,0 +1,329 @@
+#include "fido2/dialogs/fido2_setting_dialog.h"
+
+#include "fido2/dialogs/credential_edit_dialog.h"
+#include "fido2/dialogs/credential_texts.h"
+#include "fido2/dialogs/credentials_file_chooser.h"
+#include "runtime/shown_text.h"
+#include "runtime/whole_file.h"
+#include "ui/plain_tool_tip.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDir>
+#include <QFileInfo>
+#include <QLabel>
+#include <QLineEdit>
+#include <QTableWidget>
+
+Fido2SettingDialog::Fido2SettingDialog(QWidget* parent, Fido2Environment environment, Prompter& prompter)
+    : QDialog(parent)
+    , m_environment(std::move(environment))
+    , m_prompter(prompter)
+{
+    buildLayout();
+    connect(&m_followed, &FollowedCredentials::touched, this, &Fido2SettingDialog::pullChanges);
+    onGenerateSerialNumber();
+    if (QFileInfo::exists(m_path))
+        loadFile(m_path);
+}
+
+Fido2Parameters Fido2SettingDialog::parameters() const
+{
+    Fido2Parameters chosen;
+    // displayText: a pasted line end is still in text() and would begin another parameter.
+    chosen.vid = m_vid->displayText();
+    chosen.pid = m_pid->displayText();
+    chosen.name = m_name->displayText().trimmed();
+    chosen.usbVersionChoice = m_usbVersion->currentText();
+    chosen.serialNumber = m_serial->displayText().trimmed();
+    chosen.credentialsPath = m_path;
+    chosen.supportsPin = m_supportsPin->isChecked();
+    return chosen;
+}
+
+KeyIdentity Fido2SettingDialog::form() const
+{
+    return {m_serial->displayText(), m_name->displayText(),       m_vid->displayText(),
+            m_pid->displayText(),    m_usbVersion->currentText(), m_supportsPin->isChecked()};
+}
+
+void Fido2SettingDialog::onGenerateSerialNumber()
+{
+    m_serial->setText(m_environment.newSerialNumber());
+}
+
+void Fido2SettingDialog::updateCredentialsFilePath()
+{
+    setPath(m_environment.credentialsPath(m_serial->displayText()));
+}
+
+void Fido2SettingDialog::setPath(const QString& path)
+{
+    if (path != m_path)
+        m_followed.stop();
+    m_path = path;
+    m_pathLabel->setText(tr("Credentials file: %1").arg(path));
+    showFileState();
+}
+
+void Fido2SettingDialog::loadDeviceInfoFromCredentialsFile()
+{
+    loadFile(m_path);
+}
+
+void Fido2SettingDialog::loadFile(QString path)
+{
+    CredentialsFile file(path);
+    bool loaded = false;
+    switch (file.load()) {
+    case JsonFileContent::State::Object:
+        loaded = true;
+        m_credentials = file.credentials();
+        onRefreshCredentials();
+        extractDeviceInfoFromCredential(file.root());
+        break;
+    case JsonFileContent::State::NotOpened:
+        m_prompter.warning(this, tr("Error"), tr("Cannot open credentials file: %1").arg(path));
+        break;
+    case JsonFileContent::State::NotJson:
+        m_prompter.warning(this, tr("Error"), tr("Invalid JSON format: %1").arg(file.parseError()));
+        break;
+    case JsonFileContent::State::NotAnObject:
+        break; // as if there were no file
+    }
+    setPath(path); // a serial number from the file has set another
+    if (!loaded)
+        return;
+    m_followed.follow(m_path, m_credentials);
+    showFileState();
+}
+
+void Fido2SettingDialog::pullChanges()
+{
+    const std::optional<QJsonArray> merged = m_followed.pull(m_credentials);
+    if (!merged)
+        return;
+    const int before = m_credentials.size();
+    m_credentials = *merged;
+    const int row = m_table->currentRow();
+    onRefreshCredentials();
+    m_table->setCurrentCell(row, 0);
+    tellFileState(tr("The file was changed meanwhile: %1 credentials now, %2 before.")
+                      .arg(QString::number(m_credentials.size()), QString::number(before)));
+}
+
+void Fido2SettingDialog::showFileState()
+{
+    QString state;
+    const QFileInfo info(m_path);
+    if (!m_followed.isFollowing() && info.exists()) {
+        CredentialsFile file(m_path);
+        state = file.load() == JsonFileContent::State::Object
+                    ? tr("This file exists with %1 credentials, not loaded: saving replaces them.")
+                          .arg(file.credentials().size())
+                    : tr("This file exists and cannot be read: saving replaces it.");
+    } else if (!QFileInfo(info.path()).isDir()) {
+        state = tr("The folder of this file is made with the first key; until then credentials cannot be saved.");
+    }
+    tellFileState(state);
+}
+
+void Fido2SettingDialog::tellFileState(const QString& text)
+{
+    m_fileState->setText(text);
+    m_fileState->setToolTip(plainToolTip(text)); // a narrow screen cuts the line
+    m_fileState->setVisible(!text.isEmpty());
+}
+
+void Fido2SettingDialog::extractDeviceInfoFromCredential(const QJsonObject& credential)
+{
+    const QJsonObject info = credential.value(QStringLiteral("deviceInfo")).toObject();
+    const struct
+    {
+        QLineEdit* field;
+        QString key;
+    } texts[] = {
+        {m_serial, QStringLiteral("serialNumber")},
+        {m_vid, QStringLiteral("vid")},
+        {m_pid, QStringLiteral("pid")},
+        {m_name, QStringLiteral("deviceName")},
+    };
+    for (const auto& [field, key] : texts) {
+        if (const QString text = info.value(key).toString(); !text.isEmpty())
+            field->setText(text);
+    }
+    const int version = m_usbVersion->findText(info.value(QStringLiteral("usbVersion")).toString());
+    if (version >= 0)
+        m_usbVersion->setCurrentIndex(version);
+    if (const QJsonValue supportsPin = info.value(QStringLiteral("supportsPin")); supportsPin.isBool())
+        m_supportsPin->setChecked(supportsPin.toBool());
+}
+
+void Fido2SettingDialog::onSelectCredentialsFile()
+{
+    const QString directory = m_environment.directory();
+    if (!QDir(directory).exists()) {
+        m_prompter.information(this, tr("Info"), tr("FIDO2 directory not found: %1").arg(directory));
+        return;
+    }
+    const QStringList names = m_environment.credentialsFileNames();
+    if (names.isEmpty()) {
+        m_prompter.information(this, tr("Info"), tr("No credential files found in: %1").arg(directory));
+        return;
+    }
+    CredentialsFileChooser chooser(directory, names, this);
+    if (chooser.exec() == QDialog::Accepted && !chooser.chosenPath().isEmpty())
+        loadFile(chooser.chosenPath());
+}
+
+void Fido2SettingDialog::onRefreshCredentials()
+{
+    const int rows = qMin(m_credentials.size(), kMostShownItems);
+    m_table->setRowCount(0);
+    m_table->setRowCount(rows);
+    for (int row = 0; row < rows; ++row)
+        fillRow(row, m_credentials.at(row).toObject());
+    m_rest->setText(notShownText(m_credentials.size()));
+    m_rest->setVisible(!m_rest->text().isEmpty());
+}
+
+void Fido2SettingDialog::fillRow(int row, const QJsonObject& credential)
+{
+    const QStringList texts = credentialRow(credential);
+    for (int column = 0; column < texts.size(); ++column) {
+        auto* item = new QTableWidgetItem(texts.at(column));
+        if (column == int(CredentialColumn::Id) || column == int(CredentialColumn::UserId))
+            item->setToolTip(plainToolTip(texts.at(column)));
+        m_table->setItem(row, column, item);
+    }
+}
+
+void Fido2SettingDialog::onAddCredential()
+{
+    CredentialEditDialog editor(true, this, m_environment, m_prompter);
+    if (editor.exec() != QDialog::Accepted)
+        return;
+    m_credentials.append(editor.credential());
+    onRefreshCredentials();
+    succeed(tr("New credential added successfully"));
+}
+
+void Fido2SettingDialog::onEditCredential()
+{
+    const int index = selectedCredential(tr("Please select a credential to edit"));
+    if (index < 0)
+        return;
+    CredentialEditDialog editor(false, this, m_environment, m_prompter);
+    editor.setCredential(m_credentials.at(index).toObject());
+    if (editor.exec() != QDialog::Accepted)
+        return;
+    m_credentials.replace(index, editor.credential());
+    onRefreshCredentials();
+    m_table->selectRow(index);
+    succeed(tr("Credential updated successfully"));
+}
+
+void Fido2SettingDialog::onDeleteCredential()
+{
+    const int index = selectedCredential(tr("Please select a credential to delete"));
+    if (index < 0 ||
+        !m_prompter.question(this, tr("Confirm Delete"), tr("Are you sure you want to delete this credential?")))
+        return;
+    m_credentials.removeAt(index);
+    onRefreshCredentials();
+    succeed(tr("Credential deleted successfully"));
+}
+
+void Fido2SettingDialog::onTableItemDoubleClicked(QTableWidgetItem* item)
+{
+    m_table->selectRow(item->row());
+    onEditCredential();
+}
+
+int Fido2SettingDialog::selectedCredential(const QString& complaint)
+{
+    const QModelIndexList rows = m_table->selectionModel()->selectedRows();
+    if (rows.isEmpty()) {
+        complain(complaint);
+        return -1;
+    }
+    const int row = rows.first().row();
+    if (row < m_credentials.size())
+        return row;
+    complain(tr("Invalid row selected"));
+    return -1;
+}
+
+void Fido2SettingDialog::onSaveCredentials()
+{
+    bool saved = false;
+    {
+        const FileLock lock(m_path);
+        pullChanges();
+        saved = CredentialsFile(m_path).save(form(), m_credentials);
+    }
+    if (!saved) {
+        m_prompter.warning(this, tr("Error"), tr("Cannot write to credentials file: %1").arg(m_path));
+        return;
+    }
+    m_followed.follow(m_path, m_credentials);
+    showFileState();
+    succeed(tr("Credentials saved successfully"));
+}
+
+QLineEdit* Fido2SettingDialog::invalidField()
+{
+    const auto isBlank = [](const QLineEdit* field) { return field->text().trimmed().isEmpty(); };
+    const auto hasNoPrefix = [](const QLineEdit* id) { return !id->text().trimmed().startsWith(QStringLiteral("0x")); };
+    const auto isNoNumber = [](const QLineEdit* id) {
+        constexpr int kHexadecimal = 16;
+        bool converts = false;
+        id->text().trimmed().toULongLong(&converts, kHexadecimal);
+        return !converts;
+    };
+    const struct
+    {
+        QLineEdit* field;
+        bool isWrong;
+        QString complaint;
+    } checks[] = {
+        {m_vid, isBlank(m_vid), tr("Please enter USB VID")},
+        {m_pid, isBlank(m_pid), tr("Please enter USB PID")},
+        {m_name, isBlank(m_name), tr("Please enter device name")},
+        {m_vid, hasNoPrefix(m_vid), tr("VID and PID must start with '0x'")},
+        {m_pid, hasNoPrefix(m_pid), tr("VID and PID must start with '0x'")},
+        {m_vid, isNoNumber(m_vid), tr("Invalid VID or PID format")},
+        {m_pid, isNoNumber(m_pid), tr("Invalid VID or PID format")},
+    };
+    for (const auto& [field, isWrong, complaint] : checks) {
+        if (!isWrong)
+            continue;
+        complain(complaint);
+        return field;
+    }
+    return nullptr;
+}
+
+void Fido2SettingDialog::onCreateDevice()
+{
+    if (QLineEdit* field = invalidField()) {
+        field->setFocus();
+        return;
+    }
+    const Fido2Parameters chosen = parameters();
+    succeed(tr("FIDO2 device configuration is valid.\n\nDevice will be created with the following settings:\n"
+               "• VID: %1\n• PID: %2\n• USB Version: %3\n• Device Name: %4\n• Support PIN: %5\n• Credentials File: %6")
+                .arg(chosen.vid, chosen.pid, chosen.usbVersionChoice, chosen.name, yesOrNo(chosen.supportsPin),
+                     chosen.credentialsPath));
+    accept();
+}
+
+void Fido2SettingDialog::complain(const QString& text)
+{
+    m_prompter.warning(this, tr("Warning"), text);
+}
+
+void Fido2SettingDialog::succeed(const QString& text)
+{
+    m_prompter.information(this, tr("Success"), text);
+}

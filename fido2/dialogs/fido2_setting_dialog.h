@@ -1,0 +1,94 @@
+// fido2_setting_dialog.h: the settings of a security key to create, and the credentials in its file.
+#pragma once
+
+#include "devices/parameter_list.h"
+#include "fido2/file/credentials_file.h"
+#include "fido2/file/fido2_environment.h"
+#include "fido2/file/followed_credentials.h"
+#include "ui/prompter.h"
+
+#include <QDialog>
+#include <QJsonArray>
+#include <QJsonObject>
+
+class QCheckBox;
+class QComboBox;
+class QFormLayout;
+class QLabel;
+class QLineEdit;
+class QTableWidget;
+class QTableWidgetItem;
+
+/// Adding, editing and deleting credentials changes the ones in memory only; the file changes through
+/// onSaveCredentials.
+class Fido2SettingDialog : public QDialog
+{
+    Q_OBJECT
+
+public:
+    explicit Fido2SettingDialog(QWidget* parent = nullptr,
+                                Fido2Environment environment = Fido2Environment::ofThisProgram(),
+                                Prompter& prompter = systemPrompter());
+
+    /// What the user chose, after the dialog was accepted. The ids are as typed; every text is one line.
+    Fido2Parameters parameters() const;
+
+    QJsonArray credentials() const { return m_credentials; }
+    QString credentialsFilePath() const { return m_path; }
+
+public slots:
+    void onAddCredential();
+    void onEditCredential();
+    void onRefreshCredentials();
+    void onDeleteCredential();
+    void onSaveCredentials();
+    void onGenerateSerialNumber();
+    void updateCredentialsFilePath();
+    void onSelectCredentialsFile();
+    /// Reads the file and takes its deviceInfo and credentials; a file that cannot be read changes nothing.
+    void loadDeviceInfoFromCredentialsFile();
+    /// Takes `deviceInfo` of a credentials file's root into the form, as far as it is there and usable.
+    void extractDeviceInfoFromCredential(const QJsonObject& credential);
+    void onTableItemDoubleClicked(QTableWidgetItem* item);
+    void onCreateDevice();
+
+private:
+    void buildLayout();
+    QWidget* buildDeviceGroup();
+    QWidget* buildCredentialsGroup();
+    QWidget* buildButtonRow();
+    QTableWidget* buildTable();
+    QLineEdit* addLine(QFormLayout* form, const QString& label, const QString& placeholder, const QString& text,
+                       const QString& objectName);
+    void setPath(const QString& path);
+    void loadFile(QString path); ///< by value: the path that is in use may be handed in, and changes meanwhile
+    void fillRow(int row, const QJsonObject& credential);
+    /// Row of the selected credential; -1, told to the user, without one or when the row names none.
+    int selectedCredential(const QString& complaint);
+    void complain(const QString& text);
+    void succeed(const QString& text);
+    KeyIdentity form() const;
+    /// Takes what others changed in the file since into the credentials and the table, and says so.
+    void pullChanges();
+    /// Of a file that is not followed: what a save would replace.
+    void showFileState();
+    void tellFileState(const QString& text);
+    /// The field that keeps the key from being created, told to the user; null without one.
+    QLineEdit* invalidField();
+
+    Fido2Environment m_environment;
+    Prompter& m_prompter;
+    QJsonArray m_credentials;
+    QString m_path;
+    QLineEdit* m_vid = nullptr;
+    QLineEdit* m_pid = nullptr;
+    QComboBox* m_usbVersion = nullptr;
+    QLineEdit* m_name = nullptr;
+    QLineEdit* m_serial = nullptr;
+    QCheckBox* m_supportsPin = nullptr;
+    QTableWidget* m_table = nullptr;
+    QLabel* m_rest = nullptr; ///< of credentials that the table does not show
+    QLabel* m_pathLabel = nullptr;
+    QLabel* m_fileState = nullptr; ///< what the user should know of the file before saving
+    FollowedCredentials m_followed;
+};

@@ -1,0 +1,25 @@
+#include "fido2/file/pin.h"
+
+#include <QCryptographicHash>
+#include <QVector>
+
+PinCheck checkPin(const QString& pin, const QString& confirmation)
+{
+    constexpr int kShortest = 4;
+    constexpr int kLongest = 63;
+    if (pin.isEmpty())
+        return PinCheck::Empty;
+    const int length = pin.toUcs4().size();
+    if (length < kShortest || length > kLongest)
+        return PinCheck::WrongLength;
+    return pin == confirmation ? PinCheck::Ok : PinCheck::Mismatch;
+}
+
+QString pinHash(const QString& pin)
+{
+    constexpr int kKeptBytes = 16;
+    QByteArray bytes = pin.toUtf8();
+    const QByteArray digest = QCryptographicHash::hash(bytes, QCryptographicHash::Sha256);
+    bytes.fill('\0');
+    return QString::fromLatin1(digest.left(kKeptBytes).toHex());
+}

@@ -1,3 +1,0 @@
-#include "fido2/log.h"
-
-Q_LOGGING_CATEGORY(fido2Log, "plugboard.fido2", QtWarningMsg) // more of it once a log is kept

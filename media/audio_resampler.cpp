@@ -126,7 +126,7 @@ bool AudioResampler::pushFrame(AVFrame* frame)
         if (m_outputLayout == 0)
             m_outputLayout = ffmpeg::defaultChannelMask(m_outputChannels);
         if (!initialize())
-            return false;
+            return refuse("its sound cannot be converted");
     }
     if (!m_destination)
         return false;

@@ -2,12 +2,13 @@
 #pragma once
 
 #include "media/av_source_sink.h"
+#include "media/end_of_stream.h"
 
 #include <cstdint>
 
 /// The first frame fixes the input format for the stage's life. A later frame of another format is converted as if it
 /// had the first one's; one that is too small for that is left out. Messages go to the standard streams.
-class AudioResampler final : public AVSourceSink
+class AudioResampler final : public AVSourceSink, public HoldingStage
 {
 public:
     /// Two channels are front left and front right; other counts have their default positions.
@@ -16,7 +17,7 @@ public:
     bool pushFrame(AVFrame* frame) override;
 
     /// Pushes the samples that the conversion of the rate still holds. It takes no frame afterwards.
-    bool flush();
+    bool flush() override;
 
     int outputRate() const { return m_outputRate; }
     int outputChannels() const { return m_outputChannels; }

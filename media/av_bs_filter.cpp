@@ -42,7 +42,10 @@ bool AVBSFilter::pushPacket(AVPacket* packet)
     // An empty packet would tell the filter that the stream has ended.
     if (!packet->data && packet->side_data_elems == 0)
         return true;
-    if (av_bsf_send_packet(m_context.get(), packet) < 0)
-        return false;
-    return av_bsf_receive_packet(m_context.get(), packet) == 0 && AVSourceSink::pushPacket(packet);
+    int result = av_bsf_send_packet(m_context.get(), packet);
+    if (result >= 0)
+        result = av_bsf_receive_packet(m_context.get(), packet);
+    if (result != 0)
+        return refuse(std::string(m_filter->name) + " cannot rewrite a packet: " + ffmpeg::errorText(result));
+    return AVSourceSink::pushPacket(packet);
 }

@@ -1,5 +1,6 @@
 #include "media/av_decoder.h"
 
+#include <algorithm>
 #include <array>
 
 namespace {
@@ -8,6 +9,44 @@ constexpr std::array kDeviceTypes = {
     AV_HWDEVICE_TYPE_CUDA,  AV_HWDEVICE_TYPE_DXVA2, AV_HWDEVICE_TYPE_D3D11VA,
     AV_HWDEVICE_TYPE_VAAPI, AV_HWDEVICE_TYPE_QSV,   AV_HWDEVICE_TYPE_VIDEOTOOLBOX,
 };
+
+/// What the decoder skips until a key packet or a picture has come. A stream may be refreshed by rows instead of key
+/// pictures, so only what nothing refers to is skipped; H.264's decoder then takes what it cannot decode without a
+/// complaint.
+constexpr AVDiscard kDiscardBeforeJoining = AVDISCARD_NONREF;
+
+/// Whether the decoder refuses pictures before the first key packet, whatever it is told to skip: because they refer to
+/// what is not there, or because it waits for the headers that come with the key packet.
+bool needsKeyFirst(const AVCodecContext& context)
+{
+    switch (context.codec_id) {
+    case AV_CODEC_ID_VP8:
+    case AV_CODEC_ID_VP9:
+    case AV_CODEC_ID_AV1:
+    case AV_CODEC_ID_MPEG4:
+    case AV_CODEC_ID_H263:
+    case AV_CODEC_ID_FLV1:
+    case AV_CODEC_ID_THEORA:
+        return true;
+    case AV_CODEC_ID_HEVC:
+    case AV_CODEC_ID_MPEG1VIDEO:
+    case AV_CODEC_ID_MPEG2VIDEO:
+        return context.extradata_size == 0;
+    default:
+        return false;
+    }
+}
+
+/// With low delay these decoders give pictures away as they are decoded, in a wrong order when there are B pictures.
+bool lowDelayLosesOrder(AVCodecID codec)
+{
+    return codec == AV_CODEC_ID_MPEG1VIDEO || codec == AV_CODEC_ID_MPEG2VIDEO || codec == AV_CODEC_ID_MPEG4;
+}
+
+bool isAdpcm(AVCodecID codec)
+{
+    return codec >= AV_CODEC_ID_ADPCM_IMA_QT && codec < AV_CODEC_ID_AMR_NB;
+}
 
 } // namespace
 
@@ -75,8 +114,11 @@ bool AVDecoder::openDecoder(const AVCodecParameters* parameters)
     context->flags |= AV_CODEC_FLAG_LOW_DELAY;
     context->thread_type = FF_THREAD_SLICE; // Threads by frame would hold one picture back for each thread.
     context->thread_count = m_threadCount;
+    context->skip_frame = kDiscardBeforeJoining;
     if (avcodec_open2(context.get(), m_decoder, nullptr) < 0)
         return false;
+    if (lowDelayLosesOrder(m_codecId) && context->has_b_frames > 0)
+        context->flags &= ~AV_CODEC_FLAG_LOW_DELAY;
     m_context = std::move(context);
     return true;
 }
@@ -84,6 +126,7 @@ bool AVDecoder::openDecoder(const AVCodecParameters* parameters)
 bool AVDecoder::open(const AVCodecParameters* parameters)
 {
     m_context.reset();
+    m_joined = false;
     chooseHardware();
     bool opened = m_device && openDecoder(parameters);
     if (!opened) {
@@ -97,7 +140,8 @@ bool AVDecoder::open(const AVCodecParameters* parameters)
         return false;
     m_frame.reset(av_frame_alloc());
     m_transferred.reset(av_frame_alloc());
-    if (!m_frame || !m_transferred) {
+    m_part.reset(av_packet_alloc());
+    if (!m_frame || !m_transferred || !m_part) {
         m_context.reset();
         return false;
     }
@@ -108,12 +152,43 @@ bool AVDecoder::open(const AVCodecParameters* parameters)
 bool AVDecoder::pushPacket(AVPacket* packet)
 {
     if (!m_context)
-        return false;
+        return refuse(std::string("there is no decoder of ") + avcodec_get_name(m_codecId));
     // An empty packet would tell the decoder that the stream has ended.
     if (packet->size == 0 && packet->side_data_elems == 0)
         return true;
-    if (avcodec_send_packet(m_context.get(), packet) != 0)
+    const int block = isAdpcm(m_codecId) ? m_context->block_align : 0;
+    if (block <= 0 || packet->size <= block || packet->size % block != 0)
+        return decode(*packet);
+    bool accepted = av_packet_ref(m_part.get(), packet) >= 0;
+    for (int rest = packet->size; rest > 0 && accepted; rest -= block) {
+        m_part->data = packet->data + packet->size - rest;
+        m_part->size = block;
+        accepted = decode(*m_part);
+    }
+    av_packet_unref(m_part.get());
+    return accepted;
+}
+
+bool AVDecoder::isUndecodableStart(const AVPacket& packet)
+{
+    if (m_joined)
         return false;
+    if (packet.flags & AV_PKT_FLAG_KEY) {
+        m_joined = true;
+        m_context->skip_frame = AVDISCARD_DEFAULT;
+    }
+    return !m_joined && needsKeyFirst(*m_context);
+}
+
+bool AVDecoder::decode(const AVPacket& packet)
+{
+    if (isUndecodableStart(packet))
+        return true;
+    const int result = avcodec_send_packet(m_context.get(), &packet);
+    if (result == AVERROR(EAGAIN))
+        return refuse(name() + " finds more than one frame in a packet");
+    if (result != 0)
+        return refuse(name() + " cannot decode a packet: " + ffmpeg::errorText(result));
     bool accepted = true;
     receiveFrame(accepted);
     return accepted;
@@ -142,6 +217,8 @@ bool AVDecoder::receiveFrame(bool& accepted)
     frame->pts = 0;
     frame->pkt_dts = 0;
     recordInput(*frame);
+    m_joined = true;
+    m_context->skip_frame = AVDISCARD_DEFAULT;
     accepted = pushFrame(frame);
     av_frame_unref(frame);
     return true;
@@ -155,6 +232,15 @@ bool AVDecoder::flush()
     while (accepted && receiveFrame(accepted)) {
     }
     return accepted;
+}
+
+void AVDecoder::drop()
+{
+    if (!m_context)
+        return;
+    avcodec_flush_buffers(m_context.get());
+    m_context->skip_frame = kDiscardBeforeJoining;
+    m_joined = false;
 }
 
 std::string AVDecoder::deviceName() const

@@ -2,12 +2,15 @@
 #pragma once
 
 #include "media/av_source_sink.h"
+#include "media/end_of_stream.h"
 #include "media/hardware_access.h"
 
 #include <string>
 
-/// Takes one frame out per packet in; frames leave with time stamps of 0. Hardware frames leave as NV12.
-class AVDecoder final : public AVSourceSink
+/// Takes one frame out per packet in; frames leave with time stamps of 0. Hardware frames leave as NV12. A stream may
+/// be joined anywhere: what cannot be decoded before the first picture is left out. A packet of several ADPCM blocks
+/// counts as that many packets.
+class AVDecoder final : public AVSourceSink, public HoldingStage
 {
 public:
     explicit AVDecoder(AVCodecID codec, const HardwareAccess& hardware = systemHardware());
@@ -23,7 +26,9 @@ public:
     bool pushPacket(AVPacket* packet) override;
 
     /// Pushes the frames that the decoder still holds. It takes no packet afterwards.
-    bool flush();
+    bool flush() override;
+
+    void drop() override;
 
     /// Name of FFmpeg's decoder, empty before open().
     std::string name() const { return m_context ? m_decoder->name : ""; }
@@ -35,6 +40,8 @@ public:
 private:
     void chooseHardware();
     bool openDecoder(const AVCodecParameters* parameters);
+    bool decode(const AVPacket& packet);
+    bool isUndecodableStart(const AVPacket& packet);
     bool receiveFrame(bool& accepted);
     static AVPixelFormat chooseFormat(AVCodecContext* context, const AVPixelFormat* offered);
 
@@ -45,6 +52,8 @@ private:
     ffmpeg::BufferReference m_device;
     int m_hardwarePixelFormat = -1;
     bool m_deviceUnused = false; ///< The last frame came from software.
+    bool m_joined = false;       ///< A key packet or a picture has come.
+    ffmpeg::Packet m_part;
     ffmpeg::CodecContext m_context;
     ffmpeg::Frame m_frame;
     ffmpeg::Frame m_transferred;

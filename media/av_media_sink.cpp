@@ -2,6 +2,7 @@
 
 #include "media/channel_layout.h"
 
+#include <algorithm>
 #include <cstring>
 
 extern "C" {
@@ -46,9 +47,27 @@ bool copyPictureBytes(const AVFrame& frame, std::vector<std::uint8_t>& bytes)
 
 } // namespace
 
-AVMediaSink::AVMediaSink(Overflow overflow) : m_overflow(overflow), m_items(kCapacity)
+AVMediaSink::AVMediaSink(Overflow overflow) : AVMediaSink(overflow, Bound())
+{}
+
+AVMediaSink::AVMediaSink(Overflow overflow, Bound bound)
+    : m_overflow(overflow)
+    , m_bound(bound)
+    , m_items(std::max<std::size_t>(bound.items, 1))
 {
-    m_spare.reserve(kCapacity + 1);
+    m_spare.reserve(m_items.size() + 1);
+}
+
+void AVMediaSink::setCapacity(std::size_t items)
+{
+    const std::lock_guard guard(m_lock);
+    m_items.resize(std::max<std::size_t>(items, 1));
+    m_spare.reserve(m_items.size() + 1);
+}
+
+bool AVMediaSink::isFull(std::size_t newBytes) const
+{
+    return m_size == m_items.size() || (m_size > 0 && newBytes > m_bound.bytes - std::min(m_bytes, m_bound.bytes));
 }
 
 MediaItem AVMediaSink::blankItem()
@@ -58,6 +77,7 @@ MediaItem AVMediaSink::blankItem()
         return {};
     MediaItem item = std::move(m_spare.back());
     m_spare.pop_back();
+    m_spareBytes -= item.bytes.capacity();
     return item;
 }
 
@@ -94,25 +114,36 @@ bool AVMediaSink::pushPacket(AVPacket* packet)
 
 bool AVMediaSink::append(MediaItem&& item)
 {
+    const std::size_t bytes = item.bytes.size();
+    const auto hasRoom = [this, bytes] { return m_stopped || !isFull(bytes); };
     std::unique_lock guard(m_lock);
-    if (m_overflow == Overflow::Block)
-        m_changed.wait(guard, [this] { return m_stopped || m_size < kCapacity; });
+    if (m_overflow != Overflow::DropOldest)
+        m_changed.wait(guard, hasRoom);
     if (m_stopped)
-        return false;
-    if (m_size == kCapacity) {
-        m_spare.push_back(removeOldest());
+        return refuse("it was stopped");
+    if (!isWanted()) {
+        keepSpare(std::move(item));
+        return true;
+    }
+    while (isFull(bytes)) {
+        keepSpare(removeOldest());
         ++m_dropped;
     }
-    m_items[(m_first + m_size++) % kCapacity] = std::move(item);
+    m_items[(m_first + m_size++) % m_items.size()] = std::move(item);
+    m_bytes += bytes;
+    ++m_received;
     m_changed.notify_all();
+    if (m_overflow == Overflow::StayClose)
+        m_changed.wait(guard, hasRoom);
     return true;
 }
 
 MediaItem AVMediaSink::removeOldest()
 {
     MediaItem item = std::move(m_items[m_first]);
-    m_first = (m_first + 1) % kCapacity;
+    m_first = (m_first + 1) % m_items.size();
     --m_size;
+    m_bytes -= item.bytes.size();
     return item;
 }
 
@@ -130,8 +161,25 @@ std::optional<MediaItem> AVMediaSink::take(std::chrono::milliseconds limit)
 void AVMediaSink::recycle(MediaItem&& item)
 {
     const std::lock_guard guard(m_lock);
-    if (m_spare.size() < kCapacity)
-        m_spare.push_back(std::move(item));
+    keepSpare(std::move(item));
+}
+
+void AVMediaSink::keepSpare(MediaItem&& item)
+{
+    const std::size_t bytes = item.bytes.capacity();
+    if (m_spare.size() >= m_items.size() ||
+        (m_spareBytes > 0 && bytes > m_bound.bytes - std::min(m_spareBytes, m_bound.bytes)))
+        return;
+    m_spareBytes += bytes;
+    m_spare.push_back(std::move(item));
+}
+
+void AVMediaSink::dropWaiting()
+{
+    const std::lock_guard guard(m_lock);
+    while (m_size > 0)
+        keepSpare(removeOldest());
+    m_changed.notify_all();
 }
 
 void AVMediaSink::stopQueue()
@@ -145,4 +193,10 @@ std::uint64_t AVMediaSink::dropped() const
 {
     const std::lock_guard guard(m_lock);
     return m_dropped;
+}
+
+std::uint64_t AVMediaSink::received() const
+{
+    const std::lock_guard guard(m_lock);
+    return m_received;
 }

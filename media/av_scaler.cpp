@@ -1,6 +1,6 @@
 #include "media/av_scaler.h"
 
-#include "media/cmd_server.h"
+#include "media/control/cmd_server.h"
 #include "media/picture.h"
 
 #include <QCoreApplication>
@@ -29,8 +29,8 @@ AVScaler::AVScaler(int targetFormat, int targetWidth, int targetHeight, int scal
     , m_targetWidth(targetWidth)
     , m_targetHeight(targetHeight)
     , m_settings(settings)
-    , m_placement(scaleMode)
-    , m_commands(m_placement, targetFormat)
+    , m_placement(settings.placement ? settings.placement : std::make_shared<PlacementState>(scaleMode))
+    , m_commands(*m_placement, targetFormat)
     , m_output(makePicture(targetFormat, targetWidth, targetHeight))
 {
     if (!m_settings.serverName.isEmpty() && !StartCommandServer(m_settings.serverName))
@@ -81,13 +81,13 @@ bool AVScaler::StartCommandServer(const QString& name)
 bool AVScaler::pushFrame(AVFrame* frame)
 {
     recordInput(*frame);
-    m_placement.inputWidth.store(m_inputWidth, std::memory_order_relaxed);
-    m_placement.inputHeight.store(m_inputHeight, std::memory_order_relaxed);
+    m_placement->inputWidth.store(m_inputWidth, std::memory_order_relaxed);
+    m_placement->inputHeight.store(m_inputHeight, std::memory_order_relaxed);
     if (m_settings.appliesPlacement)
         return pushPlaced(frame);
 
     // Without placement a scale mode set by command lasts until the next frame.
-    m_placement.mode = kScaleStretch;
+    m_placement->mode = kScaleStretch;
     const int workingWidth = m_targetWidth + m_targetWidth % 2;
     const int workingHeight = m_targetHeight + m_targetHeight % 2;
     const bool isExact = workingWidth == m_targetWidth && workingHeight == m_targetHeight;
@@ -100,14 +100,14 @@ bool AVScaler::pushFrame(AVFrame* frame)
         return AVSourceSink::pushFrame(frame);
 
     if (!prepareOutput())
-        return false;
+        return refuse("there is no memory for pictures of such a size");
     if (isExact && hasKnownPlanes(m_targetFormat)) {
         // The copy would cover every pixel of the output, so the conversion writes there itself.
         if (!convert(*frame, *m_output))
-            return false;
+            return refuseConversion(*frame);
     } else {
         if (!prepareWorkFrame(workingWidth, workingHeight) || !convert(*frame, *m_work))
-            return false;
+            return refuseConversion(*frame);
         clearPicture(*m_output);
         copyPicture(*m_output, *m_work, 0, 0, workingWidth, workingHeight);
     }
@@ -116,9 +116,9 @@ bool AVScaler::pushFrame(AVFrame* frame)
 
 bool AVScaler::pushPlaced(AVFrame* frame)
 {
-    m_area = placedArea(m_placement, frame->width, frame->height, m_targetWidth, m_targetHeight, m_targetFormat);
+    m_area = placedArea(*m_placement, frame->width, frame->height, m_targetWidth, m_targetHeight, m_targetFormat);
     if (!prepareOutput() || !prepareWorkFrame(m_area.width, m_area.height) || !convert(*frame, *m_work))
-        return false;
+        return refuseConversion(*frame);
     clearPicture(*m_output);
     placePicture(*m_output, *m_work, m_area.x, m_area.y, m_area.width, m_area.height);
     return forwardOutput(*frame);
@@ -168,6 +168,13 @@ bool AVScaler::convert(const AVFrame& frame, AVFrame& target)
     }
     return m_scaler && sws_scale(m_scaler.get(), source->data, source->linesize, 0, source->height, target.data,
                                  target.linesize) >= 0;
+}
+
+bool AVScaler::refuseConversion(const AVFrame& frame)
+{
+    const char* format = av_get_pix_fmt_name(static_cast<AVPixelFormat>(frame.format));
+    return refuse("pictures of " + std::to_string(frame.width) + " x " + std::to_string(frame.height) + " pixels (" +
+                  (format ? format : "no format") + ") cannot be scaled");
 }
 
 bool AVScaler::forwardOutput(const AVFrame& frame)

@@ -26,6 +26,9 @@ struct ScalerSettings
 
     /// Pictures are shown where the commands put them. Off: they fill the target, and a scale mode holds for one frame.
     bool appliesPlacement = false;
+
+    /// Where the commands put the picture, kept by the caller for the next scaler; null: it dies with this one.
+    std::shared_ptr<PlacementState> placement;
 };
 
 /// Pictures that already fit pass through unchanged; others arrive downstream in one output picture that every frame
@@ -43,7 +46,7 @@ public:
     /// True when the server runs or has been asked to start; without it the scaler works without remote control.
     bool StartCommandServer(const QString& name);
 
-    PlacementState& placement() { return m_placement; }
+    PlacementState& placement() { return *m_placement; }
     ScalerCommands& commands() { return m_commands; }
 
     /// Where the picture was put in the last frame.
@@ -68,13 +71,14 @@ private:
     bool prepareWorkFrame(int width, int height);
     bool convert(const AVFrame& frame, AVFrame& target);
     const AVFrame* alignedSource(const AVFrame& frame);
+    bool refuseConversion(const AVFrame& frame);
     bool forwardOutput(const AVFrame& frame);
 
     const int m_targetFormat;
     const int m_targetWidth;
     const int m_targetHeight;
     const ScalerSettings m_settings;
-    PlacementState m_placement;
+    const std::shared_ptr<PlacementState> m_placement;
     ScalerCommands m_commands;
     std::shared_ptr<CmdServerLink> m_server;
     PictureArea m_area;

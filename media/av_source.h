@@ -19,9 +19,14 @@ public:
     int height() const { return m_inputHeight; }
     int pixelFormat() const { return m_pixelFormat; }
 
-    /// Of the stream: the unit of its packets' time stamps, and its average picture rate (0/0 when not known).
+    /// Unit of the time stamps of the stream's packets.
     AVRational timeBase() const { return m_timeBase; }
-    AVRational averageRate() const { return m_averageRate; }
+
+    /// Pictures per second, exactly; 0/1 when not known.
+    AVRational pictureRate() const { return m_pictureRate; }
+
+    /// For a stream that has told its size in its first picture only.
+    void setPicture(int width, int height, int pixelFormat);
 
     /// Sound only, else 0 and -1. The mask is 0 when the channels have no positions.
     int channels() const { return m_channels; }
@@ -33,7 +38,7 @@ private:
     bool m_isVideo;
     int m_streamIndex;
     AVRational m_timeBase;
-    AVRational m_averageRate;
+    AVRational m_pictureRate;
     int m_pixelFormat = -1;
     int m_channels = 0;
     int m_sampleRate = 0;

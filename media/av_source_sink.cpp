@@ -1,6 +1,7 @@
 #include "media/av_source_sink.h"
 
 #include <algorithm>
+#include <utility>
 
 AVSourceSink::AVSourceSink() = default;
 
@@ -22,6 +23,23 @@ void AVSourceSink::chain(AVSourceSink& child)
 {
     m_downstream.push_back(&child);
     child.m_upstream = this;
+}
+
+std::string AVSourceSink::refusal() const
+{
+    if (!m_refusal.empty())
+        return m_refusal;
+    for (const AVSourceSink* stage : m_downstream) {
+        if (std::string below = stage->refusal(); !below.empty())
+            return below;
+    }
+    return {};
+}
+
+bool AVSourceSink::refuse(std::string reason)
+{
+    m_refusal = std::move(reason);
+    return false;
 }
 
 void AVSourceSink::recordInput(const AVFrame& frame)

@@ -3,6 +3,7 @@
 
 #include "media/ffmpeg_handles.h"
 
+#include <string>
 #include <vector>
 
 /// A stage takes frames or packets and passes what becomes of them to the stages below it.
@@ -12,7 +13,7 @@
 /// is copied. A stage does not own its neighbours: chained stages outlive their use.
 ///
 /// Result: true means that the item was taken, also when nothing came of it yet. False means that the chain cannot go
-/// on; it travels up to the reader, which ends its loop.
+/// on; it travels up to the reader, which ends its loop. The stage that refuses keeps the reason in words.
 ///
 /// Thread: all stages of a chain run on the thread that reads its input. Chaining happens before the first item.
 class AVSourceSink
@@ -45,6 +46,9 @@ public:
         m_inputHeight = height;
     }
 
+    /// Why an item was refused by this stage or one below it, for people; empty when none of them says.
+    std::string refusal() const;
+
     AVCodecID codecId() const { return m_codecId; }
 
     /// Null when the stage has none.
@@ -54,6 +58,9 @@ public:
     const std::vector<AVSourceSink*>& downstream() const { return m_downstream; }
 
 protected:
+    /// Keeps the reason why an item is refused. Returns false, the refusing stage's answer.
+    bool refuse(std::string reason);
+
     /// Keeps the format and the size of the first frame as the stage's input.
     void recordInput(const AVFrame& frame);
 
@@ -66,4 +73,5 @@ protected:
 private:
     AVSourceSink* m_upstream = nullptr;
     std::vector<AVSourceSink*> m_downstream;
+    std::string m_refusal;
 };

@@ -1,6 +1,6 @@
 #include "media/debug_commands.h"
 
-#include "media/cmd_map.h"
+#include "media/control/cmd_map.h"
 #include "media/video_file_source.h"
 
 #include <QCoreApplication>

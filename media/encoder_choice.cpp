@@ -71,13 +71,14 @@ ffmpeg::CodecContext tryEncoder(const AVCodec& encoder, const EncoderSettings& s
     ffmpeg::CodecContext context(avcodec_alloc_context3(&encoder));
     if (!context)
         return nullptr;
-    const int rate = std::max(settings.frameRate, 1);
+    const AVRational rate = settings.rate();
+    const int roundedRate = std::max(static_cast<int>(av_rescale(1, rate.num, rate.den)), 1);
     context->width = settings.width;
     context->height = settings.height;
     context->pix_fmt = format;
-    context->time_base = {1, rate};
-    context->framerate = {rate, 1};
-    context->gop_size = rate;
+    context->time_base = av_inv_q(rate);
+    context->framerate = rate;
+    context->gop_size = roundedRate;
     context->max_b_frames = 0;
     context->thread_type = FF_THREAD_SLICE;
     context->thread_count = settings.threadCount;
@@ -90,7 +91,7 @@ ffmpeg::CodecContext tryEncoder(const AVCodec& encoder, const EncoderSettings& s
         context->flags |= AV_CODEC_FLAG_LOW_DELAY; // FFmpeg's MJPEG encoder has no delay and refuses the flag.
     }
     if (needsBitRate)
-        context->bit_rate = static_cast<std::int64_t>(kBitsPerPixel * settings.width * settings.height * rate);
+        context->bit_rate = static_cast<std::int64_t>(kBitsPerPixel * settings.width * settings.height * roundedRate);
     ffmpeg::Dictionary dictionary;
     for (const Option& option : options)
         dictionary.set(option.name, option.value);

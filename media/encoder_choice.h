@@ -11,6 +11,14 @@ struct EncoderSettings
     int height = 0;
     int frameRate = 30;
     int threadCount = 0; ///< 0: FFmpeg decides.
+
+    AVRational exactRate = {0, 1}; ///< Pictures per second instead of frameRate; 0/1: there is none.
+
+    /// Rate of the pictures that will come. When it is known, pictures are dropped or repeated so that they keep their
+    /// speed at the rate above; 0/1: each picture becomes one packet.
+    AVRational sourceRate = {0, 1};
+
+    AVRational rate() const { return exactRate.num > 0 ? exactRate : AVRational{frameRate > 1 ? frameRate : 1, 1}; }
 };
 
 /// The pixel format an encoder of the codec is given when nothing else is asked for: full range for MJPEG.

@@ -12,9 +12,15 @@ MediaInput::MediaInput(std::string url, MediaInterrupt& interrupt, std::string p
     , m_protocols(std::move(protocols))
 {}
 
+MediaInput::~MediaInput()
+{
+    close();
+}
+
 int MediaInput::open()
 {
     close();
+    m_interrupt.beginInput();
 
     ffmpeg::Dictionary options;
     options.set("rtsp_transport", "tcp");
@@ -33,7 +39,7 @@ int MediaInput::open()
 
     // A failed open frees the context by itself, so it travels through a plain pointer.
     AVFormatContext* opened = context.release();
-    m_interrupt.beginCall();
+    const MediaInterrupt::Call call(m_interrupt);
     const int result = avformat_open_input(&opened, m_url.c_str(), nullptr, options.address());
     m_context.reset(opened);
     return result;
@@ -41,18 +47,46 @@ int MediaInput::open()
 
 int MediaInput::findStreamInformation()
 {
-    m_interrupt.beginCall();
+    const MediaInterrupt::Call call(m_interrupt);
     return avformat_find_stream_info(m_context.get(), nullptr);
 }
 
 int MediaInput::read(AVPacket* packet)
 {
-    m_interrupt.beginCall();
+    const MediaInterrupt::Call call(m_interrupt);
     return m_context ? av_read_frame(m_context.get(), packet) : AVERROR_EOF;
 }
 
 void MediaInput::close()
 {
-    m_interrupt.beginCall();
+    const MediaInterrupt::Call call(m_interrupt);
     m_context.reset();
+}
+
+bool MediaInput::canRewind() const
+{
+    if (!m_context)
+        return false;
+    if (m_context->pb)
+        return m_context->pb->seekable & AVIO_SEEKABLE_NORMAL;
+    return m_url.find("://") == std::string::npos; // Pictures in numbered files.
+}
+
+std::string MediaInput::reasonFor(int result) const
+{
+    if (m_interrupt.isStopped())
+        return "it was stopped";
+    if (m_interrupt.hasExpired()) {
+        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(m_interrupt.limit()).count();
+        return "nothing came for " + std::to_string(seconds) + " s";
+    }
+    return ffmpeg::errorText(result);
+}
+
+int MediaInput::seek(std::int64_t time)
+{
+    if (!m_context)
+        return AVERROR_EOF;
+    const MediaInterrupt::Call call(m_interrupt);
+    return avformat_seek_file(m_context.get(), -1, INT64_MIN, time, time, 0);
 }

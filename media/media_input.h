@@ -12,6 +12,9 @@ class MediaInput
 public:
     /// `url` is a path or URL in UTF-8. A non-empty `protocols` (comma-separated) admits only those protocols.
     MediaInput(std::string url, MediaInterrupt& interrupt, std::string protocols = {});
+    ~MediaInput();
+    MediaInput(const MediaInput&) = delete;
+    MediaInput& operator=(const MediaInput&) = delete;
 
     /// Closes what is open and opens the input from its beginning; 0 or FFmpeg's error code.
     int open();
@@ -21,6 +24,15 @@ public:
 
     /// The next packet; 0 or FFmpeg's error code (end of input, failure, time limit, stop).
     int read(AVPacket* packet);
+
+    /// Whether open() brings back what has been read already: a file does, a live source does not.
+    bool canRewind() const;
+
+    /// Goes to the key packet before `time`, in microseconds of the input's own clock; 0 or FFmpeg's error code.
+    int seek(std::int64_t time);
+
+    /// What a result that is not 0 means, for people.
+    std::string reasonFor(int result) const;
 
     bool isOpen() const { return m_context != nullptr; }
 

@@ -5,11 +5,13 @@
 #include "media/media_input.h"
 #include "media/media_interrupt.h"
 
+#include <atomic>
+#include <chrono>
+#include <deque>
 #include <memory>
 #include <string>
 #include <vector>
 
-class AudioResampler;
 class AVDecoder;
 class AVEncoder;
 class AVScaler;
@@ -49,6 +51,11 @@ public:
         m_encoderThreads = encoder;
     }
 
+    /// For chains built afterwards that end in packets. Off (the default): packets of the codec and size asked for pass
+    /// undecoded, and each picture becomes one packet. On: a wrong rate or pixel format has packets decoded too, and
+    /// pictures are dropped or repeated so that they keep their speed.
+    void setExactOutput(bool exact) { m_exactOutput = exact; }
+
     /// Video chain that ends in `sink`. With a codec, compressed packets arrive there: passed through when codec and
     /// size are the source's own, else decoded, scaled and encoded. Without (AV_CODEC_ID_NONE), pictures arrive. A
     /// pixel format of -1 is the encoder's own. True also when there is no video source.
@@ -59,15 +66,24 @@ public:
     /// Audio chain: signed 16-bit interleaved samples arrive at `sink`. True also when there is no audio source.
     bool buildAudioChain(int channels, int sampleRate, AVSourceSink& sink);
 
-    /// Reads until a stage refuses a packet or the input ends or fails; with `loop` the input then starts again.
+    /// Reads until a stage refuses a packet or the input ends or fails; with `loop` the input then starts again. What
+    /// opening has read is not lost: an input that can begins anew first.
     void readLoop(bool loop);
 
-    /// Goes back to the input's beginning, as looping does: the search for stream information may have read, and with
-    /// low-latency options dropped, any number of packets. For files; a live source has no beginning.
-    bool rewind() { return m_input.open() == 0; }
+    /// How long the input is; 0 when that is not known, as of live sources.
+    std::chrono::milliseconds duration() const { return m_duration; }
 
-    /// Takes what decoders, resampler and encoder still hold down the chains. Only after a read loop that will not be
-    /// continued.
+    /// Any thread: has the read loop go on at the key picture before `position`, where the input can.
+    void requestSeek(std::chrono::milliseconds position) { m_seekTo = position.count(); }
+    bool isSeeking() const { return m_seekTo >= 0; }
+
+    /// Any thread: where in the input the last packet lies.
+    std::chrono::milliseconds position() const { return std::chrono::milliseconds(m_position); }
+
+    /// Goes back to the input's beginning, as looping does. False when it cannot be opened again.
+    bool rewind();
+
+    /// Sends the end of the stream down the chains. Only after a read loop that will not be continued.
     void flush();
 
     /// Stages that chain building made, null when there are none; valid while the reader lives.
@@ -79,19 +95,33 @@ public:
 private:
     template<typename Stage, typename... Arguments>
     Stage& addStage(Arguments&&... arguments);
+    void learnPictureSize();
+    int nextPacket(AVPacket* packet);
     bool push(AVPacket* packet);
+    bool startAgain();
+    void seek();
+    void notePosition(const AVPacket& packet);
+    bool fail(int result);
 
+    const MediaInterrupt& m_interrupt;
     MediaInput m_input;
     const int m_selector;
     int m_decoderThreads = 0;
     int m_encoderThreads = 0;
+    bool m_exactOutput = false;
+    bool m_hasReadAhead = false; ///< Opening has read, and with low-latency options dropped, packets.
+    std::deque<ffmpeg::Packet> m_kept;
+    std::chrono::steady_clock::time_point m_lastStart;
+    std::chrono::milliseconds m_duration{0};
+    std::int64_t m_startTime = 0;           ///< Of the input, in microseconds.
+    std::atomic<std::int64_t> m_seekTo{-1}; ///< Milliseconds; -1: stay.
+    std::atomic<std::int64_t> m_position{0};
     std::string m_error;
     std::unique_ptr<AVSource> m_video;
     std::unique_ptr<AVSource> m_audio;
     std::vector<std::unique_ptr<AVSourceSink>> m_stages;
     AVDecoder* m_videoDecoder = nullptr;
     AVDecoder* m_audioDecoder = nullptr;
-    AudioResampler* m_resampler = nullptr;
     AVScaler* m_scaler = nullptr;
     AVEncoder* m_encoder = nullptr;
 };

@@ -5,6 +5,7 @@
 #include "media/av_scaler.h"
 #include "media/av_source_sink_dummy.h"
 #include "media/av_text_filter.h"
+#include "media/end_of_stream.h"
 #include "media/media_reader.h"
 #include "media/opencv_text_filter.h"
 
@@ -54,7 +55,12 @@ bool MediaReader::buildVideoChain(AVCodecID codec, int pixelFormat, int width, i
 
     auto& filter = addStage<AVBSFilter>(*m_video);
     sink.setInputSize(width, height);
-    if (m_video->codecId() == codec && m_video->width() == width && m_video->height() == height) {
+    const AVRational sourceRate = m_video->pictureRate();
+    // A whole number stands for the rate that it is rounded from: 30 for 29.97.
+    const bool isSourceRate = av_rescale(1, sourceRate.num, sourceRate.den) == frameRate;
+    const bool hasFormat = pixelFormat == -1 || pixelFormat == m_video->pixelFormat();
+    if (m_video->codecId() == codec && m_video->width() == width && m_video->height() == height &&
+        !(m_exactOutput && !(isSourceRate && hasFormat))) {
         chainAll({m_video.get(), &filter, &sink});
         return true;
     }
@@ -67,7 +73,12 @@ bool MediaReader::buildVideoChain(AVCodecID codec, int pixelFormat, int width, i
     addStage<OpenCVTextFilter>(m_video->width(), m_video->height());
     addStage<AVTextFilter>();
     auto& joint = addStage<AVSourceSinkDummy>();
-    m_encoder = &addStage<AVEncoder>(EncoderSettings{codec, encodedFormat, width, height, frameRate, m_encoderThreads});
+    EncoderSettings encoding{codec, encodedFormat, width, height, frameRate, m_encoderThreads};
+    if (isSourceRate)
+        encoding.exactRate = sourceRate;
+    else if (m_exactOutput)
+        encoding.sourceRate = sourceRate;
+    m_encoder = &addStage<AVEncoder>(encoding);
     chainAll({m_video.get(), m_videoDecoder, m_scaler, &joint, m_encoder, &sink});
     return true;
 }
@@ -79,19 +90,15 @@ bool MediaReader::buildAudioChain(int channels, int sampleRate, AVSourceSink& si
     m_audioDecoder = &addStage<AVDecoder>(m_audio->codecId());
     m_audioDecoder->setThreadCount(m_decoderThreads);
     m_audioDecoder->open(m_audio->codecParameters());
-    m_resampler = &addStage<AudioResampler>(channels, sampleRate);
-    chainAll({m_audio.get(), m_audioDecoder, m_resampler, &sink});
+    auto& resampler = addStage<AudioResampler>(channels, sampleRate);
+    chainAll({m_audio.get(), m_audioDecoder, &resampler, &sink});
     return true;
 }
 
 void MediaReader::flush()
 {
-    if (m_videoDecoder)
-        m_videoDecoder->flush();
-    if (m_audioDecoder)
-        m_audioDecoder->flush();
-    if (m_resampler)
-        m_resampler->flush();
-    if (m_encoder)
-        m_encoder->flush();
+    for (AVSource* head : {m_video.get(), m_audio.get()}) {
+        if (head)
+            endStream(*head);
+    }
 }

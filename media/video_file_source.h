@@ -4,6 +4,7 @@
 #include "media/av_media_sink.h"
 #include "media/av_scaler.h"
 #include "media/media_interrupt.h"
+#include "media/source_status.h"
 
 #include <QThread>
 
@@ -21,14 +22,19 @@ struct VideoFileSettings
 
     AVCodecID codec = AV_CODEC_ID_NONE; ///< None: pictures instead of packets.
     int pixelFormat = AV_PIX_FMT_YUV420P;
-    int width = 640;
+    int width = 640; ///< Pixels; 0: the source's own.
     int height = 480;
-    int frameRate = 30;
+    int frameRate = 30;       ///< 0: the source's own.
+    bool exactOutput = false; ///< As the media reader has it.
 
     int audioChannels = 2;
     int audioRate = 48000; ///< Hz.
 
     AVMediaSink::Overflow overflow = AVMediaSink::Overflow::DropOldest;
+    AVMediaSink::Bound queue;
+
+    /// At the most this much playing time waits in the queue, yet always one item; 0: only `queue` counts.
+    std::chrono::milliseconds queueTime{0};
     ScalerSettings scaling;
     std::chrono::milliseconds inputTimeLimit = std::chrono::seconds(10);
 };
@@ -52,20 +58,40 @@ public:
     /// Whether the input has been opened, or has failed to, and the chains are built.
     bool isStarted() const { return m_started.load() != 0; }
 
+    /// How playing goes. Any thread.
+    SourceStatus status() const;
+
+    /// Pictures per second, exactly: those of the settings, else the source's own, else 30; 0/1 until it is open. Any
+    /// thread.
+    AVRational pictureRate() const;
+
+    /// Goes on at the key picture before `position`, where the input can; what waits in the queue is dropped. Position
+    /// and duration are 0 while they are not known. Any thread.
+    void seek(std::chrono::milliseconds position);
+    std::chrono::milliseconds position() const;
+    std::chrono::milliseconds duration() const;
+
     /// One line for people: which decoder and encoder are at work, and why playing has ended. Any thread.
     std::string description() const;
 
 protected:
     void run() override;
+    bool isWanted() const override;
 
 private:
+    void buildChains();
     void describe();
+    void end();
 
     const VideoFileSettings m_settings;
     MediaInterrupt m_interrupt;
-    std::unique_ptr<MediaReader> m_reader;
+    std::unique_ptr<MediaReader> m_reader; ///< Made and seen by run(); by others once m_started is set.
     std::atomic<int> m_started{0};
     std::function<void(const std::string&)> m_completed;
-    mutable std::mutex m_descriptionLock;
+    mutable std::mutex m_descriptionLock; ///< Guards what follows.
     std::string m_description;
+    std::string m_endReason;
+    std::string m_useless; ///< Why nothing will ever come of the source; empty when something may.
+    AVRational m_pictureRate = {0, 1};
+    bool m_hasEnded = false;
 };

@@ -1,11 +1,13 @@
 #include "media/av_scaler.h"
-#include "media/cmd_server.h"
+#include "media/control/cmd_server.h"
 #include "tests/support/suite_registry.h"
 
+#include <QDir>
 #include <QFile>
 #include <QSignalSpy>
 #include <QtTest>
 
+#include <filesystem>
 #include <memory>
 #include <semaphore>
 #include <thread>
@@ -21,6 +23,9 @@ private slots:
     void bytesThatCameBeforeTheHandlerAreRead();
     void nameIsFreeForOneServerOnly();
     void nameOfACrashedProgramIsTakenOver();
+    void filesAreNeverReplaced_data();
+    void filesAreNeverReplaced();
+    void hostileLines();
     void survivesAFloodOfUnreadReplies();
     void scalerAnswersCommands();
     void scalerOfAnotherThreadFindsItsNameFree();
@@ -60,6 +65,12 @@ struct Client
         QTRY_COMPARE((client).received, bytes); \
         (client).received.clear();              \
     } while (false)
+
+#ifdef _WIN32
+constexpr bool kSocketsAreFiles = false;
+#else
+constexpr bool kSocketsAreFiles = true;
+#endif
 
 const QByteArray kGreeting = "OK: Command server ready\r\n";
 
@@ -206,18 +217,68 @@ void CmdServerTest::nameIsFreeForOneServerOnly()
 void CmdServerTest::nameOfACrashedProgramIsTakenOver()
 {
     const QString name = uniqueName();
-    QLocalServer probe;
-    QVERIFY(probe.listen(name));
-    QFile left(probe.fullServerName());
-    probe.close();
 #ifndef _WIN32
-    QVERIFY(left.open(QIODevice::WriteOnly));
-    left.close();
+    QLocalServer crashed;
+    QVERIFY(crashed.listen(uniqueName()));
+    // A second name of the socket stays when the server has closed.
+    std::filesystem::create_hard_link(crashed.fullServerName().toStdString(),
+                                      QDir(QDir::tempPath()).filePath(name).toStdString());
+    crashed.close();
 #endif
     CmdServer server;
     QVERIFY(server.StartServer(name));
     Client client(name);
     RECEIVE(client, kGreeting);
+}
+
+void CmdServerTest::filesAreNeverReplaced_data()
+{
+    QTest::addColumn<bool>("asPath");
+    QTest::newRow("a name of a file in the folder of sockets") << false;
+    QTest::newRow("a path") << true;
+}
+
+void CmdServerTest::filesAreNeverReplaced()
+{
+    QFETCH(bool, asPath);
+    const QString name = uniqueName();
+    QFile file(QDir(QDir::tempPath()).filePath(name));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("mine");
+    file.close();
+    CmdServer server;
+    const bool isFile = asPath || kSocketsAreFiles;
+    QCOMPARE(server.StartServer(asPath ? file.fileName() : name), !isFile);
+    QCOMPARE(file.size(), 4);
+    QVERIFY(file.remove());
+}
+
+/// What a client says in pieces of its own making.
+void CmdServerTest::hostileLines()
+{
+    const QString name = uniqueName();
+    CmdServer server;
+    server.SetEchoEnabled(false);
+    QByteArrayList handled;
+    server.SetCommandHandler([&](const QString& line, QString& reply) {
+        handled << line.toUtf8();
+        reply = QStringLiteral("OK");
+    });
+    QVERIFY(server.StartServer(name));
+    Client client(name);
+    RECEIVE(client, kGreeting);
+    client.send(QByteArray("a\0b\nnext\n", 9));
+    RECEIVE(client, QByteArray("OK\r\nOK\r\n"));
+    QCOMPARE(handled.join('|'), QByteArray("a\0b|next", 8));
+    handled.clear();
+
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("was dropped"))); // Once.
+    for (int line = 0; line < 3; ++line)
+        client.send(QByteArray(200 * 1000, 'x') + "\n");
+    client.send("next\n");
+    const QByteArray refusal = "ERROR: Command line too long\r\n";
+    RECEIVE(client, refusal + refusal + refusal + "OK\r\n");
+    QCOMPARE(handled.join('|'), QByteArray("next"));
 }
 
 void CmdServerTest::survivesAFloodOfUnreadReplies()

@@ -15,6 +15,10 @@ private slots:
     void initTestCase() { av_log_set_level(AV_LOG_QUIET); }
     void decodesEveryKindOfFile_data();
     void decodesEveryKindOfFile();
+    void joinsBetweenKeyPictures_data();
+    void joinsBetweenKeyPictures();
+    void givesPicturesInTheirOrder_data();
+    void givesPicturesInTheirOrder();
     void searchesHardwareInOrder();
     void hardwareFramesArriveAsNv12();
     void deviceThatCannotDecodeLeavesItToSoftware_data();
@@ -156,6 +160,57 @@ void CodecTest::decodesEveryKindOfFile()
     QCOMPARE(run.probe.last->pkt_dts, std::int64_t(0));
     QCOMPARE(run.decoder.inputWidth(), 160);
     QVERIFY(!run.decoder.name().empty());
+}
+
+void CodecTest::joinsBetweenKeyPictures_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<int>("leastFrames");
+    // Key pictures are 0, 10 and 20.
+    for (const char* file : {"h264_aac.ts", "raw.h264", "h265.ts", "mpeg4_mp3.avi", "brighter.mpg", "vp8.webm",
+                             "vp9_opus.webm", "mjpeg.avi"})
+        QTest::newRow(file) << QString::fromLatin1(file) << 18;
+    if (avcodec_find_decoder_by_name("libdav1d")) // What FFmpeg has of its own needs hardware.
+        QTest::newRow("av1.mkv") << QStringLiteral("av1.mkv") << 18;
+    QTest::newRow("H.264 whose rows are refreshed in turn") << QStringLiteral("h264_rows.ts") << 10;
+}
+
+void CodecTest::joinsBetweenKeyPictures()
+{
+    QFETCH(QString, file);
+    QFETCH(int, leastFrames);
+    for (const int missed : {1, 3, 7}) {
+        Decoding run(file.toLatin1().constData());
+        QVERIFY(run.decoder.open(nullptr)); // Nothing is known of a stream that is joined there.
+        for (int packets = 0; packets < missed;) {
+            QCOMPARE(run.stream.input.read(run.stream.packet.get()), 0);
+            packets += run.stream.packet->stream_index == run.stream.source->streamIndex();
+            av_packet_unref(run.stream.packet.get());
+        }
+        QVERIFY2(run.play(), run.stream.source->refusal().c_str());
+        run.decoder.flush();
+        QVERIFY2(run.probe.frames >= leastFrames, qPrintable(QString::number(run.probe.frames)));
+    }
+}
+
+void CodecTest::givesPicturesInTheirOrder_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::newRow("MPEG-2 with B pictures") << "brighter.mpg";
+    QTest::newRow("MPEG-4 with B pictures") << "brighter.mp4";
+}
+
+/// Each picture of the clips is brighter than the one before.
+void CodecTest::givesPicturesInTheirOrder()
+{
+    QFETCH(QString, file);
+    Decoding run(file.toLatin1().constData());
+    std::vector<int> brightness;
+    run.probe.onFrame = [&brightness](const AVFrame& frame) { brightness.push_back(frame.data[0][0]); };
+    QVERIFY(run.play());
+    run.decoder.flush();
+    QCOMPARE(brightness.size(), std::size_t(30));
+    QVERIFY(std::is_sorted(brightness.begin(), brightness.end()));
 }
 
 void CodecTest::searchesHardwareInOrder()

@@ -1,6 +1,7 @@
 #include "media/channel_layout.h"
 #include "media/encoder_choice.h"
 #include "tests/media/media_files.h"
+#include "tests/support/loopback_server.h"
 #include "tests/support/suite_registry.h"
 #include "tools/media/wav_writer.h"
 
@@ -10,6 +11,9 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
+
+#include <csignal>
+#include <filesystem>
 
 class MediaProgramTest : public QObject
 {
@@ -22,6 +26,8 @@ private slots:
     void endsWithAReason_data();
     void endsWithAReason();
     void measuresInOneLine();
+    void sourceUnderAnotherName();
+    void stopsWhileItOpens();
     void writesFiles_data();
     void writesFiles();
 };
@@ -121,6 +127,12 @@ void MediaProgramTest::endsWithAReason_data()
     row("pictures that nothing can make",
         {QStringLiteral("--null"), QStringLiteral("--format"), QStringLiteral("vaapi"), clip}, 2,
         "cannot have the pixel format");
+    row("pictures whose planes are not known",
+        {QStringLiteral("--null"), QStringLiteral("--format"), QStringLiteral("yuv444p"), clip}, 2,
+        "cannot have the pixel format");
+    row("option without a use", {QStringLiteral("--null"), QStringLiteral("--rate"), QStringLiteral("10"), clip}, 2,
+        "--rate does nothing here");
+    row("path for a server's name", {QStringLiteral("--server"), clip, clip}, 2, "is no name of a server");
     row("missing source", {QStringLiteral("--null"), mediaFile("missing.mp4")}, 1, "No such file or directory");
     row("no video", {QStringLiteral("--null"), mediaFile("mono_8k.wav")}, 1, "has no video");
     row("no sound", {QStringLiteral("--null"), QStringLiteral("--sound"), mediaFile("raw.h264")}, 1, "has no sound");
@@ -144,14 +156,45 @@ void MediaProgramTest::endsWithAReason()
 
 void MediaProgramTest::measuresInOneLine()
 {
-    const Outcome outcome = runProgram(
-        {QStringLiteral("--null"), QStringLiteral("--size"), QStringLiteral("80x60"), mediaFile("h264_aac.mp4")});
+    const Outcome outcome = runProgram({QStringLiteral("--null"), QStringLiteral("--json"), QStringLiteral("--size"),
+                                        QStringLiteral("80x60"), mediaFile("h264_aac.mp4")});
     QCOMPARE(outcome.exitCode, 0);
-    const QString line = outcome.output.trimmed().section(QLatin1Char('\n'), -1);
-    const QJsonObject measured = QJsonDocument::fromJson(line.toUtf8()).object();
+    QVERIFY(outcome.error.contains(QLatin1String("Reached end of file")));
+    const QJsonObject measured = QJsonDocument::fromJson(outcome.output.toUtf8()).object();
     QCOMPARE(measured.value(QStringLiteral("frames")).toInt(), 30);
     QVERIFY(!measured.value(QStringLiteral("decoder")).toString().isEmpty());
     QVERIFY(measured.value(QStringLiteral("fps")).toDouble() > 0);
+}
+
+void MediaProgramTest::sourceUnderAnotherName()
+{
+    const QTemporaryDir folder;
+    const QString source = folder.filePath(QStringLiteral("source.mp4"));
+    const QString link = folder.filePath(QStringLiteral("link.mp4"));
+    QVERIFY(QFile::copy(mediaFile("h264_aac.mp4"), source));
+    std::filesystem::create_hard_link(source.toStdU16String(), link.toStdU16String());
+    for (const QStringList& arguments :
+         {QStringList{QStringLiteral("--output"), link, source}, {QStringLiteral("--snapshot"), link, source}}) {
+        const Outcome outcome = runProgram(arguments);
+        QCOMPARE(outcome.exitCode, 2);
+        QVERIFY(outcome.error.contains(QLatin1String("would replace its own source")));
+    }
+}
+
+/// Ctrl+C while a server that says nothing is opened, whose time would be up after ten seconds.
+void MediaProgramTest::stopsWhileItOpens()
+{
+#ifdef _WIN32
+    QSKIP("a console's Ctrl+C cannot be sent to one process");
+#else
+    const LoopbackServer silent({}, LoopbackServer::Ending::Stall);
+    QProcess process;
+    process.start(QStringLiteral(PLUGBOARD_MEDIA_PROGRAM), {QStringLiteral("--null"), silent.url("http", "/video")});
+    QTRY_COMPARE_WITH_TIMEOUT(silent.clients(), 1, 30000);
+    kill(pid_t(process.processId()), SIGINT);
+    QVERIFY(process.waitForFinished(30000));
+    QCOMPARE(process.exitCode(), 130);
+#endif
 }
 
 void MediaProgramTest::writesFiles_data()
@@ -167,6 +210,7 @@ void MediaProgramTest::writesFiles_data()
     row("H.265 in Matroska", "--output FILE --codec h265 --size 80x60", AV_CODEC_ID_HEVC, "b.mkv");
     row("MJPEG in AVI", "--output FILE --codec mjpeg --size 80x60", AV_CODEC_ID_MJPEG, "c.avi");
     row("copied MP4", "--output FILE --codec h264", AV_CODEC_ID_NONE, "d.mp4");
+    row("two pictures of five", "--output FILE --codec h264 --rate 10", AV_CODEC_ID_H264, "f.mp4");
     row("sound, to the last sample of another rate", "--wav FILE", AV_CODEC_ID_NONE, "e.wav");
 }
 
@@ -193,7 +237,8 @@ void MediaProgramTest::writesFiles()
     const QString line = runProgram(back).output.trimmed().section(QLatin1Char('\n'), -1);
     const QJsonObject measured = QJsonDocument::fromJson(line.toUtf8()).object();
     const int count = measured.value(isSound ? QStringLiteral("samples") : QStringLiteral("frames")).toInt();
-    QVERIFY2(count == (isSound ? 57600 : 30), qPrintable(line));
+    const int expected = isSound ? 57600 : arguments.contains(QStringLiteral("--rate")) ? 12 : 30;
+    QVERIFY2(count == expected, qPrintable(line));
 }
 
 PLUGBOARD_SUITE(MediaProgramTest)

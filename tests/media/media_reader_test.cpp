@@ -1,6 +1,6 @@
 #include "media/av_decoder.h"
 #include "media/av_encoder.h"
-#include "media/cmd_map.h"
+#include "media/control/cmd_map.h"
 #include "media/debug_commands.h"
 #include "media/media_reader.h"
 #include "media/video_file_source.h"
@@ -22,7 +22,13 @@ private slots:
     void initTestCase() { av_log_set_level(AV_LOG_QUIET); }
     void buildsChains_data();
     void buildsChains();
+    void picturesKeepTheirSpeed_data();
+    void picturesKeepTheirSpeed();
+    void learnsTheSizeFromTheFirstPicture();
+    void saysWhyItEnded_data();
+    void saysWhyItEnded();
     void loopsOverItsInput();
+    void stillImageStartsAgainAtABoundedRate();
     void endsWhenTheInputCannotBeOpenedAgain();
     void inputMayChangeBehindItsBack();
     void damagedFilesEndCleanly_data();
@@ -89,17 +95,27 @@ void MediaReaderTest::buildsChains_data()
                             << QString::fromLatin1(result);
     };
     const AVCodecID raw = AV_CODEC_ID_NONE;
-    row("raw pictures and sound", "h264_aac.mp4", raw, {80, 60}, kSelectBoth, "pictures 80x60, sound");
-    row("video only", "h264_aac.mp4", raw, {80, 60}, kSelectVideo, "pictures 80x60");
+    row("raw pictures and sound", "h264_aac.mp4", raw, {80, 60}, kSelectBoth, "30 pictures 80x60, sound");
+    row("video only", "h264_aac.mp4", raw, {80, 60}, kSelectVideo, "30 pictures 80x60");
     row("sound only", "h264_aac.mp4", raw, {80, 60}, kSelectAudio, "sound");
     row("sound file for video has nothing", "mono_8k.wav", raw, {80, 60}, kSelectVideo, "");
     row("a stream kind that does not exist takes none", "h264_aac.mp4", raw, {80, 60}, 2, "");
-    row("rotated pictures come as they are stored", "rotated.mp4", raw, {160, 120}, kSelectBoth, "pictures 160x120");
+    row("VP8", "vp8.webm", raw, {80, 60}, kSelectBoth, "30 pictures 80x60");
+    row("VP9 with Opus", "vp9_opus.webm", raw, {80, 60}, kSelectBoth, "30 pictures 80x60, sound");
+    if (avcodec_find_decoder_by_name("libdav1d")) // What FFmpeg has of its own needs hardware.
+        row("AV1", "av1.mkv", raw, {80, 60}, kSelectBoth, "30 pictures 80x60");
+    row("GIF", "film.gif", raw, {80, 60}, kSelectBoth, "30 pictures 80x60");
+    row("FFV1 with one key picture", "ffv1.mkv", raw, {80, 60}, kSelectBoth, "30 pictures 80x60");
+    row("MPEG-2 in a program stream", "brighter.mpg", raw, {80, 60}, kSelectBoth, "30 pictures 80x60");
+    row("transport stream", "h264_aac.ts", raw, {80, 60}, kSelectBoth, "30 pictures 80x60, sound");
+    row("raw H.265", "raw.h265", raw, {80, 60}, kSelectBoth, "30 pictures 80x60");
+    row("ADPCM, whose packets hold several blocks", "adpcm.wav", raw, {80, 60}, kSelectAudio, "sound");
+    row("rotated pictures come as they are stored", "rotated.mp4", raw, {160, 120}, kSelectBoth, "30 pictures 160x120");
     row("mono of 8 kHz", "mono_8k.wav", raw, {80, 60}, kSelectAudio, "sound");
-    row("second video is left out", "two_videos.mkv", raw, {160, 120}, kSelectBoth, "pictures 160x120");
-    row("planar float of Opus", "h264_opus.mkv", raw, {80, 60}, kSelectBoth, "pictures 80x60, sound");
+    row("second video is left out", "two_videos.mkv", raw, {160, 120}, kSelectBoth, "30 pictures 160x120");
+    row("planar float of Opus", "h264_opus.mkv", raw, {80, 60}, kSelectBoth, "30 pictures 80x60, sound");
     row("5.1", "surround.mka", raw, {80, 60}, kSelectBoth, "sound");
-    row("odd sizes", "h264_odd.mkv", raw, {81, 61}, kSelectBoth, "pictures 81x61");
+    row("odd sizes", "h264_odd.mkv", raw, {81, 61}, kSelectBoth, "15 pictures 81x61");
     row("H.264 of the same size passes undecoded", "h264_aac.mp4", AV_CODEC_ID_H264, {160, 120}, kSelectVideo,
         "packets passed");
     row("H.265 of the same size passes undecoded", "hevc_10bit.mp4", AV_CODEC_ID_HEVC, {160, 120}, kSelectVideo,
@@ -134,9 +150,9 @@ void MediaReaderTest::buildsChains()
     reader.readLoop(false);
     reader.flush();
     QStringList parts;
-    if (video.frames >= 14)
-        parts << QStringLiteral("pictures %1x%2").arg(video.last->width).arg(video.last->height);
-    if (video.packets >= 25)
+    if (video.frames > 0)
+        parts << QStringLiteral("%1 pictures %2x%3").arg(video.frames).arg(video.last->width).arg(video.last->height);
+    if (video.packets == 30)
         parts << (reader.encoder() ? QStringLiteral("packets encoded") : QStringLiteral("packets passed"));
     if (audio.samples > 40000 && audio.samples < 60000)
         parts << QStringLiteral("sound");
@@ -147,21 +163,115 @@ void MediaReaderTest::buildsChains()
     }
 }
 
+void MediaReaderTest::picturesKeepTheirSpeed_data()
+{
+    QTest::addColumn<int>("rate");
+    QTest::addColumn<int>("packets");
+    QTest::newRow("the source's own rate") << 25 << 30;
+    QTest::newRow("two of five pictures") << 10 << 12;
+    QTest::newRow("every picture twice") << 50 << 60;
+    QTest::newRow("every fifth picture twice") << 30 << 36;
+}
+
+void MediaReaderTest::picturesKeepTheirSpeed()
+{
+    QFETCH(int, rate);
+    QFETCH(int, packets);
+    MediaInterrupt interrupt;
+    StageProbe video;
+    MediaReader reader(mediaFile("mjpeg.avi").toStdString(), kSelectVideo, interrupt);
+    QVERIFY(reader.open());
+    reader.setExactOutput(true);
+    reader.buildVideoChain(AV_CODEC_ID_MJPEG, -1, 160, 120, rate, video, withoutServer());
+    reader.readLoop(false);
+    reader.flush();
+    QCOMPARE(video.packets, packets);
+    QCOMPARE(reader.encoder() == nullptr, rate == 25);
+}
+
+/// A transport stream that is joined between two key pictures.
+void MediaReaderTest::learnsTheSizeFromTheFirstPicture()
+{
+    const PrintedText printed;
+    const QByteArray whole = contentOf(mediaFile("h264_aac.ts"));
+    const LoopbackServer server(httpAnswer("video/mp2t", whole.mid(whole.size() / 188 / 6 * 188)),
+                                LoopbackServer::Ending::Close);
+    MediaInterrupt interrupt(std::chrono::seconds(30));
+    StageProbe video;
+    MediaReader reader(server.url("http", "/video").toStdString(), kSelectVideo, interrupt);
+    QVERIFY(reader.open());
+    QCOMPARE(reader.videoSource()->width(), 160);
+    QCOMPARE(reader.videoSource()->height(), 120);
+    QCOMPARE(reader.videoSource()->pixelFormat(), int(AV_PIX_FMT_YUV420P));
+    reader.buildVideoChain(AV_CODEC_ID_NONE, AV_PIX_FMT_YUV420P, 160, 120, 25, video, withoutServer());
+    reader.readLoop(false);
+    reader.flush();
+    QCOMPARE(video.frames, 20);
+}
+
+void MediaReaderTest::saysWhyItEnded_data()
+{
+    QTest::addColumn<QByteArray>("answer");
+    QTest::addColumn<QString>("reason");
+    const QByteArray film = contentOf(mediaFile("h264_aac.ts"));
+    QTest::newRow("silence while opening") << QByteArray() << "nothing came for 1 s";
+    QTest::newRow("silence while reading")
+        << httpAnswer("video/mp2t", film.left(film.size() * 2 / 3)) << "nothing came for 1 s";
+    QTest::newRow("an error of the server")
+        << QByteArray("HTTP/1.1 503 Busy\r\n\r\n") << "Server returned 5XX Server Error reply";
+    QTest::newRow("a chain that refuses") << httpAnswer("video/mp2t", film) << "the test has enough";
+}
+
+void MediaReaderTest::saysWhyItEnded()
+{
+    QFETCH(QByteArray, answer);
+    QFETCH(QString, reason);
+    const PrintedText printed;
+    const LoopbackServer server(answer, LoopbackServer::Ending::Stall);
+    MediaInterrupt interrupt(std::chrono::seconds(1));
+    struct Refusing final : AVSourceSink
+    {
+        bool pushFrame(AVFrame*) override { return refuse("the test has enough"); }
+    } refusing;
+    StageProbe taking;
+    AVSourceSink& sink = reason.startsWith(QLatin1String("the test")) ? static_cast<AVSourceSink&>(refusing) : taking;
+    MediaReader reader(server.url("http", "/video").toStdString(), kSelectVideo, interrupt);
+    if (reader.open()) {
+        reader.buildVideoChain(AV_CODEC_ID_NONE, AV_PIX_FMT_YUV420P, 80, 60, 25, sink, withoutServer());
+        reader.readLoop(false);
+    }
+    QCOMPARE(QString::fromStdString(reader.error()), reason);
+}
+
 void MediaReaderTest::loopsOverItsInput()
 {
     PrintedText printed;
     for (const char* file : {"h264_aac.mp4", "raw.h264", "h264_aac.ts", "mjpeg.avi"}) {
         RawChains chains(mediaFile(file));
         QVERIFY(chains.opened);
-        chains.video.limit = 40 * 30;
+        chains.video.limit = 12 * 30;
         chains.reader.readLoop(true);
-        QCOMPARE(chains.video.frames, 40 * 30);
+        QCOMPARE(chains.video.frames, 12 * 30);
         const QByteArray text = QByteArray::fromStdString(printed.take());
-        QVERIFY(text.count("Reached end of file, restarting...\n") >= 39);
+        QVERIFY(text.count("Reached end of file, restarting...\n") >= 11);
     }
     RawChains once(mediaFile("h264_aac.mp4"));
     once.reader.readLoop(false);
     QVERIFY(printed.take().find("Reached end of file, exiting\n") != std::string::npos);
+}
+
+/// At most thirty times a second, however fast it is read.
+void MediaReaderTest::stillImageStartsAgainAtABoundedRate()
+{
+    const PrintedText printed;
+    RawChains chains(mediaFile("still.png"));
+    QVERIFY(chains.opened);
+    chains.video.limit = 11;
+    QElapsedTimer time;
+    time.start();
+    chains.reader.readLoop(true);
+    QCOMPARE(chains.video.frames, 11);
+    QVERIFY2(time.elapsed() >= 10 * 33, qPrintable(QString::number(time.elapsed())));
 }
 
 void MediaReaderTest::endsWhenTheInputCannotBeOpenedAgain()

@@ -12,6 +12,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
@@ -24,6 +25,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kPollPeriod(50);
 constexpr std::chrono::seconds kProgressPeriod(1);
+constexpr std::chrono::seconds kInputTimeLimit(10);
+constexpr int kStoppedExit = 130;
 
 int failed(const QString& text)
 {
@@ -52,8 +55,9 @@ public:
 private:
     bool isSound() const { return m_options.run == MediaOptions::Run::Wav || m_options.sound; }
     bool openOutput();
+    QString prepare();
     void buildChains();
-    void read();
+    void work();
     void showProgress() const;
     int report(double seconds);
 
@@ -64,14 +68,17 @@ private:
     std::unique_ptr<CountingSink> m_sink;
     WavWriter* m_wav = nullptr;
     PacketFileWriter* m_packets = nullptr;
-    Clock::time_point m_start;
+    Clock::time_point m_start; ///< Of reading.
+    std::atomic<bool> m_isReading{false};
     std::mutex m_lock;
     std::condition_variable m_changed;
+    QString m_problem;
     bool m_done = false;
 };
 
 FileRun::FileRun(const MediaOptions& options)
     : m_options(options)
+    , m_interrupt(kInputTimeLimit, &stopRequested())
     , m_reader(options.source.toStdString(), isSound() ? kSelectAudio : kSelectVideo, m_interrupt)
 {}
 
@@ -106,7 +113,8 @@ void FileRun::buildChains()
     scaling.serverName.clear(); // Nobody moves a picture that nobody sees.
     const int width = m_options.width > 0 ? m_options.width : source.width();
     const int height = m_options.height > 0 ? m_options.height : source.height();
-    const int rate = playingRate(m_options, source.averageRate());
+    const int rate = playingRate(m_options, source.pictureRate());
+    m_reader.setExactOutput(true);
     const int format =
         m_options.codec == AV_CODEC_ID_NONE && m_options.pixelFormat == -1 ? AV_PIX_FMT_YUV420P : m_options.pixelFormat;
     m_reader.buildVideoChain(m_options.codec, format, width, height, rate, *m_sink, scaling);
@@ -121,15 +129,6 @@ void FileRun::buildChains()
     }
 }
 
-void FileRun::read()
-{
-    m_reader.readLoop(false);
-    m_reader.flush();
-    const std::lock_guard guard(m_lock);
-    m_done = true;
-    m_changed.notify_all();
-}
-
 void FileRun::showProgress() const
 {
     const double seconds = secondsSince(m_start);
@@ -142,40 +141,59 @@ void FileRun::showProgress() const
     }
 }
 
-int FileRun::run()
+/// What keeps the source from being run; empty when nothing does.
+QString FileRun::prepare()
 {
     if (!m_reader.open())
-        return failed(
-            QStringLiteral("cannot open '%1': %2").arg(m_options.source, QString::fromStdString(m_reader.error())));
+        return QStringLiteral("cannot open '%1': %2").arg(m_options.source, QString::fromStdString(m_reader.error()));
     if (isSound() ? !m_reader.audioSource() : !m_reader.videoSource()) {
-        return failed(QStringLiteral("'%1' has no %2")
-                          .arg(m_options.source, isSound() ? QStringLiteral("sound") : QStringLiteral("video")));
+        return QStringLiteral("'%1' has no %2")
+            .arg(m_options.source, isSound() ? QStringLiteral("sound") : QStringLiteral("video"));
     }
+    if (!isSound() && (m_reader.videoSource()->width() <= 0 || m_reader.videoSource()->height() <= 0))
+        return QStringLiteral("no picture of '%1' came").arg(m_options.source);
     if (!openOutput())
-        return failed(QStringLiteral("cannot write '%1': %2").arg(m_options.output, m_file.errorString()));
+        return QStringLiteral("cannot write '%1': %2").arg(m_options.output, m_file.errorString());
     buildChains();
     if (m_reader.encoder() && !m_reader.encoder()->isOpen()) {
-        return failed(QStringLiteral("no encoder of this FFmpeg takes such pictures as %1")
-                          .arg(QString::fromLatin1(avcodec_get_name(m_options.codec))));
+        return QStringLiteral("no encoder of this FFmpeg takes such pictures as %1")
+            .arg(QString::fromLatin1(avcodec_get_name(m_options.codec)));
     }
-    const bool isFile = !m_options.source.contains(QLatin1String("://"));
-    if (isFile && !m_reader.rewind())
-        return failed(QStringLiteral("cannot open '%1' again").arg(m_options.source));
-    m_start = Clock::now();
-    std::thread reading([this] { read(); });
-    auto lastProgress = m_start;
+    return {};
+}
+
+/// On a thread of its own: opening may take as long as reading.
+void FileRun::work()
+{
+    const QString problem = prepare();
+    if (problem.isEmpty()) {
+        m_start = Clock::now();
+        m_isReading = true;
+        m_reader.readLoop(false);
+        m_reader.flush();
+    }
+    const std::lock_guard guard(m_lock);
+    m_problem = problem;
+    m_done = true;
+    m_changed.notify_all();
+}
+
+int FileRun::run()
+{
+    std::thread working([this] { work(); });
+    auto lastProgress = Clock::now();
     {
         std::unique_lock guard(m_lock);
         while (!m_changed.wait_for(guard, kPollPeriod, [this] { return m_done; })) {
-            if (stopRequested())
-                m_interrupt.stop();
-            if (Clock::now() - lastProgress >= kProgressPeriod) {
+            if (m_isReading && Clock::now() - lastProgress >= kProgressPeriod) {
                 lastProgress = Clock::now();
                 showProgress();
             }
         }
     }
-    reading.join();
+    working.join();
+    if (!m_problem.isEmpty())
+        return m_interrupt.isStopped() ? kStoppedExit : failed(m_problem);
     return report(secondsSince(m_start));
 }
 
@@ -204,7 +222,7 @@ int FileRun::report(double seconds)
     const QByteArray json = QJsonDocument(line).toJson(QJsonDocument::Compact);
     std::fprintf(m_options.run == MediaOptions::Run::Null ? stdout : stderr, "%s\n", json.constData());
     if (m_interrupt.isStopped())
-        return 130;
+        return kStoppedExit;
     if (!m_reader.error().empty()) {
         return failed(QStringLiteral("'%1' was played only in part: %2")
                           .arg(m_options.source, QString::fromStdString(m_reader.error())));

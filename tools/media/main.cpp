@@ -1,7 +1,7 @@
 // plugboard-media: runs a source through the media chains.
 #include "driver/device_interfaces.h"
 #include "driver/platform/system_platform.h"
-#include "media/cmd_map.h"
+#include "media/control/cmd_map.h"
 #include "media/debug_commands.h"
 #include "media/media_reader.h"
 #include "runtime/program_run.h"
@@ -9,11 +9,13 @@
 #include "tools/media/media_options.h"
 #include "tools/media/picture_window.h"
 #include "tools/media/stop_request.h"
+#include "ui/high_dpi.h"
 
 #include <QApplication>
 
 #include <cstdio>
 #include <filesystem>
+#include <iostream>
 #include <memory>
 #include <optional>
 #include <thread>
@@ -31,27 +33,14 @@ int failed(const QString& text)
     return 1;
 }
 
-/// What the window plays; nothing when the source cannot be shown, which has been said then.
-std::optional<VideoFileSettings> windowSettings(const MediaOptions& options)
+VideoFileSettings windowSettings(const MediaOptions& options)
 {
     VideoFileSettings settings;
     settings.url = options.source.toStdString();
     settings.selector = kSelectVideo;
-    MediaInterrupt interrupt;
-    MediaReader look(settings.url, kSelectVideo, interrupt);
-    if (!look.open()) {
-        failed(QStringLiteral("cannot open '%1': %2").arg(options.source, QString::fromStdString(look.error())));
-        return std::nullopt;
-    }
-    const AVSource* found = look.videoSource();
-    if (!found || found->width() <= 0 || found->height() <= 0) {
-        failed(QStringLiteral("'%1' has no video").arg(options.source));
-        return std::nullopt;
-    }
-    settings.width = options.width > 0 ? options.width : found->width();
-    settings.height = options.height > 0 ? options.height : found->height();
-    settings.frameRate = playingRate(options, found->averageRate());
-    settings.overflow = AVMediaSink::Overflow::Block;
+    settings.width = options.width;
+    settings.height = options.height;
+    settings.frameRate = options.rate;
     settings.scaling.serverName = options.server;
     settings.scaling.appliesPlacement = true;
     return settings;
@@ -59,13 +48,10 @@ std::optional<VideoFileSettings> windowSettings(const MediaOptions& options)
 
 int showWindow(QApplication& application, const MediaOptions& options)
 {
-    const std::optional<VideoFileSettings> settings = windowSettings(options);
-    if (!settings)
-        return 1;
-    PictureWindow window(*settings);
-    int exitCode = 0;
+    PictureWindow window(windowSettings(options));
+    QString end;
     QObject::connect(&window, &PictureWindow::ended, &application, [&](const QString& reason) {
-        exitCode = failed(QStringLiteral("playing has ended (%1)").arg(reason));
+        end = reason;
         application.quit();
     });
     QTimer poll;
@@ -78,9 +64,15 @@ int showWindow(QApplication& application, const MediaOptions& options)
         QTimer::singleShot(options.seconds * 1000, &application, &QCoreApplication::quit);
     window.show();
     QApplication::exec();
-    if (!options.snapshot.isEmpty() && !window.picture().save(options.snapshot))
-        exitCode = failed(QStringLiteral("cannot write '%1'").arg(options.snapshot));
-    return exitCode;
+    if (!end.isEmpty())
+        failed(QStringLiteral("playing has ended (%1)").arg(end));
+    else if (window.shownPictures() == 0 && options.seconds > 0)
+        failed(QStringLiteral("no picture came (%1)").arg(QString::fromStdString(window.status().reason)));
+    else if (options.snapshot.isEmpty() || window.picture().save(options.snapshot))
+        return 0;
+    else
+        failed(QStringLiteral("cannot write '%1'").arg(options.snapshot));
+    return 1;
 }
 
 /// The command runs beside the event loop, which serves the command server meanwhile.
@@ -128,11 +120,14 @@ int main(int argc, char** argv)
     av_log_set_level(options.verbose ? AV_LOG_VERBOSE : AV_LOG_FATAL);
     catchStopRequests();
     if (options.run == MediaOptions::Run::Window) {
+        scaleWithScreens();
         QApplication application(argc, argv);
         const ProgramRun run(kProgram, kVersion, options.logRules);
         return showWindow(application, options);
     }
     QCoreApplication application(argc, argv);
     const ProgramRun run(kProgram, kVersion, options.logRules);
+    if (options.json)
+        std::cout.rdbuf(std::cerr.rdbuf());
     return options.run == MediaOptions::Run::Command ? runCommand(application, options) : runToFile(options);
 }

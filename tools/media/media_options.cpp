@@ -1,14 +1,18 @@
 #include "tools/media/media_options.h"
 
-#include "media/cmd_map.h"
+#include "media/control/cmd_map.h"
+#include "media/picture.h"
 #include "runtime/start_options.h"
 
 #include <QCommandLineParser>
-#include <QFileInfo>
+#include <QRegularExpression>
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <optional>
+#include <system_error>
+#include <utility>
 
 namespace {
 
@@ -44,6 +48,7 @@ void addOptions(QCommandLineParser& parser)
                           QString::fromLatin1(standard)});
     };
     add("null", "Run the chain as fast as it goes, drop what comes out, print one JSON line.");
+    add("json", "With --null: nothing but the JSON line on the standard output.");
     add("sound", "With --null: the sound chain instead of the picture chain.");
     add("wav", "Write the sound as 16-bit PCM.", "file");
     add("output", "Encode the pictures into a media file (no sound); its name says the container.", "file");
@@ -52,7 +57,10 @@ void addOptions(QCommandLineParser& parser)
     add("codec", "mjpeg, h264 or h265 (with --output: h264; with --null: pictures).", "name");
     add("format", "Pixel format of the pictures: yuv420p, yuvj420p, yuv422p or nv12.", "name");
     add("size", "Size of the pictures in pixels (the source's own).", "WxH");
-    add("rate", "Frames per second of playing and encoding (the source's own, else 30).", "number");
+    add("rate",
+        "Frames per second that the window plays, or that encoding makes of the source\n"
+        "by dropping and repeating (the source's own, else 30).",
+        "number");
     add("channels", "Sound channels (2).", "number", "2");
     add("sample-rate", "Samples of sound per second (48000).", "number", "48000");
     add("threads", "Threads of decoder and encoder (0: as many as FFmpeg likes).", "number", "0");
@@ -95,7 +103,7 @@ QString readValues(const QCommandLineParser& parser, MediaOptions& options)
     }
     if (given("format")) {
         options.pixelFormat = av_get_pix_fmt(value("format").toUtf8().constData());
-        if (!sws_isSupportedOutput(static_cast<AVPixelFormat>(options.pixelFormat)))
+        if (!hasKnownPlanes(options.pixelFormat))
             return QStringLiteral("pictures cannot have the pixel format '%1'").arg(value("format"));
     }
     if (given("size")) {
@@ -132,6 +140,45 @@ QString readValues(const QCommandLineParser& parser, MediaOptions& options)
     return {};
 }
 
+/// Also under another name, as links give a file.
+bool isSameFile(const QString& one, const QString& other)
+{
+    std::error_code ignored;
+    return std::filesystem::equivalent(one.toStdU16String(), other.toStdU16String(), ignored);
+}
+
+/// An option that this kind of run has no use for; empty when there is none.
+QString uselessOption(const QCommandLineParser& parser, const MediaOptions& options)
+{
+    using Run = MediaOptions::Run;
+    const bool isSound = options.run == Run::Wav || options.sound;
+    const bool encodes = !isSound && (options.run == Run::File || options.codec != AV_CODEC_ID_NONE);
+    const bool makesPictures = options.run == Run::File || (options.run == Run::Null && !isSound);
+    const bool isWindow = options.run == Run::Window;
+    const std::pair<const char*, bool> uses[] = {
+        {"sound", options.run == Run::Null},
+        {"json", options.run == Run::Null},
+        {"codec", makesPictures},
+        {"format", makesPictures},
+        {"size", makesPictures || isWindow},
+        {"rate", encodes || isWindow},
+        {"channels", isSound},
+        {"sample-rate", isSound},
+        {"threads", makesPictures || isSound},
+        {"server", isWindow},
+        {"seconds", isWindow},
+        {"snapshot", isWindow},
+    };
+    for (const auto& [name, isUsed] : uses) {
+        if (!isUsed && parser.isSet(QString::fromLatin1(name)))
+            return QStringLiteral("--%1 does nothing here").arg(QString::fromLatin1(name));
+    }
+    if (isWindow &&
+        (options.server.isEmpty() || options.server.contains(QRegularExpression(QStringLiteral("[/\\\\]")))))
+        return QStringLiteral("'%1' is no name of a server").arg(options.server);
+    return {};
+}
+
 /// What is done with which source; empty when that is clear.
 QString readRun(const QCommandLineParser& parser, MediaOptions& options)
 {
@@ -154,15 +201,17 @@ QString readRun(const QCommandLineParser& parser, MediaOptions& options)
     options.server = value("server");
     options.snapshot = value("snapshot");
     options.sound = given("sound");
+    options.json = given("json");
     options.verbose = given("verbose");
     if (options.run == Run::File && options.codec == AV_CODEC_ID_NONE)
         options.codec = AV_CODEC_ID_H264;
     if (parser.positionalArguments().size() > 1 || (options.source.isEmpty() && options.run != Run::Command))
         return QStringLiteral("one source is needed");
-    const QFileInfo written(options.output);
-    if (!options.output.isEmpty() && written.exists() && written == QFileInfo(options.source))
-        return QStringLiteral("'%1' would replace its own source").arg(options.output);
-    return {};
+    for (const QString& written : {options.output, options.snapshot}) {
+        if (!written.isEmpty() && isSameFile(written, options.source))
+            return QStringLiteral("'%1' would replace its own source").arg(written);
+    }
+    return uselessOption(parser, options);
 }
 
 } // namespace

@@ -29,6 +29,7 @@ struct MediaOptions
     QString snapshot;
 
     bool sound = false; ///< Measure the sound chain.
+    bool json = false;  ///< What stages print goes to the standard error stream.
     AVCodecID codec = AV_CODEC_ID_NONE;
     int pixelFormat = -1;
     int width = 0; ///< 0: the source's own.

@@ -1,71 +1,180 @@
 #include "tools/media/picture_window.h"
 
+#include <QKeyEvent>
 #include <QPainter>
 
-extern "C" {
-#include <libavutil/imgutils.h>
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+constexpr int kStatusMilliseconds = 100;
+constexpr std::chrono::seconds kSeekStep(5);
+constexpr int kMarkMargin = 8;                               // Pixels around its text.
+constexpr AVMediaSink::Bound kQueue = {3, 64 * 1024 * 1024}; // The bytes are those of one picture of 8K.
+
+/// What waits was placed before a command came: its effect is seen one period after this time at the latest.
+constexpr std::chrono::milliseconds kQueueTime(50);
+
+bool isLiveSource(const std::string& url)
+{
+    return url.find("://") != std::string::npos && url.compare(0, 5, "file:") != 0;
 }
 
-PictureWindow::PictureWindow(const VideoFileSettings& settings, QWidget* parent) : QWidget(parent), m_source(settings)
+VideoFileSettings forDisplay(VideoFileSettings settings, bool isLive)
+{
+    settings.overflow = isLive ? AVMediaSink::Overflow::DropOldest : AVMediaSink::Overflow::StayClose;
+    settings.queue = kQueue; // A network delivers unevenly, so a live source may use all of it.
+    if (!isLive)
+        settings.queueTime = kQueueTime;
+    return settings;
+}
+
+} // namespace
+
+PictureWindow::PictureWindow(VideoFileSettings settings, QWidget* parent)
+    : QWidget(parent)
+    , m_isLive(isLiveSource(settings.url))
+    , m_hasOwnSize(settings.width > 0 && settings.height > 0)
+    , m_player(forDisplay(settings, m_isLive))
+    , m_feed(m_player)
+    , m_slider(Qt::Horizontal, this)
 {
     setWindowTitle(QStringLiteral("plugboard-media"));
     setAttribute(Qt::WA_OpaquePaintEvent);
-    resize(settings.width, settings.height);
-    m_timer.setTimerType(Qt::PreciseTimer);
-    connect(&m_timer, &QTimer::timeout, this, &PictureWindow::showNext);
-    m_timer.start(1000 / std::max(settings.frameRate, 1));
-    m_source.start();
+    resize(m_hasOwnSize ? QSize(settings.width, settings.height) : QSize(640, 480));
+    connect(&m_feed, &PictureFeed::pictureChanged, this, &PictureWindow::pictureChanged);
+    connect(&m_player, &SourcePlayer::lost, this, [this](const QString& reason) {
+        if (!m_isLive)
+            emit ended(reason);
+    });
+    connect(&m_statusTimer, &QTimer::timeout, this, &PictureWindow::showStatus);
+    m_slider.hide();
+    m_slider.setFocusPolicy(Qt::NoFocus);
+    connect(&m_slider, &QSlider::sliderReleased, this, [this] { seek(std::chrono::milliseconds(m_slider.value())); });
+    m_statusTimer.start(kStatusMilliseconds);
+    showStatus();
+    m_player.start();
+    m_feed.start();
 }
 
 PictureWindow::~PictureWindow()
 {
-    m_source.requestStop();
+    m_player.stop(); // The feed may wait for an item.
 }
 
-void PictureWindow::showNext()
+void PictureWindow::pictureChanged()
 {
-    std::optional<MediaItem> item = m_source.take();
-    if (!item) {
-        if (m_source.isFinished()) {
-            m_timer.stop();
-            emit ended(QString::fromStdString(m_source.description()));
-        }
-        return;
-    }
-    if (m_picture.isNull())
-        setWindowTitle(QStringLiteral("plugboard-media: ") + QString::fromStdString(m_source.description()));
-    convert(*item);
-    m_source.recycle(std::move(*item));
+    if (m_feed.shown() > 0 && !m_hasOwnSize && windowTitle() == QLatin1String("plugboard-media"))
+        resize(m_feed.picture().size() + QSize(0, height() - pictureArea().height()));
+    if (windowTitle() == QLatin1String("plugboard-media"))
+        setWindowTitle(QStringLiteral("plugboard-media: ") + QString::fromStdString(m_player.description()));
     update();
 }
 
-void PictureWindow::convert(const MediaItem& item)
+void PictureWindow::showStatus()
 {
-    if (item.kind != MediaItem::kFrame || item.width <= 0)
-        return;
-    const auto format = static_cast<AVPixelFormat>(item.format);
-    if (m_picture.size() != QSize(item.width, item.height)) {
-        m_picture = QImage(item.width, item.height, QImage::Format_RGB32);
-        m_scaler.reset(sws_getContext(item.width, item.height, format, item.width, item.height, AV_PIX_FMT_BGRA,
-                                      SWS_BILINEAR, nullptr, nullptr, nullptr));
+    const SourceStatus status = m_player.status();
+    QString mark;
+    if (status.state == SourceState::Playing)
+        mark = m_feed.isPaused() ? QStringLiteral("paused") : QString();
+    else
+        mark = QString::fromLatin1(stateName(status.state));
+    if (!status.reason.empty())
+        mark += QStringLiteral(": ") + QString::fromStdString(status.reason);
+    if (m_isTold)
+        mark += (mark.isEmpty() ? QString() : QStringLiteral(", ")) + details();
+    if (mark != m_mark) {
+        m_mark = mark;
+        update();
     }
-    std::uint8_t* planes[4] = {};
-    int lineSizes[4] = {};
-    if (!m_scaler || av_image_fill_arrays(planes, lineSizes, item.bytes.data(), format, item.width, item.height, 1) < 0)
-        return;
-    std::uint8_t* target[4] = {m_picture.bits()};
-    const int targetLineSizes[4] = {static_cast<int>(m_picture.bytesPerLine())};
-    sws_scale(m_scaler.get(), planes, lineSizes, 0, item.height, target, targetLineSizes);
+    showProgress();
+    if (status.state == SourceState::Lost && !m_isLive) {
+        m_statusTimer.stop();
+        emit ended(QString::fromStdString(status.reason));
+    }
+}
+
+void PictureWindow::showProgress()
+{
+    const auto duration = static_cast<int>(m_player.duration().count());
+    if (duration > 0 && m_slider.isHidden()) {
+        m_slider.show();
+        resize(size() + QSize(0, m_slider.sizeHint().height()));
+        resizeEvent(nullptr);
+    }
+    m_slider.setMaximum(duration);
+    if (!m_slider.isSliderDown())
+        m_slider.setValue(static_cast<int>(m_player.position().count()));
+}
+
+void PictureWindow::seek(std::chrono::milliseconds position)
+{
+    if (m_slider.isHidden())
+        return; // There is nowhere to go in a live source.
+    m_player.seek(std::clamp(position, std::chrono::milliseconds(0), m_player.duration()));
+    if (m_feed.isPaused())
+        m_feed.step(); // A pause, too, shows where the source stands.
+}
+
+QString PictureWindow::details() const
+{
+    const AVRational rate = m_player.pictureRate();
+    return QStringLiteral("%1, %2 pictures/s, %3 shown, %4 late, %5 dropped")
+        .arg(QString::fromStdString(m_player.description()))
+        .arg(rate.num > 0 ? av_q2d(rate) : 0.0, 0, 'f', 2)
+        .arg(m_feed.shown())
+        .arg(m_feed.late())
+        .arg(m_player.dropped());
+}
+
+QRect PictureWindow::pictureArea() const
+{
+    return m_slider.isHidden() ? rect() : rect().adjusted(0, 0, 0, -m_slider.sizeHint().height());
+}
+
+void PictureWindow::resizeEvent(QResizeEvent*)
+{
+    const int high = m_slider.sizeHint().height();
+    m_slider.setGeometry(0, height() - high, width(), high);
+}
+
+void PictureWindow::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Space)
+        m_feed.pause(!m_feed.isPaused());
+    else if (event->key() == Qt::Key_Period && m_feed.isPaused())
+        m_feed.step();
+    else if (event->key() == Qt::Key_Left)
+        seek(m_player.position() - kSeekStep);
+    else if (event->key() == Qt::Key_Right)
+        seek(m_player.position() + kSeekStep);
+    else if (event->key() == Qt::Key_I)
+        m_isTold = !m_isTold;
+    else
+        QWidget::keyPressEvent(event);
+    showStatus();
 }
 
 void PictureWindow::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
-    painter.fillRect(rect(), Qt::black);
-    if (m_picture.isNull())
+    const QImage picture = m_feed.picture();
+    const QRect room = pictureArea();
+    const QSize size = picture.size().scaled(room.size(), Qt::KeepAspectRatio);
+    const QRect area(QPoint((room.width() - size.width()) / 2, (room.height() - size.height()) / 2), size);
+    if (picture.isNull() || area != rect())
+        painter.fillRect(rect(), Qt::black);
+    if (!picture.isNull()) {
+        painter.setRenderHint(QPainter::SmoothPixmapTransform, size != picture.size());
+        painter.drawImage(area, picture);
+    }
+    if (m_mark.isEmpty())
         return;
-    const QSize size = m_picture.size().scaled(this->size(), Qt::KeepAspectRatio);
-    const QRect area(QPoint((width() - size.width()) / 2, (height() - size.height()) / 2), size);
-    painter.setRenderHint(QPainter::SmoothPixmapTransform, size != m_picture.size());
-    painter.drawImage(area, m_picture);
+    const QString text = painter.fontMetrics().elidedText(m_mark, Qt::ElideRight, width() - 4 * kMarkMargin);
+    QRect box = painter.fontMetrics().boundingRect(text).adjusted(-kMarkMargin, -kMarkMargin, kMarkMargin, kMarkMargin);
+    box.moveCenter({room.width() / 2, room.height() - box.height()});
+    painter.fillRect(box, QColor(0, 0, 0, 160));
+    painter.setPen(Qt::white);
+    painter.drawText(box, Qt::AlignCenter, text);
 }

@@ -1,38 +1,57 @@
 // picture_window.h: shows the pictures of a source at its rate.
 #pragma once
 
-#include "media/video_file_source.h"
+#include "media/source_player.h"
+#include "tools/media/picture_feed.h"
 
 #include <QImage>
+#include <QSlider>
 #include <QTimer>
 #include <QWidget>
 
-/// Plays while it is shown. The source's own speed is that of the decoder; the window takes one picture per period,
-/// and the source waits when the queue is full.
+/// Plays while it exists. It is there at once and says that it connects; a source that is lost is tried again while the
+/// last picture stays, with a mark. Space pauses, the full stop key shows the next picture of a pause, the arrow keys
+/// and the slider go through a file, and I shows what is at work and what was lost.
 class PictureWindow : public QWidget
 {
     Q_OBJECT
 
 public:
-    /// Pictures must be planar 4:2:0. Starts the source.
-    explicit PictureWindow(const VideoFileSettings& settings, QWidget* parent = nullptr);
+    /// Starts the source. How it is handed over is the window's own choice; the rest of the settings holds. Pictures
+    /// must be planar 4:2:0.
+    explicit PictureWindow(VideoFileSettings settings, QWidget* parent = nullptr);
     ~PictureWindow() override;
 
-    QImage picture() const { return m_picture; }
+    QImage picture() const { return m_feed.picture(); }
+    SourceStatus status() const { return m_player.status(); }
+    std::string description() const { return m_player.description(); }
+    std::int64_t shownPictures() const { return m_feed.shown(); }
+    std::int64_t latePictures() const { return m_feed.late(); }
+    std::uint64_t droppedPictures() const { return m_player.dropped(); }
 
 signals:
-    /// The source has ended by itself; `reason` is for people.
+    /// A file, which no waiting brings back, has ended by itself; `reason` is for people.
     void ended(QString reason);
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
-    void showNext();
-    void convert(const MediaItem& item);
+    void pictureChanged();
+    void showStatus();
+    void showProgress();
+    void seek(std::chrono::milliseconds position);
+    QString details() const;
+    QRect pictureArea() const;
 
-    VideoFileSource m_source;
-    QTimer m_timer;
-    QImage m_picture;
-    ffmpeg::Scaler m_scaler;
+    const bool m_isLive;
+    const bool m_hasOwnSize;
+    SourcePlayer m_player;
+    PictureFeed m_feed;
+    QTimer m_statusTimer;
+    QSlider m_slider;      ///< Milliseconds; hidden while the source has no known end.
+    QString m_mark;        ///< Over the picture; empty while it plays.
+    bool m_isTold = false; ///< The details are shown, too.
 };

@@ -1,7 +1,8 @@
-#include "media/cmd_server.h"
+#include "media/control/cmd_server.h"
 
+#include "media/control/server_names.h"
+#include "media/control/socket_place.h"
 #include "media/log.h"
-#include "media/server_names.h"
 
 #include <QCoreApplication>
 #include <QMutexLocker>
@@ -83,7 +84,8 @@ void CmdServer::StartServerInMainThread(QString serverName)
 
 bool CmdServer::listen(const QString& name)
 {
-    if (!ServerNames::instance().claim(name, *this))
+    const bool isPath = name.contains(QLatin1Char('/')) || name.contains(QLatin1Char('\\'));
+    if (name.isEmpty() || isPath || !ServerNames::instance().claim(name, this, [this] { giveUpName(); }))
         return false;
     m_name = name;
     m_server = new QLocalServer(this);
@@ -91,13 +93,13 @@ bool CmdServer::listen(const QString& name)
     const bool connected =
         connect(m_server, &QLocalServer::newConnection, this, &CmdServer::HandleNewConnection, Qt::QueuedConnection);
     bool listening = false;
-    if (connected && !isNameServed(name)) {
+    if (connected && !isNameServed(name) && isPlaceFree(name)) {
         QLocalServer::removeServer(name); // Left by a program that crashed: nobody answers there.
         listening = m_server->listen(name);
     }
     if (!listening) {
         delete std::exchange(m_server, nullptr);
-        ServerNames::instance().release(*this);
+        ServerNames::instance().release(this);
         return false;
     }
     m_stopSignalled = false;
@@ -117,10 +119,17 @@ void CmdServer::StopServer()
     if (m_server) {
         m_server->close();
         delete std::exchange(m_server, nullptr);
-        ServerNames::instance().release(*this);
+        ServerNames::instance().release(this);
         m_stopSignalled = true;
         emit ServerStatusChanged(false);
     }
+}
+
+void CmdServer::giveUpName()
+{
+    const QMutexLocker locker(&m_lock);
+    if (m_retired)
+        StopServer();
 }
 
 void CmdServer::Retire()
@@ -177,6 +186,7 @@ void CmdServer::HandleNewConnection()
     }
     m_client = pending;
     m_reportedUnread = false;
+    m_reportedLongLine = false;
     pending->setReadBufferSize(LineSplitter::kMaxLineLength);
     // What came before this call was signalled to nobody, and greeting a client that has left would lose it.
     pending->waitForReadyRead(0);
@@ -236,13 +246,23 @@ void CmdServer::receive(const QByteArray& bytes)
 {
     if (m_echo && m_client)
         send(*m_client, bytes);
-    m_received.append(QString::fromUtf8(bytes));
-    while (const std::optional<QString> line = m_received.next())
-        answer(*line);
-    if (m_received.limitPending())
-        qCWarning(mediaLog, "ERROR: A command line of more than %d characters was cut.", LineSplitter::kMaxLineLength);
+    m_received.append(QString::fromUtf8(bytes.constData(), bytes.size())); // A NUL byte is a character like others.
+    while (const std::optional<LineSplitter::Line> line = m_received.next()) {
+        if (line->isTooLong)
+            refuseLongLine();
+        else
+            answer(line->text);
+    }
     if (!m_client)
         m_received.clear();
+}
+
+void CmdServer::refuseLongLine()
+{
+    if (!std::exchange(m_reportedLongLine, true))
+        qCWarning(mediaLog, "A command line of more than %d characters was dropped.", LineSplitter::kMaxLineLength);
+    if (m_client)
+        sendReply(*m_client, QStringLiteral("ERROR: Command line too long"));
 }
 
 void CmdServer::answer(const QString& line)

@@ -1,7 +1,7 @@
 // cmd_server.h: a text command server on a local socket for one client of the same user at a time.
 #pragma once
 
-#include "media/line_splitter.h"
+#include "media/control/line_splitter.h"
 
 #include <QLocalServer>
 #include <QLocalSocket>
@@ -39,7 +39,8 @@ public:
 
     /// Listens under `name`; true when it does, or when it already did. Off the main thread, true means that the main
     /// thread has been asked to. False when the name is in use, in this program or another one of the user, and
-    /// without an application object. A name that a crashed program left behind is taken over.
+    /// without an application object. A name that a crashed program left behind is taken over. A name is no path, and
+    /// nothing but such a left socket is ever removed.
     bool StartServer(const QString& name);
 
     /// Disconnects the client, stops listening and frees the name. On the server's own thread only.
@@ -80,13 +81,13 @@ public slots:
     void StartServerInMainThread(QString serverName);
 
 private:
-    friend class ServerNames;
-
     bool listen(const QString& name);
+    void giveUpName();
     void refuse(QLocalSocket& socket);
     void send(QLocalSocket& socket, const QByteArray& bytes);
     void sendReply(QLocalSocket& socket, const QString& text);
     void receive(const QByteArray& bytes);
+    void refuseLongLine();
     void answer(const QString& line);
     void finishRetirement();
 
@@ -99,6 +100,7 @@ private:
     LineSplitter m_received;
     bool m_echo = true;
     bool m_reportedUnread = false;
+    bool m_reportedLongLine = false;
     bool m_retired = false;
     bool m_stopSignalled = false;
     const std::shared_ptr<CmdServerLink> m_link = std::make_shared<CmdServerLink>();

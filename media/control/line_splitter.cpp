@@ -1,4 +1,6 @@
-#include "media/line_splitter.h"
+#include "media/control/line_splitter.h"
+
+#include <utility>
 
 void LineSplitter::append(const QString& text)
 {
@@ -9,14 +11,17 @@ void LineSplitter::append(const QString& text)
     m_mayHoldFeed = true;
 }
 
-QString LineSplitter::cut(int position, int terminatorLength)
+LineSplitter::Line LineSplitter::cut(int position, int terminatorLength)
 {
-    const QString line = m_buffer.mid(m_start, position - m_start);
+    const int length = position - m_start;
+    Line line{{}, std::exchange(m_isTooLong, false) || length > kMaxLineLength};
+    if (!line.isTooLong)
+        line.text = m_buffer.mid(m_start, length);
     m_start = position + terminatorLength;
     return line;
 }
 
-std::optional<QString> LineSplitter::next()
+std::optional<LineSplitter::Line> LineSplitter::next()
 {
     // Cutting at the front brings nothing new about, so one search in vain serves all lines of this text.
     if (m_mayHoldPair) {
@@ -34,21 +39,18 @@ std::optional<QString> LineSplitter::next()
     const int carriageReturn = m_buffer.indexOf(QLatin1Char('\r'), m_start);
     if (carriageReturn >= 0)
         return cut(carriageReturn, 1);
+    if (pending() > kMaxLineLength) {
+        m_buffer.truncate(m_start);
+        m_isTooLong = true;
+    }
     return std::nullopt;
-}
-
-bool LineSplitter::limitPending()
-{
-    if (pending() <= kMaxLineLength)
-        return false;
-    m_buffer.truncate(m_start + kMaxLineLength);
-    return true;
 }
 
 void LineSplitter::clear()
 {
     m_buffer.clear();
     m_start = 0;
+    m_isTooLong = false;
     m_mayHoldPair = false;
     m_mayHoldFeed = false;
 }

@@ -1,4 +1,4 @@
-#include "media/cmd_map.h"
+#include "media/control/cmd_map.h"
 
 #include <utility>
 

@@ -5,6 +5,7 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QDir>
 
 namespace {
 
@@ -23,6 +24,10 @@ const QCommandLineOption kJson(QStringLiteral("json"), QStringLiteral("With --li
 const QCommandLineOption kDelete(QStringLiteral("delete"),
                                  QStringLiteral("End the device with this process id and exit."),
                                  QStringLiteral("PID"));
+const QCommandLineOption kSend(QStringLiteral("send"),
+                               QStringLiteral("Send the arguments, one command, to the device with this process id, "
+                                              "print its answer and exit: --send PID type Hello."),
+                               QStringLiteral("PID"));
 
 /// Made when it is first needed, for its text is put together from what other files know.
 const QCommandLineOption& setOption()
@@ -91,13 +96,41 @@ Request parseWindowRequest(const QCommandLineParser& parser, const StartOptions&
     return request;
 }
 
-Request parseDeleteRequest(const QCommandLineParser& parser, const StartOptions& start)
+/// The process id that the option was given; nothing when it is none.
+std::optional<qint64> processIdOf(const QCommandLineParser& parser, const QCommandLineOption& option)
 {
     bool isNumber = false;
-    const qint64 processId = parser.value(kDelete).toLongLong(&isNumber);
-    if (!isNumber || processId <= 0)
+    const qint64 processId = parser.value(option).toLongLong(&isNumber);
+    return isNumber && processId > 0 ? std::optional(processId) : std::nullopt;
+}
+
+/// The words of a command as one line. The file of a disk's command is looked up from the folder that the user is in,
+/// which is not the device's.
+QString commandOf(const QStringList& words)
+{
+    const bool hasFile = words.size() > 1 && (words[0] == QLatin1String("insert") || words[0] == QLatin1String("save"));
+    const QString line = words.join(QLatin1Char(' '));
+    return hasFile ? words[0] + QLatin1Char(' ') + QDir::current().absoluteFilePath(line.mid(words[0].size() + 1))
+                   : line;
+}
+
+Request parseSendRequest(const QCommandLineParser& parser, const StartOptions& start)
+{
+    const auto processId = processIdOf(parser, kSend);
+    if (!processId)
+        return usageError(QStringLiteral("'%1' is not a process id.").arg(parser.value(kSend)));
+    const QString command = commandOf(parser.positionalArguments());
+    if (command.trimmed().isEmpty())
+        return usageError(QStringLiteral("--send needs a command after the process id."));
+    return SendRequest{*processId, command, start.logRules};
+}
+
+Request parseDeleteRequest(const QCommandLineParser& parser, const StartOptions& start)
+{
+    const auto processId = processIdOf(parser, kDelete);
+    if (!processId)
         return usageError(QStringLiteral("'%1' is not a process id.").arg(parser.value(kDelete)));
-    return DeleteRequest{processId, start.logRules};
+    return DeleteRequest{*processId, start.logRules};
 }
 
 } // namespace
@@ -107,7 +140,11 @@ Request parseCommandLine(const QStringList& arguments)
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Creates, lists and removes virtual USB devices."));
     const QCommandLineOption version = parser.addVersionOption();
-    parser.addOptions({kHelp, kDemo, kCreate, setOption(), kList, kJson, kDelete});
+    parser.addOptions({kHelp, kDemo, kCreate, setOption(), kList, kJson, kDelete, kSend});
+    // A command's words may look like options: "wheel -3".
+    parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
+    parser.addPositionalArgument(QStringLiteral("COMMAND"), QStringLiteral("With --send: the command and its words."),
+                                 QStringLiteral("[COMMAND...]"));
     addLanguageOption(parser);
     addLogOption(parser);
 
@@ -120,19 +157,21 @@ Request parseCommandLine(const QStringList& arguments)
     const StartOptions start = readStartOptions(parser);
     if (!start.error.isEmpty())
         return usageError(start.error);
-    if (!parser.positionalArguments().isEmpty())
+    if (!parser.positionalArguments().isEmpty() && !parser.isSet(kSend))
         return usageError(QStringLiteral("Unexpected argument '%1'.").arg(parser.positionalArguments().first()));
-    if (parser.isSet(kList) && parser.isSet(kDelete))
-        return usageError(QStringLiteral("--list and --delete do not go together."));
+    const int commands = int(parser.isSet(kList)) + int(parser.isSet(kDelete)) + int(parser.isSet(kSend));
+    if (commands > 1)
+        return usageError(QStringLiteral("--list, --delete and --send do not go together."));
     if (parser.isSet(kJson) && !parser.isSet(kList))
         return usageError(QStringLiteral("--json goes with --list."));
-    if ((parser.isSet(kList) || parser.isSet(kDelete)) &&
-        (parser.isSet(kCreate) || parser.isSet(setOption()) || parser.isSet(kDemo) || start.language))
+    if (commands > 0 && (parser.isSet(kCreate) || parser.isSet(setOption()) || parser.isSet(kDemo) || start.language))
         return usageError(QStringLiteral(
-            "--list and --delete open no window: --demo, --create, --set and --language do not go with them."));
+            "--list, --delete and --send open no window: --demo, --create, --set and --language do not go with them."));
     if (parser.isSet(kList))
         return ListRequest{parser.isSet(kJson), start.logRules};
     if (parser.isSet(kDelete))
         return parseDeleteRequest(parser, start);
+    if (parser.isSet(kSend))
+        return parseSendRequest(parser, start);
     return parseWindowRequest(parser, start);
 }

@@ -33,6 +33,14 @@ struct DeleteRequest
     QString logRules = {};
 };
 
+/// Send one command to a running device, without a window.
+struct SendRequest
+{
+    qint64 processId = 0;
+    QString command;
+    QString logRules = {};
+};
+
 /// Print a text and exit: help, the version, or an error (exit code 2, to standard error).
 struct PrintRequest
 {
@@ -40,7 +48,7 @@ struct PrintRequest
     bool isError = false;
 };
 
-using Request = std::variant<WindowRequest, ListRequest, DeleteRequest, PrintRequest>;
+using Request = std::variant<WindowRequest, ListRequest, DeleteRequest, SendRequest, PrintRequest>;
 
 /// Reads the arguments, of which the first is the program's name. Relative files in settings count from the current
 /// folder.

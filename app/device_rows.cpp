@@ -1,17 +1,18 @@
 #include "app/device_rows.h"
 
 #include "devices/device_type.h"
+#include "devices/parameter_list.h"
 
 #include <QCoreApplication>
 
 QStringList launchedDeviceRow(const QString& typeWord, const QString& joinedParameters, qint64 processId)
 {
-    const QStringList fields = joinedParameters.split(QLatin1Char('\n'));
-    return {fields.value(3),
+    const QStringList fields = splitParameters(joinedParameters);
+    return {fields.value(parameter::Name),
             QString::number(processId),
-            QLatin1String("0x") + fields.value(1),
-            QLatin1String("0x") + fields.value(2),
-            fields.value(4),
+            QLatin1String("0x") + fields.value(parameter::Vid),
+            QLatin1String("0x") + fields.value(parameter::Pid),
+            fields.value(parameter::UsbVersion),
             typeWord,
             QStringLiteral("Running")};
 }
@@ -46,11 +47,10 @@ QStringList restoredDeviceRow(const DeviceRecordManager::RestoredDevice& device)
             device.running ? QStringLiteral("Running") : QStringLiteral("Stopped")};
 }
 
-QIcon restoredDeviceIcon(const DeviceRecordManager::RestoredDevice& device)
+QString restoredDeviceIconPath(const DeviceRecordManager::RestoredDevice& device)
 {
     const auto type = deviceTypeFromRecordCode(device.record.deviceType);
-    const QString path = type ? deviceTypeIconPath(*type) : QString();
-    return path.isEmpty() ? QIcon() : QIcon(path);
+    return type ? deviceTypeIconPath(*type) : QString();
 }
 
 QString deviceTypeCaption(const QString& typeCell)

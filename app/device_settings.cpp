@@ -10,43 +10,10 @@ ScriptedParameters listOf(const SettingsReading<Settings>& reading)
 {
     if (!reading.settings)
         return {{}, reading.error};
-    return {parameterList(*reading.settings), {}};
+    return {reading.settings->parameterList(), {}};
 }
 
 } // namespace
-
-QStringList parameterList(const CameraSettings& chosen)
-{
-    CameraParameters camera;
-    camera.vid = chosen.vid;
-    camera.pid = chosen.pid;
-    camera.name = chosen.deviceName;
-    camera.usbVersion = chosen.usbVersion();
-    camera.source = chosen.source();
-    camera.codecId = chosen.codecId();
-    camera.pixelFormat = chosen.pixelFormat();
-    camera.resolution = chosen.resolution;
-    camera.frameRate = chosen.frameRate;
-    camera.uvcVersion = chosen.uvcVersion();
-    camera.isochronousActive = chosen.isochronousActive;
-    return cameraParameterList(camera);
-}
-
-QStringList parameterList(const MicrophoneSettings& chosen)
-{
-    MicrophoneParameters microphone;
-    microphone.vid = chosen.vid;
-    microphone.pid = chosen.pid;
-    microphone.name = chosen.deviceName;
-    microphone.usbVersion = chosen.usbVersion;
-    microphone.uacVersion = chosen.uacVersion;
-    microphone.realTime = chosen.realTime;
-    microphone.source = chosen.source();
-    microphone.channels = chosen.channels;
-    microphone.sampleRate = chosen.sampleRate;
-    microphone.loop = chosen.loop;
-    return microphoneParameterList(microphone);
-}
 
 ScriptedParameters scriptedParameters(DeviceType type, const QStringList& assignments)
 {

@@ -1,16 +1,9 @@
-// device_settings.h: turns what was chosen for a camera or microphone into the parameter list that creates it.
+// device_settings.h: the parameter lists of devices that a script creates.
 #pragma once
 
 #include "devices/device_type.h"
-#include "devices/parameter_list.h"
 
 #include <QStringList>
-
-struct CameraSettings;
-struct MicrophoneSettings;
-
-QStringList parameterList(const CameraSettings& chosen);
-QStringList parameterList(const MicrophoneSettings& chosen);
 
 /// A parameter list, or the sentence that says why there is none.
 struct ScriptedParameters

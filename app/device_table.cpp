@@ -1,18 +1,22 @@
 #include "app/device_table.h"
 
 #include "app/device_rows.h"
+#include "runtime/shown_text.h"
 #include "ui/plain_tool_tip.h"
 
 #include <QHeaderView>
 #include <QHelpEvent>
+#include <QScrollBar>
+#include <QStyledItemDelegate>
 #include <QToolTip>
 
 #include <algorithm>
 
 namespace {
 
-constexpr int kLongestText = 1000;       // a record may hold a million letters, which would take seconds to paint
-constexpr int kValueRole = Qt::UserRole; // of a cell that shows another text than was given: the given one
+constexpr int kLongestText = 1000;           // a record may hold a million letters, which would take seconds to paint
+constexpr int kValueRole = Qt::UserRole;     // of a cell that shows another text than was given: the given one
+constexpr int kEndedRole = Qt::UserRole + 1; // of a row's first cell
 
 QString textOf(const QTableWidgetItem* cell)
 {
@@ -21,6 +25,37 @@ QString textOf(const QTableWidgetItem* cell)
     const QVariant value = cell->data(kValueRole);
     return value.isValid() ? value.toString() : cell->text();
 }
+
+/// Rows of devices that have ended look like what is switched off, in whatever style, but can be selected.
+class RowDelegate final : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+protected:
+    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override
+    {
+        QStyledItemDelegate::initStyleOption(option, index);
+        if (!index.siblingAtColumn(0).data(kEndedRole).toBool())
+            return;
+        option->state &= ~QStyle::State_Enabled;
+        // Styles dim texts so far that they are hard to read, and not at all on the colour of a selection.
+        QPalette& palette = option->palette;
+        palette.setColor(QPalette::Disabled, QPalette::Text,
+                         between(palette.color(QPalette::Base), palette.color(QPalette::Text)));
+        palette.setColor(QPalette::Disabled, QPalette::HighlightedText,
+                         between(palette.color(QPalette::Highlight), palette.color(QPalette::HighlightedText)));
+    }
+
+private:
+    static QColor between(const QColor& back, const QColor& front)
+    {
+        constexpr qreal kFront = 0.55;
+        const auto mix = [](qreal one, qreal other) { return one + (other - one) * kFront; };
+        return QColor::fromRgbF(mix(back.redF(), front.redF()), mix(back.greenF(), front.greenF()),
+                                mix(back.blueF(), front.blueF()));
+    }
+};
 
 } // namespace
 
@@ -37,6 +72,7 @@ DeviceTable::DeviceTable(QWidget* parent) : QTableWidget(kMinimumRows, kColumns,
     horizontalHeader()->setHighlightSections(false);
     verticalHeader()->setHighlightSections(false);
     setContextMenuPolicy(Qt::CustomContextMenu);
+    setItemDelegate(new RowDelegate(this));
 
     constexpr int kHeight = 300;
     constexpr int kRowHeight = 27;
@@ -48,13 +84,13 @@ DeviceTable::DeviceTable(QWidget* parent) : QTableWidget(kMinimumRows, kColumns,
         horizontalHeader()->setFixedHeight(left);
 }
 
-void DeviceTable::addDevice(const QStringList& cells, const QIcon& icon)
+int DeviceTable::addDevice(const QStringList& cells, const QIcon& icon)
 {
     const int row = firstFreeRow();
     const int count = std::min(cells.size(), columnCount());
     for (int column = 0; column < count; ++column) {
         const QString value = cells[column].left(kLongestText);
-        const QString shown = column == kTypeColumn ? deviceTypeCaption(value) : value;
+        const QString shown = shownText(column == kTypeColumn ? deviceTypeCaption(value) : value, kLongestText);
         auto* cell = new QTableWidgetItem(shown);
         if (shown != value)
             cell->setData(kValueRole, value);
@@ -63,6 +99,54 @@ void DeviceTable::addDevice(const QStringList& cells, const QIcon& icon)
             cell->setIcon(icon);
         setItem(row, column, cell);
     }
+    return row;
+}
+
+void DeviceTable::setEnded(int row, bool ended)
+{
+    if (ended == isEnded(row))
+        return;
+    item(row, 0)->setData(kEndedRole, ended);
+    item(row, 0)->setData(Qt::AccessibleDescriptionRole, ended ? tr("ended") : QVariant());
+    viewport()->update();
+}
+
+bool DeviceTable::isEnded(int row) const
+{
+    const QTableWidgetItem* first = item(row, 0);
+    return first && first->data(kEndedRole).toBool();
+}
+
+std::vector<int> DeviceTable::deviceRows() const
+{
+    std::vector<int> rows;
+    for (int row = 0; row < rowCount(); ++row) {
+        if (identityAt(row))
+            rows.push_back(row);
+    }
+    return rows;
+}
+
+DeviceTable::View DeviceTable::view() const
+{
+    return {identityAt(selectedRow()), currentColumn(), verticalScrollBar()->value()};
+}
+
+void DeviceTable::setView(const View& view)
+{
+    const std::optional<int> row = view.selected ? rowOf(*view.selected) : std::nullopt;
+    if (row)
+        setCurrentCell(*row, view.column);
+    verticalScrollBar()->setValue(view.scrolled);
+}
+
+std::optional<int> DeviceTable::rowOf(const Identity& device) const
+{
+    for (const int row : deviceRows()) {
+        if (identityAt(row)->processId == device.processId)
+            return row;
+    }
+    return std::nullopt;
 }
 
 void DeviceTable::clearDevices()

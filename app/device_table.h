@@ -5,6 +5,7 @@
 #include <QTableWidget>
 
 #include <optional>
+#include <vector>
 
 class DeviceTable : public QTableWidget
 {
@@ -19,10 +20,15 @@ public:
 
     explicit DeviceTable(QWidget* parent = nullptr);
 
-    /// Fills the first row whose first cell is missing or empty, else a new one. Texts beyond the columns are dropped,
-    /// and so is what a text has beyond 1,000 letters; each cell has its text as tool tip; the icon, if any, goes into
-    /// the first cell. The type is shown by its caption in the window's language (see deviceTypeCaption()).
-    void addDevice(const QStringList& cells, const QIcon& icon = {});
+    /// Fills the first row whose first cell is missing or empty, else a new one, and gives back which. Texts beyond the
+    /// columns are dropped, and so is what a text has beyond 1,000 letters; each cell has its text as tool tip; the
+    /// icon, if any, goes into the first cell. The type is shown by its caption in the window's language (see
+    /// deviceTypeCaption()), and no text shows characters that would change how its row reads (see shownText()).
+    int addDevice(const QStringList& cells, const QIcon& icon = {});
+
+    /// Dims the row of a device that has ended, or undims it.
+    void setEnded(int row, bool ended);
+    bool isEnded(int row) const;
 
     /// Empties the table and gives it its ten rows; the headers stay.
     void clearDevices();
@@ -38,8 +44,23 @@ public:
     };
     std::optional<Identity> identityAt(int row) const;
 
+    /// Rows that stand for a device.
+    std::vector<int> deviceRows() const;
+
     /// The selected row, -1 when none is.
     int selectedRow() const;
+
+    /// What the user looks at: the selected device's cell, and how far the table is scrolled.
+    struct View
+    {
+        std::optional<Identity> selected;
+        int column = 0;
+        int scrolled = 0;
+    };
+    View view() const;
+
+    /// Selects that device where it is now, if it is still there, and scrolls as far as before.
+    void setView(const View& view);
 
     /// Texts of a row's cells as addDevice() got them, in whatever language they are shown; a missing cell as an empty
     /// text.
@@ -53,6 +74,7 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
+    std::optional<int> rowOf(const Identity& device) const;
     void showToolTip(const QTableWidgetItem* cell, const QPoint& place);
     int firstFreeRow();
 };

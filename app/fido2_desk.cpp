@@ -2,18 +2,29 @@
 
 #include "devices/device_record_manager.h"
 #include "devices/device_type.h"
-#include "fido2/device_detail_dialog.h"
-#include "fido2/fido2_setting_dialog.h"
-#include "fido2/fido2_user_confirmation_dialog.h"
+#include "fido2/dialogs/confirmation_result.h"
+#include "fido2/dialogs/device_detail_dialog.h"
+#include "fido2/dialogs/fido2_setting_dialog.h"
+#include "fido2/dialogs/fido2_user_confirmation_dialog.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QFileInfo>
-#include <QPointer>
+#include <QRegularExpression>
+#include <QTimer>
 
 namespace {
 
-constexpr int kSerialParameter = 5; // of a security key's creation parameter list
+constexpr int kEndCheckMs = 1000;
+
+/// The second click of a double click that answered one request finds no button yet.
+ConfirmationQueue::Timing queueTiming()
+{
+    constexpr int kSlack = 100; // ms
+    ConfirmationQueue::Timing timing;
+    timing.pause = QApplication::doubleClickInterval() + kSlack;
+    return timing;
+}
 
 /// A restored row bears the label of the type, one that was just launched its word; they differ in letter case.
 bool isSecurityKey(const QString& typeCell)
@@ -31,8 +42,12 @@ Fido2Desk::Fido2Desk(QWidget* window, Fido2Environment environment, const Device
     , m_records(records)
     , m_prompter(prompter)
     , m_channels(this)
-    , m_queue([this](const ConfirmationRequest& request) { showConfirmation(request); }, this)
-{}
+    , m_queue([this](const ConfirmationRequest& request) { showConfirmation(request); },
+              [this](qint64 processId) { m_channels.answer(processId, false, deniedResult(false)); }, queueTiming(),
+              this)
+{
+    connect(&m_channels, &Fido2Channels::deviceDisconnected, this, &Fido2Desk::checkAsker);
+}
 
 std::optional<Fido2Parameters> Fido2Desk::askForKey()
 {
@@ -72,17 +87,33 @@ std::optional<QString> Fido2Desk::serialNumberOf(const QString& name, const QStr
         if (const QString file = deviceRecordFileName(named); existing.contains(file))
             candidates << file;
     }
-    for (const QString& file : candidates + existing) {
+    // Every record's file is named after its process; reading all the others could cost gigabytes.
+    candidates += existing.filter(QRegularExpression(QStringLiteral("_%1\\.json\\z").arg(processId)));
+    for (const QString& file : qAsConst(candidates)) {
         const DeviceRecord record = m_records.loadRecord(file);
         if (processId > 0 && record.processId == processId)
-            return record.publicParams.value(kSerialParameter).trimmed();
+            return record.publicParams.value(parameter::KeySerialNumber).trimmed();
     }
     return {};
 }
 
-void Fido2Desk::ask(const QObject* client, const QString& operation, const QJsonObject& data)
+void Fido2Desk::ask(qint64 processId, const QString& operation, const QJsonObject& data)
 {
-    m_queue.add({m_channels.processIdOf(client).value_or(0), operation, data});
+    m_queue.add({processId, operation, data, QDateTime::currentDateTime()});
+}
+
+/// A channel may be lost and come back; only a process that has ended asks no more. It is looked for a little later,
+/// since its socket closes before it is gone.
+void Fido2Desk::checkAsker(qint64 processId)
+{
+    QTimer::singleShot(kEndCheckMs, this, [this, processId] {
+        const Fido2Client* client = m_channels.clientOf(processId);
+        if ((client && client->isConnected()) || m_records.isProcessRunning(processId))
+            return;
+        m_queue.forget(processId);
+        if (m_dialog && m_asker == processId)
+            m_dialog->showAskerGone();
+    });
 }
 
 void Fido2Desk::dropDevice(qint64 processId)
@@ -99,6 +130,9 @@ void Fido2Desk::showConfirmation(const ConfirmationRequest& request)
     QWidget* front = QApplication::activeModalWidget();
     const QPointer<Fido2UserConfirmationDialog> dialog =
         new Fido2UserConfirmationDialog(request.operation, request.data, front ? front : m_window, m_environment);
+    m_dialog = dialog;
+    m_asker = request.processId;
+    dialog->showAsker(request.processId, request.arrived);
     connect(dialog, &Fido2UserConfirmationDialog::userConfirmed, this,
             [this, processId = request.processId](bool confirmed, const QJsonObject& result) {
                 m_channels.answer(processId, confirmed, result);

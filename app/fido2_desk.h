@@ -2,16 +2,18 @@
 #pragma once
 
 #include "devices/parameter_list.h"
-#include "fido2/confirmation_queue.h"
-#include "fido2/fido2_channels.h"
-#include "fido2/fido2_environment.h"
+#include "fido2/channel/confirmation_queue.h"
+#include "fido2/channel/fido2_channels.h"
+#include "fido2/file/fido2_environment.h"
 #include "ui/prompter.h"
 
 #include <QObject>
+#include <QPointer>
 
 #include <optional>
 
 class DeviceRecordManager;
+class Fido2UserConfirmationDialog;
 class QWidget;
 
 /// GUI thread only. Owned by the window, which it uses as the parent of its dialogs.
@@ -32,14 +34,15 @@ public:
     /// not.
     void showDetails(const QString& name, const QString& processId, const QString& type);
 
-    /// Queues a request of the client that `client` is; for any other object there is no one to answer.
-    void ask(const QObject* client, const QString& operation, const QJsonObject& data);
+    /// Queues a request of that process; for 0 there is no one to answer.
+    void ask(qint64 processId, const QString& operation, const QJsonObject& data);
 
     /// Closes the channel of a device that was deleted and forgets what it still asks.
     void dropDevice(qint64 processId);
 
 private:
     void showConfirmation(const ConfirmationRequest& request);
+    void checkAsker(qint64 processId);
     /// Serial number in the record of that device; nothing without a record.
     std::optional<QString> serialNumberOf(const QString& name, const QString& type, qint64 processId) const;
 
@@ -49,4 +52,6 @@ private:
     Prompter& m_prompter;
     Fido2Channels m_channels;
     ConfirmationQueue m_queue;
+    QPointer<Fido2UserConfirmationDialog> m_dialog; ///< the one that is open
+    qint64 m_asker = 0;                             ///< process whose dialog it is
 };

@@ -3,18 +3,25 @@
 #include "app/command_line.h"
 #include "app/creation_slots.h"
 #include "app/log.h"
+#include "app/logged_output.h"
 #include "app/main_window.h"
 #include "app/script_commands.h"
 #include "app/standard_streams.h"
 #include "app/startup_fetch.h"
+#include "app/window_place.h"
 #include "driver/platform/system_platform.h"
 #include "runtime/program_run.h"
 #include "runtime/start_options.h"
 #include "ui/chinese_font.h"
+#include "ui/high_dpi.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QIcon>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
 
 namespace {
 
@@ -30,17 +37,15 @@ bool checkBusDriver(bool simulated)
     const std::filesystem::path path(folder.toStdU16String());
     const auto platform =
         simulated ? driver::simulatedPlatform(driver::simulatedTreeFile(path)) : driver::systemPlatform(path);
-    driver::BusDriverSetup setup(*platform, folder.toStdWString());
+    LoggedOutput output;
+    driver::BusDriverSetup setup(*platform, folder.toStdWString(), output);
     return ensureBusDriver(setup, simulated ? ElevatedDriver() : elevatedDriver());
 }
 
-int runWindow(int argc, char** argv, const WindowRequest& request)
+int runWindow(const WindowRequest& request)
 {
-    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
-    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
-    QApplication application(argc, argv);
     const ProgramRun run(kProgram, kVersion, request.logRules);
-    const Language language = speakAsAsked(request.language, application);
+    const Language language = speakAsAsked(request.language, *qApp);
     if (language == Language::SimplifiedChinese)
         preferSimplifiedChinese();
     QDir::setCurrent(QCoreApplication::applicationDirPath());
@@ -49,17 +54,18 @@ int runWindow(int argc, char** argv, const WindowRequest& request)
         return -1;
 
     MainWindow window;
+    restorePlace(window);
     window.show();
     qCInfo(appLog).noquote() << "Main window shown in" << languageWord(language);
     const StartupFetch fetch(startupFetchUrl(QStringLiteral(STARTUP_FETCH_HOST)));
     invokeCreationSlots(&window, request.toCreate);
-    return QApplication::exec();
+    const int result = QApplication::exec();
+    rememberPlace(window);
+    return result;
 }
 
-int runScript(int argc, char** argv, const QString& logRules,
-              const std::function<ScriptResult(const DeviceRecordManager&)>& command)
+int runScript(const QString& logRules, const std::function<ScriptResult(const DeviceRecordManager&)>& command)
 {
-    const QCoreApplication application(argc, argv);
     const ProgramRun run(kProgram, kVersion, logRules);
     QDir::setCurrent(QCoreApplication::applicationDirPath());
     const ScriptResult result = command(DeviceRecordManager());
@@ -73,11 +79,26 @@ int print(const PrintRequest& request)
     return printed && !request.isError ? 0 : kFailure;
 }
 
-/// An application object of its own: a display must not be needed to ask for help.
-Request readCommandLine(int argc, char** argv)
+/// Qt's own options are words behind a single dash, such as -platform.
+bool hasOptionsOfQt(int argc, char** argv)
 {
-    const QCoreApplication application(argc, argv);
-    return parseCommandLine(QCoreApplication::arguments());
+    return std::any_of(argv, argv + argc, [](const char* argument) {
+        return argument[0] == '-' && argument[1] != '-' && std::strlen(argument) > 2;
+    });
+}
+
+/// Which kind of application it will be depends on the arguments: a display must not be needed to ask for help. Qt
+/// takes its own options out of the arguments of the kind that has windows.
+std::unique_ptr<QCoreApplication> makeApplication(int& argc, char** argv)
+{
+    const bool opensWindow = hasOptionsOfQt(argc, argv) || [&] {
+        const QCoreApplication reader(argc, argv);
+        return std::holds_alternative<WindowRequest>(parseCommandLine(QCoreApplication::arguments()));
+    }();
+    if (!opensWindow)
+        return std::make_unique<QCoreApplication>(argc, argv);
+    scaleWithScreens();
+    return std::make_unique<QApplication>(argc, argv);
 }
 
 } // namespace
@@ -86,15 +107,17 @@ int main(int argc, char** argv)
 {
     QCoreApplication::setApplicationName(QStringLiteral("Plugboard"));
     QCoreApplication::setApplicationVersion(kVersion);
-    const Request request = readCommandLine(argc, argv);
+    const auto application = makeApplication(argc, argv);
+    const Request request = parseCommandLine(QCoreApplication::arguments());
 
     if (const auto* text = std::get_if<PrintRequest>(&request))
         return print(*text);
     if (const auto* list = std::get_if<ListRequest>(&request))
-        return runScript(argc, argv, list->logRules,
-                         [list](const auto& records) { return listDevices(records, list->json); });
+        return runScript(list->logRules, [list](const auto& records) { return listDevices(records, list->json); });
     if (const auto* removal = std::get_if<DeleteRequest>(&request))
-        return runScript(argc, argv, removal->logRules,
+        return runScript(removal->logRules,
                          [removal](const auto& records) { return deleteDevice(records, removal->processId); });
-    return runWindow(argc, argv, std::get<WindowRequest>(request));
+    if (const auto* send = std::get_if<SendRequest>(&request))
+        return runScript(send->logRules, [send](const auto&) { return sendCommand(send->processId, send->command); });
+    return runWindow(std::get<WindowRequest>(request));
 }

@@ -1,12 +1,16 @@
 #include "app/main_window.h"
 
+#include "app/application_menu.h"
 #include "app/device_rows.h"
 #include "app/device_settings.h"
 #include "app/device_table.h"
 #include "app/device_type_bar.h"
+#include "app/device_watch.h"
+#include "app/edge_grip.h"
 #include "app/fido2_desk.h"
 #include "app/log.h"
 #include "app/process_ender.h"
+#include "app/status_line.h"
 #include "app/title_bar.h"
 #include "app/window_body.h"
 #include "devices/device_record_manager.h"
@@ -14,6 +18,7 @@
 #include "devices/parameter_list.h"
 #include "dialogs/camera_setting_dialog.h"
 #include "dialogs/microphone_setting_dialog.h"
+#include "runtime/shown_text.h"
 #include "ui/busy_cursor.h"
 
 #include <QApplication>
@@ -33,7 +38,9 @@ MainWindow::MainWindow(QWidget* parent, Prompter& prompter, MainWindowServices s
 {
     setWindowTitle(QStringLiteral("Plugboard"));
     setAttribute(Qt::WA_TranslucentBackground);
-    resize(720, 500);
+    constexpr QSize kSize(720, 500);
+    setMinimumSize(kSize);
+    resize(kSize);
 
     const QString folder =
         m_services.recordsFolder.isEmpty() ? QCoreApplication::applicationDirPath() : m_services.recordsFolder;
@@ -54,11 +61,7 @@ void MainWindow::openFido2Desk(const QString& folder)
     Fido2Channels* channels = &m_fido2->channels();
     connect(channels, &Fido2Channels::deviceConnected, this, &MainWindow::onFido2DeviceConnected);
     connect(channels, &Fido2Channels::deviceDisconnected, this, &MainWindow::onFido2DeviceDisconnected);
-    // Connected to each client, for the slot finds the process id by its sender.
-    connect(channels, &Fido2Channels::clientCreated, this, [this](Fido2Client* client) {
-        connect(client, &Fido2Client::userConfirmationRequestReceived, this,
-                &MainWindow::showFido2UserConfirmationDialog);
-    });
+    connect(channels, &Fido2Channels::confirmationRequested, m_fido2, &Fido2Desk::ask);
 }
 
 void MainWindow::buildLayout()
@@ -67,6 +70,28 @@ void MainWindow::buildLayout()
     connect(m_titleBar, &TitleBar::minimizeRequested, this, &MainWindow::onMinimize);
     connect(m_titleBar, &TitleBar::closeRequested, this, &MainWindow::onClose);
 
+    m_table = new DeviceTable(this);
+    m_table->setFocus(); // the keys are for devices, not for the button to minimise
+    connect(m_table, &QTableWidget::itemDoubleClicked, this, &MainWindow::onTableItemDoubleClicked);
+    connect(m_table, &QWidget::customContextMenuRequested, this, &MainWindow::onTableWidgetContextMenu);
+
+    m_statusLine = new StatusLine(this);
+    m_watch = new DeviceWatch(*m_table, *m_statusLine, m_services.launcher, m_services.takeSnapshot, this);
+    new EdgeGrip(EdgeGrip::Side::Left, kShadowWidth, this);
+    new EdgeGrip(EdgeGrip::Side::Right, kShadowWidth, this);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(kShadowWidth, kShadowWidth, kShadowWidth, kShadowWidth);
+    layout->setSpacing(0);
+    layout->addWidget(m_titleBar);
+    layout->addWidget(buildTypeBar());
+    layout->addWidget(m_table);
+    layout->addWidget(m_statusLine);
+    layout->addStretch();
+}
+
+QWidget* MainWindow::buildTypeBar()
+{
     const std::vector<DeviceTypeEntry> entries = {
         {QStringLiteral(":/icons/res/microphone.png"), tr("Microphone"), [this] { onCreateMicrophone(); }},
     };
@@ -74,25 +99,15 @@ void MainWindow::buildLayout()
     connect(typeBar, &DeviceTypeBar::closedFeatureRequested, this, [this] {
         m_prompter.information(this, tr("Info"), tr("This feature is not yet open, please stay tuned ..."));
     });
-
-    m_table = new DeviceTable(this);
-    m_table->setFocus(); // the keys are for devices, not for the button to minimise
-    connect(m_table, &QTableWidget::itemDoubleClicked, this, &MainWindow::onTableItemDoubleClicked);
-    connect(m_table, &QWidget::customContextMenuRequested, this, &MainWindow::onTableWidgetContextMenu);
-
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(kShadowWidth, kShadowWidth, kShadowWidth, kShadowWidth);
-    layout->setSpacing(0);
-    layout->addWidget(m_titleBar);
-    layout->addWidget(typeBar);
-    layout->addWidget(m_table);
-    layout->addStretch();
+    return typeBar;
 }
 
 void MainWindow::addShortcuts()
 {
-    auto* refresh = new QShortcut(QKeySequence::Refresh, this);
-    connect(refresh, &QShortcut::activated, this, &MainWindow::refreshDevices);
+    auto* menu = new ApplicationMenu(m_icons, this);
+    connect(menu, &ApplicationMenu::refreshRequested, this, &MainWindow::refreshDevices);
+    auto* openMenu = new QShortcut(Qt::Key_F10, this);
+    connect(openMenu, &QShortcut::activated, this, [this, menu] { menu->openAt(m_titleBar->geometry().bottomLeft()); });
 
     auto* remove = new QShortcut(QKeySequence::Delete, m_table, nullptr, nullptr, Qt::WidgetShortcut);
     connect(remove, &QShortcut::activated, this,
@@ -116,12 +131,13 @@ void MainWindow::CallUsbDaemon(const QString& devType, const QString& args, cons
 {
     const std::optional<qint64> processId = [&] {
         const BusyCursor busy;
-        return m_services.launcher.launch(args);
+        return m_services.launcher.launch(args, m_watch->lookWhenEnded());
     }();
     if (!processId)
         return;
-    qCInfo(appLog).noquote() << "Device created, type" << devType << "process" << *processId;
+    qCInfo(appLog).noquote() << "Device process started, type" << devType << "process" << *processId;
     m_table->addDevice(launchedDeviceRow(devType, args, *processId));
+    m_watch->countRows();
     callback(*processId);
 }
 
@@ -134,13 +150,16 @@ void MainWindow::onCreateCamera()
 {
     CameraSettingDialog dialog(nullptr, m_prompter);
     if (dialog.exec() == QDialog::Accepted)
-        createDevice(deviceTypeWord(DeviceType::Camera), parameterList(dialog.settings()));
+        createDevice(deviceTypeWord(DeviceType::Camera), dialog.settings().parameterList());
 }
 
 void MainWindow::onCreateMouse()
 {
     const BusyCursor busy;
-    m_table->addDevice(mouseRow(m_services.launcher.launchBare()), QIcon(QStringLiteral(":/icons/res/mouse.png")));
+    const qint64 processId = m_services.launcher.launchBare(m_watch->lookWhenEnded());
+    const int row = m_table->addDevice(mouseRow(processId), m_icons.icon(QStringLiteral(":/icons/res/mouse.png")));
+    m_table->setEnded(row, processId == 0); // it never started
+    m_watch->countRows();
 }
 
 void MainWindow::onCreateFido2()
@@ -148,7 +167,7 @@ void MainWindow::onCreateFido2()
     const std::optional<Fido2Parameters> key = m_fido2->askForKey();
     if (!key)
         return;
-    CallUsbDaemon(deviceTypeWord(DeviceType::Fido2), joinParameters(fido2ParameterList(*key)),
+    CallUsbDaemon(deviceTypeWord(DeviceType::Fido2), joinParameters(key->parameterList()),
                   [this](qint64 processId) { m_fido2->channels().add(processId); });
 }
 
@@ -161,7 +180,7 @@ void MainWindow::onCreateMicrophone()
 {
     MicrophoneSettingDialog dialog(nullptr, m_prompter);
     if (dialog.exec() == QDialog::Accepted)
-        createDevice(deviceTypeWord(DeviceType::Microphone), parameterList(dialog.settings()));
+        createDevice(deviceTypeWord(DeviceType::Microphone), dialog.settings().parameterList());
 }
 
 void MainWindow::onCreateSpeaker()
@@ -194,16 +213,19 @@ void MainWindow::deleteDevice(int row)
         m_prompter.warning(this, tr("Warning"), tr("Invalid process ID"));
         return;
     }
+    const QString name = shownText(device.name);
     // A box runs an event loop, in which a row can move.
     const QPersistentModelIndex place(m_table->model()->index(row, DeviceTable::kNameColumn));
     const QString question = tr("Are you sure you want to delete device \"%1\"?\nThis will terminate process ID: %2")
-                                 .arg(device.name, QString::number(processId));
-    if (!m_prompter.question(this, tr("Confirm Deletion"), question) || !endDevice(processId))
+                                 .arg(name, QString::number(processId));
+    if (!m_prompter.question(this, tr("Confirm Deletion"), question, m_watch->remarkOn(processId)) ||
+        !endDevice(processId))
         return;
     m_fido2->dropDevice(processId);
     if (place.isValid())
         m_table->removeDevice(place.row());
-    m_prompter.information(this, tr("Success"), tr("Device \"%1\" has been successfully deleted").arg(device.name));
+    m_watch->countRows();
+    m_prompter.information(this, tr("Success"), tr("Device \"%1\" has been successfully deleted").arg(name));
 }
 
 bool MainWindow::endDevice(qint64 processId)
@@ -255,6 +277,7 @@ void MainWindow::onTableWidgetContextMenu(const QPoint& position)
 
 void MainWindow::refreshDevices()
 {
+    const DeviceTable::View view = m_table->view();
     m_table->clearDevices();
     if (!m_records) {
         qCWarning(appLog) << "DeviceRecordManager not available";
@@ -262,17 +285,24 @@ void MainWindow::refreshDevices()
     }
     const auto devices = m_records->restoreDevices();
     for (const DeviceRecordManager::RestoredDevice& device : devices) {
-        m_table->addDevice(restoredDeviceRow(device), restoredDeviceIcon(device));
+        const QIcon icon = m_icons.icon(restoredDeviceIconPath(device));
+        m_table->setEnded(m_table->addDevice(restoredDeviceRow(device), icon), !device.isDevice);
         if (device.running && deviceTypeFromRecordCode(device.record.deviceType) == DeviceType::Fido2)
             m_fido2->channels().add(device.record.processId);
     }
+    m_table->setView(view);
+    m_watch->countRows();
 }
 
 void MainWindow::copySelectedRow()
 {
     const int row = m_table->selectedRow();
-    if (m_table->identityAt(row))
-        QApplication::clipboard()->setText(m_table->cellTexts(row).join(QLatin1Char('\t')));
+    if (!m_table->identityAt(row))
+        return;
+    QStringList texts = m_table->cellTexts(row);
+    for (QString& text : texts)
+        text = shownText(text); // where it is pasted, none of it may end the cell
+    QApplication::clipboard()->setText(texts.join(QLatin1Char('\t')));
 }
 
 void MainWindow::showDeviceDetails(int row)
@@ -295,7 +325,7 @@ void MainWindow::onFido2DeviceDisconnected(qint64 processId)
 
 void MainWindow::showFido2UserConfirmationDialog(const QString& operation, const QJsonObject& request)
 {
-    m_fido2->ask(sender(), operation, request);
+    m_fido2->ask(m_fido2->channels().processIdOf(sender()).value_or(0), operation, request);
 }
 
 void MainWindow::paintEvent(QPaintEvent*)

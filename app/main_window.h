@@ -2,6 +2,7 @@
 #pragma once
 
 #include "app/packet_capture.h"
+#include "app/row_icons.h"
 #include "devices/device_launcher.h"
 #include "devices/process_table.h"
 #include "ui/prompter.h"
@@ -14,8 +15,10 @@
 
 class DeviceRecordManager;
 class DeviceTable;
+class DeviceWatch;
 class Fido2Desk;
 class QTableWidgetItem;
+class StatusLine;
 class TitleBar;
 
 /// What the window reaches the system through; the defaults are the real ones.
@@ -37,7 +40,7 @@ public:
     explicit MainWindow(QWidget* parent = nullptr, Prompter& prompter = systemPrompter(),
                         MainWindowServices services = {});
 
-    /// Rebuilds the table from the records of the devices that run.
+    /// Rebuilds the table from the records of the devices that run. The selection stays with its device.
     void refreshDevices();
 
     DeviceTable& deviceTable() { return *m_table; }
@@ -79,6 +82,7 @@ private:
     void createDevice(const QString& typeWord, const QStringList& fields);
     void deleteDevice(int row);
     bool endDevice(qint64 processId);
+    QWidget* buildTypeBar();
     void copySelectedRow();
 
     Prompter& m_prompter;
@@ -87,6 +91,9 @@ private:
     Fido2Desk* m_fido2 = nullptr;
     TitleBar* m_titleBar = nullptr;
     DeviceTable* m_table = nullptr;
+    StatusLine* m_statusLine = nullptr;
+    DeviceWatch* m_watch = nullptr;
+    RowIcons m_icons;
     bool m_dragging = false;
     QPoint m_dragOffset; ///< pointer minus the frame's top left, in global pixels
 };

@@ -1,6 +1,6 @@
 #include "app/packet_capture.h"
 
-#include "capture/capture_dialog.h"
+#include "capture/view/capture_dialog.h"
 
 #include <QCoreApplication>
 

@@ -2,7 +2,9 @@
 
 #include "app/device_rows.h"
 #include "app/process_ender.h"
+#include "devices/device_commands.h"
 #include "devices/device_type.h"
+#include "runtime/shown_text.h"
 
 #include <QDeadlineTimer>
 #include <QJsonArray>
@@ -24,16 +26,16 @@ QJsonObject describe(const DeviceRecordManager::RestoredDevice& device)
             {QStringLiteral("usbVid"), record.usbVid},
             {QStringLiteral("usbPid"), record.usbPid},
             {QStringLiteral("usbVersion"), record.usbVersion},
-            {QStringLiteral("running"), device.running}};
+            {QStringLiteral("running"), device.running},
+            {QStringLiteral("host"), record.host}};
 }
 
-/// One line with tabs between the cells. A name can hold any character: no control character of it may end the cell or
-/// reach a terminal.
+/// One line with tabs between the cells. A name can hold any character: none of it may end the cell or act on a
+/// terminal.
 QString lineOf(QStringList cells)
 {
     for (QString& cell : cells)
-        std::replace_if(
-            cell.begin(), cell.end(), [](QChar c) { return c.category() == QChar::Other_Control; }, QLatin1Char('?'));
+        std::replace_if(cell.begin(), cell.end(), isMisleading, QLatin1Char('?'));
     return cells.join(QLatin1Char('\t')) + QLatin1Char('\n');
 }
 
@@ -58,7 +60,7 @@ ScriptResult listDevices(const DeviceRecordManager& records, bool json)
         QJsonArray list;
         for (const auto& device : devices)
             list.append(describe(device));
-        return {0, QString::fromUtf8(QJsonDocument(list).toJson()), {}};
+        return {0, escapedJson(QJsonDocument(list)), {}};
     }
     QString lines;
     for (const auto& device : devices)
@@ -90,4 +92,11 @@ ScriptResult deleteDevice(const DeviceRecordManager& records, qint64 processId,
         return {2, {}, QStringLiteral("Process %1 still runs.\n").arg(processId)};
     records.removeStaleRecords();
     return {};
+}
+
+ScriptResult sendCommand(qint64 processId, const QString& command)
+{
+    const CommandOutcome outcome = sendDeviceCommand(processId, command);
+    const QString line = outcome.line + QLatin1Char('\n');
+    return outcome.done ? ScriptResult{0, line, {}} : ScriptResult{2, {}, line};
 }

@@ -15,11 +15,14 @@ struct ScriptResult
     QString error;  ///< for standard error
 };
 
-/// The devices that a table refresh would show, one a line with tabs between its cells ('?' stands for a control
-/// character), or a JSON array.
+/// The devices that a table refresh would show, one a line with tabs between its cells, or a JSON array. What
+/// would act on a terminal is '?' in the one and an escape in the other.
 ScriptResult listDevices(const DeviceRecordManager& records, bool json);
 
 /// Ends the device with that process id and removes its record. A process without a record is left alone, and so is
 /// one that does not run the device program: a record can outlive its process, whose id another program then gets.
 ScriptResult deleteDevice(const DeviceRecordManager& records, qint64 processId,
                           const std::function<KillCommand(qint64)>& toolFor = killCommand);
+
+/// Sends the command to the device with that process id and prints its answer, an "ERROR: ..." as an error.
+ScriptResult sendCommand(qint64 processId, const QString& command);

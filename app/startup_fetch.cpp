@@ -17,7 +17,8 @@ protected:
     {
         constexpr qint64 kBodyLimit = 1024 * 1024;
         QNetworkAccessManager manager;
-        QNetworkReply* reply = manager.get(QNetworkRequest(m_url));
+        QNetworkReply* reply = manager.get(request());
+        reply->setReadBufferSize(kBodyLimit + 1);
         QObject::connect(reply, &QNetworkReply::readyRead, reply, [reply] {
             if (reply->bytesAvailable() > kBodyLimit)
                 reply->abort();
@@ -32,6 +33,17 @@ protected:
     }
 
 private:
+    /// One GET whatever the server says: nothing to unpack, since a small reply could become a large one, no other
+    /// place to go to, and no answer to a demand for credentials, which the system's own would be.
+    QNetworkRequest request() const
+    {
+        QNetworkRequest request(m_url);
+        request.setRawHeader("Accept-Encoding", "identity");
+        request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
+        request.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
+        return request;
+    }
+
     QUrl m_url;
 };
 

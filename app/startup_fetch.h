@@ -10,7 +10,8 @@ class QThread;
 
 /// GETs a URL over plain HTTP and discards what comes; nothing is shown or logged, whatever the outcome, and nothing
 /// waits for it. It has no time-out: a server that never answers keeps the thread until this object goes, which ends
-/// the request and so never holds up the program's exit. A body is read up to 1 MiB.
+/// the request and so never holds up the program's exit. A body is read up to 1 MiB and never unpacked; redirections
+/// and demands for credentials end the request.
 class StartupFetch
 {
 public:

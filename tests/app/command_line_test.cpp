@@ -2,6 +2,7 @@
 #include "app/creation_slots.h"
 #include "tests/support/suite_registry.h"
 
+#include <QDir>
 #include <QtTest>
 
 class CommandLineTest : public QObject
@@ -25,6 +26,8 @@ QString describe(const Request& request)
         return list->json ? QStringLiteral("list json") : QStringLiteral("list");
     if (const auto* removal = std::get_if<DeleteRequest>(&request))
         return QStringLiteral("delete %1").arg(removal->processId);
+    if (const auto* send = std::get_if<SendRequest>(&request))
+        return QStringLiteral("send %1 [%2]").arg(send->processId).arg(send->command);
     const auto& window = std::get<WindowRequest>(request);
     QString text = window.demo ? QStringLiteral("demo window") : QStringLiteral("window");
     for (const CreationRequest& creation : window.toCreate) {
@@ -56,9 +59,16 @@ void CommandLineTest::understands_data()
     row("delete", "--delete 4312", "delete 4312");
     row("a process id must be a number", "--delete x", "error: 'x' is not a process id.");
     row("a process id must be positive", "--delete 0", "error: '0' is not a process id.");
-    row("list and delete exclude each other", "--list --delete 3", "error: --list and --delete do not go together.");
+    row("a command keeps what looks like an option", "--send 4312 move -5 --3", "send 4312 [move -5 --3]");
+    QTest::newRow("a disk's file is looked up from here")
+        << QStringLiteral("--send 4312 insert my disk.img")
+        << QStringLiteral("send 4312 [insert %1/my disk.img]").arg(QDir::currentPath());
+    row("a command is needed", "--send 4312", "error: --send needs a command after the process id.");
+    row("list and delete exclude each other", "--list --delete 3",
+        "error: --list, --delete and --send do not go together.");
     row("a script command opens no window", "--list --create mouse",
-        "error: --list and --delete open no window: --demo, --create, --set and --language do not go with them.");
+        "error: --list, --delete and --send open no window: --demo, --create, --set and --language do not go with "
+        "them.");
     row("settings belong to the device before them",
         "--create camera --set source=http://127.0.0.1/v --create keyboard --create microphone --set vid=00ff --create "
         "camera "
@@ -71,10 +81,13 @@ void CommandLineTest::understands_data()
     row("a setting without a device", "--set rate=60", "error: --set goes after the --create that it belongs to.");
     row("a bad setting names its device", "--create camera --create microphone --set vid=1",
         "error: --create microphone: '1' is no value for vid; expected four hexadecimal digits.");
+    row("a device without a name, whose row the next would take", "--create camera --set name=",
+        "error: --create camera: '' is no value for name; expected a text on one line, not an empty one.");
     row("a device without settings", "--create mouse --set name=x",
         "error: --create mouse: A device of type 'mouse' has no settings to give.");
     row("settings of a script command", "--list --set name=x",
-        "error: --list and --delete open no window: --demo, --create, --set and --language do not go with them.");
+        "error: --list, --delete and --send open no window: --demo, --create, --set and --language do not go with "
+        "them.");
     row("an unknown option is refused", "--frob", "error: Unknown option 'frob'.");
     row("only one kind of help", "--help-all", "error: Unknown option 'help-all'.");
     row("a stray argument is refused", "mouse", "error: Unexpected argument 'mouse'.");

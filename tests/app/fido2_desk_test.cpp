@@ -2,13 +2,14 @@
 #include "app/main_window.h"
 #include "devices/device_record_manager.h"
 #include "devices/device_type.h"
-#include "fido2/fido2_channels.h"
+#include "fido2/channel/fido2_channels.h"
 #include "tests/support/scripted_prompter.h"
 #include "tests/support/suite_registry.h"
 #include "tests/support/when_opens.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QLocalServer>
@@ -32,7 +33,9 @@ private slots:
     void aKeyHasDetails();
     void giveUpStartsNothing();
     void requestsAreAskedAndAnsweredInTurn();
+    void aDoubleClickAnswersOneRequest();
     void aDeviceMayVanishWhileItsDialogIsOpen();
+    void requestsOfAnEndedProcessAreForgotten();
     void anUnknownSenderIsAnsweredByNoOne();
     void registersWithARealDevice();
 
@@ -247,6 +250,43 @@ void Fido2DeskTest::requestsAreAskedAndAnsweredInTurn()
     QTRY_VERIFY(!QApplication::activeModalWidget());
 }
 
+/// The second click of a double click comes when the first dialog is closed, and lands where the next one opens.
+void Fido2DeskTest::aDoubleClickAnswersOneRequest()
+{
+    Device device;
+    saveRecord(QStringLiteral("Key"), QStringLiteral("S1"));
+    MainWindow window(nullptr, m_prompter, services());
+    window.show();
+    const std::unique_ptr<QLocalSocket> socket(device.accept());
+    QVERIFY(socket);
+    int opened = 0;
+    const auto clickConfirm = [](QDialog& dialog) {
+        QTest::mouseClick(dialog.findChild<QPushButton*>(QStringLiteral("confirm")), Qt::LeftButton);
+    };
+    QElapsedTimer sinceAnswer;
+    whenOpens(kConfirmation, [&](QDialog& first) {
+        ++opened;
+        clickConfirm(first);
+        QVERIFY(first.isVisible()); // a click that was meant for what lay here before
+        QTest::keyClick(&first, Qt::Key_Escape);
+        QVERIFY(first.isVisible());
+        QTRY_VERIFY((clickConfirm(first), !first.isVisible()));
+        sinceAnswer.start();
+        whenOpens(kConfirmation, [&](QDialog& second) {
+            ++opened;
+            QVERIFY(sinceAnswer.elapsed() > QApplication::doubleClickInterval());
+            clickConfirm(second);
+            QVERIFY(second.isVisible());
+            click(second, "deny");
+        });
+    });
+    send(socket.get(), question("first.example"));
+    QTRY_COMPARE(opened, 1);
+    send(socket.get(), question("second.example"));
+    QTRY_COMPARE(opened, 2);
+    QTRY_VERIFY(!QApplication::activeModalWidget());
+}
+
 void Fido2DeskTest::aDeviceMayVanishWhileItsDialogIsOpen()
 {
     auto device = std::make_unique<Device>();
@@ -264,6 +304,37 @@ void Fido2DeskTest::aDeviceMayVanishWhileItsDialogIsOpen()
     send(device->accept(), question("a.example"));
     QTRY_VERIFY(answered);
     QTRY_VERIFY(!QApplication::activeModalWidget());
+}
+
+void Fido2DeskTest::requestsOfAnEndedProcessAreForgotten()
+{
+    auto device = std::make_unique<Device>();
+    saveRecord(QStringLiteral("Key"), QStringLiteral("S1"));
+    bool runs = true;
+    MainWindowServices services = this->services();
+    services.takeSnapshot = [&] {
+        return runs ? ProcessSnapshot({std::uint32_t(kProcessId)}) : ProcessSnapshot(std::vector<std::uint32_t>());
+    };
+    MainWindow window(nullptr, m_prompter, services);
+    int opened = 0;
+    whenOpens(kConfirmation, [&](QDialog& dialog) {
+        ++opened;
+        QSignalSpy arrived(window.findChild<Fido2Client*>(), &Fido2Client::userConfirmationRequestReceived);
+        send(device->server.findChild<QLocalSocket*>(), question("waiting.example"));
+        QTRY_COMPARE(arrived.size(), 1);
+        runs = false;
+        device.reset();
+        const auto* confirm = dialog.findChild<QPushButton*>(QStringLiteral("confirm"));
+        QTRY_VERIFY(!confirm->isEnabled());
+        QVERIFY(dialog.findChild<QLabel*>(QStringLiteral("asker"))->text().contains(QStringLiteral("has ended")));
+        QTest::ignoreMessage(QtWarningMsg, "FIDO2 client for process 918 not available or not connected");
+        click(dialog, "deny");
+    });
+    send(device->accept(), question("a.example"));
+    QTRY_COMPARE(opened, 1);
+    whenOpens(kConfirmation, [&](QDialog&) { ++opened; });
+    QTest::qWait(2 * QApplication::doubleClickInterval());
+    QCOMPARE(opened, 1);
 }
 
 void Fido2DeskTest::anUnknownSenderIsAnsweredByNoOne()

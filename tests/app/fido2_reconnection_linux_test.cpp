@@ -1,6 +1,6 @@
 // The channel to a real device process that is stopped, ended and started again; stopping one takes Linux signals.
 #include "devices/device_launcher.h"
-#include "fido2/fido2_channels.h"
+#include "fido2/channel/fido2_channels.h"
 #include "tests/support/security_key.h"
 #include "tests/support/suite_registry.h"
 

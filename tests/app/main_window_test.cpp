@@ -1,7 +1,9 @@
 #include "app/device_table.h"
 #include "app/device_type_bar.h"
 #include "app/main_window.h"
+#include "app/status_line.h"
 #include "app/title_bar.h"
+#include "app/window_place.h"
 #include "devices/device_record_manager.h"
 #include "devices/device_type.h"
 #include "tests/support/kill_tool.h"
@@ -15,6 +17,8 @@
 #include <QMetaMethod>
 #include <QPushButton>
 #include <QRegularExpression>
+#include <QScrollBar>
+#include <QSet>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -28,13 +32,20 @@ private slots:
     void recordThatEndedIsDeletedBeforeItIsShown();
     void deletes_data();
     void deletes();
+    void deletingWhatIsNoDeviceIsToldOf_data();
+    void deletingWhatIsNoDeviceIsToldOf();
     void keyboardTakesTheSamePathsAsTheMouse();
+    void refreshKeepsWhatTheUserLooksAt();
+    void menuCreatesEveryTypeAndRefreshes();
+    void rowOfAProcessThatEndedIsDimmedAndCounted();
     void cellsWithoutADeviceDoNothing();
     void contextMenuEntries_data();
     void contextMenuEntries();
     void typeBarTellsOpenFeaturesFromClosedOnes();
     void titleBarHasTheDateAndMinimisesAndCloses();
     void draggingStartsInTheTitleBarOnly();
+    void sideMarginsMakeItWider();
+    void placeIsRemembered();
     void missingDeviceProcess();
     void launchesADevice();
 };
@@ -56,26 +67,29 @@ DeviceRecord record(DeviceType type, const QString& name, qint64 processId)
     return made;
 }
 
-/// A window over a records folder of its own, in which processes 1 to 999 run, and whose kill tool is chosen.
+/// A window over a records folder of its own, with device processes 1 to 999, and whose kill tool is chosen.
 struct Fixture
 {
+    Fixture()
+    {
+        for (std::uint32_t id = 1; id < 1000; ++id)
+            running.push_back(id);
+    }
+
     QTemporaryDir folder;
     ScriptedPrompter prompter;
     KillCommand tool = toolExiting(0);
     std::vector<qint64> killed;
     QStringList captured; ///< process ids that packet capture was asked for
+    std::vector<std::uint32_t> running;
+    QString program = deviceProgramName(); ///< of all that run
 
     MainWindowServices services()
     {
         MainWindowServices made;
         made.launcher = DeviceLauncher(folder.path());
         made.recordsFolder = folder.path();
-        made.takeSnapshot = [] {
-            std::vector<std::uint32_t> ids(999);
-            for (std::uint32_t i = 0; i < ids.size(); ++i)
-                ids[i] = i + 1;
-            return ProcessSnapshot(ids);
-        };
+        made.takeSnapshot = [this] { return ProcessSnapshot(running, program); };
         made.killCommand = [this](qint64 processId) {
             killed.push_back(processId);
             return tool;
@@ -97,6 +111,17 @@ QString tableText(const DeviceTable& table)
     }
     lines.sort();
     return lines.join(QLatin1Char('\n'));
+}
+
+/// What the status line says of the devices, its texts with a stroke between them.
+QString statusOf(const MainWindow& window)
+{
+    QStringList texts;
+    for (const QLabel* label : window.findChild<StatusLine*>()->findChildren<QLabel*>()) {
+        if (label->isVisibleTo(&window) && !label->text().contains(QLatin1String("F5")))
+            texts << label->text();
+    }
+    return texts.join(QLatin1Char('|'));
 }
 
 } // namespace
@@ -137,8 +162,17 @@ void MainWindowTest::restoresWhatRuns()
                                               "a & 7|17|0x1d6b|0x0002|0200|Microphone (UAC 1.0, Normal)\n"
                                               "a & 8|18|0x1d6b|0x0002|0200|Speaker\n"
                                               "mic|20|0x1d6b|0x0002|0200|Microphone (UAC 2.0, RT)"));
-    for (int row = 0; row < 9; ++row)
-        QCOMPARE(table.item(row, 0)->icon().isNull(), table.item(row, 1)->text() < QLatin1String("14"));
+    QSet<qint64> microphoneIcons;
+    for (int row = 0; row < 9; ++row) {
+        const QIcon icon = table.item(row, 0)->icon();
+        QCOMPARE(icon.isNull(), table.item(row, 1)->text() < QLatin1String("14"));
+        if (table.cellTexts(row).last().startsWith(QLatin1String("Microphone")))
+            microphoneIcons << icon.cacheKey();
+        const QImage selected = icon.pixmap(16, QIcon::Selected).toImage();
+        QVERIFY2(icon.isNull() || selected.pixelColor(0, selected.height() / 2).alpha() == 255,
+                 "a blue icon vanishes on a selected row unless a plate is behind it");
+    }
+    QCOMPARE(microphoneIcons.size(), 1); // one for all, or a thousand rows need 300 MB
 }
 
 void MainWindowTest::recordThatEndedIsDeletedBeforeItIsShown()
@@ -204,6 +238,39 @@ void MainWindowTest::deletes()
     QCOMPARE(table.rowCount(), 10);
 }
 
+void MainWindowTest::deletingWhatIsNoDeviceIsToldOf_data()
+{
+    QTest::addColumn<qint64>("processId");
+    QTest::addColumn<QString>("program");
+    QTest::addColumn<QString>("remark");
+    QTest::newRow("another program has the process id now")
+        << qint64(42) << "sle\nep"
+        << "The device has ended. Its process ID now belongs to another program: sle\uFFFDep";
+    QTest::newRow("no process has it") << qint64(5000) << deviceProgramName()
+                                       << "The device has ended. \"Refresh List\" takes its row away.";
+}
+
+void MainWindowTest::deletingWhatIsNoDeviceIsToldOf()
+{
+    QFETCH(qint64, processId);
+    QFETCH(QString, remark);
+    Fixture fixture;
+    QFETCH(QString, program);
+    fixture.program = program;
+    MainWindow window(nullptr, fixture.prompter, fixture.services());
+    DeviceTable& table = window.deviceTable();
+    table.addDevice({QStringLiteral("a\"?\nb\u202ec"), QString::number(processId)});
+    fixture.prompter.expectQuestion(
+        QStringLiteral("Confirm Deletion"),
+        QStringLiteral(
+            "Are you sure you want to delete device \"a\"?\uFFFDb\uFFFDc\"?\nThis will terminate process ID: %1")
+            .arg(processId),
+        false, remark);
+    emit table.itemDoubleClicked(table.item(0, 0));
+    QCOMPARE(fixture.prompter.verify(), QString());
+    QVERIFY(table.isEnded(0));
+}
+
 void MainWindowTest::keyboardTakesTheSamePathsAsTheMouse()
 {
     Fixture fixture;
@@ -230,6 +297,77 @@ void MainWindowTest::keyboardTakesTheSamePathsAsTheMouse()
     fixture.save(record(DeviceType::Speaker, QStringLiteral("new"), 7));
     QTest::keyClick(&table, Qt::Key_F5);
     QCOMPARE(tableText(table), QStringLiteral("new|7|0x1d6b|0x0002|0200|Speaker"));
+}
+
+void MainWindowTest::refreshKeepsWhatTheUserLooksAt()
+{
+    Fixture fixture;
+    for (int id = 1; id <= 40; ++id)
+        fixture.save(record(DeviceType::Speaker, QStringLiteral("device"), id));
+    MainWindow window(nullptr, fixture.prompter, fixture.services());
+    window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    DeviceTable& table = window.deviceTable();
+    table.setCurrentCell(30, 2);
+    table.verticalScrollBar()->setValue(25);
+    const QString chosen = table.identityAt(30)->processId;
+    const QString first = table.identityAt(0)->processId;
+    QVERIFY(QFile::remove(fixture.folder.filePath(QStringLiteral("device_device_%1.json").arg(first))));
+    QTest::keyClick(&table, Qt::Key_F5);
+    QCOMPARE(table.rowCount(), 39);
+    QCOMPARE(table.identityAt(table.selectedRow())->processId, chosen);
+    QCOMPARE(table.currentColumn(), 2);
+    QCOMPARE(table.verticalScrollBar()->value(), 25);
+}
+
+void MainWindowTest::menuCreatesEveryTypeAndRefreshes()
+{
+    Fixture fixture;
+    MainWindow window(nullptr, fixture.prompter, fixture.services());
+    window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    bool asked = false;
+    whenOpens(QStringLiteral("Camera Settings"), [&asked](QDialog& dialog) {
+        asked = true;
+        dialog.reject();
+    });
+    QTest::keyClick(&window.deviceTable(), Qt::Key_1, Qt::ControlModifier);
+    QTRY_VERIFY(asked);
+
+    window.activateWindow(); // without a window manager nobody else does
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    QStringList entries;
+    whenOpens<QMenu>({}, [&](QMenu& menu) {
+        for (const QAction* action : menu.actions())
+            entries << action->text() + QLatin1Char(' ') + action->shortcut().toString();
+        for (int down = 0; down < 4; ++down)
+            QTest::keyClick(&menu, Qt::Key_Down);
+        QTest::keyClick(&menu, Qt::Key_Return);
+    });
+    QTest::keyClick(&window, Qt::Key_F10);
+    // Its start is not checked, so a mouse has a row although there is no device program.
+    QTRY_COMPARE(tableText(window.deviceTable()), QStringLiteral("mouse|0|Relative|||"));
+    QCOMPARE(entries.join(QLatin1Char('|')),
+             QStringLiteral("New camera... Ctrl+1|New microphone... Ctrl+2|New speaker Ctrl+3|New keyboard Ctrl+4|"
+                            "New mouse Ctrl+5|New mass storage Ctrl+6|New security key... Ctrl+7|"
+                            "New USB/IP device Ctrl+8| |Refresh List F5"));
+}
+
+void MainWindowTest::rowOfAProcessThatEndedIsDimmedAndCounted()
+{
+    Fixture fixture;
+    for (const qint64 id : {7, 8})
+        fixture.save(record(DeviceType::Speaker, QStringLiteral("device"), id));
+    MainWindow window(nullptr, fixture.prompter, fixture.services());
+    window.show();
+    QCOMPARE(statusOf(window).section(QLatin1Char('|'), 0, 0), QStringLiteral("2 devices"));
+    fixture.running.erase(fixture.running.begin() + 7); // process 8
+    const DeviceTable& table = window.deviceTable();
+    const int ended = table.identityAt(0)->processId == QLatin1String("8") ? 0 : 1;
+    QTRY_VERIFY(table.isEnded(ended));
+    QVERIFY(!table.isEnded(1 - ended));
+    QCOMPARE(table.item(ended, 0)->toolTip(), QStringLiteral("device"));
+    QCOMPARE(statusOf(window).section(QLatin1Char('|'), 0, 0), QStringLiteral("2 devices, 1 ended"));
 }
 
 void MainWindowTest::cellsWithoutADeviceDoNothing()
@@ -353,10 +491,45 @@ void MainWindowTest::draggingStartsInTheTitleBarOnly()
     QCOMPARE(window.pos(), QPoint(130, 120));
 }
 
+void MainWindowTest::sideMarginsMakeItWider()
+{
+    Fixture fixture;
+    MainWindow window(nullptr, fixture.prompter, fixture.services());
+    window.move(200, 100);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    const auto pull = [&window](int from, int to) {
+        const auto at = [&window](int x) { return window.mapFromGlobal(QPoint(x, 400)); };
+        QTest::mousePress(window.windowHandle(), Qt::LeftButton, {}, at(from));
+        QTest::mouseMove(window.windowHandle(), at(to));
+        QTest::mouseRelease(window.windowHandle(), Qt::LeftButton, {}, at(to));
+    };
+    pull(916, 1016);
+    QCOMPARE(window.geometry(), QRect(200, 100, 820, 500));
+    pull(203, 153);
+    QCOMPARE(window.geometry(), QRect(150, 100, 870, 500));
+    QCOMPARE(window.deviceTable().size(), QSize(870 - 2 * 8, 300));
+    pull(1016, 300);
+    QCOMPARE(window.geometry(), QRect(150, 100, 720, 500));
+}
+
+void MainWindowTest::placeIsRemembered()
+{
+    Fixture fixture;
+    MainWindow window(nullptr, fixture.prompter, fixture.services());
+    window.setGeometry(30, 40, 760, 500);
+    rememberPlace(window);
+    MainWindow next(nullptr, fixture.prompter, fixture.services());
+    QCOMPARE(next.size(), QSize(720, 500));
+    restorePlace(next);
+    QCOMPARE(next.geometry(), QRect(30, 40, 760, 500));
+}
+
 void MainWindowTest::missingDeviceProcess()
 {
     Fixture fixture;
     MainWindow window(nullptr, fixture.prompter, fixture.services());
+    QCOMPARE(statusOf(window), QStringLiteral("No devices|usb-daemon.exe is missing"));
     bool called = false;
     window.CallUsbDaemon(QStringLiteral("keyboard"), QStringLiteral("7\na\nb\nc"),
                          [&called](qint64) { called = true; });
@@ -366,6 +539,7 @@ void MainWindowTest::missingDeviceProcess()
     QVERIFY(QMetaObject::invokeMethod(&window, "onCreateMouse"));
     QCOMPARE(tableText(window.deviceTable()), QStringLiteral("mouse|0|Relative|||"));
     QVERIFY(!window.deviceTable().item(0, 0)->icon().isNull());
+    QCOMPARE(statusOf(window), QStringLiteral("1 device, 1 ended|usb-daemon.exe is missing"));
 }
 
 void MainWindowTest::launchesADevice()
@@ -373,6 +547,7 @@ void MainWindowTest::launchesADevice()
     Fixture fixture;
     MainWindowServices services = fixture.services();
     services.launcher = DeviceLauncher();
+    services.takeSnapshot = &ProcessSnapshot::take;
     MainWindow window(nullptr, fixture.prompter, services);
     qint64 started = 0;
     window.CallUsbDaemon(QStringLiteral("udisk"), QStringLiteral("6\n0x1\n2\nDisk\n\n0200\nEND"),
@@ -381,8 +556,9 @@ void MainWindowTest::launchesADevice()
     QCOMPARE(tableText(window.deviceTable()), QStringLiteral("Disk|%1|0x0x1|0x2||udisk").arg(started));
     QVERIFY_EXCEPTION_THROWN(window.CallUsbDaemon(QStringLiteral("udisk"), QStringLiteral("6"), nullptr),
                              std::bad_function_call);
-    // Neither is a list that the device process accepts: both end by themselves.
-    QTRY_VERIFY(!ProcessSnapshot::take().contains(started));
+    // Neither is a list that the device process accepts: both end by themselves, which shows at once.
+    QTRY_COMPARE(statusOf(window), QStringLiteral("2 devices, 2 ended"));
+    QVERIFY(!ProcessSnapshot::take().contains(started));
 }
 
 PLUGBOARD_SUITE(MainWindowTest)

@@ -26,6 +26,8 @@ private slots:
     void createsFromSettingsWithoutADialog();
     void refusesToEndAProcessThatIsNoDevice();
     void badArgumentsExitWith2();
+    void windowIsAsLargeAsTheDensityAsks_data();
+    void windowIsAsLargeAsTheDensityAsks();
 
 private:
     ProgramOutput run(const QStringList& arguments) const { return runBesideTest("plugboard", arguments); }
@@ -166,6 +168,30 @@ void ProgramTest::badArgumentsExitWith2()
     QCOMPARE(setting.exitCode, 2);
     QVERIFY2(setting.error.startsWith("--create camera: 'fast' is no value for rate;"), setting.error.constData());
     QVERIFY(run({QStringLiteral("--help")}).out.contains("--create"));
+}
+
+void ProgramTest::windowIsAsLargeAsTheDensityAsks_data()
+{
+    QTest::addColumn<QByteArray>("dotsPerInch");
+    QTest::addColumn<QSize>("pixels");
+    QTest::newRow("ordinary") << QByteArray("96") << QSize(720, 500);
+    QTest::newRow("half as dense again") << QByteArray("144") << QSize(1080, 750);
+    QTest::newRow("twice as dense") << QByteArray("192") << QSize(1440, 1000);
+}
+
+/// Also a start with options of Qt's own, which it takes before the program reads the others.
+void ProgramTest::windowIsAsLargeAsTheDensityAsks()
+{
+    QFETCH(QByteArray, dotsPerInch);
+    const QTemporaryDir folder;
+    qputenv("QT_FONT_DPI", dotsPerInch);
+    const ProgramRun run =
+        runWithUser(programBesideTest("plugboard"),
+                    {QStringLiteral("-style"), QStringLiteral("fusion"), QStringLiteral("--demo")}, {}, folder.path());
+    qunsetenv("QT_FONT_DPI");
+    QCOMPARE(run.seen, QStringList{QStringLiteral("window Plugboard")});
+    const QImage seen(folder.filePath(QString::fromLatin1(kSeenPicture).arg(1)));
+    QTEST(seen.size(), "pixels");
 }
 
 PLUGBOARD_SUITE(ProgramTest)

@@ -31,16 +31,18 @@ std::unique_ptr<DeviceRecordManager> ScriptCommandsTest::records()
 {
     QFile file(m_folder.filePath(QStringLiteral("device_x_42.json")));
     if (file.open(QIODevice::WriteOnly))
-        file.write(R"({"deviceType":6,"deviceName":"a\nb\tc\u001b[2Jd","processId":"42","isRunning":true})");
+        file.write(R"({"deviceType":6,"deviceName":"a\nb\tc\u001b[2Jd\u202e","processId":"42","isRunning":true})");
     return std::make_unique<DeviceRecordManager>(m_folder.path(),
                                                  [this] { return ProcessSnapshot(m_running, m_program); });
 }
 
 void ScriptCommandsTest::listsOneLineADevice()
 {
-    QCOMPARE(listDevices(*records(), false).output, QStringLiteral("a?b?c?[2Jd\t42\t\t\t\tStorage\tRunning\n"));
-    const QJsonDocument list = QJsonDocument::fromJson(listDevices(*records(), true).output.toUtf8());
-    QCOMPARE(list[0][QStringLiteral("name")].toString(), QStringLiteral("a\nb\tc\u001b[2Jd"));
+    QCOMPARE(listDevices(*records(), false).output, QStringLiteral("a?b?c?[2Jd?\t42\t\t\t\tStorage\tRunning\n"));
+    const QString json = listDevices(*records(), true).output;
+    QVERIFY2(!json.contains(QChar(0x202e)), "a direction mark would turn the terminal's line round");
+    const QJsonDocument list = QJsonDocument::fromJson(json.toUtf8());
+    QCOMPARE(list[0][QStringLiteral("name")].toString(), QStringLiteral("a\nb\tc\u001b[2Jd\u202e"));
 }
 
 void ScriptCommandsTest::deletes_data()

@@ -1,13 +1,12 @@
-// links: plugboard::capture plugboard::usb_sessions
+// links: plugboard::capture_file plugboard::emulation_channels
 // capture_decode_benchmark.cpp: bytes of the capture channel to decoded, stored packets, against a packet analyser that
 // decodes fields of the same packets from a file.
 #include "benchmarks/report.h"
-#include "capture/capture_client.h"
-#include "capture/pcapng_file.h"
-#include "tools/usb_daemon/sessions/device_session.h"
+#include "capture/channel/capture_client.h"
+#include "capture/file/file_job.h"
+#include "tests/support/sample_traffic.h"
 
 #include <QCoreApplication>
-#include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -19,16 +18,16 @@ constexpr int kPackets = 200'000;
 constexpr int kRounds = 3;
 constexpr int kRead = 64 * 1024; // bytes of a read from the socket
 
-/// Traffic of all device types, a slice of each at a time.
+/// Traffic of all kinds of device, a slice of each at a time.
 QByteArray traffic()
 {
-    std::vector<std::unique_ptr<DeviceSession>> sessions;
+    std::vector<tests::SampleTraffic> devices;
     std::uint32_t id = 0x10001;
-    for (const QString& type : deviceSessionTypes())
-        sessions.push_back(makeDeviceSession(type, id++));
+    for (const QString& kind : tests::SampleTraffic::kinds())
+        devices.emplace_back(kind, id++);
     QByteArray frames;
     for (std::size_t packet = 0; packet < kPackets; ++packet)
-        frames += packetFrame(sessions[packet / 100 % sessions.size()]->nextPacket(), 1700000000000);
+        frames += devices[packet / 100 % devices.size()].nextFrame(1700000000000);
     return frames;
 }
 
@@ -47,12 +46,9 @@ void writeCapture(const QString& path, const QByteArray& frames)
 {
     UsbIPCaptureClient client;
     client.receive(frames);
-    PcapngFile::PacketList all;
-    for (std::uint32_t id = 0x10001; id <= 0x10008; ++id)
-        all.insert(all.end(), client.packets(id).begin(), client.packets(id).end());
-    QFile file(path);
-    if (file.open(QIODevice::WriteOnly))
-        PcapngFile::write(file, all);
+    JobProgress progress;
+    if (!savingWork(client.store(), 0, path)(progress).isEmpty())
+        qFatal("the capture cannot be written");
 }
 
 double analyserMilliseconds(const QString& path)

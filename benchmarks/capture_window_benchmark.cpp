@@ -1,9 +1,9 @@
-// links: plugboard::capture plugboard::usb_sessions
+// links: plugboard::capture_view plugboard::emulation_channels
 // capture_window_benchmark.cpp: a million packets in the capture window: memory, stalls while they arrive, filtering,
 // saving, clearing and closing.
 #include "benchmarks/report.h"
-#include "capture/capture_dialog.h"
-#include "tools/usb_daemon/sessions/device_session.h"
+#include "capture/view/capture_dialog.h"
+#include "tests/support/sample_traffic.h"
 
 #include <QApplication>
 #include <QDateTime>
@@ -33,29 +33,36 @@ namespace {
 constexpr int kPackets = 1'000'000;
 constexpr int kRate = 50'000; // packets/s of the live part
 
-/// Traffic of all device types in turn, a slice of each at a time.
+/// Traffic of all kinds of device in turn, a slice of each at a time.
 class MixedTraffic
 {
 public:
     MixedTraffic()
     {
         std::uint32_t id = 0x10001;
-        for (const QString& type : deviceSessionTypes())
-            m_sessions.push_back(makeDeviceSession(type, id++));
+        for (const QString& kind : tests::SampleTraffic::kinds())
+            m_devices.emplace_back(kind, id++);
     }
     QByteArray nextFrame()
     {
-        const SessionPacket packet = m_sessions[m_count++ / 100 % m_sessions.size()]->nextPacket();
-        m_dataBytes += packet.data.size() + packet.setup.size() + packet.header.size();
-        return packetFrame(packet, QDateTime::currentMSecsSinceEpoch());
+        constexpr int kFixed = 8 + 40; // of a frame, before header, data and setup
+        const QByteArray frame =
+            m_devices[m_count++ / 100 % m_devices.size()].nextFrame(QDateTime::currentMSecsSinceEpoch());
+        m_dataBytes += frame.size() - kFixed;
+        return frame;
     }
     qint64 dataBytes() const { return m_dataBytes; }
 
 private:
-    std::vector<std::unique_ptr<DeviceSession>> m_sessions;
+    std::vector<tests::SampleTraffic> m_devices;
     std::size_t m_count = 0;
     qint64 m_dataBytes = 0;
 };
+
+std::size_t countOf(UsbIPCaptureDialog& dialog)
+{
+    return dialog.pane().packets().end() - dialog.pane().packets().first();
+}
 
 qint64 heapBytes()
 {
@@ -145,7 +152,7 @@ WorstTurn watchArrival(PacedSender& sender, UsbIPCaptureDialog& dialog, std::siz
         worst.turn();
         QThread::usleep(200);
     }
-    packetsPerSecond = double(dialog.packets().size() - before) / (whole.elapsed() * 1e-3);
+    packetsPerSecond = double(countOf(dialog) - before) / (whole.elapsed() * 1e-3);
     return worst;
 }
 
@@ -166,7 +173,7 @@ FilterTimes filterChange(UsbIPCaptureDialog& dialog, int entry, WorstTurn& worst
     dialog.table().viewport()->repaint();
     times.shown = clock.nsecsElapsed() * 1e-6;
     menu->close();
-    while (dialog.isReplacingRows())
+    while (dialog.pane().packets().isReplacingRows())
         worst.turn();
     times.complete = clock.nsecsElapsed() * 1e-6;
     return times;
@@ -190,7 +197,7 @@ class SavingPrompter final : public Prompter
 public:
     void information(QWidget*, const QString&, const QString&) override {}
     void warning(QWidget*, const QString&, const QString& text) override { qFatal("%s", qPrintable(text)); }
-    bool question(QWidget*, const QString&, const QString&) override { return false; }
+    bool question(QWidget*, const QString&, const QString&, const QString&) override { return false; }
     QString openFile(QWidget*, const QString&, const QString&, const QString&) override { return {}; }
     QString saveFile(QWidget*, const QString&, const QString&, const QString&) override { return path(); }
 
@@ -205,7 +212,7 @@ void reportSave(UsbIPCaptureDialog& dialog, const SavingPrompter& prompter)
     WorstTurn worst;
     QElapsedTimer clock;
     clock.start();
-    QTimer::singleShot(0, &dialog, &UsbIPCaptureDialog::askAndSave);
+    QTimer::singleShot(0, &dialog, [&dialog] { dialog.pane().askAndSave(); });
     do
         worst.turn();
     while (!QFileInfo::exists(prompter.path()));
@@ -235,7 +242,7 @@ void reportClear(UsbIPCaptureDialog& dialog)
     QTimer::singleShot(0, &dialog, &UsbIPCaptureDialog::onCaptureCleared);
     do
         worst.turn();
-    while (dialog.isReplacingRows() || !dialog.packets().empty());
+    while (dialog.pane().packets().isReplacingRows() || countOf(dialog) > 0);
     worst.reportAs("capture_window_clear_stall", "50 ms with 1,000,000 packets");
 }
 
@@ -263,7 +270,7 @@ void reportArrival(UsbIPCaptureDialog& dialog)
     while (!dialog.client().isConnected())
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     double rate = 0;
-    const std::size_t stored = dialog.packets().size();
+    const std::size_t stored = countOf(dialog);
     const WorstTurn worst = watchArrival(sender, dialog, stored, rate);
     worst.reportAs("capture_window_stall", "50 ms at 50,000 packets/s with 1,000,000 shown");
     std::fprintf(stderr, "%.0f packets/s arrived, %d sent\n", rate, sender.sent());
@@ -273,7 +280,7 @@ void reportArrival(UsbIPCaptureDialog& dialog)
 void measure()
 {
     SavingPrompter prompter;
-    const qint64 serverId = 900'000'000 + QCoreApplication::applicationPid();
+    const qint64 serverId = QCoreApplication::applicationPid();
     auto dialog = std::make_unique<UsbIPCaptureDialog>(serverId, 0, nullptr, prompter);
     dialog->show();
     QCoreApplication::processEvents();
@@ -281,10 +288,9 @@ void measure()
     reportArrival(*dialog);
     reportFilter(*dialog);
     reportSave(*dialog, prompter);
-    UsbIPCaptureDialog::PacketList packets = dialog->packets();
     reportClear(*dialog);
-    dialog->setPackets(std::move(packets));
-    while (dialog->isReplacingRows())
+    dialog->pane().packets().showStore(dialog->client().store());
+    while (dialog->pane().packets().isReplacingRows())
         QCoreApplication::processEvents();
     reportClose(std::move(dialog));
 }

@@ -1,4 +1,4 @@
-// links: plugboard::app plugboard::resources
+// links: plugboard::app plugboard::resources plugboard::translations
 // launch_benchmark.cpp: CallUsbDaemon, row included, against the bare start of the same process.
 #include "app/main_window.h"
 #include "app/process_ender.h"

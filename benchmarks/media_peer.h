@@ -9,9 +9,11 @@
 #include <QRegularExpression>
 #include <QString>
 #include <QStringList>
+#include <QTemporaryDir>
 
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <iostream>
 #include <sstream>
 
@@ -37,12 +39,22 @@ inline QStringList words(const QString& line)
     return line.split(QLatin1Char(' '), Qt::SkipEmptyParts);
 }
 
-/// Seconds of ffmpeg's own clock from the first packet to the last, without its start.
+/// Processor time that ffmpeg takes from the first packet to the last, in seconds, without its start. Unlike the time
+/// on the clock, it hardly depends on what else the machine does.
 inline double ffmpegSeconds(const QStringList& arguments)
 {
     const QString said = runFfmpeg(QStringList{QStringLiteral("-benchmark")} + arguments);
-    static const QRegularExpression time(QStringLiteral("rtime=([0-9.]+)s"));
-    return time.match(said).captured(1).toDouble();
+    static const QRegularExpression time(QStringLiteral("utime=([0-9.]+)s stime=([0-9.]+)s"));
+    const QRegularExpressionMatch match = time.match(said);
+    return match.captured(1).toDouble() + match.captured(2).toDouble();
+}
+
+/// Processor time of this program while it does the work, in seconds.
+inline double processorSeconds(const std::function<void()>& work)
+{
+    const std::clock_t begin = std::clock();
+    work();
+    return double(std::clock() - begin) / CLOCKS_PER_SEC;
 }
 
 /// Stages print their configuration; a benchmark prints one line only.
@@ -76,13 +88,31 @@ struct NullSink final : AVSourceSink
     std::int64_t samples = 0;
 };
 
-/// Low-latency H.264 of 1280 x 720 with some grain, 30 pictures a second.
-inline void makeGrainyClip(const QString& path, int pictures)
+/// Sizes that sources have, how many pictures are enough to measure, and a smaller size to bring them to.
+struct ClipShape
 {
-    runFfmpeg(words(QStringLiteral("-f lavfi -i testsrc2=size=1280x720:rate=30 -frames:v %1 -vf noise=alls=6:allf=t "
-                                   "-c:v libx264 -preset veryfast -bf 0 -pix_fmt yuv420p %2")
-                        .arg(pictures)
+    const char* name;
+    int width;
+    int height;
+    int pictures;
+    int targetWidth;
+    int targetHeight;
+};
+
+inline constexpr ClipShape kClipShapes[] = {
+    {"SD", 720, 576, 200, 480, 384}, {"1080p", 1920, 1080, 60, 1280, 720}, {"4K", 3840, 2160, 20, 1920, 1080}};
+
+/// Low-latency H.264 with some grain, 30 pictures a second.
+inline QString makeGrainyClip(const QTemporaryDir& folder, const ClipShape& shape)
+{
+    const QString path = folder.filePath(QStringLiteral("%1.mp4").arg(shape.width));
+    runFfmpeg(words(QStringLiteral("-f lavfi -i testsrc2=size=%1x%2:rate=30 -frames:v %3 -vf noise=alls=6:allf=t "
+                                   "-c:v libx264 -preset veryfast -bf 0 -pix_fmt yuv420p %4")
+                        .arg(shape.width)
+                        .arg(shape.height)
+                        .arg(shape.pictures)
                         .arg(path)));
+    return path;
 }
 
 inline ScalerSettings withoutServer()
@@ -92,8 +122,8 @@ inline ScalerSettings withoutServer()
     return settings;
 }
 
-/// Pictures or packets a second of a whole clip through the chain that `build` puts between reader and sink, in one
-/// thread.
+/// Pictures or packets a second of processor time, of a whole clip through the chain that `build` puts between reader
+/// and sink, in one thread.
 inline double videoItemsPerSecond(const QString& clip, const std::function<void(MediaReader&, NullSink&)>& build)
 {
     const QuietOutput quiet;
@@ -107,9 +137,9 @@ inline double videoItemsPerSecond(const QString& clip, const std::function<void(
     reader.setThreadCounts(1, 1);
     build(reader, sink);
     reader.rewind();
-    const double time = millisecondsOf([&] {
+    const double time = processorSeconds([&] {
         reader.readLoop(false);
         reader.flush();
     });
-    return 1000.0 * double(sink.items) / time;
+    return double(sink.items) / time;
 }

@@ -3,14 +3,25 @@
 include(CTest)
 
 set(PARAM_PUBLIC_KEY "" CACHE FILEPATH
-    "PEM file of the RSA key that device parameters are encrypted with; empty makes a development pair in the build tree")
+    "PEM file of the RSA key that device parameters are encrypted with; empty makes a pair in the build tree")
+set(PARAM_PRIVATE_KEY "" CACHE FILEPATH
+    "PEM file of the other half of PARAM_PUBLIC_KEY, compiled into the device process of the same build")
+if(PARAM_PUBLIC_KEY STREQUAL "" AND NOT PARAM_PRIVATE_KEY STREQUAL "")
+    message(FATAL_ERROR "PARAM_PRIVATE_KEY needs the PARAM_PUBLIC_KEY that it belongs to.")
+endif()
 set(STARTUP_FETCH_HOST "127.0.0.1" CACHE STRING "IPv4 host of the start-up fetch (plain HTTP, port 80 unless given)")
 set(DEFAULT_LAN_ADDRESS "127.0.0.1" CACHE STRING "IPv4 address that dialogs and the USB/IP device start with")
 option(CAPTURE_WINDOW "The context menu opens the capture window instead of the notice" OFF)
 
-option(PLUGBOARD_RELEASE "Only the programs that ship: neither the stand-in device process nor the sample driver package" OFF)
-if(PLUGBOARD_RELEASE AND PARAM_PUBLIC_KEY STREQUAL "")
-    message(FATAL_ERROR "A release needs PARAM_PUBLIC_KEY: nobody could read what is encrypted with a key made here.")
+option(PLUGBOARD_RELEASE "Only what ships: neither the sample driver package nor the tour" OFF)
+if(PLUGBOARD_RELEASE AND NOT PARAM_PUBLIC_KEY STREQUAL "" AND PARAM_PRIVATE_KEY STREQUAL "")
+    message(FATAL_ERROR "A release with a PARAM_PUBLIC_KEY needs its PARAM_PRIVATE_KEY: its devices must read what is sent.")
+endif()
+
+option(PLUGBOARD_ADMIT_UNKNOWN_PEERS
+    "Devices serve programs whose user cannot be looked up: for tests under Wine, which knows its own programs only" OFF)
+if(PLUGBOARD_RELEASE AND PLUGBOARD_ADMIT_UNKNOWN_PEERS)
+    message(FATAL_ERROR "A release serves nobody whom it does not know: PLUGBOARD_ADMIT_UNKNOWN_PEERS must be off.")
 endif()
 
 set(PLUGBOARD_SANITIZER "" CACHE STRING "address or thread: build everything under that sanitizer")

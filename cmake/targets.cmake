@@ -88,12 +88,14 @@ function(plugboard_tests folder)
     endforeach()
 endfunction()
 
-# plugboard_copy_beside(TARGET PROGRAM DIRECTORY): building TARGET also puts a copy of PROGRAM into DIRECTORY.
+# plugboard_copy_beside(TARGET PROGRAM DIRECTORY): building TARGET also puts a copy of PROGRAM into DIRECTORY, and of the
+# files that its property COPIED_WITH lists.
 function(plugboard_copy_beside target program directory)
     add_custom_target(${target}_${program}_copy
         COMMAND ${CMAKE_COMMAND} -E make_directory "${directory}"
-        COMMAND ${CMAKE_COMMAND} -E copy_if_different "$<TARGET_FILE:${program}>" "${directory}"
-        DEPENDS ${program} VERBATIM)
+        COMMAND ${CMAKE_COMMAND} -E copy_if_different
+                "$<TARGET_FILE:${program}>" "$<TARGET_PROPERTY:${program},COPIED_WITH>" "${directory}"
+        DEPENDS ${program} COMMAND_EXPAND_LISTS VERBATIM)
     add_dependencies(${target} ${target}_${program}_copy)
 endfunction()
 

@@ -1,6 +1,6 @@
-// links: plugboard::capture
+// links: plugboard::capture_channel
 // capture_frame_fuzzer.cpp: the frame reader gives the same frames however its bytes are sliced.
-#include "capture/frame_reader.h"
+#include "capture/channel/frame_reader.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
 // links: plugboard::fido2
 // credentials_file_fuzzer.cpp: a credentials file that is read, shown, merged with a form and given a PIN.
-#include "fido2/credential_texts.h"
-#include "fido2/credentials_file.h"
+#include "fido2/dialogs/credential_texts.h"
+#include "fido2/file/credentials_file.h"
 #include "fuzz/json_input.h"
 
 #include <QJsonDocument>

@@ -1,6 +1,6 @@
-// links: plugboard::capture
+// links: plugboard::capture_view
 // device_config_fuzzer.cpp: configurations as a device process reports them, to the rows of the viewer.
-#include "capture/device_config_rows.h"
+#include "capture/decode/device_config_rows.h"
 
 #include <QJsonDocument>
 

@@ -1,8 +1,8 @@
-// links: plugboard::usb_daemon_core
+// links: plugboard::emulation_message
 // Parameter messages as a device process reads them. Inputs are ciphertext as it stands below the base64 text, since a
 // random change of that text is nearly always just refused; and, encrypted first, plaintext in one block or in chunks.
 #include "devices/parameter_encryptor.h"
-#include "tools/usb_daemon/message_decoder.h"
+#include "emulation/message/message_decoder.h"
 
 #include <cstdint>
 #include <cstdlib>

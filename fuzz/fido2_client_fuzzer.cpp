@@ -1,8 +1,8 @@
 // links: plugboard::fido2
 // fido2_client_fuzzer.cpp: what a device process may do to its channel: write anything in any pieces, hang up, come
 // back.
-#include "fido2/fido2_client.h"
-#include "fido2/fido2_message.h"
+#include "fido2/channel/fido2_client.h"
+#include "fido2/channel/fido2_message.h"
 #include "fuzz/json_input.h"
 
 #include <QCoreApplication>

@@ -1,8 +1,8 @@
 // links: plugboard::fido2
 // fido2_message_fuzzer.cpp: a message of a device process, from its bytes to the texts and the answers.
-#include "fido2/confirmation_result.h"
-#include "fido2/confirmation_texts.h"
-#include "fido2/fido2_message.h"
+#include "fido2/channel/fido2_message.h"
+#include "fido2/dialogs/confirmation_result.h"
+#include "fido2/dialogs/confirmation_texts.h"
 #include "fuzz/json_input.h"
 
 #include <QJsonArray>

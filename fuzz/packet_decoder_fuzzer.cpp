@@ -1,9 +1,9 @@
-// links: plugboard::capture
+// links: plugboard::capture_file
 // packet_decoder_fuzzer.cpp: messages of a device process, from their bytes to every text that is made of them.
-#include "capture/capture_client.h"
-#include "capture/packet_columns.h"
-#include "capture/packet_details.h"
-#include "capture/urb_record.h"
+#include "capture/channel/capture_client.h"
+#include "capture/decode/packet_columns.h"
+#include "capture/decode/packet_details.h"
+#include "capture/file/urb_record.h"
 
 #include <QtEndian>
 
@@ -25,9 +25,9 @@ void check(const UsbIPPacketInfo& packet)
 {
     if (packetRowText(packet).count(QLatin1Char('\t')) < PacketColumnCount - 1 || countRows(packetDetails(packet)) < 12)
         std::abort();
-    std::uint32_t fullSize = 0;
-    const QByteArray record = urb_record::encode(packet, fullSize);
-    if (fullSize < static_cast<std::uint32_t>(record.size()) || !urb_record::decode(record))
+    TransferNumbers numbers;
+    const RawRecord record = urb_record::encode(packet);
+    if (record.fullSize < static_cast<std::uint32_t>(record.bytes.size()) || !urb_record::decode(record, numbers))
         std::abort();
 }
 

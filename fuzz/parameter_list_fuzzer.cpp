@@ -1,6 +1,7 @@
-// links: plugboard::usb_daemon_core
+// links: plugboard::emulation_message
 // Parameter texts. An accepted one must describe its device in the form that the rest of the process relies on.
-#include "tools/usb_daemon/parameter_list_parser.h"
+#include "devices/parameter_list.h"
+#include "emulation/message/parameter_list_parser.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -8,7 +9,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     const QString text = QString::fromUtf8(reinterpret_cast<const char*>(data), int(size));
-    const auto parsed = parseParameterList(splitParameterText(text));
+    const auto parsed = parseParameterList(splitParameters(text));
     if (!parsed) {
         if (parsed.fault().isEmpty() || parsed.fault().size() > 300)
             std::abort();

@@ -1,7 +1,8 @@
-// links: plugboard::capture
+// links: plugboard::capture_file
 // pcapng_fuzzer.cpp: files of captures; what was read can be written, and reads back as it is.
-#include "capture/packet_columns.h"
-#include "capture/pcapng_file.h"
+#include "capture/decode/packet_columns.h"
+#include "capture/file/capture_reader.h"
+#include "capture/file/capture_writer.h"
 
 #include <QBuffer>
 
@@ -14,18 +15,25 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     QByteArray bytes(reinterpret_cast<const char*>(data), static_cast<int>(size));
     QBuffer file(&bytes);
     file.open(QIODevice::ReadOnly);
-    const PcapngFile::PacketList packets = PcapngFile::read(file).packets;
+    PacketStore packets;
+    JobProgress progress;
+    readCapture(file, packets, progress);
 
     QBuffer copy;
     copy.open(QIODevice::ReadWrite);
-    if (!PcapngFile::write(copy, packets))
+    const auto writer = CaptureWriter::forPath(QStringLiteral("copy.pcapng"), copy);
+    for (std::size_t number = 0; number < packets.size(); ++number) {
+        if (!writer->add(packets.at(number)))
+            std::abort();
+    }
+    if (!writer->flush())
         std::abort();
     copy.seek(0);
-    const PcapngFile::ReadResult again = PcapngFile::read(copy);
-    if (!again.error.isEmpty() || again.packets.size() != packets.size())
+    PacketStore again;
+    if (readCapture(copy, again, progress).isEmpty() != (packets.size() > 0) || again.size() != packets.size())
         std::abort();
     for (std::size_t number = 0; number < packets.size(); ++number) {
-        if (packets[number].usbipHeader != again.packets[number].usbipHeader)
+        if (packets.at(number).usbipHeader != again.at(number).usbipHeader)
             std::abort();
     }
     return 0;

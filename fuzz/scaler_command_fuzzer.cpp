@@ -1,5 +1,5 @@
 // links: plugboard::media
-#include "media/line_splitter.h"
+#include "media/control/line_splitter.h"
 #include "media/scaler_commands.h"
 
 #include <cstddef>
@@ -23,11 +23,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const int length = int(std::min(std::size_t(readSize), size - start));
         splitter.append(QString::fromUtf8(reinterpret_cast<const char*>(data) + start, length));
         while (const auto line = splitter.next()) {
-            const QString reply = commands.interpret(*line, echo);
+            const QString reply = commands.interpret(line->text, echo);
             if (!reply.startsWith(QLatin1String("OK: ")) && !reply.startsWith(QLatin1String("ERROR: ")))
                 std::abort();
         }
-        splitter.limitPending();
+        if (splitter.pending() > LineSplitter::kMaxLineLength)
+            std::abort();
         const PictureArea area = placedArea(placement, 1919, 1079, 640, 480, data[1] % 32);
         if (area.width < 2 || area.width > 8192 || area.height < 2 || area.height > 8192)
             std::abort();

@@ -5,8 +5,16 @@
 scripts/packages.sh build display bench >&2
 configure_and_build release >&2
 if [ $# -eq 0 ]; then
-    for source in benchmarks/*_benchmark.cpp; do set -- "$@" "$(basename "$source" _benchmark.cpp)"; done
+    for source in benchmarks/*_benchmark.*; do
+        source=${source##*/}
+        set -- "$@" "${source%_benchmark.*}"
+    done
 fi
 for name in "$@"; do
-    on_display "build/release/benchmarks/${name}_benchmark"
+    if [ -e "benchmarks/${name}_benchmark.py" ]; then
+        scripts/host.sh --machine >&2
+        PYTHONDONTWRITEBYTECODE=1 /usr/bin/python3 "benchmarks/${name}_benchmark.py"
+    else
+        on_display "build/release/benchmarks/${name}_benchmark"
+    fi
 done

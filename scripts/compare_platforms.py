@@ -48,6 +48,9 @@ DRIVER_COMMANDS = INSTALLATION + [  # each with its exit code
     (3, ["no_such_command"]),
 ]
 
+# Which port was free, and whether a server was there yet, differs from run to run.
+WAY_TO_HOST = re.compile(r'\s*"host": \{[^}]*\},?')
+
 
 class Side:
     """The programs of one system in folders of their own."""
@@ -123,7 +126,7 @@ class Side:
         records = []
         for file in folder.glob("device_*.json"):
             process_id = json.loads(file.read_bytes())["processId"]
-            text = f"{file.name}\n{visible(file.read_bytes())}"
+            text = WAY_TO_HOST.sub("", f"{file.name}\n{visible(file.read_bytes())}")
             records.append(re.sub(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d", "TIME", text).replace(process_id, "ID"))
         listed = self.run(folder, "plugboard", ["--list"])
         as_json = self.run(folder, "plugboard", ["--list", "--json"])
@@ -131,7 +134,7 @@ class Side:
         ends = [self.run(folder, "plugboard", ["--delete", process_id]) for process_id in ids]
         left = sorted(file.name for file in folder.glob("device_*"))
         rows = sorted(re.sub(r"\t\d+\t", "\tID\t", line) for line in listed.splitlines())
-        objects = [json.dumps(device | {"processId": "ID"}, ensure_ascii=False, sort_keys=True, indent=1)
+        objects = [json.dumps({**device, "processId": "ID", "host": None}, ensure_ascii=False, sort_keys=True, indent=1)
                    for device in json.loads(as_json[as_json.index("["):as_json.rindex("]") + 1])]
         return sorted(records), rows, sorted(objects), ends, left
 

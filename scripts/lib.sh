@@ -16,7 +16,7 @@ on_display() {
         "$@"
     else
         scripts/packages.sh display
-        xvfb-run --auto-servernum --server-args='-screen 0 1600x1200x24' "$@"
+        xvfb-run --auto-servernum --server-args='-screen 0 1600x1200x24 -dpi 96' "$@"
     fi
 }
 

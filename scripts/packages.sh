@@ -1,20 +1,35 @@
 #!/usr/bin/env bash
 # packages.sh GROUP...: installs what is missing of the Debian packages that a group of commands needs.
+# packages.sh --lists: just brings apt's lists up to date.
 set -euo pipefail
 
 build=(g++ cmake ninja-build pkg-config ccache qtbase5-dev qttools5-dev qttools5-dev-tools qttranslations5-l10n libssl-dev openssl
     libavformat-dev libavcodec-dev libavfilter-dev libavutil-dev libswresample-dev libswscale-dev libopencv-dev
-    nlohmann-json3-dev ffmpeg python3 procps fonts-dejavu-core fonts-noto-cjk)
+    nlohmann-json3-dev libfido2-dev ffmpeg python3 procps fonts-dejavu-core fonts-noto-cjk)
 display=(xvfb xauth libqt5gui5 fonts-noto-cjk)
-checks=(clang-format-14 python3 git ffmpeg tshark)
+checks=(clang-format-14 python3 git ffmpeg tshark dosfstools mtools)
 bench=(ffmpeg tshark)
 guide=(imagemagick)
 fuzz=(clang-14 libclang-rt-14-dev)
 windows=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64 xvfb xauth xz-utils python3 nsis osslsigncode
     libfreetype-dev)
+host=(qemu-system-x86 cpio xz-utils python3 openssl)
 package=(dpkg-dev file)
 clean_root=(debootstrap)
 dependencies=(g++ make perl cmake ninja-build nasm pkg-config python3 dpkg-dev g++-mingw-w64-x86-64-posix libz-mingw-w64-dev xz-utils)
+
+as_root=()
+become_root() {
+    [ "$(id -u)" -ne 0 ] || return 0
+    command -v sudo >/dev/null || { echo "Run as root, or install sudo: $1" >&2; exit 1; }
+    as_root=(sudo)
+}
+
+if [ "${1:-}" = --lists ]; then
+    become_root "apt must update its lists."
+    "${as_root[@]}" apt-get update -qq
+    exit
+fi
 
 missing=()
 for group in "$@"; do
@@ -26,10 +41,6 @@ done
 [ ${#missing[@]} -eq 0 ] && exit 0
 
 echo "Installing: ${missing[*]}" >&2
-as_root=()
-if [ "$(id -u)" -ne 0 ]; then
-    command -v sudo >/dev/null || { echo "Run as root, or install sudo: apt must install ${missing[*]}." >&2; exit 1; }
-    as_root=(sudo)
-fi
+become_root "apt must install ${missing[*]}."
 "${as_root[@]}" apt-get update -qq
 "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >&2

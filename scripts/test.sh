@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# test.sh [--native]: builds everything, checks format and the arrows between folders, runs all tests and the tour; then
-# the same as Windows programs under Wine, unless --native is given. The last line is "N passed, N failed".
+# test.sh [--native]: builds everything, checks format and the arrows between folders, runs all tests, the tour and the host
+# tests; then the same as Windows programs under Wine, unless --native is given. The last line is "N passed, N failed".
 . "$(dirname "$0")/lib.sh"
 
 scripts/packages.sh build display checks
@@ -19,6 +19,16 @@ check() {
     fi
 }
 
+# counted NAME LOG COMMAND...: a command whose last line is "N passed, N failed" counts with these.
+counted() {
+    local name=$1 log=$2 good bad
+    shift 2
+    "$@" 2>&1 | tee "$log" || true
+    read -r good _ bad _ < <(grep -x '[0-9]* passed, [0-9]* failed' "$log" | tail -n 1) ||
+        { good=0 bad=1; echo "FAILED: $name were not run" >&2; }
+    passed=$((passed + good)) failed=$((failed + bad))
+}
+
 check "format" scripts/check_format.sh
 check "arrows between folders" python3 scripts/check_arrows.py
 check "translations" scripts/update_translations.sh --check
@@ -30,15 +40,15 @@ broken=$(sed -n 's/.*% tests passed, \([0-9]*\) tests failed out of .*/\1/p' "$l
 [ "${total:-0}" -gt 0 ] || { total=1 broken=1; echo "FAILED: no test ran" >&2; }
 passed=$((passed + total - broken)) failed=$((failed + broken))
 
+check "first start" on_display scripts/check_first_start.sh build/release/tour/plugins
 check "tour" on_display build/release/tour/plugboard-tour "$PWD/build/tour"
-check "tour in Chinese" on_display build/release/tour/plugboard-tour "$PWD/build/tour-zh_CN" --language zh_CN
+check "tour in Chinese, 144 dots an inch" on_display env QT_FONT_DPI=144 \
+    build/release/tour/plugboard-tour "$PWD/build/tour-zh_CN" --language zh_CN
+check "tour, 192 dots an inch" on_display env QT_FONT_DPI=192 build/release/tour/plugboard-tour "$PWD/build/tour-192"
 
+counted "host tests" build/host.log scripts/host.sh
 if [ "${1:-}" != --native ]; then
-    log=build/windows.log
-    scripts/windows.sh 2>&1 | tee "$log" || true
-    read -r windows_passed _ windows_failed _ < <(grep -x '[0-9]* passed, [0-9]* failed' "$log" | tail -n 1) ||
-        { windows_passed=0 windows_failed=1; echo "FAILED: the Windows programs were not tested" >&2; }
-    passed=$((passed + windows_passed)) failed=$((failed + windows_failed))
+    counted "tests of the Windows programs" build/windows.log scripts/windows.sh
 fi
 
 echo "$passed passed, $failed failed"

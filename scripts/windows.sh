@@ -3,8 +3,8 @@
 #
 #   usage: windows.sh [--build-only | --run-only | --dist]
 #
-# --run-only runs what an earlier call built. --dist only makes the release, for the public key that $PLUGBOARD_PARAM_PUBLIC_KEY
-# names; other calls make it for the stand-in device process, which their tests put beside it.
+# --run-only runs what an earlier call built. --dist only makes the release, with the key pair that $PLUGBOARD_PARAM_PUBLIC_KEY
+# and $PLUGBOARD_PARAM_PRIVATE_KEY name, or one of its own.
 #
 # The libraries are those of the folder $PLUGBOARD_WINDOWS_SYSROOT, else those of ../shared/windows-sysroot.tar.xz, else they are
 # built from Debian's source packages (packaging/windows/build_dependencies.sh, about an hour on two cores). Results lie in
@@ -87,7 +87,7 @@ build_programs() {
 
 make_release() {
     step "making the release"
-    PLUGBOARD_PARAM_PUBLIC_KEY=$1 $windows/make_dist.sh "$sysroot" "$project/build/windows-dist" "$build/dist"
+    $windows/make_dist.sh "$sysroot" "$project/build/windows-dist" "$build/dist"
 }
 
 run_tests() {
@@ -107,17 +107,16 @@ run_tests() {
 }
 
 if [ -z "${PLUGBOARD_WINE_RUNS:-}" ]; then
-    scripts/packages.sh build windows
+    scripts/packages.sh build windows host checks
     if [ "${1:-}" = --dist ]; then
-        : "${PLUGBOARD_PARAM_PUBLIC_KEY:?must name the public key of the device process}"
         find_sysroot
-        make_release "$PLUGBOARD_PARAM_PUBLIC_KEY"
+        make_release
         exit
     fi
     if [ "${1:-}" != --run-only ]; then
         find_sysroot
         build_programs
-        make_release "$build/dev_keys/param_public.pem"
+        make_release
     fi
     [ "${1:-}" = --build-only ] && exit
     exec $windows/with_wine.sh "$0" --run-only
@@ -132,6 +131,8 @@ step "comparing with the Linux programs"
 count comparison scripts/compare_platforms.py "$project/build/release" "$build"
 step "running the driver engine on Wine's own device tree"
 count wine_driver tests/driver/wine_driver_test.py "$build/bin" --fixtures "$build/tests/driver" --prefix "$build/wine-driver"
+step "attaching the devices of the Windows programs to a stock Linux kernel"
+count host scripts/host.sh --windows
 step "installing, using and removing the release"
 rm -rf "$project/build/wine-release"
 count release env -u PLUGBOARD_WINE_RUNS WINEPREFIX="$project/build/wine-release" $windows/with_wine.sh \

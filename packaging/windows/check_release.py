@@ -3,8 +3,8 @@
 
 usage: check_release.py DIST WINDOWS_BUILD WORK
 
-DIST is what make_dist.sh made with the public key of WINDOWS_BUILD, whose stand-in device process is put beside the
-installed program. WORK is a folder for files of this check. Runs below with_wine.sh, in a prefix of its own, as it
+DIST is what make_dist.sh made; WINDOWS_BUILD holds the sample driver package, which is put beside the installed
+program. WORK is a folder for files of this check. Runs below with_wine.sh, in a prefix of its own, as it
 installs there; programs run without any DLL path. Prints each step; the first that fails ends the run.
 """
 import hashlib
@@ -21,8 +21,8 @@ from pathlib import Path
 import program_resources
 
 HERE = Path(__file__).resolve().parent
-PROGRAMS = ["plugboard", "plugboard-capture", "plugboard-driver", "plugboard-media"]
-USER_FILES = ["usb-daemon.exe", "vusbbus.inf"]
+PROGRAMS = ["plugboard", "plugboard-capture", "plugboard-driver", "plugboard-media", "usb-daemon"]
+USER_FILES = ["vusbbus.inf"]
 REGISTRY = r"HKCU\Software\Microsoft\Windows\CurrentVersion\Uninstall\Plugboard"
 EXIT_RUNNING = 3
 PATIENCE = 120  # seconds
@@ -106,7 +106,7 @@ class Release:
         folder = folder / f"plugboard-{self.version}"
         programs = sorted(name for name in packed if name.endswith(".exe"))
         require(programs == sorted(name + ".exe" for name in PROGRAMS), f"the programs are {programs}")
-        strange = [name for name in packed if Path(name).suffix not in (".exe", ".dll", ".txt") or "daemon" in name]
+        strange = [name for name in packed if Path(name).suffix not in (".exe", ".dll", ".txt")]
         require(not strange, f"{strange} does not belong into a release")
         for name in packed:
             if name.endswith((".exe", ".dll")):
@@ -133,8 +133,10 @@ class Release:
         for name in USER_FILES:
             shutil.copy2(self.build / "bin" / name, self.home)
         inf = windows_path(self.home / "vusbbus.inf")
-        self.run(self.home / "plugboard-driver.exe", "--each", "usbredir", "dp_add", inf, "--then", "usbredir", "install",
-                 inf, "root\\VUBUS", PLUGBOARD_DEVICE_TREE=windows_path(self.home / "simulated_tree.json"))
+        self.run(self.build / "bin" / "plugboard-driver.exe", "--each", "usbredir", "dp_add", inf, "--then", "usbredir",
+                 "install", inf, "root\\VUBUS", PLUGBOARD_DEVICE_TREE=windows_path(self.home / "simulated_tree.json"))
+        # On a file that is no tree every command fails; a release does not even look at it.
+        self.run(self.home / "plugboard-driver.exe", "find", "*", PLUGBOARD_DEVICE_TREE=inf)
 
     def use(self):
         """Creates a device through the window; tries to replace and to remove what runs; deletes the device."""
@@ -191,7 +193,7 @@ def main():
     shown = release.run("reg.exe", "query", REGISTRY, "/v", "DisplayVersion")
     require(release.version in shown, f"the registered version is {shown}")
     for program in PROGRAMS:
-        if program != "plugboard-driver":  # whose arguments all go to the engine
+        if program not in ("plugboard-driver", "usb-daemon"):  # which have no such option
             text = release.run(release.home / f"{program}.exe", "--version")
             require(text.split()[-1] == release.version, f"{program} says that it is '{text}'")
     step("upgraded it")
@@ -202,7 +204,8 @@ def main():
     step("installed the same version again")
     release.uninstall()
     left = sorted(content(release.home))
-    require(left == sorted([*USER_FILES, "fido2/credentials.json", "simulated_tree.json"]), f"what stays is {left}")
+    tree = ["simulated_tree.json", "simulated_tree.json.lock"]
+    require(left == sorted([*USER_FILES, "fido2/credentials.json", *tree]), f"what stays is {left}")
     require(not release.written[0].parent.exists(), "settings and logs go")
     step("uninstalled; the user's files stay: " + ", ".join(left))
 

@@ -10,7 +10,7 @@ commit=$(git -C "$project" rev-parse HEAD)
 mkdir -p "$folder"
 openssl genpkey -quiet -algorithm RSA -pkeyopt rsa_keygen_bits:2048 -out "$folder/key.pem"
 openssl pkey -in "$folder/key.pem" -pubout -out "$folder/public.pem"
-export PLUGBOARD_PARAM_PUBLIC_KEY=$folder/public.pem
+export PLUGBOARD_PARAM_PUBLIC_KEY=$folder/public.pem PLUGBOARD_PARAM_PRIVATE_KEY=$folder/key.pem
 for name in a other-folder; do
     git clone --quiet "$project" "$folder/$name/plugboard"
     git -C "$folder/$name/plugboard" checkout --quiet --detach "$commit"

@@ -1,14 +1,16 @@
 #!/usr/bin/env bash
 # make_dist.sh SYSROOT BUILD DIST: makes the release in folder DIST: zip, installer, SHA256SUMS. Programs are built in folder BUILD.
 #
-#   PLUGBOARD_PARAM_PUBLIC_KEY   PEM file of the key that device parameters are encrypted with (required)
+#   PLUGBOARD_PARAM_PUBLIC_KEY   PEM file of the key that device parameters are encrypted with, and
+#   PLUGBOARD_PARAM_PRIVATE_KEY  of its other half, for the device process (default: a pair made in BUILD)
 #   PLUGBOARD_FETCH_HOST         host of the start-up fetch (default 127.0.0.1)
 #   PLUGBOARD_SIGN_CERTIFICATE   with the others of sign.sh: sign the programs, the uninstaller and the installer
 #   SOURCE_DATE_EPOCH            the time that everything carries (default: that of the commit)
 #
 # The same sources, key, host, compilers and sysroot give the same bytes, wherever the folders are, but for signatures.
 set -euo pipefail
-: "${PLUGBOARD_PARAM_PUBLIC_KEY:?names no public key}"
+public_key=${PLUGBOARD_PARAM_PUBLIC_KEY:+$(realpath "$PLUGBOARD_PARAM_PUBLIC_KEY")}
+private_key=${PLUGBOARD_PARAM_PRIVATE_KEY:+$(realpath "$PLUGBOARD_PARAM_PRIVATE_KEY")}
 
 project=$(realpath "$(dirname "$0")/../..")
 windows=$project/packaging/windows
@@ -22,7 +24,7 @@ sign() { [ -z "${PLUGBOARD_SIGN_CERTIFICATE:-}" ] || "$windows/sign.sh" "$@" > "
 mkdir -p "$build"
 cd "$project"
 cmake --preset windows-dist -B "$build" -DPLUGBOARD_WINDOWS_SYSROOT="$sysroot" \
-    -DPARAM_PUBLIC_KEY="$(realpath "$PLUGBOARD_PARAM_PUBLIC_KEY")" \
+    -DPARAM_PUBLIC_KEY="$public_key" -DPARAM_PRIVATE_KEY="$private_key" \
     -DSTARTUP_FETCH_HOST="${PLUGBOARD_FETCH_HOST:-127.0.0.1}" > "$build/configure.log" 2>&1 ||
     { cat "$build/configure.log" >&2; exit 1; }
 cmake --build "$build"

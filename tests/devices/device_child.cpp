@@ -1,9 +1,9 @@
 // device_child.cpp: stands for a device process in the launcher's tests and reports what it was handed.
 //
 // Files in $CHILD_REPORTS, each made whole before it gets its name: PID.message, the first line of standard input;
-// PID.extra, what follows it; PID.eof, once standard input has ended. $CHILD_TASK "exit" ends at once, "deaf" reads
-// nothing for as long as it runs, "flood" writes 1 MiB to each output first, "descriptors" reports what is open in
-// PID.descriptors.
+// PID.extra, what follows it; PID.eof, once standard input has ended. $CHILD_TASK "exit" says why and ends at once,
+// "deaf" reads nothing for as long as it runs, "flood" writes 1 MiB to each output first, "descriptors" reports what is
+// open in PID.descriptors.
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -73,8 +73,10 @@ int main(int argc, char** argv)
     _setmode(_fileno(stdin), _O_BINARY);
 #endif
     const std::string task = environment("CHILD_TASK");
-    if (task == "exit")
-        return 0;
+    if (task == "exit") {
+        std::fputs("a line\nno such key\n", stderr);
+        return 3;
+    }
     if (task == "deaf")
         std::this_thread::sleep_for(std::chrono::minutes(1));
     if (task == "descriptors")

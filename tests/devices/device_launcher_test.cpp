@@ -1,9 +1,10 @@
 #include "devices/device_launcher.h"
 
 #include "devices/process_table.h"
+#include "emulation/message/message_decoder.h"
 #include "tests/devices/device_children.h"
+#include "tests/support/log_lines.h"
 #include "tests/support/suite_registry.h"
-#include "tools/usb_daemon/message_decoder.h"
 
 #include <QtTest>
 
@@ -16,7 +17,7 @@ private slots:
     void severalInOneTurnDoNotStarve();
     void bareDeviceGetsNothing();
     void missingProgramStartsNothing();
-    void endedChildIsNoError();
+    void endedChildIsToldAndLogged();
     void deafChildIsNotWaitedFor();
     void chatterDoesNotBlock();
     void killedChildDoesNotRun();
@@ -81,13 +82,18 @@ void DeviceLauncherTest::missingProgramStartsNothing()
     QCOMPARE(launcher.launchBare(), 0);
 }
 
-void DeviceLauncherTest::endedChildIsNoError()
+void DeviceLauncherTest::endedChildIsToldAndLogged()
 {
+    const LogLines log;
     // More than a pipe holds, so that the child's end is met while writing.
     const DeviceChildren children("exit");
-    const auto id = m_launcher.launch(QString(100000, QLatin1Char('x')));
+    bool told = false;
+    const auto id = m_launcher.launch(QString(100000, QLatin1Char('x')), [&told] { told = true; });
     QVERIFY2(id && *id > 0, "the id must outlive the process");
-    QTRY_VERIFY_WITH_TIMEOUT(!ProcessSnapshot::take().contains(*id), 20000);
+    QTRY_VERIFY_WITH_TIMEOUT(told, 20000);
+    QVERIFY(!ProcessSnapshot::take().contains(*id));
+    const QString end = QStringLiteral("Device process %1 ended, exit code 3 no such key\n").arg(*id);
+    QVERIFY2(log.text().contains(end), qPrintable(log.text()));
 }
 
 void DeviceLauncherTest::deafChildIsNotWaitedFor()

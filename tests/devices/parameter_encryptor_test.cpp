@@ -1,9 +1,9 @@
 #include "devices/parameter_encryptor.h"
 
 #include "devices/device_launcher.h"
+#include "emulation/message/message_decoder.h"
 #include "tests/support/suite_registry.h"
 #include "tests/support/test_key.h"
-#include "tools/usb_daemon/message_decoder.h"
 
 #include <QTemporaryFile>
 #include <QtTest>
@@ -58,7 +58,7 @@ void ParameterEncryptorTest::framesAndDecrypts()
         QString text;
         for (int i = 0; i < size; ++i)
             text += QChar(1 + i % 127); // line feeds among them
-        const QByteArray message = parameterMessage(text, pair.publicPem);
+        const QByteArray message = parameterMessage(text, pair.publicPem).bytes;
         QVERIFY2(message.indexOf('\n') == message.size() - 1, message.constData());
         const QByteArray blob = QByteArray::fromBase64(message);
         QCOMPARE(blob.size(), chunks == 0 ? keySize : 4 + chunks * (4 + keySize));
@@ -110,7 +110,10 @@ void ParameterEncryptorTest::refusesKeys()
     QCOMPARE(encryptor.maximumBlockPlaintext(), 0);
     QCOMPARE(encryptor.encrypt("plain"), QByteArray());
     QTEST(encryptor.lastError(), "encryptError");
-    QCOMPARE(parameterMessage(QStringLiteral("plain"), pem), QByteArray("\n"));
+    const ParameterMessage message = parameterMessage(QStringLiteral("plain"), pem);
+    QCOMPARE(message.bytes, QByteArray("\n"));
+    QFETCH(QString, loadError);
+    QCOMPARE(message.error, loadError.isEmpty() ? encryptor.lastError() : loadError);
 }
 
 PLUGBOARD_SUITE(ParameterEncryptorTest)

@@ -13,6 +13,7 @@ private slots:
     void readsCameras();
     void readsMicrophones_data();
     void readsMicrophones();
+    void makeTheirLists();
 };
 
 namespace {
@@ -74,7 +75,7 @@ void SettingRulesTest::readsCameras_data()
         "error: 'mjpeg' is no value for format; expected MJPEG, YUV420P, NV12, H264 or H265.");
     row("a switch that is neither", "iso=1", "error: '1' is no value for iso; expected on or off.");
     row("a name that would add a field", "name=a\nb",
-        "error: 'a\nb' is no value for name; expected a text on one line.");
+        "error: 'a\nb' is no value for name; expected a text on one line, not an empty one.");
     row("a rate that would add a field", "rate=25\n",
         "error: '25\n' is no value for rate; expected frames a second from 1 to 1000.");
     row("a file beside a stream", "source=a;address=127.0.0.1",
@@ -97,8 +98,6 @@ void SettingRulesTest::readsMicrophones_data()
     row("an address chooses the stream", "port=81",
         "1d6b|0002|USB Microphone|0|1.0|-|http://127.0.0.1:81/audio.aac|2|48000|loop");
     row("UAC 2.0 brings USB 3.0 along", "uac=2.0", "1d6b|0002|USB Microphone|1|2.0|-|test_audio.wav|2|48000|loop");
-    row("an empty name is accepted with a stream", "name=;address=127.0.0.1",
-        "1d6b|0002||0|1.0|-|http://127.0.0.1:8080/audio.aac|2|48000|loop");
 
     row("what the dialog locks cannot be set", "channels=4",
         "error: Unknown setting 'channels'; there are source, address, port, usb, uac, realtime, loop, vid, pid, "
@@ -106,7 +105,8 @@ void SettingRulesTest::readsMicrophones_data()
     row("UAC 2.0 does not go with USB 2.0", "usb=2.0;uac=2.0", "error: UAC 2.0 needs USB 3.0.");
     row("UAC 2.0 does not go with a stream", "uac=2.0;port=81", "error: A source in the network has UAC 1.0.");
     row("an id of three digits", "vid=1d6", "error: '1d6' is no value for vid; expected four hexadecimal digits.");
-    row("a file needs a name", "name=", "error: Please enter a device name.");
+    row("an empty name, with a file or a stream", "name=;address=127.0.0.1",
+        "error: '' is no value for name; expected a text on one line, not an empty one.");
     row("an empty file", "source=", "error: Please select an audio file.");
     row("a version that is none", "uac=3.0", "error: '3.0' is no value for uac; expected 1.0 or 2.0.");
 }
@@ -115,6 +115,27 @@ void SettingRulesTest::readsMicrophones()
 {
     QFETCH(QString, given);
     QTEST(outcome(microphoneSettingsFrom(given.split(QLatin1Char(';')))), "result");
+}
+
+void SettingRulesTest::makeTheirLists()
+{
+    const auto camera = [](const QString& resolution) {
+        CameraSettings settings;
+        settings.path = QStringLiteral("a.mp4");
+        settings.frameFormat = QStringLiteral("H264");
+        settings.isochronousActive = true;
+        settings.resolution = resolution;
+        return settings.parameterList().join(QLatin1Char('|'));
+    };
+    const QString list = QStringLiteral("1|0x1234|0x5678|UVC Camera|0|a.mp4|27|-1|%1|25|0x0150|1|END");
+    QCOMPARE(camera(QStringLiteral("1920x1080")), list.arg(QStringLiteral("1920|1080")));
+    QCOMPARE(camera(QStringLiteral("auto")), list.arg(QStringLiteral("auto|auto")));
+    QCOMPARE(camera(QStringLiteral("1x2x3")), list.arg(QStringLiteral("1|3")));
+    MicrophoneSettings microphone;
+    microphone.realTime = true;
+    microphone.channels = 1;
+    QCOMPARE(microphone.parameterList().join(QLatin1Char('|')),
+             QStringLiteral("3|1d6b|0002|USB Microphone|0|1.0|1|test_audio.wav|1|48000|1|END"));
 }
 
 PLUGBOARD_SUITE(SettingRulesTest)

@@ -2,19 +2,21 @@
 
 #include "app/device_table.h"
 #include "app/main_window.h"
-#include "capture/device_config_dialog.h"
-#include "capture/packet_details_dialog.h"
+#include "capture/view/capture_dialog.h"
+#include "capture/view/details_view.h"
+#include "capture/view/device_config_dialog.h"
+#include "capture/view/packet_details_dialog.h"
 #include "devices/device_record_manager.h"
 #include "devices/device_type.h"
 #include "dialogs/camera_setting_dialog.h"
 #include "dialogs/microphone_setting_dialog.h"
-#include "fido2/credential_detail_dialog.h"
-#include "fido2/credential_edit_dialog.h"
-#include "fido2/credentials_file_chooser.h"
-#include "fido2/device_detail_dialog.h"
-#include "fido2/fido2_setting_dialog.h"
-#include "fido2/fido2_user_confirmation_dialog.h"
-#include "fido2/request_details_dialog.h"
+#include "fido2/dialogs/credential_detail_dialog.h"
+#include "fido2/dialogs/credential_edit_dialog.h"
+#include "fido2/dialogs/credentials_file_chooser.h"
+#include "fido2/dialogs/device_detail_dialog.h"
+#include "fido2/dialogs/fido2_setting_dialog.h"
+#include "fido2/dialogs/fido2_user_confirmation_dialog.h"
+#include "fido2/dialogs/request_details_dialog.h"
 #include "tools/capture/capture_window.h"
 
 #include <QAbstractButton>
@@ -124,7 +126,7 @@ std::unique_ptr<QWidget> AllWindows::confirmation(const char* operation, const c
 std::unique_ptr<QWidget> AllWindows::packetDetails()
 {
     auto dialog = std::make_unique<PacketDetailsDialog>();
-    dialog->showPacket(packet(InterruptTransfer));
+    dialog->view().showPacket(packet(InterruptTransfer));
     return dialog;
 }
 
@@ -178,8 +180,9 @@ std::vector<WindowMaker> AllWindows::makers()
         {"capture", [this] { return std::make_unique<UsbIPCaptureDialog>(kNoProcess, 1, nullptr, m_prompter); }},
         {"capture window",
          [this] {
-             auto window = std::make_unique<CaptureWindow>(kNoProcess, 1, m_prompter);
-             window->dialog().setPackets({packet(ControlTransfer), packet(BulkTransfer)});
+             auto window = std::make_unique<CaptureWindow>(CaptureTarget{kNoProcess, 0}, m_prompter);
+             window->pane().takePacket(packet(ControlTransfer));
+             window->pane().takePacket(packet(BulkTransfer));
              return window;
          }},
         {"packet details", [this] { return packetDetails(); }},

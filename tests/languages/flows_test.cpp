@@ -3,15 +3,15 @@
 #include "app/device_table.h"
 #include "app/main_window.h"
 #include "app/script_commands.h"
-#include "capture/packet_columns.h"
+#include "capture/decode/packet_columns.h"
 #include "devices/device_record_manager.h"
 #include "devices/device_type.h"
 #include "dialogs/camera_setting_dialog.h"
 #include "dialogs/microphone_setting_dialog.h"
-#include "fido2/credential_edit_dialog.h"
-#include "fido2/device_detail_dialog.h"
-#include "fido2/fido2_setting_dialog.h"
-#include "fido2/fido2_user_confirmation_dialog.h"
+#include "fido2/dialogs/credential_edit_dialog.h"
+#include "fido2/dialogs/device_detail_dialog.h"
+#include "fido2/dialogs/fido2_setting_dialog.h"
+#include "fido2/dialogs/fido2_user_confirmation_dialog.h"
 #include "runtime/language.h"
 #include "tests/support/kill_tool.h"
 #include "tests/support/suite_registry.h"
@@ -48,7 +48,7 @@ class Agreeing final : public Prompter
 public:
     void information(QWidget*, const QString&, const QString&) override { kinds += 'i'; }
     void warning(QWidget*, const QString&, const QString&) override { kinds += 'w'; }
-    bool question(QWidget*, const QString&, const QString&) override
+    bool question(QWidget*, const QString&, const QString&, const QString&) override
     {
         kinds += 'q';
         return true;
@@ -122,7 +122,7 @@ QString cameraFromFile()
     part<QComboBox>(dialog, "usbVersion").setCurrentIndex(1);
     part<QComboBox>(dialog, "uvcVersion").setCurrentIndex(1);
     pressOk(dialog);
-    return linesOf(parameterList(dialog.settings()), prompter);
+    return linesOf(dialog.settings().parameterList(), prompter);
 }
 
 QString cameraFromStream()
@@ -132,7 +132,7 @@ QString cameraFromStream()
     click(dialog, "ipCamera");
     click(dialog, "testNetwork");
     pressOk(dialog);
-    return linesOf(parameterList(dialog.settings()), prompter) + QString::number(dialog.result());
+    return linesOf(dialog.settings().parameterList(), prompter) + QString::number(dialog.result());
 }
 
 QString microphone(bool isNetwork)
@@ -145,7 +145,7 @@ QString microphone(bool isNetwork)
         part<QComboBox>(dialog, "uacVersion").setCurrentIndex(1);
     click(dialog, "realTime");
     pressOk(dialog);
-    return linesOf(parameterList(dialog.settings()), prompter) + QString::number(dialog.result());
+    return linesOf(dialog.settings().parameterList(), prompter) + QString::number(dialog.result());
 }
 
 QString faultyMicrophone()
@@ -175,7 +175,7 @@ QString key()
     click(dialog, "add");
     click(dialog, "save");
     click(dialog, "create");
-    return linesOf(fido2ParameterList(dialog.parameters()), prompter).replace(folder.path(), QStringLiteral("~")) +
+    return linesOf(dialog.parameters().parameterList(), prompter).replace(folder.path(), QStringLiteral("~")) +
            contentOf(dialog.credentialsFilePath(), folder);
 }
 
@@ -281,16 +281,17 @@ QString scripts()
 QString capture()
 {
     Agreeing prompter;
-    CaptureWindow window(1, 1, prompter);
+    CaptureWindow window({1, 0}, prompter);
     UsbIPPacketInfo control;
     control.setupData = QByteArray::fromHex("8006000100001200");
     control.parsedDetails = QStringLiteral("INN STD");
     UsbIPPacketInfo bulk;
     bulk.transferType = BulkTransfer;
     bulk.data = "data";
-    window.dialog().setPackets({control, bulk, control});
-    window.setTextFilter(QStringLiteral("std"));
-    return QString::number(window.dialog().table().topLevelItemCount()) + packetRowText(control) + packetRowText(bulk);
+    for (const UsbIPPacketInfo& packet : {control, bulk, control})
+        window.pane().takePacket(packet);
+    window.setFilterText(QStringLiteral("std"));
+    return QString::number(window.table().topLevelItemCount()) + packetRowText(control) + packetRowText(bulk);
 }
 
 using Flow = QString (*)();

@@ -1,11 +1,11 @@
 #include "app/device_table.h"
 #include "app/main_window.h"
 #include "devices/device_record_manager.h"
-#include "fido2/credentials_file.h"
-#include "fido2/device_detail_dialog.h"
-#include "fido2/fido2_channels.h"
-#include "fido2/fido2_message.h"
-#include "fido2/pin.h"
+#include "fido2/channel/fido2_channels.h"
+#include "fido2/channel/fido2_message.h"
+#include "fido2/dialogs/device_detail_dialog.h"
+#include "fido2/file/credentials_file.h"
+#include "fido2/file/pin.h"
 #include "runtime/log_levels.h"
 #include "runtime/log_session.h"
 #include "tests/support/scripted_prompter.h"
@@ -112,9 +112,9 @@ void SecretLogTest::nothingSecretIsLogged()
 
     const QByteArray log = contentOf(session.path());
     // It holds what helps.
-    for (const char* part : {"plugboard.devices [", "debug plugboard.fido2 [", "Device created, type fido2",
-                             "Parameters handed to process", "PIN set in", "asks for \"make_credential\"", "confirmed",
-                             "Original command:"})
+    for (const char* part :
+         {"plugboard.devices [", "debug plugboard.fido2 [", "Device process started, type fido2",
+          "Message handed to process", "PIN set in", "asks for \"make_credential\"", "confirmed", "Original command:"})
         QVERIFY2(log.contains(part), part);
     QStringList secrets{kPin,
                         pinHash(kPin),

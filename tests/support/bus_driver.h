@@ -5,18 +5,17 @@
 #include "driver/platform/system_platform.h"
 
 #include <QCoreApplication>
-#include <QFile>
 
 inline std::filesystem::path deviceTreeBesideTest()
 {
     return driver::simulatedTreeFile(QCoreApplication::applicationDirPath().toStdU16String());
 }
 
-/// Puts the driver there, so that the programs start without a question; false when that fails.
+/// Puts the driver there from the package that was copied with the program, so that the programs start without a
+/// question; false when that fails.
 inline bool installBusDriverBesideTest()
 {
     const QString folder = QCoreApplication::applicationDirPath();
-    QFile::copy(QStringLiteral(SAMPLE_DRIVER_PACKAGE), folder + QStringLiteral("/vusbbus.inf"));
     const auto platform = driver::simulatedPlatform(deviceTreeBesideTest());
     driver::BusDriverSetup setup(*platform, folder.toStdWString());
     if (!setup.installed())

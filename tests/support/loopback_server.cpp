@@ -6,7 +6,10 @@
 #include <future>
 #include <utility>
 
-LoopbackServer::LoopbackServer(QByteArray answer, Ending ending) : m_answer(std::move(answer)), m_ending(ending)
+LoopbackServer::LoopbackServer(QByteArray answer, Ending ending, QByteArrayList before)
+    : m_answer(std::move(answer))
+    , m_before(std::move(before))
+    , m_ending(ending)
 {
     std::promise<int> port;
     auto announced = port.get_future();
@@ -31,10 +34,11 @@ LoopbackServer::~LoopbackServer()
 void LoopbackServer::serve(QTcpServer& server)
 {
     const std::unique_ptr<QTcpSocket> client(server.nextPendingConnection());
+    const QByteArray answer = m_before.value(m_clients, m_answer);
     ++m_clients;
     while (!m_stop && client->state() == QAbstractSocket::ConnectedState && !client->waitForReadyRead(20)) {
     }
-    client->write(m_answer);
+    client->write(answer);
     while (!m_stop && client->bytesToWrite() > 0 && client->waitForBytesWritten(100)) {
     }
     if (m_ending == Ending::Stall) {

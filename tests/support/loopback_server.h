@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QByteArrayList>
 #include <QString>
 
 #include <atomic>
@@ -19,8 +20,8 @@ public:
     };
 
     /// Each client gets `answer` once it has asked for something, and then the ending. An empty answer with Stall is a
-    /// server that accepts and never answers.
-    LoopbackServer(QByteArray answer, Ending ending);
+    /// server that accepts and never answers. The first clients get those of `before` in turn instead.
+    LoopbackServer(QByteArray answer, Ending ending, QByteArrayList before = {});
     ~LoopbackServer();
 
     QString url(const char* scheme, const char* path) const;
@@ -30,6 +31,7 @@ private:
     void serve(class QTcpServer& server);
 
     const QByteArray m_answer;
+    const QByteArrayList m_before;
     const Ending m_ending;
     int m_port = 0;
     std::atomic<int> m_clients{0};

@@ -9,6 +9,7 @@
 #include <QMessageBox>
 #include <QMetaEnum>
 #include <QTimer>
+#include <QtTest>
 
 namespace {
 
@@ -59,9 +60,17 @@ private:
         const QList<QAbstractButton*> buttons = box.buttons();
         for (QAbstractButton* button : buttons) {
             if (text == QLatin1String(names.valueToKey(box.standardButton(button))))
-                return button->click();
+                return click(*button);
         }
         box.close();
+    }
+
+    /// By the mouse, so that a button which a person could not reach is not reached here either.
+    static void click(const QAbstractButton& button)
+    {
+        QWidget* window = button.window();
+        const QPoint centre = button.mapTo(window, button.rect().center());
+        QTest::mouseClick(window->windowHandle(), Qt::LeftButton, {}, centre);
     }
 
     void note(QWidget& window, const QString& line)

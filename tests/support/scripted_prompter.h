@@ -15,9 +15,10 @@ class ScriptedPrompter final : public Prompter
 public:
     void expectInformation(const QString& title, const QString& text) { expect("info", title, text); }
     void expectWarning(const QString& title, const QString& text) { expect("warn", title, text); }
-    void expectQuestion(const QString& title, const QString& text, bool yes)
+    /// A `remark` is expected after the text, on a line of its own.
+    void expectQuestion(const QString& title, const QString& text, bool yes, const QString& remark = {})
     {
-        expect("ask", title, text, yes ? QStringLiteral("yes") : QString());
+        expect("ask", title, withRemark(text, remark), yes ? QStringLiteral("yes") : QString());
     }
     void expectOpenFile(const QString& title, const QString& filter, const QString& chosen)
     {
@@ -39,9 +40,9 @@ public:
 
     void information(QWidget*, const QString& title, const QString& text) override { take("info", title, text); }
     void warning(QWidget*, const QString& title, const QString& text) override { take("warn", title, text); }
-    bool question(QWidget*, const QString& title, const QString& text) override
+    bool question(QWidget*, const QString& title, const QString& text, const QString& remark) override
     {
-        return !take("ask", title, text).isEmpty();
+        return !take("ask", title, withRemark(text, remark)).isEmpty();
     }
     QString openFile(QWidget*, const QString& title, const QString&, const QString& filter) override
     {
@@ -58,6 +59,11 @@ private:
         QString line;
         QString answer;
     };
+
+    static QString withRemark(const QString& text, const QString& remark)
+    {
+        return remark.isEmpty() ? text : text + QLatin1Char('\n') + remark;
+    }
 
     static QString lineOf(const char* kind, const QString& title, const QString& text)
     {

@@ -11,5 +11,5 @@ inline QString securityKeyParameters(const QString& serialNumber)
     key.name = serialNumber;
     key.usbVersionChoice = QStringLiteral("2.0");
     key.serialNumber = serialNumber;
-    return joinParameters(fido2ParameterList(key));
+    return joinParameters(key.parameterList());
 }

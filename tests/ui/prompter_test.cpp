@@ -25,7 +25,9 @@ enum class Reaction
 {
     ClickYes,
     ClickNo,
-    Close
+    Close,
+    Return,
+    Escape
 };
 
 /// What the box looked like while it was open.
@@ -34,20 +36,32 @@ struct SeenBox
     QString title;
     QString text;
     Qt::TextFormat format = Qt::AutoText;
+    QString remark;
     QMessageBox::StandardButtons buttons;
-    bool hasDefault = true;
 };
+
+/// As it is drawn: markup in it would not show as it was typed.
+QString shownRemark(const QMessageBox& box)
+{
+    const auto* label = box.findChild<QLabel*>(QStringLiteral("qt_msgbox_informativelabel"));
+    return label && label->textFormat() == Qt::PlainText ? label->text() : QString();
+}
 
 void reactToBox(Reaction reaction, SeenBox& seen)
 {
     QTimer::singleShot(0, qApp, [reaction, &seen] {
         auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
         QVERIFY(box);
-        seen = {box->windowTitle(), box->text(), box->textFormat(), box->standardButtons(),
-                box->defaultButton() != nullptr};
-        if (reaction == Reaction::Close)
+        seen = {box->windowTitle(), box->text(), box->textFormat(), shownRemark(*box), box->standardButtons()};
+        if (reaction == Reaction::Return)
+            QTest::keyClick(box, Qt::Key_Return);
+        if (reaction == Reaction::Return && box->isVisible())
             box->close();
-        else
+        else if (reaction == Reaction::Escape)
+            QTest::keyClick(box, Qt::Key_Escape);
+        else if (reaction == Reaction::Close)
+            box->close();
+        else if (reaction != Reaction::Return)
             box->button(reaction == Reaction::ClickYes ? QMessageBox::Yes : QMessageBox::No)->click();
     });
 }
@@ -61,6 +75,8 @@ void PrompterTest::asksWithoutDefaultAndTakesOnlyYes_data()
     QTest::newRow("Yes is yes") << int(Reaction::ClickYes) << true;
     QTest::newRow("No is no") << int(Reaction::ClickNo) << false;
     QTest::newRow("closing the box is no") << int(Reaction::Close) << false;
+    QTest::newRow("the Return key presses nothing") << int(Reaction::Return) << false;
+    QTest::newRow("the Escape key is no") << int(Reaction::Escape) << false;
 }
 
 void PrompterTest::asksWithoutDefaultAndTakesOnlyYes()
@@ -69,11 +85,13 @@ void PrompterTest::asksWithoutDefaultAndTakesOnlyYes()
     QFETCH(bool, yes);
     SeenBox seen;
     reactToBox(Reaction(reaction), seen);
-    QCOMPARE(systemPrompter().question(nullptr, QStringLiteral("Title"), QStringLiteral("<b>x</b>?")), yes);
+    QCOMPARE(systemPrompter().question(nullptr, QStringLiteral("Title"), QStringLiteral("<b>x</b>?"),
+                                       QStringLiteral("<i>y</i>")),
+             yes);
     QCOMPARE(seen.text, QStringLiteral("<b>x</b>?"));
     QCOMPARE(seen.format, Qt::PlainText);
     QCOMPARE(seen.buttons, QMessageBox::Yes | QMessageBox::No);
-    QVERIFY(!seen.hasDefault);
+    QCOMPARE(seen.remark, QStringLiteral("<i>y</i>"));
 }
 
 void PrompterTest::markupShowsAsTyped()

@@ -2,12 +2,15 @@
 #include "app/main_window.h"
 #include "app/process_ender.h"
 #include "app/script_commands.h"
-#include "capture/packet_columns.h"
-#include "capture/packet_decoder.h"
-#include "capture/packet_details_dialog.h"
-#include "capture/pcapng_file.h"
+#include "capture/decode/packet_columns.h"
+#include "capture/decode/packet_decoder.h"
+#include "capture/file/capture_reader.h"
+#include "capture/view/capture_dialog.h"
+#include "capture/view/details_view.h"
+#include "capture/view/packet_details_dialog.h"
 #include "devices/device_record_manager.h"
 #include "tools/capture/capture_window.h"
+#include "tools/tour/device_host.h"
 #include "tools/tour/tour.h"
 #include "tools/tour/walks.h"
 
@@ -23,28 +26,8 @@
 
 namespace {
 
-/// Stands in for a device process that came back under its old id, which no system promises: whoever connects talks to
-/// another device process.
-class Relay : public QObject
-{
-public:
-    Relay(qint64 id, qint64 realId)
-    {
-        const QString name = UsbIPCaptureClient::serverNameOf(id);
-        QLocalServer::removeServer(name);
-        Tour::require(m_server.listen(name), m_server.errorString());
-        connect(&m_server, &QLocalServer::newConnection, this, [this, realId] {
-            QLocalSocket* near = m_server.nextPendingConnection();
-            auto* far = new QLocalSocket(near);
-            connect(near, &QLocalSocket::readyRead, far, [near, far] { far->write(near->readAll()); });
-            connect(far, &QLocalSocket::readyRead, near, [near, far] { near->write(far->readAll()); });
-            far->connectToServer(UsbIPCaptureClient::serverNameOf(realId));
-        });
-    }
-
-private:
-    QLocalServer m_server;
-};
+constexpr int kReads = 40; // commands to the disk
+constexpr int kKeys = 40;  // that the keyboard types
 
 /// Nothing on this walk may open a box; the question where to save is answered.
 class SavingPrompter final : public Prompter
@@ -56,7 +39,7 @@ public:
 
     void information(QWidget*, const QString&, const QString& text) override { boxes << text; }
     void warning(QWidget*, const QString&, const QString& text) override { boxes << text; }
-    bool question(QWidget*, const QString&, const QString&) override { return false; }
+    bool question(QWidget*, const QString&, const QString&, const QString&) override { return false; }
     QString openFile(QWidget*, const QString&, const QString&, const QString&) override { return fileToSave; }
     QString saveFile(QWidget*, const QString&, const QString&, const QString&) override { return fileToSave; }
 };
@@ -87,6 +70,7 @@ private:
         const char* slot;
         const char* steps; ///< the word for it in names of steps
         int transferType;  ///< that its traffic must have
+        int packets;       ///< of that type, at the least
     };
 
     void watchLive(const Device& device);
@@ -98,10 +82,12 @@ private:
     void analyse();
     void clear();
     void loseDevice();
-    void reconnect();
+    void meetAStranger();
     void endDevices();
 
+    DeviceRecord recordOf(const char* name);
     qint64 processOf(const char* name);
+    void use(const Device& device);
     UsbIPCaptureDialog& dialog() { return *m_dialogs.front(); }
     QPushButton* button(UsbIPCaptureDialog& dialog, const char* text);
     void click(UsbIPCaptureDialog& dialog, const char* text)
@@ -110,21 +96,26 @@ private:
     }
     static QString status(const UsbIPCaptureDialog& dialog) { return dialog.findChild<QLabel*>()->text(); }
     void waitForStatus(const char* beginning);
-    PacketItem* rowWith(UsbIPCaptureDialog& dialog, Predicate wanted);
+    void waitForStart(const UsbIPCaptureDialog& dialog);
+    static std::size_t countOf(UsbIPCaptureDialog& dialog)
+    {
+        return dialog.pane().packets().end() - dialog.pane().packets().first();
+    }
+    static PacketItem* rowWith(PacketPane& packets, Predicate wanted);
 
     Tour& m_tour;
     DeviceRecordManager m_records;
     SavingPrompter m_prompter;
     QTemporaryDir m_folder;
-    std::vector<std::unique_ptr<UsbIPCaptureDialog>> m_dialogs; ///< storage, speaker, keyboard
+    std::vector<std::unique_ptr<DeviceHost>> m_hosts;           ///< of the devices, in the order of the dialogs
+    std::vector<std::unique_ptr<UsbIPCaptureDialog>> m_dialogs; ///< storage, keyboard
 };
 
 void CaptureWalk::run()
 {
     const Device devices[] = {
-        {"USB Storage Device", "onCreateUsbStorage", "storage", BulkTransfer},
-        {"Speaker Device", "onCreateSpeaker", "speaker", IsochronousTransfer},
-        {"Keyboard Device", "onCreateKeyboard", "keyboard", InterruptTransfer},
+        {"USB Storage Device", "onCreateUsbStorage", "storage", BulkTransfer, 6 * kReads},
+        {"Keyboard Device", "onCreateKeyboard", "keyboard", InterruptTransfer, 4 * kKeys},
     };
     endDevices(); // an earlier tour may have been cut off
     MainWindow window;
@@ -139,24 +130,47 @@ void CaptureWalk::run()
     showConfiguration();
     m_tour.step(QStringLiteral("capture-export"), [this] {
         exportCapture();
-        return QStringLiteral("%1 packets saved and read back").arg(dialog().packets().size());
+        return QStringLiteral("%1 packets saved and read back").arg(countOf(dialog()));
     });
     analyse();
     m_tour.step(QStringLiteral("capture-clear"), [this] { return clear(), status(dialog()); });
     m_tour.step(QStringLiteral("capture-device-lost"), [this] { return loseDevice(), status(dialog()); });
-    m_tour.step(QStringLiteral("capture-device-back"), [this] { return reconnect(), status(dialog()); });
+    m_tour.step(QStringLiteral("capture-name-taken"), [this] { return meetAStranger(), status(dialog()); });
     m_dialogs.clear();
+    m_hosts.clear();
     endDevices();
 }
 
 qint64 CaptureWalk::processOf(const char* name)
 {
+    return recordOf(name).processId;
+}
+
+DeviceRecord CaptureWalk::recordOf(const char* name)
+{
     const auto devices = m_records.restoreDevices();
     for (const auto& device : devices) {
         if (device.record.deviceName == QLatin1String(name))
-            return device.record.processId;
+            return device.record;
     }
-    return 0;
+    return {};
+}
+
+/// Both have the keys and sectors that follow from their types, so that nothing here depends on time.
+void CaptureWalk::use(const Device& device)
+{
+    m_hosts.push_back(std::make_unique<DeviceHost>(recordOf(device.name)));
+    m_hosts.back()->enumerate();
+    if (device.transferType == BulkTransfer)
+        m_hosts.back()->readDisk(kReads);
+    else
+        m_hosts.back()->takeReports(kKeys, [this, &device] {
+            const QString text(kKeys / 2, QLatin1Char('a'));
+            const ScriptResult sent =
+                sendCommand(processOf(device.name),
+                            QStringLiteral("type ") + text + QString(text).replace(QLatin1Char('a'), QLatin1Char('b')));
+            Tour::require(sent.exitCode == 0, QStringLiteral("the keyboard does not type"));
+        });
 }
 
 QPushButton* CaptureWalk::button(UsbIPCaptureDialog& dialog, const char* text)
@@ -173,12 +187,23 @@ void CaptureWalk::waitForStatus(const char* beginning)
     Tour::waitUntil([&] { return status(dialog()).startsWith(m_tour.said(beginning)); }, m_tour.said(beginning));
 }
 
-PacketItem* CaptureWalk::rowWith(UsbIPCaptureDialog& dialog, Predicate wanted)
+void CaptureWalk::waitForStart(const UsbIPCaptureDialog& dialog)
 {
-    const auto& packets = dialog.packets();
-    const auto found = std::find_if(packets.begin(), packets.end(), wanted);
-    Tour::require(found != packets.end(), QStringLiteral("no such packet"));
-    return dialog.rowOf(static_cast<std::size_t>(found - packets.begin()));
+    Tour::waitUntil(
+        [&] {
+            return status(dialog) == m_tour.said("Capture started successfully") ||
+                   status(dialog).startsWith(m_tour.said("Capturing... Total: "));
+        },
+        QStringLiteral("the start of the capture"));
+}
+
+PacketItem* CaptureWalk::rowWith(PacketPane& packets, Predicate wanted)
+{
+    for (std::size_t number = packets.first(); number < packets.end(); ++number) {
+        if (wanted(packets.store()->at(number)))
+            return packets.rowOf(number);
+    }
+    throw StepFailure("no such packet");
 }
 
 void CaptureWalk::watchLive(const Device& device)
@@ -197,14 +222,22 @@ void CaptureWalk::watchLive(const Device& device)
     m_tour.step(steps + QStringLiteral("-live"), [&] {
         UsbIPCaptureDialog& opened = *m_dialogs.back();
         click(opened, "Start Capture");
-        const auto isOfType = [&](const UsbIPPacketInfo& packet) { return packet.transferType == device.transferType; };
+        waitForStart(opened);
+        use(device);
+        const auto countOfType = [&] {
+            PacketReader reader(opened.client().store());
+            int count = 0;
+            for (std::size_t number = 0; number < countOf(opened); ++number)
+                count += reader.read(number).transferType == device.transferType ? 1 : 0;
+            return count;
+        };
         Tour::waitUntil(
             [&] {
-                return std::count_if(opened.packets().begin(), opened.packets().end(), isOfType) > 100 &&
+                return countOfType() >= device.packets &&
                        status(opened).startsWith(m_tour.said("Capturing... Total: "));
             },
             QStringLiteral("packets"));
-        Tour::require(opened.table().topLevelItemCount() == int(opened.packets().size()), QStringLiteral("rows lack"));
+        Tour::require(opened.table().topLevelItemCount() == int(countOf(opened)), QStringLiteral("rows lack"));
         m_tour.picture(opened);
         return status(opened);
     });
@@ -251,14 +284,14 @@ void CaptureWalk::showDetails(const QString& name, Predicate wanted, const QStri
 {
     PacketDetailsDialog* details = nullptr;
     m_tour.step(name, [&] {
-        PacketItem* row = rowWith(dialog(), wanted);
+        PacketItem* row = rowWith(dialog().pane().packets(), wanted);
         Tour::require(row, QStringLiteral("the packet has no row"));
         dialog().table().setCurrentItem(row); // brings it into sight
         QTest::mouseClick(dialog().table().viewport(), Qt::LeftButton, {},
                           dialog().table().visualItemRect(row).center());
         details = dialog().findChild<PacketDetailsDialog*>();
         Tour::require(details && details->isVisible(), QStringLiteral("no details opened"));
-        Tour::require(!details->tree()->findItems(expected, Qt::MatchExactly | Qt::MatchRecursive, 1).isEmpty(),
+        Tour::require(!details->view().tree()->findItems(expected, Qt::MatchExactly | Qt::MatchRecursive, 1).isEmpty(),
                       QStringLiteral("the details lack ") + expected);
         m_tour.picture(*details);
         return expected;
@@ -300,23 +333,26 @@ void CaptureWalk::exportCapture()
     waitForStatus("Capture saved");
     QFile file(m_prompter.fileToSave);
     Tour::require(file.open(QIODevice::ReadOnly), file.errorString());
-    const PcapngFile::ReadResult saved = PcapngFile::read(file);
-    Tour::require(saved.error.isEmpty(), saved.error);
-    Tour::require(saved.packets.size() == dialog().packets().size(), QStringLiteral("packets are missing"));
+    PacketStore saved;
+    JobProgress progress;
+    const QString error = readCapture(file, saved, progress);
+    Tour::require(error.isEmpty(), error);
+    Tour::require(saved.size() == countOf(dialog()), QStringLiteral("packets are missing"));
 }
 
 void CaptureWalk::analyse()
 {
     m_tour.step(QStringLiteral("capture-program"), [this] {
-        CaptureWindow window(processOf("USB Storage Device"), 0, m_prompter);
+        CaptureWindow window({processOf("USB Storage Device"), 0}, m_prompter);
         window.show();
-        Tour::require(window.openCapture(m_prompter.fileToSave).isEmpty(), QStringLiteral("it does not open"));
-        window.setTextFilter(QStringLiteral("string"));
-        const int filtered = window.dialog().table().topLevelItemCount();
+        window.openCapture(m_prompter.fileToSave);
+        Tour::waitUntil([&] { return window.pane().showsFile(); }, QStringLiteral("the opened file"));
+        window.setFilterText(QStringLiteral("string"));
+        const int filtered = window.table().topLevelItemCount();
         Tour::require(filtered > 0, QStringLiteral("the text filter shows nothing"));
-        window.setTextFilter({});
-        PacketItem* row = rowWith(window.dialog(), &isReadCommand);
-        window.dialog().table().setCurrentItem(row);
+        window.setFilterText({});
+        PacketItem* row = rowWith(window.pane().packets(), &isReadCommand);
+        window.table().setCurrentItem(row);
         Tour::require(window.jumpToCounterpart(), QStringLiteral("the command's completion is not there"));
         m_tour.picture(window);
         return QStringLiteral("saved capture opened, %1 rows with \"string\", jumped to a reply").arg(filtered);
@@ -334,7 +370,9 @@ void CaptureWalk::clear()
 void CaptureWalk::loseDevice()
 {
     click(dialog(), "Start Capture");
-    Tour::waitUntil([this] { return !dialog().packets().empty(); }, QStringLiteral("packets"));
+    waitForStart(dialog());
+    m_hosts.front()->readDisk(1);
+    Tour::waitUntil([this] { return countOf(dialog()) > 0; }, QStringLiteral("packets"));
     Tour::require(endProcess(killCommand(dialog().processId())).exitCode == 0, QStringLiteral("it was not ended"));
     Tour::waitUntil([this] { return !dialog().client().isConnected(); }, QStringLiteral("the loss"));
     Tour::require(!button(dialog(), "Start Capture")->isEnabled() && !button(dialog(), "Stop Capture")->isEnabled(),
@@ -343,13 +381,16 @@ void CaptureWalk::loseDevice()
     m_tour.picture(dialog());
 }
 
-void CaptureWalk::reconnect()
+/// The name of the process that was ended is taken by this one, as any program of the user could.
+void CaptureWalk::meetAStranger()
 {
-    const Relay relay(dialog().processId(), processOf("Keyboard Device"));
-    waitForStatus("Connected to USBIP capture daemon");
-    const std::size_t before = dialog().packets().size();
-    click(dialog(), "Start Capture");
-    Tour::waitUntil([&] { return dialog().packets().size() > before + 50; }, QStringLiteral("packets"));
+    QLocalServer stranger;
+    const QString name = UsbIPCaptureClient::serverNameOf(dialog().processId());
+    QLocalServer::removeServer(name);
+    Tour::require(stranger.listen(name), stranger.errorString());
+    Tour::waitUntil([this] { return status(dialog()).contains(QLatin1String("Another process serves")); },
+                    QStringLiteral("its refusal"));
+    Tour::require(!button(dialog(), "Start Capture")->isEnabled(), QStringLiteral("it talks to a stranger"));
     Tour::require(m_prompter.boxes.isEmpty(), m_prompter.boxes.join(QLatin1Char(' ')));
     m_tour.picture(dialog());
 }

@@ -27,11 +27,13 @@ private:
     void openWindow();
     void activateWindow();
     void showFocus();
+    void openApplicationMenu();
     void createDevices();
     void startAgain();
     void openContextMenu();
     void deleteWithDoubleClick();
     void killBehindItsBack();
+    void refreshByKey();
     void endAllDevices();
 
     QStringList namesInTable() const;
@@ -56,6 +58,10 @@ void DeviceWalk::run()
         showFocus();
         return QStringLiteral("Tab reaches the microphone's and both title buttons, and shows where it is");
     });
+    m_tour.step(QStringLiteral("menu-by-keyboard"), [this] {
+        openApplicationMenu();
+        return QStringLiteral("F10 opens it, Escape leaves it");
+    });
     m_tour.step(QStringLiteral("create-devices"), [this] {
         createDevices();
         m_tour.picture(*m_window);
@@ -77,6 +83,11 @@ void DeviceWalk::run()
     });
     m_tour.step(QStringLiteral("killed-behind-its-back"), [this] {
         killBehindItsBack();
+        m_tour.picture(*m_window);
+        return QStringLiteral("the speaker's row is dimmed, and the status line counts it");
+    });
+    m_tour.step(QStringLiteral("refresh-after-it"), [this] {
+        refreshByKey();
         m_tour.picture(*m_window);
         return QStringLiteral("a refresh drops the speaker and its record");
     });
@@ -115,6 +126,20 @@ void DeviceWalk::showFocus()
     Tour::require(std::set<QString>(reached.begin(), reached.end()) == expected,
                   QStringLiteral("reached: ") + reached.join(QStringLiteral(", ")));
     table().setFocus();
+}
+
+void DeviceWalk::openApplicationMenu()
+{
+    bool isLeft = false;
+    m_tour.whenWindowOpens(QStringLiteral("application-menu"), [this, &isLeft](QWidget& menu) {
+        m_tour.picture(menu);
+        QTest::keyClick(&menu, Qt::Key_Escape);
+        isLeft = true;
+        return QStringLiteral("the eight device types, Refresh List");
+    });
+    QTest::keyClick(m_window.get(), Qt::Key_F10);
+    Tour::waitUntil([&isLeft] { return isLeft; }, QStringLiteral("the menu"));
+    activateWindow();
 }
 
 void DeviceWalk::createDevices()
@@ -182,11 +207,15 @@ void DeviceWalk::killBehindItsBack()
     Tour::require(row >= 0, QStringLiteral("the speaker has no row"));
     const qint64 processId = table().cellTexts(row)[DeviceTable::kPidColumn].toLongLong();
     Tour::require(endProcess(killCommand(processId)).exitCode == 0, QStringLiteral("it could not be killed"));
-    Tour::waitUntil([&] { return !m_records.isProcessRunning(processId); }, QStringLiteral("its end"));
+    Tour::waitUntil([&] { return table().isEnded(row); }, QStringLiteral("its end"));
+}
+
+void DeviceWalk::refreshByKey()
+{
     activateWindow();
     QTest::keyClick(m_window.get(), Qt::Key_F5);
     Tour::require(rowOf(QStringLiteral("Speaker Device")) < 0, QStringLiteral("the row is still there"));
-    const QStringList left = m_records.listRecords().filter(QStringLiteral("_%1.json").arg(processId));
+    const QStringList left = m_records.listRecords().filter(QStringLiteral("Speaker"));
     Tour::require(left.isEmpty(), QStringLiteral("its record is still there"));
 }
 

@@ -1,8 +1,8 @@
 // fido2_walk.cpp: the tour's walk through the life of a security key, with a real device process behind it.
 #include "app/device_table.h"
 #include "app/main_window.h"
-#include "fido2/credential_detail_dialog.h"
-#include "fido2/fido2_channels.h"
+#include "fido2/channel/fido2_channels.h"
+#include "fido2/dialogs/credential_detail_dialog.h"
 #include "tools/tour/tour.h"
 #include "tools/tour/walks.h"
 

@@ -2,6 +2,7 @@
 #include "tools/tour/tour.h"
 #include "tools/tour/walks.h"
 #include "ui/chinese_font.h"
+#include "ui/high_dpi.h"
 
 #include <QApplication>
 #include <QIcon>
@@ -11,8 +12,7 @@
 
 int main(int argc, char** argv)
 {
-    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
-    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    scaleWithScreens();
     QApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     const bool chooses = arguments.size() == 4 && arguments[2] == QLatin1String("--language");

@@ -22,9 +22,9 @@ public:
     {
         systemPrompter().warning(parent, title, text);
     }
-    bool question(QWidget* parent, const QString& title, const QString& text) override
+    bool question(QWidget* parent, const QString& title, const QString& text, const QString& remark) override
     {
-        return systemPrompter().question(parent, title, text);
+        return systemPrompter().question(parent, title, text, remark);
     }
     QString openFile(QWidget*, const QString&, const QString&, const QString&) override { return fileToChoose; }
     QString saveFile(QWidget*, const QString&, const QString&, const QString&) override { return fileToChoose; }

@@ -104,11 +104,12 @@ std::optional<qint64> processIdOf(const QCommandLineParser& parser, const QComma
     return isNumber && processId > 0 ? std::optional(processId) : std::nullopt;
 }
 
-/// The words of a command as one line. The file of a disk's command is looked up from the folder that the user is in,
-/// which is not the device's.
+/// The words of a command as one line. The file that some name is looked up from the folder that the user is in, which
+/// is not the device's.
 QString commandOf(const QStringList& words)
 {
-    const bool hasFile = words.size() > 1 && (words[0] == QLatin1String("insert") || words[0] == QLatin1String("save"));
+    static const QStringList kWithFile{QStringLiteral("insert"), QStringLiteral("save"), QStringLiteral("record")};
+    const bool hasFile = words.size() > 1 && kWithFile.contains(words[0]);
     const QString line = words.join(QLatin1Char(' '));
     return hasFile ? words[0] + QLatin1Char(' ') + QDir::current().absoluteFilePath(line.mid(words[0].size() + 1))
                    : line;

@@ -23,8 +23,8 @@ ARROWS = {
     # The devices that play media; the rest of the device process does without FFmpeg.
     "emulation/player": {"emulation", "media"},
     "emulation/video": {"emulation", "emulation/player", "devices", "media"},
-    "emulation/audio": {"emulation", "emulation/player", "devices", "media"},
-    "emulation/module": {"emulation", "emulation/audio", "emulation/video", "devices"},
+    "emulation/microphone": {"emulation", "emulation/player", "devices", "media"},
+    "emulation/module": {"emulation", "emulation/microphone", "emulation/video", "devices"},
     "app": {"dialogs", "fido2/file", "fido2/channel", "fido2/dialogs", "capture/view", "devices", "driver", "runtime", "ui"},
 }
 # What needs no widgets says so here: these may not include one. Folder: file name patterns.

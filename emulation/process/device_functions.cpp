@@ -1,6 +1,7 @@
 #include "emulation/process/device_functions.h"
 
 #include "devices/parameter_list.h"
+#include "emulation/audio/speaker.h"
 #include "emulation/hid/keyboard.h"
 #include "emulation/hid/mouse.h"
 #include "emulation/securitykey/security_key_function.h"
@@ -27,6 +28,13 @@ Outcome<std::unique_ptr<DeviceFunction>> makeDisk(const DeviceDescription& devic
     return std::unique_ptr<DeviceFunction>(disk.take());
 }
 
+std::unique_ptr<DeviceFunction> makeSpeaker(const DeviceDescription& device)
+{
+    const audio::SoundFormat format{device.parameters.value(parameter::SpeakerChannels).toInt(),
+                                    device.parameters.value(parameter::SpeakerSampleRate).toInt()};
+    return std::make_unique<audio::Speaker>(identityOf(device), format);
+}
+
 } // namespace
 
 Outcome<std::unique_ptr<DeviceFunction>> makeDeviceFunction(const DeviceContext& context)
@@ -40,6 +48,8 @@ Outcome<std::unique_ptr<DeviceFunction>> makeDeviceFunction(const DeviceContext&
         return makeDisk(context.device);
     case DeviceType::Fido2:
         return ctap::SecurityKeyFunction::make(identityOf(context.device), context);
+    case DeviceType::Speaker:
+        return makeSpeaker(context.device);
     default:
         return std::unique_ptr<DeviceFunction>();
     }

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <vector>
 
 class FunctionHost
 {
@@ -55,6 +56,40 @@ public:
         return submit(std::move(request));
     }
 
+    /// Packets one behind the other.
+    std::uint32_t isochronousOut(std::uint8_t address, const std::vector<QByteArray>& packets)
+    {
+        usb::Transfer::Request request;
+        request.endpoint = address;
+        for (const QByteArray& packet : packets) {
+            request.packets.push_back({std::uint32_t(request.data.size()), std::uint32_t(packet.size())});
+            request.data += packet;
+        }
+        request.length = std::uint32_t(request.data.size());
+        return submit(std::move(request));
+    }
+
+    /// Packets with room for `room` bytes each.
+    std::uint32_t isochronousIn(std::uint8_t address, int packets, std::uint32_t room)
+    {
+        usb::Transfer::Request request;
+        request.endpoint = address & 0x0F;
+        request.in = true;
+        request.length = std::uint32_t(packets) * room;
+        for (int packet = 0; packet < packets; ++packet)
+            request.packets.push_back({std::uint32_t(packet) * room, room});
+        return submit(std::move(request));
+    }
+
+    /// Bytes of each packet of an isochronous transfer.
+    std::vector<std::uint32_t> packetSizes(std::uint32_t number) const
+    {
+        std::vector<std::uint32_t> sizes;
+        for (const usb::IsochronousPacket& packet : m_results.value(number).packets)
+            sizes.push_back(packet.actual);
+        return sizes;
+    }
+
     bool isDone(std::uint32_t number) const { return m_results.contains(number); }
     QByteArray data(std::uint32_t number) const { return m_results.value(number).data; }
     QString result(std::uint32_t number) const { return m_results.value(number).text(); }
@@ -65,7 +100,12 @@ private:
     struct Result
     {
         Result() = default;
-        Result(const usb::Transfer& transfer) : done(true), status(transfer.status()), data(transfer.dataIn()) {}
+        Result(const usb::Transfer& transfer)
+            : done(true)
+            , status(transfer.status())
+            , data(transfer.dataIn())
+            , packets(transfer.packets())
+        {}
 
         QString text() const
         {
@@ -78,6 +118,7 @@ private:
         bool done = false;
         usb::Status status = usb::Status::Ok;
         QByteArray data;
+        std::vector<usb::IsochronousPacket> packets;
     };
 
     std::uint32_t submit(usb::Transfer::Request request)

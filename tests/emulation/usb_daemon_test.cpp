@@ -232,10 +232,10 @@ void UsbDaemonTest::takesCommands()
     device->write(message("5\n1d6b\n0002\nSpeaker\n0200\n2\n44100\nEND"));
     QTRY_VERIFY_WITH_TIMEOUT(!recordsOf(processId).isEmpty(), kPatience);
     const CommandOutcome status = sendDeviceCommand(processId, QStringLiteral("status"));
-    QCOMPARE(status.line, QStringLiteral("OK: speaker: no host can use a device of this type yet"));
+    QVERIFY2(status.line.startsWith(QStringLiteral("OK: speaker: ")), qPrintable(status.line));
     QVERIFY(status.done);
     const CommandOutcome unknown = sendDeviceCommand(processId, QStringLiteral("dance"));
-    QCOMPARE(unknown.line, QStringLiteral("ERROR: a device of this type knows no such command"));
+    QCOMPARE(unknown.line, QStringLiteral("ERROR: A speaker knows: record FILE, stop, status."));
     QVERIFY(!unknown.done);
 
     // Lines one after the other, and one without an end.

@@ -91,6 +91,14 @@ class Guest:
         """Bytes of a file of the guest."""
         return base64.b64decode(self.check(f"base64 -w 0 {shlex.quote(path)}", 120))
 
+    def write(self, path, content):
+        """Makes a file of the guest with these bytes."""
+        piece = 1 << 20 # bytes; a command of many MiB would not be taken
+        self.check(f": >{shlex.quote(path)}")
+        for start in range(0, len(content), piece):
+            text = base64.b64encode(content[start:start + piece]).decode()
+            self.check(f"echo {text} | base64 -d >>{shlex.quote(path)}", 120)
+
     def kernel_log(self):
         """Lines of the kernel's log, each without its time, since this was last called."""
         return [line.split("] ", 1)[-1] for line in self.check("dmesg -c").splitlines()]

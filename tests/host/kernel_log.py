@@ -47,7 +47,11 @@ STORAGE = [
     r"sd[a-z]: detected capacity change from \d+ to \d+", # a medium was put in or taken out
     r" ?sd[a-z]:( sd[a-z]\d)*",
 ]
-USUAL = ATTACH + DETACH + TAKEN_BACK + INPUT + STORAGE
+SOUND = [ # for every transfer, its driver asks the controller for a frame number
+    rf"usb usb{NUMBER}: Not yet implemented",
+    rf"vhci_get_frame_number: {NUMBER} callbacks suppressed",
+]
+USUAL = ATTACH + DETACH + TAKEN_BACK + INPUT + STORAGE + SOUND
 
 
 def unusual(lines, also=()):

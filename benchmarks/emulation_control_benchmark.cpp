@@ -10,7 +10,7 @@ constexpr int kTransfers = 20000;
 /// Microseconds of one round trip: the device's descriptor is asked for, 18 bytes come back.
 double roundTrip(int socket)
 {
-    const usbip::Header request = usbip::headerOf(bench::controlSubmit(2, {0x80, 6, 0, 1, 0, 0, 18, 0}));
+    const usbip::Header request = bench::controlHeader(2, "8006000100001200");
     std::array<char, usbip::kHeaderSize + 18> answer;
     return 1000.0 / kTransfers * millisecondsOf([&] {
                for (int i = 0; i < kTransfers; ++i) {

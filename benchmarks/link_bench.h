@@ -3,6 +3,7 @@
 
 #include "emulation/link/host_connection.h"
 #include "emulation/link/local_device.h"
+#include "tests/support/usbip_bytes.h"
 
 #include <QCoreApplication>
 
@@ -87,15 +88,13 @@ private:
 
 constexpr std::uint32_t kDeviceId = 0x10001;
 
-inline usbip::Submit controlSubmit(std::uint32_t sequence, const std::array<std::uint8_t, 8>& setup)
+/// A control transfer from its setup bytes in hexadecimal, as it travels.
+inline usbip::Header controlHeader(std::uint32_t sequence, const char* setup)
 {
-    usbip::Submit submit;
+    usbip::Submit submit = tests::controlSubmit(setup);
     submit.sequence = sequence;
     submit.deviceId = kDeviceId;
-    submit.setup = setup;
-    submit.in = (setup[0] & 0x80) != 0;
-    submit.length = setup[6] | static_cast<std::uint32_t>(setup[7]) << 8;
-    return submit;
+    return usbip::headerOf(submit);
 }
 
 /// Runs the link on this thread's event loop and `host` on another, with the host's end of the socket, until it
@@ -109,7 +108,7 @@ void withLink(const Host& host)
     HostConnection connection(StreamSocket(pair.device), device, kDeviceId, nullptr,
                               {[](bool) {}, [] { QCoreApplication::quit(); }});
     std::thread thread([&] {
-        const usbip::Header configure = usbip::headerOf(controlSubmit(1, {0, 9, 1, 0, 0, 0, 0, 0}));
+        const usbip::Header configure = controlHeader(1, "0009010000000000");
         usbip::Header reply;
         writeAll(pair.host, configure.data(), configure.size());
         readAll(pair.host, reply.data(), reply.size());

@@ -271,12 +271,9 @@ void LinkTest::parsesPiecesOfAnySize()
     isochronous.packets = {{0, 1024, 0, 0}, {1024, 1024, 0, 0}};
     QByteArray stream;
     for (int round = 0; round < 3; ++round) {
-        for (const usbip::Submit& submit : {out, isochronous}) {
-            const usbip::Header header = usbip::headerOf(submit);
-            stream += QByteArray(header.data(), int(header.size())) + submit.data + usbip::packetTable(submit.packets);
-        }
-        const usbip::Header header = usbip::headerOf(usbip::Unlink{3, 0, 1});
-        stream += QByteArray(header.data(), int(header.size()));
+        for (const usbip::Submit& submit : {out, isochronous})
+            stream += tests::bytesOf(submit);
+        stream += tests::bytesOf(usbip::Unlink{3, 0, 1});
     }
     for (const int piece : {1, 7, 47, 48, 49, 4096, 100'000}) {
         usbip::MessageParser parser;

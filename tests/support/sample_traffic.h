@@ -2,7 +2,7 @@
 #pragma once
 
 #include "emulation/channels/capture_packet.h"
-#include "emulation/link/usbip_codec.h"
+#include "tests/support/usbip_bytes.h"
 
 #include <QStringList>
 
@@ -73,11 +73,7 @@ private:
 
     void control(const char* setup, const QByteArray& data, std::int32_t status = 0)
     {
-        const QByteArray bytes = QByteArray::fromHex(setup);
-        usbip::Submit submit;
-        std::copy(bytes.begin(), bytes.end(), submit.setup.begin());
-        submit.in = (submit.setup[0] & 0x80) != 0;
-        submit.length = submit.setup[6] | static_cast<std::uint32_t>(submit.setup[7]) << 8;
+        usbip::Submit submit = controlSubmit(setup);
         exchange(TappedType::Control, submit, data, status);
     }
 

@@ -1,7 +1,7 @@
 // usbip_host.h: a host for tests that imports a device over USB/IP and asks things of it, blocking.
 #pragma once
 
-#include "emulation/link/usbip_codec.h"
+#include "tests/support/usbip_bytes.h"
 
 #include <QElapsedTimer>
 #include <QTcpSocket>
@@ -64,15 +64,13 @@ public:
         submit.sequence = ++m_sequence;
         submit.deviceId = m_deviceId;
         m_asked[submit.sequence] = {submit.in, submit.length, static_cast<std::uint32_t>(submit.packets.size())};
-        const usbip::Header header = usbip::headerOf(submit);
-        write(QByteArray(header.data(), int(header.size())) + submit.data + usbip::packetTable(submit.packets));
+        write(bytesOf(submit));
         return submit.sequence;
     }
 
     std::uint32_t unlink(std::uint32_t victim)
     {
-        const usbip::Header header = usbip::headerOf(usbip::Unlink{++m_sequence, m_deviceId, victim});
-        write(QByteArray(header.data(), int(header.size())));
+        write(bytesOf(usbip::Unlink{++m_sequence, m_deviceId, victim}));
         return m_sequence;
     }
 
@@ -97,11 +95,7 @@ public:
     /// A control transfer from setup bytes in hexadecimal; its answer.
     usbip::SubmitReply control(const char* setup, const QByteArray& data = {})
     {
-        const QByteArray bytes = QByteArray::fromHex(setup);
-        usbip::Submit request;
-        std::copy(bytes.begin(), bytes.end(), request.setup.begin());
-        request.in = (request.setup[0] & 0x80) != 0;
-        request.length = request.setup[6] | std::uint32_t(request.setup[7]) << 8;
+        usbip::Submit request = controlSubmit(setup);
         request.data = data;
         submit(request);
         const usbip::Message answer = next();

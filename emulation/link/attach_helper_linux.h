@@ -13,8 +13,9 @@ class AttachHelper : public QProcess
     Q_OBJECT
 
 public:
-    /// The port, or -1. Called from the event loop; the helper may be deleted later by it, and not at once.
-    using Ended = std::function<void(int port)>;
+    /// The port, or -1 with the reason. Called from the event loop; the helper may be deleted later by it, and not at
+    /// once.
+    using Ended = std::function<void(int port, const QString& reason)>;
 
     /// Copies `socket`; the caller closes its own.
     AttachHelper(int socket, std::uint32_t deviceId, int speed, Ended ended);
@@ -28,7 +29,8 @@ protected:
     void setupChildProcess() override;
 
 private:
-    void report(int port);
+    void finish(int code, ExitStatus status);
+    void report(int port, const QString& reason);
 
     int m_socket;
     Ended m_ended;

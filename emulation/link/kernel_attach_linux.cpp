@@ -1,16 +1,13 @@
 #include "emulation/link/attach_helper_linux.h"
+#include "emulation/link/bus_id_search.h"
 #include "emulation/link/host_connection.h"
 #include "emulation/link/host_way.h"
 #include "emulation/link/vhci_ports.h"
-
-#include <QTimer>
 
 #include <sys/socket.h>
 #include <unistd.h>
 
 namespace {
-
-constexpr int kBusIdInterval = 200; // ms between two looks at where the device is in the host's tree
 
 QString sentence(vhci::AttachResult result)
 {
@@ -33,11 +30,19 @@ QString sentence(vhci::AttachResult result)
 class KernelAttach final : public HostWay
 {
 public:
-    explicit KernelAttach(const HostWayContext& context) : m_context(context)
-    {
-        m_busIdTimer.setInterval(kBusIdInterval);
-        QObject::connect(&m_busIdTimer, &QTimer::timeout, &m_busIdTimer, [this] { lookForBusId(); });
-    }
+    explicit KernelAttach(const HostWayContext& context)
+        : m_context(context)
+        , m_busIdSearch({[this] { return busId(); },
+                         [this](const QString& busId) {
+                             m_state.busId = busId;
+                             m_state.note.clear();
+                             m_context.changed();
+                         },
+                         [this] {
+                             m_state.note = QStringLiteral("the kernel gave the device no address");
+                             m_context.changed();
+                         }})
+    {}
 
     void plugIn(const std::function<void(const QString&)>& failed) override
     {
@@ -56,8 +61,9 @@ public:
         if (attached.result == vhci::AttachResult::Attached) {
             begin(std::move(ours), attached.port);
         } else if (mayAsk && AttachHelper::isInstalled()) {
-            m_helper = std::make_unique<AttachHelper>(theirs, deviceId(), speed,
-                                                      [this, failed](int port) { helperEnded(port, failed); });
+            m_helper = std::make_unique<AttachHelper>(
+                theirs, deviceId(), speed,
+                [this, failed](int port, const QString& reason) { helperEnded(port, reason, failed); });
             m_waiting = std::move(ours);
         } else {
             failed(sentence(attached.result));
@@ -67,7 +73,7 @@ public:
 
     void unplug() override
     {
-        m_busIdTimer.stop();
+        m_busIdSearch.stop();
         m_helper.reset();
         m_waiting = {};
         m_connection.reset();
@@ -93,42 +99,40 @@ private:
                                        m_state.note = QStringLiteral("the kernel detached the device");
                                        m_context.changed();
                                    }});
-        m_busIdTimer.start();
+        m_busIdSearch.start();
         m_context.changed();
     }
 
-    void helperEnded(int port, const std::function<void(const QString&)>& failed)
+    void helperEnded(int port, const QString& reason, const std::function<void(const QString&)>& failed)
     {
         m_helper.release()->deleteLater();
         StreamSocket socket = std::move(m_waiting);
         if (port >= 0)
             begin(std::move(socket), port);
         else
-            failed(QStringLiteral("attaching the device was not permitted"));
+            failed(reason);
     }
 
     void setConfigured(bool configured)
     {
         m_state.isConfigured = configured;
         m_context.changed();
+        if (configured && m_state.busId.isEmpty())
+            m_busIdSearch.start(); // it has an address now, however late
     }
 
-    /// The kernel names the device's place once it has an address.
-    void lookForBusId()
+    /// Empty until the device has an address.
+    QString busId() const
     {
-        for (const vhci::Port& port : vhci::readPorts(vhci::kFolder)) {
-            const QString busId = QString::fromStdString(port.busId);
-            if (port.number != m_state.port || busId == QLatin1String("0-0"))
-                continue;
-            m_busIdTimer.stop();
-            m_state.busId = busId;
-            m_context.changed();
-        }
+        for (const vhci::Port& port : vhci::readPorts(vhci::kFolder))
+            if (port.number == m_state.port && port.busId != vhci::kNoBusId)
+                return QString::fromStdString(port.busId);
+        return {};
     }
 
     HostWayContext m_context;
     HostState m_state;
-    QTimer m_busIdTimer;
+    BusIdSearch m_busIdSearch;
     std::unique_ptr<AttachHelper> m_helper;
     StreamSocket m_waiting; // for the helper to end
     std::unique_ptr<HostConnection> m_connection;

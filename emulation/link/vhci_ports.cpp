@@ -44,7 +44,7 @@ std::vector<Port> parseStatus(const std::string& text)
         std::string hub, device, socket;
         int state = -1, speed = -1;
         Port port;
-        if (words >> hub >> port.number >> state >> speed >> device >> socket >> port.busId &&
+        if (words >> hub >> port.number >> state >> speed >> device >> socket >> port.busId && port.number >= 0 &&
             (hub == "hs" || hub == "ss")) {
             port.isSuperSpeed = hub == "ss";
             port.isFree = state == kFreeState;

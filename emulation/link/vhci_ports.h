@@ -12,16 +12,19 @@ namespace vhci {
 /// Where the controller shows itself; there is one set of files for all of its buses.
 constexpr const char* kFolder = "/sys/devices/platform/vhci_hcd.0";
 
+/// Of a port whose device has no address.
+constexpr const char* kNoBusId = "0-0";
+
 /// One line of a status file.
 struct Port
 {
     int number = 0; ///< as `attach` takes it
     bool isSuperSpeed = false;
     bool isFree = false;
-    std::string busId; ///< where the device is in the host's tree ("3-1"); "0-0" until it is there
+    std::string busId; ///< where the device is in the host's tree ("3-1"); kNoBusId until it is there
 };
 
-/// The ports of the text of one status file; lines that are none are left out.
+/// The ports of the text of one status file; lines that are none, such as its heading, are left out.
 std::vector<Port> parseStatus(const std::string& text);
 
 /// All ports of the controller at `folder`: its files "status", "status.1", ... Empty when there is no controller.

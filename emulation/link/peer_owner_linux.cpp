@@ -20,7 +20,8 @@ QByteArray tableText(const QHostAddress& address, quint16 port)
 }
 
 /// The user of the connection in that table, whose addresses end with these texts: in the table of IPv6 an IPv4 address
-/// is the end of a longer one.
+/// is the end of a longer one. An end that its program has closed belongs to nobody any more, but the table of some
+/// kernels says root: such a line, which has no inode, tells nothing.
 std::optional<uid_t> userIn(const QString& path, const QByteArray& own, const QByteArray& peer)
 {
     QFile table(path);
@@ -29,7 +30,7 @@ std::optional<uid_t> userIn(const QString& path, const QByteArray& own, const QB
     const QList<QByteArray> lines = table.readAll().split('\n');
     for (const QByteArray& line : lines) {
         const QList<QByteArray> words = line.simplified().split(' ');
-        if (words.size() > 7 && words[1].endsWith(own) && words[2].endsWith(peer))
+        if (words.size() > 9 && words[1].endsWith(own) && words[2].endsWith(peer) && words[9].toULongLong() != 0)
             return words[7].toUInt();
     }
     return {};

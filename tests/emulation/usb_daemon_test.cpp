@@ -30,6 +30,8 @@ private slots:
     void offersItsDeviceToHosts();
     void explainsWhyItEnds_data();
     void explainsWhyItEnds();
+    void namesEachWrongField_data();
+    void namesEachWrongField();
 
 private:
     enum class KeyFile
@@ -293,8 +295,6 @@ void UsbDaemonTest::explainsWhyItEnds_data()
     addRow("not base64", "hello\n", KeyFile::Own, "usb-daemon: The message is not base64 text.");
     addRow("line without an end", QByteArray(1024 * 1024 + 1, 'A'), KeyFile::Own,
            "usb-daemon: The message is longer than 1048576 bytes.");
-    addRow("wrong list", message("4\nEND"), KeyFile::Own,
-           "usb-daemon: Field 0 (device code) is \"4\"; expected \"1\", \"2\", \"3\", \"5\", \"6\" or \"7\".");
     addRow("name that leads out of the folder", message(QByteArray(kKeyboard).replace("Keyboard Device", "x/../../y")),
            KeyFile::Own, "usb-daemon: The device name \"x/../../y\" cannot be part of a file name.");
     addRow("name that is too long for a file",
@@ -330,6 +330,83 @@ void UsbDaemonTest::explainsWhyItEnds()
     QCOMPARE(device->exitStatus(), QProcess::NormalExit);
     QCOMPARE(device->exitCode(), exitCode);
     QCOMPARE(recordsOf(processId), QStringList());
+}
+
+void UsbDaemonTest::namesEachWrongField_data()
+{
+    QTest::addColumn<QString>("list");   // fields between "|", a right one each
+    QTest::addColumn<QString>("wrong");  // a wrong one for each
+    QTest::addColumn<QString>("faults"); // what is said to be expected at each
+    const QString code = QStringLiteral("\"1\", \"2\", \"3\", \"5\", \"6\" or \"7\"");
+    const QString id = QStringLiteral("one to four hexadecimal digits");
+    const QString name = QStringLiteral("text without control characters");
+    const QString identity = QStringLiteral("%1|%2|%2|%3|").arg(code, id, name);
+    const QString version = QStringLiteral("\"0\" for USB 2.0 or \"1\" for USB 3.0|");
+    const QString bcd = QStringLiteral("\"0200\"|");
+    const QString end = QStringLiteral("|\"END\"");
+    const auto addRow = [](const char* device, const char* list, const char* wrong, const QString& faults) {
+        QTest::newRow(device) << QString::fromUtf8(list) << QString::fromUtf8(wrong) << faults;
+    };
+    addRow("camera", "1|0x1234|0x5678|UVC Camera|0|/v.mp4|7|-1|1280|720|30|0x0100|0|END",
+           "9|x|12345|a\tb|2|a\tb|-1|-2|0|16385|0|0x0110|yes|end",
+           identity + version +
+               QStringLiteral("a file path or URL|a number from 0 to 999999|a number from -1 to 9999|"
+                              "a number from 1 to 16384|a number from 1 to 16384|a number from 1 to 1000|"
+                              "\"0x0100\" or \"0x0150\"|\"0\" or \"1\"") +
+               end);
+    addRow("security key", "2|0x1234|0x5678|FIDO2 Security Key|1|FIDO2_20260102030405_1234|/f/k.json|1|END",
+           "4||0x|a\tb|0200|a\\b|a\tb|2|",
+           identity + version + QStringLiteral("text that can be part of a file name|a file path|\"0\" or \"1\"") +
+               end);
+    addRow("USB/IP device", "3|1d6b|0002|USBIP Device|0200|127.0.0.1:3240|1-1|END",
+           "03|1d6g|-1|a\tb|0300|::1:3240|1-1.|END ",
+           identity + bcd + QStringLiteral("an IPv4 address, \":\" and a port|a bus id such as \"1-1\"") + end);
+    addRow("microphone", "3|1d6b|0002|USB Microphone|1|2.0|0|test_audio.wav|2|48000|1|END",
+           "33|1 d|00002|a\tb|3|3.0|on|a\tb|9|7999|true|E",
+           identity + version +
+               QStringLiteral("\"1.0\" or \"2.0\"|\"0\" or \"1\"|a file path or URL|a number from 1 to 8|"
+                              "a number from 8000 to 192000|\"0\" or \"1\"") +
+               end);
+    addRow("speaker", "5|1d6b|0002|Speaker Device|0200|2|44100|END", "0x5|.|,|a\tb|200|0|192001|END.",
+           identity + bcd + QStringLiteral("a number from 1 to 8|a number from 8000 to 192000") + end);
+    addRow("storage", "6|1d6b|0002|USB Storage Device|0200|1024|FAT32|END", "|1d6b2|2h|a\tb|0201|0|fat32|end",
+           identity + bcd + QStringLiteral("a number from 1 to 1048576|\"FAT32\"") + end);
+    addRow("keyboard", "7|1d6b|0002|Keyboard Device|0200|104|USB HID|END", "8|0xx|0x12345|a\tb|2|105|USB|EN",
+           identity + bcd + QStringLiteral("\"104\"|\"USB HID\"") + end);
+}
+
+/// One process for each field, all at once: each ends with one sentence about that field, and leaves nothing.
+void UsbDaemonTest::namesEachWrongField()
+{
+    QFETCH(QString, list);
+    QFETCH(QString, wrong);
+    QFETCH(QString, faults);
+    const QChar bar = QLatin1Char('|');
+    const QStringList fields = list.split(bar), wrongTexts = wrong.split(bar), expected = faults.split(bar);
+    QCOMPARE(wrongTexts.size(), fields.size());
+    QCOMPARE(expected.size(), fields.size());
+    std::vector<QProcess*> devices;
+    for (int i = 0; i < fields.size(); ++i) {
+        QStringList changed = fields;
+        changed[i] = wrongTexts[i];
+        devices.push_back(startDevice());
+        QVERIFY(devices.back());
+        devices.back()->write(message(changed.join(QLatin1Char('\n')).toUtf8()));
+    }
+    for (int i = 0; i < fields.size(); ++i) {
+        QProcess& device = *devices[std::size_t(i)];
+        const qint64 processId = device.processId();
+        QVERIFY(device.state() == QProcess::NotRunning || device.waitForFinished(kPatience));
+        const QString said = QString::fromUtf8(device.readAllStandardError()).trimmed();
+        const QString shown = QString(wrongTexts[i]).replace(QLatin1Char('\t'), QLatin1Char('?'));
+        const QRegularExpression sentence(
+            QStringLiteral("^usb-daemon: Field %1 \\([A-Za-z0-9 -]+\\) is \"%2\"; expected %3\\.$")
+                .arg(QString::number(i), QRegularExpression::escape(shown), QRegularExpression::escape(expected[i])));
+        QVERIFY2(sentence.match(said).hasMatch(), qPrintable(said));
+        QCOMPARE(device.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(device.exitCode(), 1);
+        QCOMPARE(recordsOf(processId), QStringList());
+    }
 }
 
 PLUGBOARD_SUITE(UsbDaemonTest)

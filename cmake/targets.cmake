@@ -94,7 +94,8 @@ function(plugboard_copy_beside target program directory)
     add_custom_target(${target}_${program}_copy
         COMMAND ${CMAKE_COMMAND} -E make_directory "${directory}"
         COMMAND ${CMAKE_COMMAND} -E copy_if_different
-                "$<TARGET_FILE:${program}>" "$<TARGET_PROPERTY:${program},COPIED_WITH>" "${directory}"
+                "$<TARGET_FILE:${program}>" "$<TARGET_GENEX_EVAL:${program},$<TARGET_PROPERTY:${program},COPIED_WITH>>"
+                "${directory}"
         DEPENDS ${program} COMMAND_EXPAND_LISTS VERBATIM)
     add_dependencies(${target} ${target}_${program}_copy)
 endfunction()

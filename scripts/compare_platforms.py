@@ -69,6 +69,7 @@ class Side:
         for program in ("plugboard", "plugboard-driver"):
             shutil.copy2(self.build / "bin" / (program + self.suffix), folder)
         shutil.copy2(daemon, folder / "usb-daemon.exe")
+        shutil.copy2(self.build / "bin" / f"plugboard-media-devices.{'dll' if self.windows else 'so'}", folder)
         shutil.copy2(self.build / "bin" / "vusbbus.inf", folder)
         return folder
 

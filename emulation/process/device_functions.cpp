@@ -4,6 +4,7 @@
 #include "emulation/audio/speaker.h"
 #include "emulation/hid/keyboard.h"
 #include "emulation/hid/mouse.h"
+#include "emulation/process/media_module.h"
 #include "emulation/securitykey/security_key_function.h"
 #include "emulation/storage/disk.h"
 
@@ -50,6 +51,8 @@ Outcome<std::unique_ptr<DeviceFunction>> makeDeviceFunction(const DeviceContext&
         return ctap::SecurityKeyFunction::make(identityOf(context.device), context);
     case DeviceType::Speaker:
         return makeSpeaker(context.device);
+    case DeviceType::Camera:
+        return makeMediaDevice(context, identityOf(context.device));
     default:
         return std::unique_ptr<DeviceFunction>();
     }

@@ -5,7 +5,7 @@ set -eu
 package=/usr/lib/plugboard
 own=${PLUGBOARD_HOME:-${XDG_DATA_HOME:-$HOME/.local/share}/plugboard}
 mkdir -p "$own"
-for file in plugboard plugboard-driver usb-daemon.exe vusbbus.inf; do
+for file in plugboard plugboard-driver usb-daemon.exe plugboard-media-devices.so vusbbus.inf; do
     # Renamed into place: a device that runs keeps the file that it was started from.
     if ! cmp -s "$package/$file" "$own/$file"; then
         cp "$package/$file" "$own/$file.$$"

@@ -37,7 +37,8 @@ def main():
     target = options.stage / "licences"
     target.mkdir(exist_ok=True)
 
-    unnamed = {file.relative_to(options.stage) for file in options.stage.rglob("*.dll")}
+    unnamed = {file.relative_to(options.stage) for file in options.stage.rglob("*.dll")
+               if not file.name.startswith("plugboard-")} # our own
     lines, common = [], set()
     for name, patterns, packages in components():
         files = {file for pattern in patterns for file in options.stage.glob(pattern)}

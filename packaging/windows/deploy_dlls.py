@@ -3,7 +3,7 @@
 
 usage: deploy_dlls.py --sysroot FOLDER --to FOLDER [--plugins FOLDER] PROGRAM_OR_FOLDER...
 
-The import tables are followed from the programs (every .exe of a folder and below) and the plug-ins. A DLL that neither the
+The import tables are followed from the programs (every .exe of a folder and below, and our own libraries) and the plug-ins. A DLL that neither the
 sysroot nor the compiler has must be one of the system's own, known by the names that Wine or Windows gives; any other
 one is an error, since the program would not start elsewhere. Plug-ins go to --plugins (default: --to), a folder for
 each kind.
@@ -66,7 +66,9 @@ def main():
 
     programs = []
     for program in options.programs:
-        programs += sorted(program.rglob("*.exe")) if program.is_dir() else [program]
+        # A library of ours is loaded at run time by a program that does not import it.
+        own = sorted([*program.rglob("*.exe"), *program.rglob("plugboard-*.dll")]) if program.is_dir() else [program]
+        programs += own
     if not programs:
         sys.exit("No program to deploy for.")
 

@@ -33,8 +33,8 @@ version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build/CMakeCache.txt")
 stage=$build/stage/plugboard-$version
 rm -rf "$build/stage"
 mkdir -p "$stage"
-cp "$build"/bin/*.exe "$stage"
-sign "$stage"/*.exe
+cp "$build"/bin/*.exe "$build"/bin/plugboard-*.dll "$stage"
+sign "$stage"/*.exe "$stage"/plugboard-*.dll
 "$windows/deploy_dlls.py" --sysroot "$sysroot" --to "$stage" "$stage"
 find "$stage" -name '*.dll' -exec x86_64-w64-mingw32-strip --strip-unneeded --enable-deterministic-archives {} +
 cp "$project/LICENSE" "$stage/LICENSE.txt"

@@ -28,12 +28,14 @@ class DeviceProcess:
     under Wine."""
 
     runner = ()
+    module = "plugboard-media-devices.so"
 
     def __init__(self, parameters, programs):
         self.programs = pathlib.Path(programs).resolve()
         self.folder = self._make_folder()
         self.environment = dict(os.environ, PLUGBOARD_USER_DATA=str(self.folder / "user"), PLUGBOARD_HOST="server")
-        shutil.copy(self.programs / PROGRAM, self.folder)
+        for file in (PROGRAM, self.module):
+            shutil.copy(self.programs / file, self.folder)
         self.output_file = open(self.folder / "output", "wb")
         self.process = subprocess.Popen([*self.runner, str(self.folder / PROGRAM), "--mode", "Local"],
                                         stdin=subprocess.PIPE, stdout=self.output_file, stderr=subprocess.STDOUT,
@@ -90,6 +92,7 @@ class DeviceProcess:
 
 class WindowsDeviceProcess(DeviceProcess):
     runner = (str(RUN_UNDER_WINE),)
+    module = "plugboard-media-devices.dll"
 
     def _make_folder(self):
         # Below the programs, whose folder the DLLs are looked for in.

@@ -1,0 +1,25 @@
+// media_devices.cpp: makes the devices that play media; emulation/process/media_module.h says what for.
+#include "emulation/process/media_module.h"
+#include "emulation/video/camera.h"
+
+namespace {
+
+Outcome<std::unique_ptr<DeviceFunction>> make(const DeviceContext& context, const usb::DeviceDescriptors& identity)
+{
+    switch (context.device.type) {
+    case DeviceType::Camera:
+        return uvc::makeCamera(identity, context);
+    default:
+        return std::unique_ptr<DeviceFunction>();
+    }
+}
+
+} // namespace
+
+extern "C" Q_DECL_EXPORT DeviceFunction*
+plugboardMakeMediaDevice(const DeviceContext& context, const usb::DeviceDescriptors& identity, QString* fault)
+{
+    auto made = make(context, identity);
+    *fault = made.fault();
+    return made ? made.take().release() : nullptr;
+}

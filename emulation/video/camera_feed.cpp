@@ -1,0 +1,258 @@
+#include "emulation/video/camera_feed.h"
+
+#include "emulation/video/no_signal.h"
+
+#include <algorithm>
+
+using namespace std::chrono_literals;
+
+namespace uvc {
+
+namespace {
+
+constexpr auto kPoll = 3ms;         // how often a source that is late is asked
+constexpr auto kPatience = 1000ms;  // without a picture, before another one stands in
+constexpr auto kMostBehind = 250ms; // later pictures are not made up for
+constexpr std::size_t kMostGroupBytes = 16 * 1024 * 1024;
+
+PictureClock::Time steadyNow()
+{
+    return std::chrono::steady_clock::now();
+}
+
+} // namespace
+
+CameraFeed::CameraFeed(const CameraSetup& setup, const ProcessingUnit& processing, Ready ready)
+    : m_setup(setup)
+    , m_processing(processing)
+    , m_ready(std::move(ready))
+{
+    m_timer.setSingleShot(true);
+    m_timer.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { tick(); });
+    m_threads.setMaxThreadCount(1);
+}
+
+CameraFeed::~CameraFeed()
+{
+    m_threads.waitForDone();
+}
+
+void CameraFeed::start()
+{
+    m_isRunning = true;
+    m_needsKey = true;
+    m_waiting.clear();
+    m_lastFresh = steadyNow();
+    forgetSchedule();
+    m_timer.start(0);
+}
+
+void CameraFeed::stop()
+{
+    m_isRunning = false;
+    m_timer.stop();
+    m_waiting.clear();
+}
+
+void CameraFeed::setPlayer(SourcePlayer* player, bool isLive)
+{
+    m_player = player;
+    m_isLive = isLive;
+    m_needsKey = true;
+    m_lastFresh = steadyNow();
+    forgetSchedule();
+}
+
+void CameraFeed::setPaused(bool isPaused)
+{
+    m_isPaused = isPaused;
+    m_lastFresh = steadyNow();
+    forgetSchedule();
+}
+
+void CameraFeed::forgetSchedule()
+{
+    m_clock.restart(steadyNow(), {m_setup.rate, 1});
+    m_ticks = 0;
+    m_taken = 0;
+}
+
+void CameraFeed::tick()
+{
+    const PictureClock::Time now = steadyNow();
+    if (now - m_clock.due() > kMostBehind)
+        forgetSchedule();
+    bool came = true;
+    while (came && m_clock.due() <= now) {
+        came = produce(now);
+        if (came)
+            m_clock.advance();
+    }
+    const auto wait = came ? std::chrono::ceil<std::chrono::milliseconds>(m_clock.due() - steadyNow()) : kPoll;
+    m_timer.start(std::max<std::chrono::milliseconds>(wait, 0ms));
+    if (!m_waiting.empty())
+        m_ready();
+}
+
+/// Whether the picture that is due is dealt with.
+bool CameraFeed::produce(PictureClock::Time now)
+{
+    if (m_isPaused) {
+        m_lastFresh = now;
+        if (!m_setup.isInterCoded() && !m_last.empty())
+            offer(m_last.back());
+        return true;
+    }
+    if (const PicturePointer picture = nextFresh()) {
+        m_lastFresh = now;
+        m_showsStandIn = false;
+        m_standIn.reset();
+        offer(picture);
+        return true;
+    }
+    if (now - m_lastFresh < std::max<std::chrono::nanoseconds>(kPatience, 3 * m_clock.period()))
+        return false;
+    standIn();
+    return true;
+}
+
+PicturePointer CameraFeed::nextFresh()
+{
+    if (!m_player)
+        return nullptr;
+    if (m_isLive)
+        return takeNewest();
+    return m_setup.isRaw() ? takeAtSourceRate() : takeOne();
+}
+
+/// Raw pictures come at the source's rate, and are left out or repeated so that they keep their speed.
+PicturePointer CameraFeed::takeAtSourceRate()
+{
+    const AVRational rate = m_player->pictureRate();
+    if (rate.num <= 0)
+        return nullptr;
+    const std::int64_t needed = av_rescale(m_ticks, rate.num, std::int64_t(rate.den) * m_setup.rate) + 1;
+    while (m_taken < needed || m_last.empty()) {
+        if (!takeOne())
+            return nullptr;
+        ++m_taken;
+    }
+    ++m_ticks;
+    return m_last.back();
+}
+
+/// Inter-coded pictures are all wanted, so those before the newest are offered right away.
+PicturePointer CameraFeed::takeNewest()
+{
+    PicturePointer newest;
+    while (PicturePointer next = takeOne()) {
+        if (newest && m_setup.isInterCoded())
+            offer(newest);
+        newest = std::move(next);
+    }
+    return newest;
+}
+
+PicturePointer CameraFeed::takeOne()
+{
+    while (std::optional<MediaItem> item = m_player->take()) {
+        if (joins(*item))
+            return keep(std::move(*item));
+        m_player->recycle(std::move(*item));
+    }
+    return nullptr;
+}
+
+bool CameraFeed::joins(const MediaItem& item)
+{
+    const bool fits = m_setup.isRaw() ? item.bytes.size() == m_setup.largestPicture()
+                                      : !item.bytes.empty() && item.bytes.size() <= m_setup.largestPicture();
+    if (!fits) {
+        ++m_counts.dropped;
+        m_needsKey = true;
+        return false;
+    }
+    if (!m_setup.isInterCoded())
+        return true;
+    m_needsKey = m_needsKey && !item.isKeyPacket;
+    return !m_needsKey;
+}
+
+PicturePointer CameraFeed::keep(MediaItem&& item)
+{
+    const bool isFirst = !m_setup.isInterCoded() || item.isKeyPacket;
+    if (m_setup.isRaw())
+        m_processing.apply(item.bytes, m_setup.width, m_setup.height);
+    auto picture = std::make_shared<std::vector<std::uint8_t>>(std::move(item.bytes));
+    if (isFirst) {
+        if (m_last.size() == 1 && m_last.front().use_count() == 1) { // nobody shows it any more
+            item.bytes = std::move(*m_last.front());
+            m_player->recycle(std::move(item));
+        }
+        m_last.clear();
+        m_lastBytes = 0;
+    }
+    m_lastBytes += picture->size();
+    if (isFirst || (!m_last.empty() && m_lastBytes <= kMostGroupBytes))
+        m_last.push_back(picture);
+    else
+        m_last.clear(); // too much to keep; a key picture comes
+    ++m_generation;
+    return picture;
+}
+
+void CameraFeed::offer(const PicturePointer& picture)
+{
+    const auto room = std::size_t(m_setup.isInterCoded() ? std::max(m_setup.rate, 2) : 1);
+    if (m_waiting.size() >= room) {
+        m_counts.dropped += std::int64_t(m_waiting.size());
+        m_waiting.clear();
+        m_needsKey = m_setup.isInterCoded();
+        if (m_needsKey) {
+            ++m_counts.dropped;
+            return;
+        }
+    }
+    m_waiting.push_back(picture);
+}
+
+PicturePointer CameraFeed::take()
+{
+    if (m_waiting.empty())
+        return nullptr;
+    PicturePointer picture = std::move(m_waiting.front());
+    m_waiting.pop_front();
+    return picture;
+}
+
+void CameraFeed::standIn()
+{
+    if (!m_standIn)
+        return makeStandIn();
+    m_showsStandIn = true;
+    m_needsKey = true;
+    forgetSchedule();
+    ++m_counts.standIns;
+    m_waiting.clear();
+    offer(m_standIn);
+}
+
+/// Once for each time that the source is gone.
+void CameraFeed::makeStandIn()
+{
+    if (m_isMaking)
+        return;
+    m_isMaking = true;
+    m_threads.start([this, last = m_last, generation = m_generation] {
+        const PicturePointer made = makeNoSignal(m_setup, last);
+        const auto take = [this, made, generation] {
+            m_isMaking = false;
+            if (generation == m_generation)
+                m_standIn = made;
+        };
+        QMetaObject::invokeMethod(&m_receiver, take, Qt::QueuedConnection);
+    });
+}
+
+} // namespace uvc

@@ -1,0 +1,16 @@
+// no_signal.h: the picture that stands in for a source that is gone.
+#pragma once
+
+#include "emulation/video/payloads.h"
+#include "emulation/video/video_format.h"
+
+#include <vector>
+
+namespace uvc {
+
+/// The last of `pictures`, dimmed, with "no signal" in its middle, in the camera's format; it needs no other picture.
+/// `pictures` are in that format, too, each behind those that it needs. Black when there are none, or they cannot be
+/// decoded; null when it cannot be encoded. Any thread; takes as long as decoding them.
+PicturePointer makeNoSignal(const CameraSetup& setup, const std::vector<PicturePointer>& pictures);
+
+} // namespace uvc

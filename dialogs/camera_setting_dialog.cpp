@@ -1,5 +1,6 @@
 #include "dialogs/camera_setting_dialog.h"
 
+#include "devices/camera_limits.h"
 #include "dialogs/field_patterns.h"
 #include "dialogs/form_rows.h"
 #include "dialogs/network_row.h"
@@ -70,6 +71,12 @@ void CameraSettingDialog::layOut()
     addIdentityRows();
     m_isoActive = named("isoActive", new QCheckBox(tr("ISO Active Mode Transfer"), this));
     m_form->addRow(m_isoActive);
+    m_busLimit = named("busLimit", new QLabel(this));
+    m_busLimit->setWordWrap(true);
+    m_busLimit->hide();
+    for (QComboBox* combo : {m_resolution, m_frameRate, m_usbVersion, m_frameFormat})
+        connect(combo, &QComboBox::currentTextChanged, this, &CameraSettingDialog::showBusLimit);
+    connect(m_isoActive, &QCheckBox::toggled, this, &CameraSettingDialog::showBusLimit);
     layout->addStretch();
 
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
@@ -175,6 +182,20 @@ void CameraSettingDialog::onSourceToggled()
     const bool isStream = m_ipCamera->isChecked() || m_droidCam->isChecked();
     showSourceRow(isStream);
     m_isoActive->setChecked(isStream);
+}
+
+/// A remark only: the device says the same and ends.
+void CameraSettingDialog::showBusLimit()
+{
+    const CameraPictures pictures = CameraPictures::fromParameters(settings().parameterList());
+    const bool isTooMuch = !cameraBusFault(pictures).isEmpty();
+    if (isTooMuch)
+        m_busLimit->setText(
+            tr("The bus cannot carry this. At this size it carries at most %1 pictures a second, at this "
+               "rate at most %2.")
+                .arg(largestRate(pictures))
+                .arg(largestSize(pictures)));
+    setRowVisible(m_form, m_form->rowCount(), nullptr, m_busLimit, isTooMuch);
 }
 
 void CameraSettingDialog::onBrowse()

@@ -46,6 +46,7 @@ private:
     void showSourceRow(bool isStream);
     CameraSettings::Source sourceKind() const;
     bool takeOver(const QString& source);
+    void showBusLimit();
 
     Prompter& m_prompter;
     const SourceCheck m_check;
@@ -66,6 +67,7 @@ private:
     QRadioButton* m_droidCam = nullptr;
     NetworkRow* m_network = nullptr;
     QCheckBox* m_isoActive = nullptr;
+    QLabel* m_busLimit = nullptr; ///< says what the bus can carry when it is less than what is chosen
     QTimer* m_droidCamTest = nullptr;
     QString m_droidCamUrl; ///< of the running test
 };

@@ -1,5 +1,6 @@
 #include "dialogs/camera_settings.h"
 
+#include "devices/camera_limits.h"
 #include "devices/parameter_list.h"
 
 #include "dialogs/field_patterns.h"
@@ -175,5 +176,8 @@ SettingsReading<CameraSettings> cameraSettingsFrom(const QStringList& assignment
         return {std::nullopt, QStringLiteral("'source' does not go with 'address' and 'port'.")};
     if (isStream && !reading.settings->network.isComplete())
         return {std::nullopt, incompleteNetworkText()};
+    const QString fault = cameraBusFault(CameraPictures::fromParameters(reading.settings->parameterList()));
+    if (!fault.isEmpty())
+        return {std::nullopt, fault};
     return reading;
 }

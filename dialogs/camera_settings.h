@@ -57,5 +57,6 @@ QStringList cameraUvcChoices();
 QStringList cameraSettingNames();
 
 /// Settings of a script's NAME=VALUE texts over the defaults, checked like the dialog's fields. "address" and "port"
-/// choose the IP camera, which transfers isochronously unless "iso" says otherwise. Nothing is opened.
+/// choose the IP camera, which transfers isochronously unless "iso" says otherwise. Pictures that the bus cannot carry
+/// are refused. Nothing is opened.
 SettingsReading<CameraSettings> cameraSettingsFrom(const QStringList& assignments);

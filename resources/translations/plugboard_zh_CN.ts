@@ -169,6 +169,10 @@ Please check IP address, port and network connection.
 请检查 IP 地址、端口和网络连接。
 </translation>
     </message>
+    <message>
+        <source>The bus cannot carry this. At this size it carries at most %1 pictures a second, at this rate at most %2.</source>
+        <translation>总线无法承载此设置。此分辨率下每秒最多 %1 帧，此帧率下最大为 %2。</translation>
+    </message>
 </context>
 <context>
     <name>CaptureFile</name>

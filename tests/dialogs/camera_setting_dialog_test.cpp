@@ -5,6 +5,7 @@
 #include "tests/support/scripted_prompter.h"
 #include "tests/support/suite_registry.h"
 
+#include <QLabel>
 #include <QTimer>
 
 class CameraSettingDialogTest : public QObject
@@ -27,6 +28,7 @@ private slots:
     void testsTheNetwork_data();
     void testsTheNetwork();
     void droidCamTestNeverReportsIntoAClosedDialog();
+    void saysWhatTheBusCarries();
     void canBeUsedWithoutAMouse();
 };
 
@@ -357,6 +359,26 @@ void CameraSettingDialogTest::droidCamTestNeverReportsIntoAClosedDialog()
         QVERIFY(f.form.isEnabled("testNetwork"));
         QVERIFY(!checked);
     }
+}
+
+/// A remark that comes and goes; it keeps nobody from pressing OK.
+void CameraSettingDialogTest::saysWhatTheBusCarries()
+{
+    Fixture f;
+    QVERIFY(!f.form.shows("busLimit"));
+    f.form.choose("resolution", QStringLiteral("1920x1080"));
+    f.form.choose("frameFormat", QStringLiteral("YUV420P"));
+    QVERIFY(f.form.shows("busLimit"));
+    QCOMPARE(
+        f.form.find<QLabel>("busLimit")->text(),
+        QStringLiteral("The bus cannot carry this. At this size it carries at most 17 pictures a second, at this rate "
+                       "at most 1588x892."));
+    f.form.choose("usbVersion", QStringLiteral("USB3.0"));
+    QVERIFY(!f.form.shows("busLimit"));
+    f.form.choose("usbVersion", QStringLiteral("USB2.0"));
+    QVERIFY(f.form.shows("busLimit"));
+    f.form.ok();
+    QCOMPARE(f.form.state(), QStringLiteral("accepted"));
 }
 
 void CameraSettingDialogTest::canBeUsedWithoutAMouse()

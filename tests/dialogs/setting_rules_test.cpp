@@ -80,6 +80,16 @@ void SettingRulesTest::readsCameras_data()
         "error: '25\n' is no value for rate; expected frames a second from 1 to 1000.");
     row("a file beside a stream", "source=a;address=127.0.0.1",
         "error: 'source' does not go with 'address' and 'port'.");
+    row("raw pictures beyond USB 2.0", "format=NV12;resolution=1920x1080",
+        "error: USB 2.0 cannot carry NV12 pictures of 1920x1080 25 times a second; it carries at most 17, or 1588x892 "
+        "at "
+        "25.");
+    row("isochronous pictures beyond USB 2.0", "resolution=1920x1080;rate=60;iso=on",
+        "error: USB 2.0 cannot carry MJPEG pictures of 1920x1080 60 times a second isochronously; it carries at most "
+        "46, "
+        "or 1696x954 at 60.");
+    row("what USB 3.0 carries", "format=NV12;resolution=1920x1080;rate=120;usb=3.0;iso=on",
+        "0x1234|0x5678|UVC Camera|1||0|23|1920x1080|120|0x0100|iso");
     row("a stream from nowhere", "address=", "error: Please enter IP address and port");
 }
 

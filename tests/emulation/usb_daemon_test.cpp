@@ -300,6 +300,10 @@ void UsbDaemonTest::explainsWhyItEnds_data()
     addRow("name that is too long for a file",
            message(QByteArray(kKeyboard).replace("Keyboard Device", QByteArray(300, 'x'))), KeyFile::Own,
            "cannot be written: ");
+    addRow("camera whose pictures the bus cannot carry",
+           message("1\n1d6b\n0104\nCamera\n0\n\n0\n23\n1920\n1080\n30\n0x0100\n0\nEND"), KeyFile::Own,
+           "usb-daemon: USB 2.0 cannot carry NV12 pictures of 1920x1080 30 times a second; it carries at most 17, or "
+           "1450x814 at 30.");
     addRow("key file missing", message(kKeyboard), KeyFile::Missing, "cannot be read: ");
 
     const auto addUsageRow = [](const char* name, const char* arguments) {

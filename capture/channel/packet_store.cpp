@@ -1,5 +1,6 @@
 #include "capture/channel/packet_store.h"
 
+#include "capture/channel/line_names.h"
 #include "capture/channel/log.h"
 
 #include <algorithm>
@@ -9,6 +10,7 @@ namespace {
 
 constexpr std::uint32_t kPageSize = 512 * 1024; // bytes; a packet that is larger has a page of its own
 constexpr std::size_t kAlignment = 8;
+constexpr std::size_t kMostNoted = 100'000; // requests
 
 /// The fixed part of a packet in a page; its texts and bytes follow in the order of their sizes here.
 struct Head
@@ -81,6 +83,19 @@ UsbIPPacketInfo withoutBytes(const PacketView& view)
     return packet;
 }
 
+bool isToBeNoted(const UsbIPPacketInfo& packet)
+{
+    constexpr char kSetInterface = 11;
+    constexpr char kConfiguration = 2; // type of descriptor
+    constexpr char kReport = 0x22;
+    if (packet.transferType != ControlTransfer || !packet.isRequest || packet.setupData.size() < 8 ||
+        request_type::type(static_cast<std::uint8_t>(packet.setupData.at(0))) != 0)
+        return false;
+    const char type = packet.setupData.at(3);
+    return packet.setupData.at(1) == kSetInterface ||
+           (packet.setupData.at(1) == kGetDescriptor && (type == kConfiguration || type == kReport));
+}
+
 } // namespace
 
 UsbIPPacketInfo PacketView::copy() const
@@ -138,6 +153,8 @@ void PacketStore::append(const UsbIPPacketInfo& packet)
     std::memcpy(page.bytes.get() + slotOf(page.capacity, page.count), &page.used, sizeof page.used);
     page.used += static_cast<std::uint32_t>(size);
     ++page.count;
+    if (isToBeNoted(packet) && m_notedRequests.size() < kMostNoted)
+        m_notedRequests.push_back(static_cast<std::uint32_t>(m_size));
     ++m_size;
 }
 
@@ -173,6 +190,13 @@ std::size_t PacketStore::size() const
 {
     const std::lock_guard lock(m_mutex);
     return m_size;
+}
+
+std::vector<std::uint32_t> PacketStore::notedRequests(std::size_t known) const
+{
+    const std::lock_guard lock(m_mutex);
+    return {m_notedRequests.begin() + static_cast<std::ptrdiff_t>(std::min(known, m_notedRequests.size())),
+            m_notedRequests.end()};
 }
 
 UsbIPPacketInfo PacketStore::at(std::size_t number) const

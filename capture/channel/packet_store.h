@@ -51,6 +51,10 @@ public:
     /// A copy; `number` is below size().
     UsbIPPacketInfo at(std::size_t number) const;
 
+    /// Numbers of the requests that tell of a device's interfaces: for configurations and report descriptors, and those
+    /// that choose alternate settings. Of these, the ones behind the first `known`; at most 100,000 are noted.
+    std::vector<std::uint32_t> notedRequests(std::size_t known) const;
+
     struct Usage
     {
         qint64 memory = 0; ///< bytes
@@ -82,6 +86,7 @@ private:
     mutable std::mutex m_mutex; // guards all that follows
     std::vector<Page> m_pages;
     std::size_t m_size = 0;
+    std::vector<std::uint32_t> m_notedRequests;
     const qint64 m_budget;
     qint64 m_memory = 0;             // bytes of pages in memory
     std::size_t m_firstInMemory = 0; // page

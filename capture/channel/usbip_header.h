@@ -23,6 +23,8 @@ enum Word
     UnlinkedNumber = 5, ///< of an unlink command: the sequence number that it ends
     ActualLength = 6,   ///< of replies to submissions, bytes
     StartFrame = 7,     ///< of submissions and their replies; isochronous only
+    PacketCount = 8,    ///< of submissions and their replies; isochronous only
+    ErrorCount = 9,     ///< of replies to submissions; isochronous only
     Interval = 9,       ///< of a submission: as Linux counts it, frames or microframes; 0 for control and bulk
 };
 

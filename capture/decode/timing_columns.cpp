@@ -1,26 +1,19 @@
 #include "capture/decode/timing_columns.h"
 
 #include "capture/channel/usbip_header.h"
+#include "capture/decode/counterpart.h"
 #include "capture/decode/status_names.h"
-
-#include <algorithm>
 
 namespace {
 
 QString sinceRequest(PacketReader& reader, std::size_t first, std::size_t number)
 {
     constexpr std::size_t kFarthest = 10'000; // packets
-    const PacketView reply = reader.read(number);
-    const auto [time, sequence, device] = std::tuple(reply.timestamp, reply.sequenceNumber, reply.deviceId);
-    if (reply.isRequest)
+    if (reader.read(number).isRequest)
         return {};
-    const std::size_t end = std::max(first, number - std::min(number, kFarthest));
-    for (std::size_t other = number; other > end;) {
-        const PacketView packet = reader.read(--other);
-        if (packet.isRequest && packet.sequenceNumber == sequence && packet.deviceId == device)
-            return QString::number(time - packet.timestamp);
-    }
-    return {};
+    const std::int64_t time = reader.read(number).timestamp;
+    const std::optional<std::size_t> request = counterpartOf(reader, first, number, number, kFarthest);
+    return request ? QString::number(time - reader.read(*request).timestamp) : QString();
 }
 
 } // namespace
@@ -40,6 +33,8 @@ QString analysisColumnText(PacketReader& reader, std::size_t first, std::size_t 
         const std::int64_t time = packet.timestamp;
         return number > first ? QString::number(time - reader.read(number - 1).timestamp) : QString();
     }
+    case AnalysisColumn::Meaning:
+        break;
     }
     return {};
 }

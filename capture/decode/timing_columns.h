@@ -9,9 +9,11 @@ enum class AnalysisColumn
     Status,       ///< of replies, by name
     SinceRequest, ///< of replies, ms
     SinceLast,    ///< ms since the packet before
+    Meaning,      ///< to the class of the interface: see PacketMeaning
 };
 
-inline constexpr int kAnalysisColumnCount = 3;
+inline constexpr int kAnalysisColumnCount = 4;
 
-/// Looks at most 10,000 packets back for the request; empty when it is not there. Packets before `first` do not count.
+/// All but Meaning. Looks at most 10,000 packets back for the request; empty when it is not there. Packets before
+/// `first` do not count.
 QString analysisColumnText(PacketReader& reader, std::size_t first, std::size_t number, AnalysisColumn column);

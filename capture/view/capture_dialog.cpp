@@ -21,12 +21,12 @@ UsbIPCaptureDialog::UsbIPCaptureDialog(qint64 processId, uint32_t deviceId, QWid
     connect(&m_pane->packets(), &PacketPane::packetChosen, this, &UsbIPCaptureDialog::showDetails);
 }
 
-void UsbIPCaptureDialog::showDetails(const std::optional<UsbIPPacketInfo>& packet)
+void UsbIPCaptureDialog::showDetails(const std::optional<UsbIPPacketInfo>& packet, const PacketContext& context)
 {
     if (!m_details)
         m_details = new PacketDetailsDialog(this);
     if (packet)
-        m_details->view().showPacket(*packet);
+        m_details->view().showPacket(*packet, context);
     else
         m_details->view().showNothing();
     if (!m_details->isVisible()) {

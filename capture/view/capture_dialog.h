@@ -42,7 +42,7 @@ public slots:
     void onStatsUpdated(CaptureStats stats) { m_pane->setStats(stats); }
 
 private:
-    void showDetails(const std::optional<UsbIPPacketInfo>& packet);
+    void showDetails(const std::optional<UsbIPPacketInfo>& packet, const PacketContext& context);
 
     qint64 m_processId;
     CapturePane* m_pane;

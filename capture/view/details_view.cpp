@@ -3,8 +3,10 @@
 #include "capture/decode/packet_details.h"
 
 #include <QHeaderView>
+#include <QSplitter>
 #include <QStyledItemDelegate>
 #include <QTreeWidget>
+#include <QTreeWidgetItemIterator>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -31,9 +33,17 @@ private:
     QTreeWidget* m_tree;
 };
 
+constexpr int kBytesRole = Qt::UserRole; // of column 0: the field's ByteSpan
+
+ByteSpan bytesOf(const QTreeWidgetItem* item)
+{
+    return item ? item->data(0, kBytesRole).value<ByteSpan>() : ByteSpan();
+}
+
 QTreeWidgetItem* itemOf(const DetailRow& row)
 {
     auto* item = new QTreeWidgetItem({row.name, row.value});
+    item->setData(0, kBytesRole, QVariant::fromValue(row.bytes));
     for (const DetailRow& child : row.children)
         item->addChild(itemOf(child));
     return item;
@@ -50,7 +60,11 @@ void markAsGroup(QTreeWidgetItem* item, const QPalette& palette)
 
 } // namespace
 
-DetailsView::DetailsView(QWidget* parent) : QWidget(parent), m_tree(new QTreeWidget(this))
+DetailsView::DetailsView(QWidget* parent)
+    : QWidget(parent)
+    , m_tree(new QTreeWidget)
+    , m_bytes(new BytesView)
+    , m_splitter(new QSplitter(Qt::Vertical, this))
 {
     m_tree->setHeaderLabels({tr("Field"), tr("Value")});
     m_tree->setWordWrap(true);
@@ -59,15 +73,55 @@ DetailsView::DetailsView(QWidget* parent) : QWidget(parent), m_tree(new QTreeWid
     connect(
         m_tree->header(), &QHeaderView::sectionResized, m_tree, [this] { m_tree->doItemsLayout(); },
         Qt::QueuedConnection);
+    m_splitter->addWidget(m_tree);
+    m_splitter->addWidget(m_bytes);
+    m_splitter->setChildrenCollapsible(false);
+    m_splitter->setStretchFactor(0, 1);
+    connect(m_tree, &QTreeWidget::currentItemChanged, this, &DetailsView::markField);
+    connect(m_bytes, &BytesView::byteClicked, this, &DetailsView::selectFieldOf);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(m_tree);
+    layout->addWidget(m_splitter);
 }
 
-void DetailsView::showPacket(const UsbIPPacketInfo& packet)
+void DetailsView::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    const Qt::Orientation wanted = width() > 2 * height() ? Qt::Horizontal : Qt::Vertical;
+    if (m_splitter->orientation() == wanted)
+        return;
+    m_splitter->setOrientation(wanted);
+    const int bytes = wanted == Qt::Horizontal ? m_bytes->sizeHint().width() : m_bytes->sizeHint().height();
+    const int whole = wanted == Qt::Horizontal ? width() : height();
+    m_splitter->setSizes({std::max(whole - bytes, whole / 3), std::min(bytes, whole - whole / 3)});
+}
+
+void DetailsView::markField(const QTreeWidgetItem* item)
+{
+    m_bytes->mark(bytesOf(item));
+}
+
+/// The smallest field that has the byte; of equal ones the last, which says most.
+void DetailsView::selectFieldOf(const ByteSpan& byte)
+{
+    QTreeWidgetItem* best = nullptr;
+    for (QTreeWidgetItemIterator item(m_tree); *item; ++item) {
+        const ByteSpan bytes = bytesOf(*item);
+        if (bytes.contains(byte.part, byte.offset) && (!best || bytes.size <= bytesOf(best).size))
+            best = *item;
+    }
+    if (!best)
+        return m_bytes->mark(byte);
+    m_tree->setCurrentItem(best);
+    m_tree->scrollToItem(best);
+    markField(best); // also when it was selected before
+}
+
+void DetailsView::showPacket(const UsbIPPacketInfo& packet, const PacketContext& context)
 {
     m_tree->clear();
-    for (const DetailRow& row : packetDetails(packet).children) {
+    m_bytes->showPacket(packet);
+    for (const DetailRow& row : packetDetails(packet, context).children) {
         QTreeWidgetItem* item = itemOf(row);
         m_tree->addTopLevelItem(item);
         if (item->childCount() > 0)
@@ -81,5 +135,6 @@ void DetailsView::showPacket(const UsbIPPacketInfo& packet)
 void DetailsView::showNothing()
 {
     m_tree->clear();
+    m_bytes->showNothing();
     m_tree->addTopLevelItem(itemOf({tr("Error"), tr("No packet data available"), {}}));
 }

@@ -14,7 +14,8 @@ public:
     explicit PacketDetailsDialog(QWidget* parent = nullptr);
 
     DetailsView& view() { return *m_view; }
-    /// Moves to a side of the table's window, or as far into a corner of the screen as there is room.
+    /// Moves to the side of the table's window that has most room, no larger than it; into a corner of the screen when
+    /// none has enough.
     void standBeside(const QWidget& table);
 
 private:

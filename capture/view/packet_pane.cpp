@@ -1,6 +1,7 @@
 #include "capture/view/packet_pane.h"
 
 #include "capture/decode/packet_columns.h"
+#include "capture/decode/timing_columns.h"
 
 #include <QCursor>
 #include <QHeaderView>
@@ -19,7 +20,7 @@ PacketPane::PacketPane(const Options& options, QWidget* parent)
     QStringList labels{tr("Time"),      tr("Sequence"), tr("Kind"),  tr("Endpoint"), tr("Transfer \u25BE"),
                        tr("Direction"), tr("Length"),   tr("Setup"), tr("Data"),     tr("Details")};
     if (options.analysisColumns)
-        labels << tr("Status") << tr("Since request (ms)") << tr("Since last (ms)");
+        labels << tr("Status") << tr("Since request (ms)") << tr("Since last (ms)") << tr("Meaning");
     m_table->setHeaderLabels(labels);
     m_table->headerItem()->setToolTip(TransferTypeColumn, tr("Click to choose which transfer types are shown"));
     m_table->header()->setSectionsClickable(true);
@@ -31,8 +32,11 @@ PacketPane::PacketPane(const Options& options, QWidget* parent)
     for (int column = 0; column < PacketColumnCount; ++column)
         m_table->header()->resizeSection(column, letterWidth * characters[static_cast<std::size_t>(column)]);
     for (int column = PacketColumnCount; column < labels.size(); ++column) {
-        m_table->header()->moveSection(column, LengthColumn + 1 + column - PacketColumnCount);
-        m_table->header()->resizeSection(column, fontMetrics().horizontalAdvance(labels[column]) + 4 * letterWidth);
+        const bool isMeaning = column - PacketColumnCount == int(AnalysisColumn::Meaning); // stays behind the details
+        if (!isMeaning)
+            m_table->header()->moveSection(column, LengthColumn + 1 + column - PacketColumnCount);
+        m_table->header()->resizeSection(
+            column, isMeaning ? 60 * letterWidth : fontMetrics().horizontalAdvance(labels[column]) + 4 * letterWidth);
     }
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -96,12 +100,13 @@ void PacketPane::choose(const QTreeWidgetItem* item)
         return;
     const QVariant carried = item->data(0, Qt::UserRole);
     if (!carried.canConvert<UsbIPPacketInfo>()) {
-        emit packetChosen(std::nullopt);
+        emit packetChosen(std::nullopt, {});
         return;
     }
     const auto packet = carried.value<UsbIPPacketInfo>();
     m_table->setHighlight(packet.sequenceNumber, static_cast<std::uint32_t>(end()));
-    emit packetChosen(packet);
+    const auto* row = dynamic_cast<const PacketItem*>(item);
+    emit packetChosen(packet, row ? m_table->contextOf(row->number()) : PacketContext());
 }
 
 void PacketPane::clickHeader(int section)

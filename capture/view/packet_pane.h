@@ -1,6 +1,7 @@
 // packet_pane.h: the packets of a store as a table that the user filters.
 #pragma once
 
+#include "capture/decode/seen_devices.h"
 #include "capture/view/packet_rows.h"
 #include "capture/view/packet_table.h"
 
@@ -65,8 +66,8 @@ public:
     bool isReplacingRows() const { return m_rows->isBusy(); }
 
 signals:
-    /// Nothing for a row that carries no packet.
-    void packetChosen(std::optional<UsbIPPacketInfo> packet);
+    /// Nothing for a row that carries no packet. `context`: what other packets say of it.
+    void packetChosen(std::optional<UsbIPPacketInfo> packet, PacketContext context);
     /// The user switched a type; `status` says what is shown now.
     void typesChanged(QString status);
 

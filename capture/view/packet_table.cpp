@@ -1,6 +1,7 @@
 #include "capture/view/packet_table.h"
 
 #include "capture/decode/packet_columns.h"
+#include "capture/decode/packet_meaning.h"
 #include "capture/decode/timing_columns.h"
 #include "ui/fixed_font.h"
 
@@ -118,7 +119,10 @@ QString PacketTable::textAt(std::size_t number, int column) const
 {
     if (column < PacketColumnCount)
         return packetColumnText(packetAt(number).borrow(), column);
-    return analysisColumnText(m_reader, m_first, number, static_cast<AnalysisColumn>(column - PacketColumnCount));
+    const auto analysis = static_cast<AnalysisColumn>(column - PacketColumnCount);
+    if (analysis == AnalysisColumn::Meaning)
+        return packetMeaning(packetAt(number).copy(), contextOf(number)).text;
+    return analysisColumnText(m_reader, m_first, number, analysis);
 }
 
 int PacketTable::firstRow() const

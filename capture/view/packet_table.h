@@ -2,6 +2,7 @@
 #pragma once
 
 #include "capture/channel/packet_store.h"
+#include "capture/decode/seen_devices.h"
 #include "capture/view/packet_item.h"
 
 #include <QBasicTimer>
@@ -22,13 +23,16 @@ public:
     /// Rows that come from now on stand for packets of this store. The rows of another one are gone or retired.
     void setStore(std::shared_ptr<const PacketStore> store, std::size_t first = 0)
     {
-        m_reader = PacketReader(std::move(store));
+        m_reader = PacketReader(store);
+        m_seen = SeenDevices(std::move(store), first);
         m_first = first;
     }
     /// What the column shows of the packet at this position.
     QString textAt(std::size_t number, int column) const;
     /// Valid until the next call of anything here. `number` is below the size of the store.
     PacketView packetAt(std::size_t number) const { return m_reader.read(number); }
+    /// What other packets say of the one at this position.
+    PacketContext contextOf(std::size_t number) const { return m_seen.contextOf(number); }
 
     /// All take rows over, at a cost that does not grow with the rows that there are. What is on the screen stays there
     /// when rows come in above it.
@@ -93,6 +97,7 @@ private:
     void paintRow(QPainter& painter, QStyleOptionViewItem option, int row) const;
 
     mutable PacketReader m_reader{std::make_shared<const PacketStore>()};
+    mutable SeenDevices m_seen{std::make_shared<const PacketStore>()};
     std::size_t m_first = 0; // of the packets that are looked at
     std::optional<Highlight> m_highlight;
     QBasicTimer m_layout;

@@ -56,6 +56,25 @@
     </message>
 </context>
 <context>
+    <name>BytesView</name>
+    <message>
+        <source>&amp;Copy Bytes</source>
+        <translation>复制字节(&amp;C)</translation>
+    </message>
+    <message>
+        <source>Setup (%1 bytes)</source>
+        <translation>设置（SETUP）（%1 字节）</translation>
+    </message>
+    <message>
+        <source>Data (%1 bytes)</source>
+        <translation>数据（%1 字节）</translation>
+    </message>
+    <message>
+        <source>USB/IP Header (%1 bytes)</source>
+        <translation>USB/IP 头（%1 字节）</translation>
+    </message>
+</context>
+<context>
     <name>CameraSettingDialog</name>
     <message>
         <source>Camera Settings</source>
@@ -2248,6 +2267,46 @@ Please check IP address, port and network connection.</source>
         <source>Details</source>
         <translation>详情</translation>
     </message>
+    <message>
+        <source>Status</source>
+        <translation>状态</translation>
+    </message>
+    <message>
+        <source>USB/IP Header</source>
+        <translation>USB/IP 头</translation>
+    </message>
+    <message>
+        <source>Transfer Flags</source>
+        <translation>传输标志</translation>
+    </message>
+    <message>
+        <source>Start Frame</source>
+        <translation>起始帧</translation>
+    </message>
+    <message>
+        <source>Number of Packets</source>
+        <translation>包数</translation>
+    </message>
+    <message>
+        <source>Interval</source>
+        <translation>间隔</translation>
+    </message>
+    <message>
+        <source>Unlinked Number</source>
+        <translation>被取消的序列号</translation>
+    </message>
+    <message>
+        <source>Actual Length</source>
+        <translation>实际长度</translation>
+    </message>
+    <message>
+        <source>Error Count</source>
+        <translation>错误数</translation>
+    </message>
+    <message>
+        <source>Meaning</source>
+        <translation>含义</translation>
+    </message>
 </context>
 <context>
     <name>PacketDetailsDialog</name>
@@ -2388,6 +2447,10 @@ Please check IP address, port and network connection.</source>
     <message>
         <source>Since last (ms)</source>
         <translation>距上一个（毫秒）</translation>
+    </message>
+    <message>
+        <source>Meaning</source>
+        <translation>含义</translation>
     </message>
 </context>
 <context>

@@ -14,6 +14,7 @@
 #include <QLabel>
 #include <QMenu>
 #include <QPushButton>
+#include <QScreen>
 #include <QScrollBar>
 #include <QSignalSpy>
 
@@ -34,6 +35,8 @@ private slots:
     void filtersByTransferType();
     void emptySetOfTypesIsFilledByTheNextPacket();
     void clickHighlightsTheRequestAndItsReply();
+    void selectedFieldIsMarkedInTheBytes();
+    void detailsStandBesideTheTable();
     void rowWithoutPacketShowsAnError();
     void clearEmptiesTheTableOnceConfirmed();
     void followsTheNewestRow();
@@ -300,6 +303,55 @@ void CaptureDialogTest::clickHighlightsTheRequestAndItsReply()
     QCOMPARE(window.highlights(), QStringLiteral("y----"));
     window.toggle(1);
     QCOMPARE(window.highlights(), QStringLiteral("-----"));
+}
+
+void CaptureDialogTest::selectedFieldIsMarkedInTheBytes()
+{
+    DetailsView view;
+    view.resize(500, 500);
+    UsbIPPacketInfo packet;
+    packet.isRequest = true;
+    packet.setupData = QByteArray::fromHex("8006000200002200");
+    packet.data = QByteArray(1000, 'x') + QByteArray::fromHex("007e7f");
+    view.showPacket(packet);
+    view.show();
+    BytesView& bytes = *view.bytes();
+    QCOMPARE(bytes.lineCount(), 1 + 1 + 1 + 63); // all of it
+    QCOMPARE(bytes.lineText(65), QStringLiteral("03e0    78 78 78 78 78 78 78 78 00 7e 7f").leftJustified(57) +
+                                     QStringLiteral("xxxxxxxx.~."));
+    QCOMPARE(bytes.markedText().size(), 3 * 1003 - 1);
+    const auto field = [&](const char* name) {
+        return view.tree()->findItems(QLatin1String(name), Qt::MatchExactly | Qt::MatchRecursive).value(0);
+    };
+    view.tree()->setCurrentItem(field("wLength"));
+    QCOMPARE(bytes.markedText(), QStringLiteral("22 00"));
+    const auto colourAt = [&](int offset) {
+        return QColor(bytes.viewport()->grab().toImage().pixel(
+            bytes.rectOf(ByteSpan::Part::Setup, offset).bottomLeft() - QPoint(0, 1)));
+    };
+    QCOMPARE(colourAt(7), bytes.palette().highlight().color());
+    QCOMPARE(colourAt(5), bytes.palette().base().color());
+    const QRect request = bytes.rectOf(ByteSpan::Part::Setup, 1);
+    QTest::mouseClick(bytes.viewport(), Qt::LeftButton, {}, request.center());
+    QCOMPARE(view.tree()->currentItem()->text(1), QStringLiteral("GET_DESCRIPTOR"));
+    QCOMPARE(bytes.markedText(), QStringLiteral("06"));
+    // A byte that no field is made of is marked alone, and one that is out of sight is brought there.
+    bytes.mark({ByteSpan::Part::Data, 1001, 2});
+    QCOMPARE(bytes.markedText(), QStringLiteral("7E 7F"));
+    QVERIFY(bytes.viewport()->rect().contains(bytes.rectOf(ByteSpan::Part::Data, 1002)));
+    view.showPacket(packet);
+    QCOMPARE(bytes.marked().size, 0);
+}
+
+void CaptureDialogTest::detailsStandBesideTheTable()
+{
+    Window window;
+    window.dialog.setGeometry(0, 0, 500, 300);
+    window.add(1, 0);
+    window.dialog.onPacketItemClicked(window.tree()->topLevelItem(0), 0);
+    const auto* details = window.dialog.findChild<PacketDetailsDialog*>();
+    QVERIFY(!details->frameGeometry().intersects(window.dialog.frameGeometry()));
+    QVERIFY(window.dialog.screen()->availableGeometry().contains(details->frameGeometry()));
 }
 
 void CaptureDialogTest::rowWithoutPacketShowsAnError()

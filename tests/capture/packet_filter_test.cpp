@@ -136,7 +136,7 @@ void PacketFilterTest::repliesTellStatusAndTime()
         for (int column = 0; column < kAnalysisColumnCount; ++column)
             texts << analysisColumnText(reader, 0, number, static_cast<AnalysisColumn>(column));
     }
-    QCOMPARE(texts.join(QLatin1Char('|')), QStringLiteral("|||-32 EPIPE|10|10|||10|0||10"));
+    QCOMPARE(texts.join(QLatin1Char('|')), QStringLiteral("||||-32 EPIPE|10|10||||10||0||10|"));
 }
 
 PLUGBOARD_SUITE(PacketFilterTest)

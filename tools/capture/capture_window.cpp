@@ -1,5 +1,6 @@
 #include "tools/capture/capture_window.h"
 
+#include "capture/decode/counterpart.h"
 #include "capture/decode/packet_columns.h"
 #include "capture/view/details_view.h"
 
@@ -57,10 +58,11 @@ void CaptureWindow::makeDetails()
     });
     m_details->tree()->addAction(copy);
     m_details->tree()->setContextMenuPolicy(Qt::ActionsContextMenu);
-    connect(&m_pane->packets(), &PacketPane::packetChosen, this, [this](const std::optional<UsbIPPacketInfo>& packet) {
-        if (packet)
-            m_details->showPacket(*packet);
-    });
+    connect(&m_pane->packets(), &PacketPane::packetChosen, this,
+            [this](const std::optional<UsbIPPacketInfo>& packet, const PacketContext& context) {
+                if (packet)
+                    m_details->showPacket(*packet, context);
+            });
 }
 
 void CaptureWindow::makeMenus()
@@ -249,27 +251,14 @@ bool CaptureWindow::jumpToCounterpart()
     const PacketItem* row = currentRow();
     if (!row)
         return false;
-    PacketReader reader(m_pane->packets().store());
-    const PacketView packet = reader.read(row->number());
-    const bool isRequest = packet.isRequest;
-    const auto isCounterpart = [sequence = packet.sequenceNumber, device = packet.deviceId,
-                                isRequest](const PacketView& other) {
-        return other.sequenceNumber == sequence && other.deviceId == device && other.isRequest != isRequest;
-    };
-    // A reply comes after its request: look that way only, nearest first, as numbers can come around again.
-    const std::ptrdiff_t step = isRequest ? 1 : -1;
-    const auto first = static_cast<std::ptrdiff_t>(m_pane->packets().first());
-    const auto end = static_cast<std::ptrdiff_t>(m_pane->packets().end());
-    for (std::ptrdiff_t number = std::ptrdiff_t(row->number()) + step; number >= first && number < end;
-         number += step) {
-        if (!isCounterpart(reader.read(static_cast<std::size_t>(number))))
-            continue;
-        if (!m_pane->packets().rowOf(static_cast<std::size_t>(number)))
-            return false;
-        select(static_cast<std::size_t>(number));
-        return true;
-    }
-    return false;
+    PacketPane& packets = m_pane->packets();
+    PacketReader reader(packets.store());
+    const std::optional<std::size_t> other =
+        counterpartOf(reader, packets.first(), packets.end(), row->number(), packets.end());
+    if (!other || !packets.rowOf(*other))
+        return false;
+    select(*other);
+    return true;
 }
 
 void CaptureWindow::openCapture(const QString& path)

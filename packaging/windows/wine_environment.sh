@@ -4,6 +4,4 @@ WINEARCH=win64
 WINEDEBUG=${WINEDEBUG:--all}
 # Neither .NET nor HTML is used, and no menus are made; without them a prefix starts in seconds and asks nothing.
 WINEDLLOVERRIDES="mscoree=;mshtml=;winemenubuilder.exe="
-# DLLs of Wine, separated by commas, that a program is to do without.
-[ -z "${PLUGBOARD_WINE_WITHOUT:-}" ] || WINEDLLOVERRIDES+=";$PLUGBOARD_WINE_WITHOUT="
 export WINEPREFIX WINEARCH WINEDEBUG WINEDLLOVERRIDES

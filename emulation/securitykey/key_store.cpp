@@ -4,7 +4,6 @@
 #include "emulation/securitykey/key_material.h"
 #include "emulation/securitykey/key_pair.h"
 #include "emulation/securitykey/log.h"
-#include "fido2/file/json_file.h"
 #include "runtime/whole_file.h"
 
 #include <QDateTime>
@@ -62,14 +61,13 @@ QJsonObject withPin(QJsonObject info, const PinRecord& pin)
 KeyStore::KeyStore(const QStringList& parameters, const QString& folder)
     : m_parameters(parameters)
     , m_folder(folder + QStringLiteral("/fido2"))
-    , m_path(parameters.value(parameter::KeyCredentialsPath))
     , m_serial(parameters.value(parameter::KeySerialNumber).trimmed())
     , m_name(parameters.value(parameter::Name))
     , m_supportsPin(parameters.value(parameter::KeySupportsPin) == QStringLiteral("1"))
-{
-    if (m_path.isEmpty())
-        m_path = filePath(QStringLiteral("_credentials.json"));
-}
+    , m_file(parameters.value(parameter::KeyCredentialsPath).isEmpty()
+                 ? filePath(QStringLiteral("_credentials.json"))
+                 : parameters.value(parameter::KeyCredentialsPath))
+{}
 
 QString KeyStore::filePath(const QString& suffix) const
 {
@@ -79,12 +77,12 @@ QString KeyStore::filePath(const QString& suffix) const
 /// Files that the credentials file names lie beside it unless it says where.
 QString KeyStore::located(const QString& name) const
 {
-    return QFileInfo(m_path).absoluteDir().filePath(name);
+    return QFileInfo(m_file.path()).absoluteDir().filePath(name);
 }
 
 QString KeyStore::caFile(const char* member, const char* suffix) const
 {
-    const QJsonObject info = readJsonFile(m_path).root.value(QLatin1String("caInfo")).toObject();
+    const QJsonObject info = m_file.read().root.value(QLatin1String("caInfo")).toObject();
     const QString name = info.value(QLatin1String(member)).toString();
     return name.isEmpty() ? filePath(QLatin1String(suffix)) : QDir(m_folder).filePath(name);
 }
@@ -92,10 +90,10 @@ QString KeyStore::caFile(const char* member, const char* suffix) const
 QString KeyStore::prepare() const
 {
     QDir().mkpath(m_folder);
-    if (!QFileInfo::exists(m_path)) {
-        const FileLock lock(m_path);
-        if (!QFileInfo::exists(m_path) && !writeJsonFile(m_path, newRoot()))
-            return QStringLiteral("The credentials file \"%1\" cannot be written.").arg(m_path);
+    if (!QFileInfo::exists(m_file.path())) {
+        const FileLock lock(m_file.path());
+        if (!QFileInfo::exists(m_file.path()) && !m_file.write(newRoot()))
+            return QStringLiteral("The credentials file \"%1\" cannot be written.").arg(m_file.path());
     }
     if (!QFileInfo::exists(filePath(QStringLiteral("_pin_private.pem"))) &&
         !writeKeyPair(makeKey(Algorithm::Es256), filePath(QStringLiteral("_pin_private.pem")),
@@ -153,17 +151,18 @@ QJsonObject KeyStore::newRoot() const
 
 bool KeyStore::changeFile(const std::function<bool(QJsonObject& root)>& change) const
 {
-    const FileLock lock(m_path);
-    JsonFileContent content = readJsonFile(m_path);
+    const FileLock lock(m_file.path());
+    const JsonFileContent& content = m_file.read();
     // A folder that takes no lock file gives none; another holder that never ends is a fault.
-    if (!lock.isHeld() && QFileInfo::exists(FileLock::lockPath(m_path)))
+    if (!lock.isHeld() && QFileInfo::exists(FileLock::lockPath(m_file.path())))
         return false;
     // A file that does not parse may be mended by its owner; it is not written over.
-    if (content.state != JsonFileContent::State::Object || !change(content.root))
+    QJsonObject root = content.root;
+    if (content.state != JsonFileContent::State::Object || !change(root))
         return false;
-    const bool written = writeJsonFile(m_path, content.root);
+    const bool written = m_file.write(root);
     if (!written)
-        qCWarning(securityKeyLog).noquote() << "Credentials file cannot be written:" << m_path;
+        qCWarning(securityKeyLog).noquote() << "Credentials file cannot be written:" << m_file.path();
     return written;
 }
 
@@ -187,7 +186,7 @@ bool KeyStore::changeCredential(const QByteArray& id, const std::function<void(Q
 std::vector<Credential> KeyStore::credentials() const
 {
     std::vector<Credential> found;
-    for (const QJsonValue& element : readJsonFile(m_path).root.value(kCredentials).toArray()) {
+    for (const QJsonValue& element : m_file.read().root.value(kCredentials).toArray()) {
         if (auto credential = credentialOf(element.toObject()))
             found.push_back(std::move(*credential));
     }
@@ -282,7 +281,7 @@ bool KeyStore::remove(const QByteArray& id) const
 
 PinRecord KeyStore::pin() const
 {
-    return pinOf(readJsonFile(m_path).root);
+    return pinOf(m_file.read().root);
 }
 
 bool KeyStore::changePin(const std::function<void(PinRecord&)>& change) const

@@ -3,6 +3,7 @@
 
 #include "devices/openssl_handles.h"
 #include "emulation/securitykey/credential.h"
+#include "fido2/file/json_file.h"
 
 #include <QJsonObject>
 #include <QString>
@@ -30,8 +31,8 @@ struct Authority
     openssl::Key key;
 };
 
-/// Keeps no copy of the credentials: the program writes it too, so each call reads it anew, and each change is made
-/// under the file's lock to what it holds at that moment. What a change reports as done is on the disk.
+/// Holds no credentials of its own: the program writes the file too, so each call reads it anew, and each change is
+/// made under the file's lock to what it holds at that moment. What a change reports as done is on the disk.
 class KeyStore
 {
 public:
@@ -88,10 +89,10 @@ private:
 
     QStringList m_parameters;
     QString m_folder; ///< of the key files
-    QString m_path;   ///< of the credentials file
     QString m_serial;
     QString m_name;
     bool m_supportsPin;
+    mutable JsonFile m_file; ///< the credentials file
     /// By the text of their files, which is read each time: the library takes longer to parse one than to sign with it.
     mutable std::map<QByteArray, openssl::Key> m_parsedKeys;
 };

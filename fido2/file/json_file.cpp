@@ -25,20 +25,43 @@ JsonFileContent parseJsonFile(const QByteArray& bytes)
 
 JsonFileContent readJsonFile(const QString& path)
 {
+    return JsonFile(path).read();
+}
+
+const JsonFileContent& JsonFile::read()
+{
     // A pipe or a device under that name would never end.
-    QFile file(path);
-    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly))
-        return {};
-    const QByteArray bytes = file.read(kLargestJsonFile + 1);
+    QFile file(m_path);
+    if (!QFileInfo(m_path).isFile() || !file.open(QIODevice::ReadOnly)) {
+        m_content = {};
+        return m_content;
+    }
+    QByteArray bytes = file.read(kLargestJsonFile + 1);
+    if (m_content.state != JsonFileContent::State::NotOpened && bytes == m_bytes)
+        return m_content;
     if (bytes.size() > kLargestJsonFile) {
         QJsonParseError tooLarge;
         tooLarge.error = QJsonParseError::DocumentTooLarge;
-        return {JsonFileContent::State::NotJson, {}, tooLarge.errorString()};
+        m_content = {JsonFileContent::State::NotJson, {}, tooLarge.errorString()};
+        bytes.clear();
+    } else {
+        m_content = parseJsonFile(bytes);
     }
-    return parseJsonFile(bytes);
+    m_bytes = bytes;
+    return m_content;
+}
+
+bool JsonFile::write(const QJsonObject& root)
+{
+    const QByteArray bytes = QJsonDocument(root).toJson(QJsonDocument::Indented);
+    if (!writeWholeFile(m_path, bytes).isEmpty())
+        return false;
+    m_bytes = bytes;
+    m_content = {JsonFileContent::State::Object, root, {}};
+    return true;
 }
 
 bool writeJsonFile(const QString& path, const QJsonObject& root)
 {
-    return writeWholeFile(path, QJsonDocument(root).toJson(QJsonDocument::Indented)).isEmpty();
+    return JsonFile(path).write(root);
 }

@@ -2,6 +2,9 @@
 
 #include "emulation/securitykey/log.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
+
 #include <utility>
 
 namespace ctap {
@@ -21,6 +24,21 @@ const char* nameOf(Verdict verdict)
     return "";
 }
 
+/// What questions have in common that one remembered choice answers; empty for those that are asked each time.
+QByteArray kindOf(const QString& operation, const QJsonObject& data)
+{
+    const QString rpId = data.value(QLatin1String("rpId")).toString();
+    const bool isRegistration = operation == QLatin1String("make_credential");
+    if (rpId.isEmpty() || (!isRegistration && operation != QLatin1String("get_assertion")))
+        return {};
+    QJsonArray kind{operation, rpId};
+    if (isRegistration)
+        kind.append(data.value(QLatin1String("userId")));
+    for (const QJsonValue& candidate : data.value(QLatin1String("availableCredentials")).toArray())
+        kind.append(candidate.toObject().value(QLatin1String("id")));
+    return QJsonDocument(kind).toJson(QJsonDocument::Compact);
+}
+
 } // namespace
 
 ConfirmationDesk::ConfirmationDesk(Fido2Server& channel, std::chrono::milliseconds patience)
@@ -38,21 +56,36 @@ void ConfirmationDesk::ask(const QString& operation, const QJsonObject& data, An
 {
     m_operation = operation;
     m_answered = std::move(answered);
-    if (!m_prepared.empty()) {
-        const Verdict verdict = m_prepared.front();
-        m_prepared.pop_front();
-        return finish({verdict, {}});
-    }
-    if (m_approvesAll)
-        return finish({Verdict::Confirmed, {}});
-    const bool asked =
-        m_channel.isConnected() && m_channel.ask(operation, data, [this](bool confirmed, const QJsonObject& result) {
-            finish({confirmed ? Verdict::Confirmed : Verdict::Denied, result});
-        });
+    const QByteArray kind = kindOf(operation, data);
+    if (answerUnasked(kind))
+        return;
+    const auto take = [this, kind](bool confirmed, const QJsonObject& result) {
+        const UserAnswer answer{confirmed ? Verdict::Confirmed : Verdict::Denied, result};
+        if (!kind.isEmpty() && result.value(QLatin1String("rememberChoice")).toBool())
+            m_remembered.insert_or_assign(kind, answer);
+        finish(answer);
+    };
+    const bool asked = m_channel.isConnected() && m_channel.ask(operation, data, take);
     if (asked)
         return m_end.start(m_patience);
     qCWarning(securityKeyLog) << "Nobody can be asked for" << operation;
     finish({Verdict::Denied, {}});
+}
+
+bool ConfirmationDesk::answerUnasked(const QByteArray& kind)
+{
+    UserAnswer answer{Verdict::Confirmed, {}};
+    if (!m_prepared.empty()) {
+        answer.verdict = m_prepared.front();
+        m_prepared.pop_front();
+    } else if (const auto found = m_remembered.find(kind); !m_approvesAll && found != m_remembered.end()) {
+        answer = found->second;
+        qCInfo(securityKeyLog) << "Nobody is asked: the choice was to be remembered";
+    } else if (!m_approvesAll) {
+        return false;
+    }
+    finish(answer);
+    return true;
 }
 
 void ConfirmationDesk::withdraw()
@@ -91,6 +124,8 @@ QString ConfirmationDesk::status() const
         parts << QStringLiteral("%1 answers prepared").arg(m_prepared.size());
     if (m_approvesAll)
         parts << QStringLiteral("approves everything");
+    if (!m_remembered.empty())
+        parts << QStringLiteral("%1 choices remembered").arg(m_remembered.size());
     return parts.join(QStringLiteral(", "));
 }
 

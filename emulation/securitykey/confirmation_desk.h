@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <deque>
+#include <map>
 
 namespace ctap {
 
@@ -32,10 +33,17 @@ public:
     /// Every question from now on is confirmed without anybody being asked, until it is switched off.
     void approveAll(bool on);
 
+    /// Choices that the user wanted to be remembered answer later questions of the same kind: a registration of the
+    /// same user at the same relying party, a sign-in there with the same credentials. From here on they are asked
+    /// again.
+    void forgetChoices() { m_remembered.clear(); }
+
     /// For people: what waits and what is switched on; empty when there is nothing to say.
     QString status() const;
 
 private:
+    /// True when the question is answered without asking.
+    bool answerUnasked(const QByteArray& kind);
     void finish(const UserAnswer& answer);
 
     Fido2Server& m_channel;
@@ -44,6 +52,7 @@ private:
     Answered m_answered; ///< of the question that waits
     QString m_operation;
     std::deque<Verdict> m_prepared;
+    std::map<QByteArray, UserAnswer> m_remembered; ///< by the kind of question
     bool m_approvesAll = false;
 };
 

@@ -87,6 +87,7 @@ void SecurityKeyFunction::controlRequest(const usb::TransferPointer& transfer)
 void SecurityKeyFunction::forgetState()
 {
     m_key->restart();
+    m_desk.forgetChoices(); // a key that is plugged in anew asks anew
 }
 
 void SecurityKeyFunction::takeOutput(const QByteArray& report)
@@ -109,7 +110,10 @@ QString SecurityKeyFunction::run(const QString& command)
         return commandDone(command);
     }
     if (command == QLatin1String("approve all") || command == QLatin1String("ask again")) {
-        m_desk.approveAll(command.startsWith(QLatin1String("approve")));
+        const bool asks = command.startsWith(QLatin1String("ask"));
+        m_desk.approveAll(!asks);
+        if (asks)
+            m_desk.forgetChoices();
         return commandDone(command);
     }
     return commandFailed(

@@ -15,7 +15,7 @@
 namespace ctap {
 
 /// Commands: "approve next" and "deny next" answer the question that waits or the next one, "approve all" all of them
-/// until "ask again".
+/// until "ask again", which forgets the choices that the key was to remember too.
 class SecurityKeyFunction final : public hid::HidFunction
 {
 public:

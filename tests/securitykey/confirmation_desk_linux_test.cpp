@@ -2,6 +2,7 @@
 #include "tests/support/suite_registry.h"
 
 #include <QCoreApplication>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QLocalSocket>
 #include <QtTest>
@@ -21,6 +22,8 @@ private slots:
     void anAnswerThatComesTooLateIsNobodys();
     void aWithdrawnQuestionIsNotAnsweredByTheNextConnection();
     void commandsAnswerInsteadOfTheUser();
+    void choicesAreRemembered_data();
+    void choicesAreRemembered();
 
 private:
     struct Answers
@@ -31,7 +34,7 @@ private:
 
     std::unique_ptr<QLocalSocket> connected();
     /// Writes the user's answer, and waits until the device has read it.
-    void answer(QLocalSocket& program, bool confirmed);
+    void answer(QLocalSocket& program, bool confirmed, bool remember = false);
     ctap::UserPresence::Answered into(Answers& answers) const;
 
     std::unique_ptr<Fido2Server> m_server;
@@ -54,11 +57,12 @@ std::unique_ptr<QLocalSocket> ConfirmationDeskTest::connected()
     return accepted ? std::move(program) : nullptr;
 }
 
-void ConfirmationDeskTest::answer(QLocalSocket& program, bool confirmed)
+void ConfirmationDeskTest::answer(QLocalSocket& program, bool confirmed, bool remember)
 {
     const QJsonObject message{{QStringLiteral("type"), QStringLiteral("user_confirmation_response")},
                               {QStringLiteral("confirmed"), confirmed},
-                              {QStringLiteral("data"), QJsonObject{{QStringLiteral("description"), confirmed}}}};
+                              {QStringLiteral("data"), QJsonObject{{QStringLiteral("description"), confirmed},
+                                                                   {QStringLiteral("rememberChoice"), remember}}}};
     program.write(QJsonDocument(message).toJson());
     program.flush();
     QCoreApplication::processEvents(); // the device's end is in this process: it reads here
@@ -164,6 +168,60 @@ void ConfirmationDeskTest::commandsAnswerInsteadOfTheUser()
     m_desk->approveAll(false);
     ask();
     QCOMPARE(answers.verdicts.size(), 2);
+}
+
+void ConfirmationDeskTest::choicesAreRemembered_data()
+{
+    QTest::addColumn<QString>("operation");
+    QTest::addColumn<QString>("rpId");
+    QTest::addColumn<QString>("userId");
+    QTest::addColumn<QString>("credential");
+    QTest::addColumn<bool>("sameKind");
+    const auto row = [](const char* name, const char* operation, const char* rp, const char* user, const char* id,
+                        bool same) {
+        QTest::newRow(name) << QString::fromLatin1(operation) << QString::fromLatin1(rp) << QString::fromLatin1(user)
+                            << QString::fromLatin1(id) << same;
+    };
+    row("the same sign-in", "get_assertion", "shop.example", "00", "aa", true);
+    row("a sign-in of who is named otherwise", "get_assertion", "shop.example", "01", "aa", true);
+    row("another credential", "get_assertion", "shop.example", "00", "bb", false);
+    row("another relying party", "get_assertion", "bank.example", "00", "aa", false);
+    row("another operation", "make_credential", "shop.example", "00", "aa", false);
+    row("a reset", "reset", "shop.example", "00", "aa", false);
+}
+
+void ConfirmationDeskTest::choicesAreRemembered()
+{
+    QFETCH(QString, operation);
+    QFETCH(QString, rpId);
+    QFETCH(QString, userId);
+    QFETCH(QString, credential);
+    QFETCH(bool, sameKind);
+    const bool isReset = operation == QLatin1String("reset"); // which nobody remembers
+    const auto question = [](const QString& rp, const QString& user, const QString& id) {
+        return QJsonObject{
+            {QStringLiteral("rpId"), rp},
+            {QStringLiteral("userId"), user},
+            {QStringLiteral("availableCredentials"), QJsonArray{QJsonObject{{QStringLiteral("id"), id}}}}};
+    };
+    for (const bool confirmed : {true, false}) {
+        const Verdict verdict = confirmed ? Verdict::Confirmed : Verdict::Denied;
+        init();
+        const auto program = connected();
+        QVERIFY(program);
+        Answers first;
+        m_desk->ask(isReset ? operation : QStringLiteral("get_assertion"),
+                    question(QStringLiteral("shop.example"), QStringLiteral("00"), QStringLiteral("aa")), into(first));
+        answer(*program, confirmed, true);
+        QCOMPARE(first.verdicts, QList<Verdict>{verdict});
+        Answers second;
+        m_desk->ask(operation, question(rpId, userId, credential), into(second));
+        QCOMPARE(second.verdicts, sameKind ? QList<Verdict>{verdict} : QList<Verdict>());
+        m_desk->withdraw();
+        QCOMPARE(m_desk->status(), isReset ? QString() : QStringLiteral("1 choices remembered"));
+        m_desk->forgetChoices();
+        QCOMPARE(m_desk->status(), QString());
+    }
 }
 
 PLUGBOARD_SUITE(ConfirmationDeskTest)

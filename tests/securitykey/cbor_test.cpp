@@ -40,7 +40,6 @@ void CborTest::takesNothingButCanonical_data()
     row("a tag", "a1 01 c1 00", false);
     row("an array that claims to be endless", "9b ffffffffffffffff", false);
     row("a text that claims to be endless", "7b 7fffffffffffffff", false);
-    row("bytes that claim to be two gigabytes", "5a 646f6406 29", false);
     row("a number beyond 64 bits with a sign", "a1 01 1b ffffffffffffffff", false);
 }
 

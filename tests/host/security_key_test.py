@@ -1,105 +1,10 @@
 """security_key_test.py: a host's own programs register and sign in with a security key."""
-import base64
-import json
-import os
 import re
-import shlex
 
-from device_process import parameter_message
-from host_test import HostTest, IMAGE, PROGRAMS
-from plugboard_in_guest import FOLDER, PlugboardInGuest
-from guest import SHARE
-
-RP = "shop.example"
-PARAMETERS = ["2", "0x1234", "0x5678", "FIDO2 Security Key", "0", "S1", "", "1", "END"]
-
-# The program's end of the confirmation channel: answers each new question as its arguments say.
-PROGRAM = """
-import json, socket, sys
-channel = socket.socket(socket.AF_UNIX)
-channel.connect("/tmp/Fido2Server_" + sys.argv[1])
-print("connected", flush=True)
-answers, last = sys.argv[2:], None
-while answers:
-    request = channel.recv(1 << 20)
-    if not request or request == last:
-        continue # which is repeated until it is answered
-    last = request
-    print(json.loads(request)["operation"], flush=True)
-    answer = answers.pop(0)
-    if answer != "none":
-        confirmed = answer == "confirm"
-        data = {"userAction": "confirmed" if confirmed else "denied", "description": "made in the guest"}
-        channel.sendall(json.dumps({"type": "user_confirmation_response", "confirmed": confirmed, "data": data}).encode())
-channel.recv(1)
-"""
+from security_key_in_guest import RP, SecurityKeyInGuest
 
 
-def random_text():
-    return base64.b64encode(os.urandom(32)).decode()
-
-
-class SecurityKeyTest(HostTest):
-    def setUp(self):
-        super().setUp()
-        self.guest = PlugboardInGuest(IMAGE, PROGRAMS)
-        self.addCleanup(self.guest.close)
-        message = parameter_message(PARAMETERS, PROGRAMS.parent / "dev_keys/param_public.pem").decode().strip()
-        process = self.guest.command("usb-daemon.exe", "--mode", "Local")
-        self.guest.check(f"(printf '{message}\n' | {process} >/run/key-output 2>&1 &)")
-        self.find_node()
-        [self.key] = self.guest.devices()
-
-    def find_node(self):
-        [position] = self.guest.wait_attached(1).values()
-        self.node = "/dev/" + self.guest.wait_node(position, r"hidraw\d+")
-
-    def command(self, *words):
-        return self.guest.send(self.key, " ".join(words))
-
-    def replug(self):
-        self.command("detach")
-        self.command("attach")
-        self.find_node()
-
-    def fails(self, line, error, typed=""):
-        """The program that `line` runs says that error of the key."""
-        status, output = self.run_line(line, typed)
-        self.assertNotEqual(0, status, output)
-        self.assertIn(error, output)
-
-    def run_line(self, line, typed=""):
-        return self.guest.run(f"cd /tmp; printf '%b' '{typed}' | {line.replace('KEY', self.node)}", 120)
-
-    def works(self, line, typed=""):
-        status, output = self.run_line(line, typed)
-        self.assertEqual(0, status, f"{line}: {output}")
-        return output
-
-    def register(self, name, *options, typed=""):
-        """Makes and verifies a credential; its files have that name."""
-        question = "\n".join([random_text(), RP, "ann", random_text()])
-        self.guest.check(f"printf '{question}\n' >/tmp/{name}.make")
-        self.works(f"fido2-cred -M {' '.join(options)} -i {name}.make -o {name}.made KEY", typed)
-        self.works(f"fido2-cred -V {'-v' if '-v' in options else ''} -i {name}.made -o {name}")
-
-    def ask(self, name, discoverable=False):
-        question = "\n".join([random_text(), RP])
-        credential = "" if discoverable else f"head -n 1 {name};"
-        self.guest.check(f"cd /tmp; {{ printf '{question}\n'; {credential} }} >{name}.ask")
-
-    def sign_in(self, name, *options, typed=""):
-        """Signs in and verifies that it was that credential."""
-        discoverable = "-r" in options
-        self.ask(name, discoverable)
-        self.works(f"fido2-assert -G {' '.join(options)} -i {name}.ask -o {name}.answer KEY", typed)
-        verified = "-v" if "-v" in options else ""
-        self.works(f"sh -c 'tail -n +2 {name} >{name}.public; head -n 4 {name}.answer >{name}.statement; "
-                   f"fido2-assert -V -p {verified} -i {name}.statement {name}.public es256'")
-
-    def file(self):
-        return json.loads(self.guest.read(f"{SHARE}{FOLDER}/fido2/S1_credentials.json"))
-
+class SecurityKeyTest(SecurityKeyInGuest):
     def test_registers_signs_in_and_is_managed(self):
         self.assertIn("Plugboard", self.works("fido2-token -L"))
         self.command("approve", "all")
@@ -124,24 +29,6 @@ class SecurityKeyTest(HostTest):
 
         self.works("fido2-token -R KEY")
         self.assertEqual([], self.file()["credentials"])
-        self.assert_quiet(self.guest)
-
-    def test_asks_its_program_and_gives_up(self):
-        """A program is connected: its answers count, and when there is none, the host is told after 30 s."""
-        def answered(answers):
-            self.guest.check(f"(chroot {SHARE} /usr/bin/python3 -c {shlex.quote(PROGRAM)} {self.key['processId']} {answers}"
-                             " >/run/answers 2>&1 &)")
-            self.guest.wait("grep -q connected /run/answers")
-
-        answered("confirm deny none")
-        self.register("plain")
-        self.ask("plain")
-        sign_in = "fido2-assert -G -i plain.ask -o plain.answer KEY"
-        self.fails(sign_in, "FIDO_ERR_OPERATION_DENIED")
-        self.fails(sign_in, "FIDO_ERR_USER_ACTION_TIMEOUT")
-        asked = self.guest.check("cat /run/answers").split()[1:]
-        self.assertEqual(["make_credential", "get_assertion", "get_assertion"], asked)
-        self.assertEqual("made in the guest", self.file()["credentials"][0]["description"])
         self.assert_quiet(self.guest)
 
     def test_refuses_and_locks(self):

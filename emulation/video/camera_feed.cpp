@@ -74,6 +74,7 @@ void CameraFeed::setPaused(bool isPaused)
 void CameraFeed::forgetSchedule()
 {
     m_clock.restart(steadyNow(), {m_setup.rate, 1});
+    m_isWaitingForFirst = true;
     m_ticks = 0;
     m_taken = 0;
 }
@@ -84,15 +85,17 @@ void CameraFeed::tick()
     if (now - m_clock.due() > kMostBehind)
         forgetSchedule();
     bool came = true;
-    while (came && m_clock.due() <= now) {
+    while (came && m_isRunning && m_clock.due() <= now) {
         came = produce(now);
         if (came)
             m_clock.advance();
+        if (!m_waiting.empty())
+            m_ready();
     }
+    if (!m_isRunning) // whoever took a picture has stopped
+        return;
     const auto wait = came ? std::chrono::ceil<std::chrono::milliseconds>(m_clock.due() - steadyNow()) : kPoll;
     m_timer.start(std::max<std::chrono::milliseconds>(wait, 0ms));
-    if (!m_waiting.empty())
-        m_ready();
 }
 
 /// Whether the picture that is due is dealt with.
@@ -106,6 +109,9 @@ bool CameraFeed::produce(PictureClock::Time now)
     }
     if (const PicturePointer picture = nextFresh()) {
         m_lastFresh = now;
+        if (m_isWaitingForFirst) // nobody wants the time that it took made up for
+            m_clock.restart(now, m_clock.rate());
+        m_isWaitingForFirst = false;
         m_showsStandIn = false;
         m_standIn.reset();
         offer(picture);
@@ -204,17 +210,23 @@ PicturePointer CameraFeed::keep(MediaItem&& item)
 
 void CameraFeed::offer(const PicturePointer& picture)
 {
-    const auto room = std::size_t(m_setup.isInterCoded() ? std::max(m_setup.rate, 2) : 1);
+    const auto room = std::size_t(std::max(m_setup.isInterCoded() ? m_setup.rate : m_setup.rate / 4, 4));
     if (m_waiting.size() >= room) {
         m_counts.dropped += std::int64_t(m_waiting.size());
         m_waiting.clear();
-        m_needsKey = m_setup.isInterCoded();
+        const bool standsAlone = !m_setup.isInterCoded() || picture == m_standIn || isGroupsFirst(picture);
+        m_needsKey = !standsAlone;
         if (m_needsKey) {
             ++m_counts.dropped;
             return;
         }
     }
     m_waiting.push_back(picture);
+}
+
+bool CameraFeed::isGroupsFirst(const PicturePointer& picture) const
+{
+    return m_last.size() == 1 && m_last.front() == picture;
 }
 
 PicturePointer CameraFeed::take()
@@ -232,9 +244,9 @@ void CameraFeed::standIn()
         return makeStandIn();
     m_showsStandIn = true;
     m_needsKey = true;
-    forgetSchedule();
+    m_ticks = 0;
+    m_taken = 0;
     ++m_counts.standIns;
-    m_waiting.clear();
     offer(m_standIn);
 }
 

@@ -17,8 +17,9 @@
 
 namespace uvc {
 
-/// Between start() and stop() a picture becomes ready whenever one is due. A host that is slow gets the newest; of
-/// pictures that need those before them it gets all, or the next that needs none. A source that has brought nothing for
+/// Between start() and stop() a picture becomes ready whenever one is due. A host that is more than a quarter of a
+/// second behind gets the newest; of pictures that need those before them it may be a second behind and then gets the
+/// next that needs none. A source that has brought nothing for
 /// a while is stood in for by its last picture, dimmed and with "no signal" on it. On the event loop's thread.
 class CameraFeed
 {
@@ -60,6 +61,7 @@ private:
     bool joins(const MediaItem& item);
     PicturePointer keep(MediaItem&& item);
     void offer(const PicturePointer& picture);
+    bool isGroupsFirst(const PicturePointer& picture) const;
     void forgetSchedule();
     void standIn();
     void makeStandIn();
@@ -74,6 +76,7 @@ private:
     bool m_needsKey = true; ///< of inter-coded pictures: what comes before the next key picture is left out
     QTimer m_timer;
     PictureClock m_clock;
+    bool m_isWaitingForFirst = true; ///< picture of the schedule
     PictureClock::Time m_lastFresh;
     std::int64_t m_ticks = 0;             ///< pictures shown since the source's schedule began
     std::int64_t m_taken = 0;             ///< pictures of the source that they needed

@@ -25,3 +25,11 @@ def packets_of(path, *arguments):
     """The video stream as it is, without its container."""
     return subprocess.run(["ffmpeg", "-nostdin", "-v", "error", "-i", str(path), "-map", "0:v", "-c", "copy", *arguments,
                            "-"], stdout=subprocess.PIPE, check=True).stdout
+
+
+def count_of(data, form):
+    """How many pictures a decoder makes of a stream of "h264", "hevc" or "mjpeg"."""
+    done = subprocess.run(["ffprobe", "-v", "error", "-f", form, "-count_frames", "-select_streams", "v:0", "-show_entries",
+                           "stream=nb_read_frames", "-of", "csv=p=0", "-"], input=data, stdout=subprocess.PIPE,
+                          stderr=subprocess.PIPE, check=True)
+    return int(done.stdout.split()[0]), done.stderr.decode()

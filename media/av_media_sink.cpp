@@ -129,9 +129,9 @@ bool AVMediaSink::append(MediaItem&& item)
         keepSpare(removeOldest());
         ++m_dropped;
     }
+    item.number = m_received++;
     m_items[(m_first + m_size++) % m_items.size()] = std::move(item);
     m_bytes += bytes;
-    ++m_received;
     m_changed.notify_all();
     if (m_overflow == Overflow::StayClose)
         m_changed.wait(guard, hasRoom);

@@ -22,6 +22,7 @@ struct MediaItem
     int height = 0;
     int format = -1; ///< FFmpeg's pixel or sample format; -1 for packets.
     std::int64_t timeStamp = 0;
+    std::uint64_t number = 0; ///< How many came into the queue before it.
     bool isKeyPacket = false;
 
     /// Planes one after the other without line padding; interleaved samples; or the packet's bytes.

@@ -2,6 +2,7 @@
 
 #include "media/av_decoder.h"
 #include "media/end_of_stream.h"
+#include "media/log.h"
 
 #include <iostream>
 #include <utility>
@@ -117,10 +118,15 @@ bool MediaReader::push(AVPacket* packet)
     AVSource* source = nullptr;
     if (m_video && m_video->streamIndex() == packet->stream_index)
         source = m_video.get();
-    else if (m_audio && m_audio->streamIndex() == packet->stream_index)
+    else if (m_audio && m_audio->streamIndex() == packet->stream_index && !m_isSoundLeftOut)
         source = m_audio.get();
     if (!source || source->pushPacket(packet))
         return true;
+    if (m_isSoundOptional && source == m_audio.get()) {
+        qCWarning(mediaLog) << "The sound is left out:" << source->refusal().c_str();
+        m_isSoundLeftOut = true;
+        return true;
+    }
     m_error = source->refusal();
     if (m_error.empty())
         m_error = "a stage does not take its data";

@@ -56,6 +56,10 @@ public:
     /// pictures are dropped or repeated so that they keep their speed.
     void setExactOutput(bool exact) { m_exactOutput = exact; }
 
+    /// On: sound that a stage refuses is left out from then on, and the pictures go on. Off (the default): it ends the
+    /// loop.
+    void setSoundOptional(bool optional) { m_isSoundOptional = optional; }
+
     /// Video chain that ends in `sink`. With a codec, compressed packets arrive there: passed through when codec and
     /// size are the source's own, else decoded, scaled and encoded. Without (AV_CODEC_ID_NONE), pictures arrive. A
     /// pixel format of -1 is the encoder's own. True also when there is no video source.
@@ -109,6 +113,8 @@ private:
     int m_decoderThreads = 0;
     int m_encoderThreads = 0;
     bool m_exactOutput = false;
+    bool m_isSoundOptional = false;
+    bool m_isSoundLeftOut = false;
     bool m_hasReadAhead = false; ///< Opening has read, and with low-latency options dropped, packets.
     std::deque<ffmpeg::Packet> m_kept;
     std::chrono::steady_clock::time_point m_lastStart;

@@ -12,12 +12,29 @@ namespace {
 constexpr int kUsualRate = 30; // Pictures per second of a source that does not say.
 constexpr std::chrono::seconds kStallTime(1);
 
+/// Writes on each block of sound after which picture it came.
+class SoundMark final : public AVSourceSink
+{
+public:
+    SoundMark(const AVMediaSink& pictures, AVMediaSink& sound) : m_pictures(pictures) { chain(sound); }
+
+    bool pushFrame(AVFrame* frame) override
+    {
+        frame->pts = static_cast<std::int64_t>(m_pictures.received());
+        return AVSourceSink::pushFrame(frame);
+    }
+
+private:
+    const AVMediaSink& m_pictures;
+};
+
 } // namespace
 
 VideoFileSource::VideoFileSource(VideoFileSettings settings, QObject* parent)
     : QThread(parent)
     , AVMediaSink(settings.overflow, settings.queue)
     , m_settings(std::move(settings))
+    , m_soundMark(m_settings.sound ? std::make_unique<SoundMark>(*this, *m_settings.sound) : nullptr)
     , m_interrupt(m_settings.inputTimeLimit)
 {}
 
@@ -66,7 +83,9 @@ void VideoFileSource::buildChains()
         const auto pictures = av_rescale_rnd(m_settings.queueTime.count(), rate.num, 1000 * rate.den, AV_ROUND_DOWN);
         setCapacity(std::clamp<std::size_t>(static_cast<std::size_t>(pictures), 1, m_settings.queue.items));
     }
-    m_reader->buildAudioChain(m_settings.audioChannels, m_settings.audioRate, *this);
+    m_reader->setSoundOptional(m_soundMark != nullptr);
+    AVSourceSink& soundEnd = m_soundMark ? *m_soundMark : *this;
+    m_reader->buildAudioChain(m_settings.audioChannels, m_settings.audioRate, soundEnd);
     const std::lock_guard guard(m_descriptionLock);
     m_pictureRate = rate;
     if (!m_reader->videoSource() && !m_reader->audioSource())

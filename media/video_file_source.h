@@ -30,6 +30,10 @@ struct VideoFileSettings
     int audioChannels = 2;
     int audioRate = 48000; ///< Hz.
 
+    /// Takes the sound, which then does not come into the source's own queue: the time stamp of each item is how many
+    /// pictures came before it. Sound that cannot be played leaves the pictures alone.
+    std::shared_ptr<AVMediaSink> sound;
+
     AVMediaSink::Overflow overflow = AVMediaSink::Overflow::DropOldest;
     AVMediaSink::Bound queue;
 
@@ -84,6 +88,7 @@ private:
     void end();
 
     const VideoFileSettings m_settings;
+    const std::unique_ptr<AVSourceSink> m_soundMark; ///< Stands before the sink of the sound; null without one.
     MediaInterrupt m_interrupt;
     std::unique_ptr<MediaReader> m_reader; ///< Made and seen by run(); by others once m_started is set.
     std::atomic<int> m_started{0};

@@ -25,6 +25,7 @@ private slots:
     void clockAddsNoRounding();
     void commandsActOnTheNextPictures();
     void pausesAndSteps();
+    void soundGoesItsOwnWay();
     void goesWhereItIsAsked_data();
     void goesWhereItIsAsked();
 
@@ -202,6 +203,34 @@ void SourcePlayerTest::pausesAndSteps()
     feed.pause(false);
     QTRY_VERIFY_WITH_TIMEOUT(feed.shown() > 10, 30000);
     player.stop();
+}
+
+/// Each block says after which picture it came; pictures do not wait for who takes no sound.
+void SourcePlayerTest::soundGoesItsOwnWay()
+{
+    VideoFileSettings settings = settingsFor(mediaFile("h264_aac.mp4"));
+    settings.selector = -1;
+    settings.sound = std::make_shared<AVMediaSink>();
+    SourcePlayer player(settings, kShort);
+    player.start();
+    for (std::uint64_t picture = 0; picture < 20; ++picture) {
+        const std::optional<MediaItem> item = player.take(std::chrono::seconds(30));
+        QVERIFY(item && item->width == 160);
+        QCOMPARE(item->number, picture);
+    }
+    std::int64_t last = 0;
+    double seconds = 0;
+    while (const std::optional<MediaItem> block = settings.sound->take()) {
+        QVERIFY(block->width == 0 && block->timeStamp >= last);
+        last = block->timeStamp;
+        seconds += double(block->bytes.size()) / 4 / 48000;
+        QVERIFY2(std::abs(double(last) / 25 - seconds) < 0.5, qPrintable(QString::number(seconds)));
+    }
+    QVERIFY(last > 15);
+    settings.sound->stopQueue(); // from here on it refuses
+    for (int picture = 0; picture < 40; ++picture)
+        QVERIFY(player.take(std::chrono::seconds(30)));
+    QCOMPARE(player.runs(), 1);
 }
 
 void SourcePlayerTest::goesWhereItIsAsked_data()

@@ -37,7 +37,7 @@ VideoFileSettings windowSettings(const MediaOptions& options)
 {
     VideoFileSettings settings;
     settings.url = options.source.toStdString();
-    settings.selector = kSelectVideo;
+    settings.selector = kSelectBoth;
     settings.width = options.width;
     settings.height = options.height;
     settings.frameRate = options.rate;

@@ -81,6 +81,7 @@ bool PictureFeed::showNext()
         return false;
     const auto begin = Clock::now();
     QImage image = convert(*item);
+    const std::uint64_t number = item->number;
     m_player.recycle(std::move(*item));
     const auto end = Clock::now();
     m_conversion = end - begin;
@@ -97,7 +98,7 @@ bool PictureFeed::showNext()
     if (Clock::now() > m_clock.due() + m_clock.period() / 2)
         ++m_late;
     m_clock.advance();
-    publish(std::move(image));
+    publish(std::move(image), number);
     return true;
 }
 
@@ -123,8 +124,9 @@ QImage PictureFeed::convert(const MediaItem& item)
     return image;
 }
 
-void PictureFeed::publish(QImage image)
+void PictureFeed::publish(QImage image, std::uint64_t number)
 {
+    m_number = static_cast<std::int64_t>(number);
     {
         const std::lock_guard guard(m_lock);
         m_picture = std::move(image);

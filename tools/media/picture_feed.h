@@ -38,6 +38,9 @@ public:
     std::int64_t shown() const { return m_shown; }
     std::int64_t late() const { return m_late; }
 
+    /// Which of the source's run the last picture is, counted from 0; -1 before the first.
+    std::int64_t number() const { return m_number; }
+
 signals:
     /// There is a new picture. Pictures that came before this was handled are announced together.
     void pictureChanged();
@@ -47,7 +50,7 @@ private:
     bool showNext();
     bool waitUntil(PictureClock::Time time) const;
     QImage convert(const MediaItem& item);
-    void publish(QImage image);
+    void publish(QImage image, std::uint64_t number);
 
     SourcePlayer& m_player;
     PictureClock m_clock;
@@ -64,5 +67,6 @@ private:
     std::atomic<int> m_steps{0};
     std::atomic<std::int64_t> m_shown{0};
     std::atomic<std::int64_t> m_late{0};
+    std::atomic<std::int64_t> m_number{-1};
     std::thread m_thread;
 };

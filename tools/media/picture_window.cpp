@@ -1,5 +1,7 @@
 #include "tools/media/picture_window.h"
 
+#include "media/media_reader.h"
+
 #include <QKeyEvent>
 #include <QPainter>
 
@@ -21,22 +23,13 @@ bool isLiveSource(const std::string& url)
     return url.find("://") != std::string::npos && url.compare(0, 5, "file:") != 0;
 }
 
-VideoFileSettings forDisplay(VideoFileSettings settings, bool isLive)
-{
-    settings.overflow = isLive ? AVMediaSink::Overflow::DropOldest : AVMediaSink::Overflow::StayClose;
-    settings.queue = kQueue; // A network delivers unevenly, so a live source may use all of it.
-    if (!isLive)
-        settings.queueTime = kQueueTime;
-    return settings;
-}
-
 } // namespace
 
 PictureWindow::PictureWindow(VideoFileSettings settings, QWidget* parent)
     : QWidget(parent)
     , m_isLive(isLiveSource(settings.url))
     , m_hasOwnSize(settings.width > 0 && settings.height > 0)
-    , m_player(forDisplay(settings, m_isLive))
+    , m_player(forDisplay(settings))
     , m_feed(m_player)
     , m_slider(Qt::Horizontal, this)
 {
@@ -45,6 +38,8 @@ PictureWindow::PictureWindow(VideoFileSettings settings, QWidget* parent)
     resize(m_hasOwnSize ? QSize(settings.width, settings.height) : QSize(640, 480));
     connect(&m_feed, &PictureFeed::pictureChanged, this, &PictureWindow::pictureChanged);
     connect(&m_player, &SourcePlayer::lost, this, [this](const QString& reason) {
+        if (m_sound)
+            m_sound->drop();
         if (!m_isLive)
             emit ended(reason);
     });
@@ -61,6 +56,29 @@ PictureWindow::PictureWindow(VideoFileSettings settings, QWidget* parent)
 PictureWindow::~PictureWindow()
 {
     m_player.stop(); // The feed may wait for an item.
+    m_sound.reset(); // It asks the feed.
+}
+
+VideoFileSettings PictureWindow::forDisplay(VideoFileSettings settings)
+{
+    settings.overflow = m_isLive ? AVMediaSink::Overflow::DropOldest : AVMediaSink::Overflow::StayClose;
+    settings.queue = kQueue; // A network delivers unevenly, so a live source may use all of it.
+    if (!m_isLive)
+        settings.queueTime = kQueueTime;
+    if (settings.selector == kSelectBoth) {
+        m_sound = std::make_unique<SoundPlayer>([this] { return progress(); },
+                                                SoundOutput::open(SoundPlayer::kChannels, SoundPlayer::kRate));
+        settings.sound = m_sound->queue();
+        settings.audioChannels = SoundPlayer::kChannels;
+        settings.audioRate = SoundPlayer::kRate;
+    }
+    return settings;
+}
+
+PictureProgress PictureWindow::progress() const
+{
+    const AVRational rate = m_player.pictureRate();
+    return {m_feed.number(), rate.num > 0 ? av_q2d(rate) : 0, m_feed.isPaused()};
 }
 
 void PictureWindow::pictureChanged()
@@ -112,6 +130,8 @@ void PictureWindow::seek(std::chrono::milliseconds position)
 {
     if (m_slider.isHidden())
         return; // There is nowhere to go in a live source.
+    if (m_sound)
+        m_sound->drop();
     m_player.seek(std::clamp(position, std::chrono::milliseconds(0), m_player.duration()));
     if (m_feed.isPaused())
         m_feed.step(); // A pause, too, shows where the source stands.
@@ -151,6 +171,8 @@ void PictureWindow::keyPressEvent(QKeyEvent* event)
         seek(m_player.position() + kSeekStep);
     else if (event->key() == Qt::Key_I)
         m_isTold = !m_isTold;
+    else if (event->key() == Qt::Key_M && m_sound)
+        m_sound->mute(!m_sound->isMuted());
     else
         QWidget::keyPressEvent(event);
     showStatus();

@@ -3,6 +3,7 @@
 
 #include "media/source_player.h"
 #include "tools/media/picture_feed.h"
+#include "tools/media/sound_player.h"
 
 #include <QImage>
 #include <QSlider>
@@ -11,14 +12,15 @@
 
 /// Plays while it exists. It is there at once and says that it connects; a source that is lost is tried again while the
 /// last picture stays, with a mark. Space pauses, the full stop key shows the next picture of a pause, the arrow keys
-/// and the slider go through a file, and I shows what is at work and what was lost.
+/// and the slider go through a file, I shows what is at work and what was lost, and M
+/// switches the sound off and on.
 class PictureWindow : public QWidget
 {
     Q_OBJECT
 
 public:
     /// Starts the source. How it is handed over is the window's own choice; the rest of the settings holds. Pictures
-    /// must be planar 4:2:0.
+    /// must be planar 4:2:0. Settings that select sound too have it played.
     explicit PictureWindow(VideoFileSettings settings, QWidget* parent = nullptr);
     ~PictureWindow() override;
 
@@ -39,6 +41,8 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
+    VideoFileSettings forDisplay(VideoFileSettings settings);
+    PictureProgress progress() const;
     void pictureChanged();
     void showStatus();
     void showProgress();
@@ -48,6 +52,7 @@ private:
 
     const bool m_isLive;
     const bool m_hasOwnSize;
+    std::unique_ptr<SoundPlayer> m_sound; ///< Null when the settings select none.
     SourcePlayer m_player;
     PictureFeed m_feed;
     QTimer m_statusTimer;

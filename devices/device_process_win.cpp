@@ -1,5 +1,7 @@
 #include "devices/device_process.h"
 
+#include "devices/log.h"
+
 #include <algorithm>
 #include <array>
 #include <memory>
@@ -28,9 +30,7 @@ public:
     {
         m_startup.StartupInfo = *arguments->startupInfo;
         m_startup.StartupInfo.cb = sizeof m_startup;
-        // Whether anyone reads its standard error must make no difference to a device.
-        DWORD withoutWaiting = PIPE_READMODE_BYTE | PIPE_NOWAIT;
-        SetNamedPipeHandleState(m_startup.StartupInfo.hStdError, &withoutWaiting, nullptr, nullptr);
+        writeWithoutWaiting(m_startup.StartupInfo.hStdError);
         collectHandles();
         if (m_handleCount == 0 || !makeAttributes())
             return;
@@ -39,6 +39,17 @@ public:
     }
 
 private:
+    /// Whether anyone reads its standard error must make no difference to a device. The mode belongs to the pipe's end,
+    /// which the device inherits with its handle, and not to the end that is read here. What does not fit into a full
+    /// pipe is then dropped: a write succeeds with fewer bytes than it was given, down to none.
+    static void writeWithoutWaiting(HANDLE pipe)
+    {
+        DWORD mode = PIPE_READMODE_BYTE | PIPE_NOWAIT;
+        if (!SetNamedPipeHandleState(pipe, &mode, nullptr, nullptr))
+            qCWarning(devicesLog) << "A device process may wait for its standard error to be read, error"
+                                  << GetLastError();
+    }
+
     /// The system refuses a list with a null or a repeated handle.
     void collectHandles()
     {

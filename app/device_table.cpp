@@ -73,6 +73,12 @@ DeviceTable::DeviceTable(QWidget* parent) : QTableWidget(kMinimumRows, kColumns,
     verticalHeader()->setHighlightSections(false);
     setContextMenuPolicy(Qt::CustomContextMenu);
     setItemDelegate(new RowDelegate(this));
+    const auto changedFrom = [this](int row) { m_filledRows = std::min(m_filledRows, row); };
+    connect(model(), &QAbstractItemModel::dataChanged, this,
+            [changedFrom](const QModelIndex& topLeft) { changedFrom(topLeft.row()); });
+    connect(model(), &QAbstractItemModel::rowsRemoved, this,
+            [changedFrom](const QModelIndex&, int first) { changedFrom(first); });
+    connect(model(), &QAbstractItemModel::modelReset, this, [changedFrom] { changedFrom(0); });
 
     constexpr int kHeight = 300;
     constexpr int kRowHeight = 27;
@@ -153,6 +159,7 @@ void DeviceTable::clearDevices()
 {
     clearContents();
     setRowCount(kMinimumRows);
+    m_filledRows = 0;
 }
 
 void DeviceTable::removeDevice(int row)
@@ -215,11 +222,13 @@ void DeviceTable::showToolTip(const QTableWidgetItem* cell, const QPoint& place)
 
 int DeviceTable::firstFreeRow()
 {
-    for (int row = 0; row < rowCount(); ++row) {
+    const auto isFree = [this](int row) {
         const QTableWidgetItem* first = item(row, 0);
-        if (!first || first->text().isEmpty())
-            return row;
-    }
-    insertRow(rowCount());
-    return rowCount() - 1;
+        return !first || first->text().isEmpty();
+    };
+    while (m_filledRows < rowCount() && !isFree(m_filledRows))
+        ++m_filledRows;
+    if (m_filledRows == rowCount())
+        insertRow(rowCount());
+    return m_filledRows;
 }

@@ -77,4 +77,6 @@ private:
     std::optional<int> rowOf(const Identity& device) const;
     void showToolTip(const QTableWidgetItem* cell, const QPoint& place);
     int firstFreeRow();
+
+    int m_filledRows = 0; ///< from the top; their first cells have texts
 };

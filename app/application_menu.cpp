@@ -32,8 +32,7 @@ ApplicationMenu::ApplicationMenu(RowIcons& icons, QWidget* window) : QMenu(windo
 {
     int key = Qt::Key_1;
     for (const Entry& entry : kEntries) {
-        const QString icon = QStringLiteral(":/icons/res/%1.png").arg(QLatin1String(entry.icon));
-        QAction* action = addAction(icons.icon(icon), tr(entry.text));
+        QAction* action = addAction(tr(entry.text));
         action->setShortcut(Qt::CTRL + key++);
         connect(action, &QAction::triggered, window,
                 [window, type = entry.type] { invokeCreationSlots(window, {{type}}); });
@@ -43,6 +42,13 @@ ApplicationMenu::ApplicationMenu(RowIcons& icons, QWidget* window) : QMenu(windo
     refresh->setShortcut(QKeySequence::Refresh);
     connect(refresh, &QAction::triggered, this, &ApplicationMenu::refreshRequested);
     window->addActions(actions());
+    // The icons when they are first seen: most windows are opened and closed without the menu.
+    connect(this, &QMenu::aboutToShow, this, [this, &icons] {
+        for (std::size_t i = 0; i < kEntries.size(); ++i) {
+            const QString path = QStringLiteral(":/icons/res/%1.png").arg(QLatin1String(kEntries[i].icon));
+            actions()[static_cast<int>(i)]->setIcon(icons.icon(path));
+        }
+    });
 }
 
 void ApplicationMenu::openAt(const QPoint& place)

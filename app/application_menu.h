@@ -12,6 +12,7 @@ class ApplicationMenu : public QMenu
     Q_OBJECT
 
 public:
+    /// The icons outlive it.
     ApplicationMenu(RowIcons& icons, QWidget* window);
 
     /// Opens at a place of the window, its first entry chosen.

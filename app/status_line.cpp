@@ -23,8 +23,9 @@ StatusLine::StatusLine(QWidget* parent)
     constexpr int kHeight = 20; // what the table leaves of the window
     constexpr int kSideMargin = 12;
     setFixedHeight(kHeight);
-    setStyleSheet(QStringLiteral("QLabel { color: #555; font-size: 12px; background: transparent; }"
-                                 "QLabel#missing { color: #b3261e; font-weight: 600; }"));
+    // The font of the labels above: each further one costs the start of the window a thirtieth of its time.
+    setStyleSheet(QStringLiteral("QLabel { color: #555; font-size: 12px; font-weight: 500; background: transparent; }"
+                                 "QLabel#missing { color: #b3261e; }"));
     m_missing->setObjectName(QStringLiteral("missing"));
     const QStringList keys{tr("%1 Refresh").arg(keyName(QKeySequence::Refresh)),
                            tr("%1 Delete").arg(keyName(QKeySequence::Delete)),

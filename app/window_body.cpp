@@ -15,14 +15,19 @@ QRect insetBy(const QRect& rectangle, int inset)
 
 void paintWindowBody(QPainter& painter, const QRect& window)
 {
+    const QRect body = insetBy(window, kShadowWidth);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
+    // The body hides what the rings have below it, which is nearly all of them.
+    constexpr int kCorner = 12;
+    painter.save();
+    painter.setClipRegion(QRegion(window) - body.adjusted(kCorner, 1, -kCorner, -1), Qt::IntersectClip);
     for (int inset = kShadowWidth; inset >= 1; --inset) {
         painter.setBrush(QColor(180, 180, 180, 24 * inset / kShadowWidth + 4));
         painter.drawRoundedRect(insetBy(window, inset), kCornerRadius, kCornerRadius);
     }
+    painter.restore();
 
-    const QRect body = insetBy(window, kShadowWidth);
     painter.setBrush(QColor(230, 233, 240));
     painter.drawRoundedRect(body, kCornerRadius, kCornerRadius);
 

@@ -1,25 +1,11 @@
-#include "app/device_table.h"
-#include "app/device_type_bar.h"
-#include "app/main_window.h"
 #include "app/status_line.h"
-#include "app/title_bar.h"
-#include "app/window_place.h"
-#include "devices/device_record_manager.h"
-#include "devices/device_type.h"
-#include "tests/support/kill_tool.h"
-#include "tests/support/scripted_prompter.h"
+#include "tests/app/main_window_fixture.h"
 #include "tests/support/suite_registry.h"
-#include "tests/support/when_opens.h"
 
-#include <QClipboard>
 #include <QLabel>
-#include <QMenu>
 #include <QMetaMethod>
-#include <QPushButton>
-#include <QRegularExpression>
 #include <QScrollBar>
 #include <QSet>
-#include <QTemporaryDir>
 #include <QtTest>
 
 class MainWindowTest : public QObject
@@ -34,18 +20,9 @@ private slots:
     void deletes();
     void deletingWhatIsNoDeviceIsToldOf_data();
     void deletingWhatIsNoDeviceIsToldOf();
-    void keyboardTakesTheSamePathsAsTheMouse();
     void refreshKeepsWhatTheUserLooksAt();
-    void menuCreatesEveryTypeAndRefreshes();
     void rowOfAProcessThatEndedIsDimmedAndCounted();
     void cellsWithoutADeviceDoNothing();
-    void contextMenuEntries_data();
-    void contextMenuEntries();
-    void typeBarTellsOpenFeaturesFromClosedOnes();
-    void titleBarHasTheDateAndMinimisesAndCloses();
-    void draggingStartsInTheTitleBarOnly();
-    void sideMarginsMakeItWider();
-    void placeIsRemembered();
     void missingDeviceProcess();
     void launchesADevice();
 };
@@ -53,65 +30,6 @@ private slots:
 namespace {
 
 const QString kInvalidId = QStringLiteral("Invalid process ID");
-
-DeviceRecord record(DeviceType type, const QString& name, qint64 processId)
-{
-    DeviceRecord made;
-    made.deviceType = int(type);
-    made.deviceName = name;
-    made.processId = processId;
-    made.usbVid = QStringLiteral("0x1d6b");
-    made.usbPid = QStringLiteral("0x0002");
-    made.usbVersion = QStringLiteral("0200");
-    made.isRunning = true;
-    return made;
-}
-
-/// A window over a records folder of its own, with device processes 1 to 999, and whose kill tool is chosen.
-struct Fixture
-{
-    Fixture()
-    {
-        for (std::uint32_t id = 1; id < 1000; ++id)
-            running.push_back(id);
-    }
-
-    QTemporaryDir folder;
-    ScriptedPrompter prompter;
-    KillCommand tool = toolExiting(0);
-    std::vector<qint64> killed;
-    QStringList captured; ///< process ids that packet capture was asked for
-    std::vector<std::uint32_t> running;
-    QString program = deviceProgramName(); ///< of all that run
-
-    MainWindowServices services()
-    {
-        MainWindowServices made;
-        made.launcher = DeviceLauncher(folder.path());
-        made.recordsFolder = folder.path();
-        made.takeSnapshot = [this] { return ProcessSnapshot(running, program); };
-        made.killCommand = [this](qint64 processId) {
-            killed.push_back(processId);
-            return tool;
-        };
-        made.openCapture = [this](QWidget&, const QString& processId, Prompter&) { captured << processId; };
-        return made;
-    }
-
-    void save(const DeviceRecord& saved) { DeviceRecordManager(folder.path(), nullptr).saveRecord(saved); }
-};
-
-QString tableText(const DeviceTable& table)
-{
-    QStringList lines;
-    for (int row = 0; row < table.rowCount(); ++row) {
-        const QStringList cells = table.cellTexts(row);
-        if (!cells.join(QString()).isEmpty())
-            lines << cells.join(QLatin1Char('|'));
-    }
-    lines.sort();
-    return lines.join(QLatin1Char('\n'));
-}
 
 /// What the status line says of the devices, its texts with a stroke between them.
 QString statusOf(const MainWindow& window)
@@ -141,7 +59,7 @@ void MainWindowTest::slotsStandInMetaObjectOrder()
 
 void MainWindowTest::restoresWhatRuns()
 {
-    Fixture fixture;
+    MainWindowFixture fixture;
     for (int type = 0; type <= 9; ++type) // of which 0 and 9 are none
         fixture.save(record(DeviceType(type), QStringLiteral("a & %1").arg(type), 10 + type));
     DeviceRecord microphone = record(DeviceType::Microphone, QStringLiteral("mic"), 20);
@@ -177,7 +95,7 @@ void MainWindowTest::restoresWhatRuns()
 
 void MainWindowTest::recordThatEndedIsDeletedBeforeItIsShown()
 {
-    Fixture fixture;
+    MainWindowFixture fixture;
     fixture.save(record(DeviceType::Mouse, QStringLiteral("gone"), 5000));
     fixture.save(record(DeviceType::Mouse, QStringLiteral("odd"), 0));
     MainWindow window(nullptr, fixture.prompter, fixture.services());
@@ -213,7 +131,7 @@ void MainWindowTest::deletes()
     QFETCH(bool, answer);
     QFETCH(int, exitCode);
     QFETCH(QString, afterwards);
-    Fixture fixture;
+    MainWindowFixture fixture;
     fixture.tool = toolExiting(exitCode);
     MainWindow window(nullptr, fixture.prompter, fixture.services());
     DeviceTable& table = window.deviceTable();
@@ -254,7 +172,7 @@ void MainWindowTest::deletingWhatIsNoDeviceIsToldOf()
 {
     QFETCH(qint64, processId);
     QFETCH(QString, remark);
-    Fixture fixture;
+    MainWindowFixture fixture;
     QFETCH(QString, program);
     fixture.program = program;
     MainWindow window(nullptr, fixture.prompter, fixture.services());
@@ -271,37 +189,9 @@ void MainWindowTest::deletingWhatIsNoDeviceIsToldOf()
     QVERIFY(table.isEnded(0));
 }
 
-void MainWindowTest::keyboardTakesTheSamePathsAsTheMouse()
-{
-    Fixture fixture;
-    MainWindow window(nullptr, fixture.prompter, fixture.services());
-    window.show();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    DeviceTable& table = window.deviceTable();
-    table.addDevice({QStringLiteral("dev"), QStringLiteral("42"), QStringLiteral("x")});
-
-    QVERIFY2(table.hasFocus(), "the table must take the keys from the start");
-    QTest::keyClick(&table, Qt::Key_Delete);
-    QCOMPARE(fixture.prompter.verify(), QString()); // nothing is selected yet
-
-    table.setCurrentCell(0, 2);
-    QTest::keyClick(&table, Qt::Key_C, Qt::ControlModifier);
-    QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("dev\t42\tx\t\t\t"));
-
-    fixture.prompter.expectQuestion(
-        QStringLiteral("Confirm Deletion"),
-        QStringLiteral("Are you sure you want to delete device \"dev\"?\nThis will terminate process ID: 42"), false);
-    QTest::keyClick(&table, Qt::Key_Delete);
-    QCOMPARE(fixture.prompter.verify(), QString());
-
-    fixture.save(record(DeviceType::Speaker, QStringLiteral("new"), 7));
-    QTest::keyClick(&table, Qt::Key_F5);
-    QCOMPARE(tableText(table), QStringLiteral("new|7|0x1d6b|0x0002|0200|Speaker"));
-}
-
 void MainWindowTest::refreshKeepsWhatTheUserLooksAt()
 {
-    Fixture fixture;
+    MainWindowFixture fixture;
     for (int id = 1; id <= 40; ++id)
         fixture.save(record(DeviceType::Speaker, QStringLiteral("device"), id));
     MainWindow window(nullptr, fixture.prompter, fixture.services());
@@ -320,42 +210,9 @@ void MainWindowTest::refreshKeepsWhatTheUserLooksAt()
     QCOMPARE(table.verticalScrollBar()->value(), 25);
 }
 
-void MainWindowTest::menuCreatesEveryTypeAndRefreshes()
-{
-    Fixture fixture;
-    MainWindow window(nullptr, fixture.prompter, fixture.services());
-    window.show();
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    bool asked = false;
-    whenOpens(QStringLiteral("Camera Settings"), [&asked](QDialog& dialog) {
-        asked = true;
-        dialog.reject();
-    });
-    QTest::keyClick(&window.deviceTable(), Qt::Key_1, Qt::ControlModifier);
-    QTRY_VERIFY(asked);
-
-    window.activateWindow(); // without a window manager nobody else does
-    QVERIFY(QTest::qWaitForWindowActive(&window));
-    QStringList entries;
-    whenOpens<QMenu>({}, [&](QMenu& menu) {
-        for (const QAction* action : menu.actions())
-            entries << action->text() + QLatin1Char(' ') + action->shortcut().toString();
-        for (int down = 0; down < 4; ++down)
-            QTest::keyClick(&menu, Qt::Key_Down);
-        QTest::keyClick(&menu, Qt::Key_Return);
-    });
-    QTest::keyClick(&window, Qt::Key_F10);
-    // Its start is not checked, so a mouse has a row although there is no device program.
-    QTRY_COMPARE(tableText(window.deviceTable()), QStringLiteral("mouse|0|Relative|||"));
-    QCOMPARE(entries.join(QLatin1Char('|')),
-             QStringLiteral("New camera... Ctrl+1|New microphone... Ctrl+2|New speaker Ctrl+3|New keyboard Ctrl+4|"
-                            "New mouse Ctrl+5|New mass storage Ctrl+6|New security key... Ctrl+7|"
-                            "New USB/IP device Ctrl+8| |Refresh List F5"));
-}
-
 void MainWindowTest::rowOfAProcessThatEndedIsDimmedAndCounted()
 {
-    Fixture fixture;
+    MainWindowFixture fixture;
     for (const qint64 id : {7, 8})
         fixture.save(record(DeviceType::Speaker, QStringLiteral("device"), id));
     MainWindow window(nullptr, fixture.prompter, fixture.services());
@@ -372,7 +229,7 @@ void MainWindowTest::rowOfAProcessThatEndedIsDimmedAndCounted()
 
 void MainWindowTest::cellsWithoutADeviceDoNothing()
 {
-    Fixture fixture;
+    MainWindowFixture fixture;
     MainWindow window(nullptr, fixture.prompter, fixture.services());
     window.show();
     // A menu would block here for ever.
@@ -384,150 +241,9 @@ void MainWindowTest::cellsWithoutADeviceDoNothing()
     QCOMPARE(fixture.prompter.verify(), QString());
 }
 
-void MainWindowTest::contextMenuEntries_data()
-{
-    QTest::addColumn<QString>("entry");
-    QTest::addColumn<QString>("table");
-    QTest::newRow("Refresh List restores the records") << "Refresh List"
-                                                       << "saved|7|0x1d6b|0x0002|0200|Speaker";
-    QTest::newRow("USB Packet Capture leaves the table alone") << "USB Packet Capture"
-                                                               << "dev|42||||";
-}
-
-void MainWindowTest::contextMenuEntries()
-{
-    QFETCH(QString, entry);
-    QFETCH(QString, table);
-    Fixture fixture;
-    MainWindow window(nullptr, fixture.prompter, fixture.services());
-    window.show();
-    window.deviceTable().addDevice({QStringLiteral("dev"), QStringLiteral("42")});
-    fixture.save(record(DeviceType::Speaker, QStringLiteral("saved"), 7));
-
-    QStringList texts;
-    whenOpens<QMenu>({}, [&](QMenu& menu) {
-        for (QAction* action : menu.actions()) {
-            texts << (action->isSeparator() ? QStringLiteral("--") : action->text());
-            if (action->text() == entry)
-                menu.setActiveAction(action);
-        }
-        QTest::keyClick(&menu, Qt::Key_Return);
-    });
-    window.onTableWidgetContextMenu(window.deviceTable().visualItemRect(window.deviceTable().item(0, 0)).center());
-    QCOMPARE(texts.join(QLatin1Char('|')), QStringLiteral("Device Info|--|USB Packet Capture|--|Refresh List"));
-    const bool captures = entry == QLatin1String("USB Packet Capture");
-    QCOMPARE(fixture.captured.join(QLatin1Char(' ')), QLatin1String(captures ? "42" : ""));
-    QCOMPARE(fixture.prompter.verify(), QString());
-    QCOMPARE(tableText(window.deviceTable()), table);
-}
-
-void MainWindowTest::typeBarTellsOpenFeaturesFromClosedOnes()
-{
-    int calls = 0;
-    const DeviceTypeBar bar(
-        {{QString(), QStringLiteral("closed"), {}}, {QString(), QStringLiteral("open"), [&] { ++calls; }}});
-    const QSignalSpy closed(&bar, &DeviceTypeBar::closedFeatureRequested);
-    const auto buttons = bar.findChildren<QPushButton*>();
-    QCOMPARE(buttons.size(), 2);
-    for (QPushButton* button : buttons) {
-        button->click();
-        QCOMPARE(calls, button->toolTip() == QLatin1String("open") ? 1 : 0);
-    }
-    QCOMPARE(closed.size(), 1);
-
-    Fixture fixture;
-    MainWindow window(nullptr, fixture.prompter, fixture.services());
-    fixture.prompter.expectInformation(QStringLiteral("Info"),
-                                       QStringLiteral("This feature is not yet open, please stay tuned ..."));
-    emit window.findChild<DeviceTypeBar*>()->closedFeatureRequested();
-    QCOMPARE(fixture.prompter.verify(), QString());
-}
-
-void MainWindowTest::titleBarHasTheDateAndMinimisesAndCloses()
-{
-    Fixture fixture;
-    MainWindow window(nullptr, fixture.prompter, fixture.services());
-    window.show();
-    const auto* bar = window.findChild<TitleBar*>();
-    QStringList texts;
-    for (const QLabel* label : bar->findChildren<QLabel*>())
-        texts << label->text();
-    QCOMPARE(texts.filter(QRegularExpression(QStringLiteral("^[A-Z][a-z]{2} [ 123][0-9] 20[0-9]{2}$"))).size(), 1);
-
-    const auto click = [bar](const QString& toolTip) {
-        for (QPushButton* button : bar->findChildren<QPushButton*>())
-            if (button->toolTip() == toolTip)
-                QTest::mouseClick(button, Qt::LeftButton);
-    };
-    click(QStringLiteral("min"));
-    QVERIFY(window.isMinimized());
-    window.showNormal();
-    click(QStringLiteral("close"));
-    QVERIFY(!window.isVisible());
-}
-
-void MainWindowTest::draggingStartsInTheTitleBarOnly()
-{
-    Fixture fixture;
-    MainWindow window(nullptr, fixture.prompter, fixture.services());
-    window.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
-    window.move(100, 100);
-    QTRY_COMPARE(window.pos(), QPoint(100, 100));
-
-    const auto drag = [&window](const QPoint& from) {
-        const auto send = [&window](QEvent::Type type, const QPoint& at, Qt::MouseButtons held) {
-            QMouseEvent event(type, at, window.mapToGlobal(at), Qt::LeftButton, held, Qt::NoModifier);
-            QCoreApplication::sendEvent(&window, &event);
-        };
-        send(QEvent::MouseButtonPress, from, Qt::LeftButton);
-        send(QEvent::MouseMove, from + QPoint(30, 20), Qt::LeftButton);
-        send(QEvent::MouseButtonRelease, from, Qt::NoButton);
-        send(QEvent::MouseMove, from + QPoint(90, 90), Qt::LeftButton);
-    };
-    drag(QPoint(200, 400));
-    QCOMPARE(window.pos(), QPoint(100, 100));
-    drag(window.findChild<TitleBar*>()->geometry().center());
-    QCOMPARE(window.pos(), QPoint(130, 120));
-}
-
-void MainWindowTest::sideMarginsMakeItWider()
-{
-    Fixture fixture;
-    MainWindow window(nullptr, fixture.prompter, fixture.services());
-    window.move(200, 100);
-    window.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
-    const auto pull = [&window](int from, int to) {
-        const auto at = [&window](int x) { return window.mapFromGlobal(QPoint(x, 400)); };
-        QTest::mousePress(window.windowHandle(), Qt::LeftButton, {}, at(from));
-        QTest::mouseMove(window.windowHandle(), at(to));
-        QTest::mouseRelease(window.windowHandle(), Qt::LeftButton, {}, at(to));
-    };
-    pull(916, 1016);
-    QCOMPARE(window.geometry(), QRect(200, 100, 820, 500));
-    pull(203, 153);
-    QCOMPARE(window.geometry(), QRect(150, 100, 870, 500));
-    QCOMPARE(window.deviceTable().size(), QSize(870 - 2 * 8, 300));
-    pull(1016, 300);
-    QCOMPARE(window.geometry(), QRect(150, 100, 720, 500));
-}
-
-void MainWindowTest::placeIsRemembered()
-{
-    Fixture fixture;
-    MainWindow window(nullptr, fixture.prompter, fixture.services());
-    window.setGeometry(30, 40, 760, 500);
-    rememberPlace(window);
-    MainWindow next(nullptr, fixture.prompter, fixture.services());
-    QCOMPARE(next.size(), QSize(720, 500));
-    restorePlace(next);
-    QCOMPARE(next.geometry(), QRect(30, 40, 760, 500));
-}
-
 void MainWindowTest::missingDeviceProcess()
 {
-    Fixture fixture;
+    MainWindowFixture fixture;
     MainWindow window(nullptr, fixture.prompter, fixture.services());
     QCOMPARE(statusOf(window), QStringLiteral("No devices|usb-daemon.exe is missing"));
     bool called = false;
@@ -544,7 +260,7 @@ void MainWindowTest::missingDeviceProcess()
 
 void MainWindowTest::launchesADevice()
 {
-    Fixture fixture;
+    MainWindowFixture fixture;
     MainWindowServices services = fixture.services();
     services.launcher = DeviceLauncher();
     services.takeSnapshot = &ProcessSnapshot::take;

@@ -19,6 +19,14 @@ const QCommandLineOption kCreate(QStringLiteral("create"),
                                                 "microphone, speaker, keyboard, mouse, udisk, fido2 or usbip. "
                                                 "Can be given several times."),
                                  QStringLiteral("TYPE"));
+const QCommandLineOption kStart(QStringLiteral("start"),
+                                QStringLiteral("Start a device of this TYPE without a window, print what it is as JSON "
+                                               "and exit; the device stays."),
+                                QStringLiteral("TYPE"));
+const QCommandLineOption kWait(QStringLiteral("wait"),
+                               QStringLiteral("With --start: wait up to so many seconds until a host has configured "
+                                              "the device; exit with 4 when none has."),
+                               QStringLiteral("SECONDS"));
 const QCommandLineOption kList(QStringLiteral("list"), QStringLiteral("Print the running devices and exit."));
 const QCommandLineOption kJson(QStringLiteral("json"), QStringLiteral("With --list: print JSON."));
 const QCommandLineOption kDelete(QStringLiteral("delete"),
@@ -34,8 +42,8 @@ const QCommandLineOption& setOption()
 {
     static const QCommandLineOption option(
         QStringLiteral("set"),
-        QStringLiteral("A setting of the device of the --create before it, which is then created without a dialog. "
-                       "Can be given several times: %1.")
+        QStringLiteral("A setting of the device of the --start or --create before it, which is then created without "
+                       "a dialog. Can be given several times: %1.")
             .arg(settingsHelp()),
         QStringLiteral("NAME=VALUE"));
     return option;
@@ -46,22 +54,28 @@ PrintRequest usageError(const QString& what)
     return {what + QStringLiteral("\nTry --help.\n"), true};
 }
 
-/// A --create with the --set options that follow it.
+QString optionText(const QCommandLineOption& option)
+{
+    return QStringLiteral("--") + option.names().constLast();
+}
+
+/// A --create or --start with the --set options that follow it.
 struct CreateOption
 {
     QString word;
     QStringList assignments;
 };
 
-/// In the order of the command line; nothing when a --set comes before the first --create.
-std::optional<std::vector<CreateOption>> createOptions(const QCommandLineParser& parser)
+/// Each --create, or --start, in the order of the command line; nothing when a --set comes before the first.
+std::optional<std::vector<CreateOption>> createOptions(const QCommandLineParser& parser,
+                                                       const QCommandLineOption& create)
 {
     std::vector<CreateOption> options;
-    QStringList words = parser.values(kCreate);
+    QStringList words = parser.values(create);
     QStringList assignments = parser.values(setOption());
     const QStringList names = parser.optionNames();
     for (const QString& name : names) {
-        if (kCreate.names().contains(name))
+        if (create.names().contains(name))
             options.push_back({words.takeFirst(), {}});
         else if (setOption().names().contains(name) && options.empty())
             return std::nullopt;
@@ -71,28 +85,71 @@ std::optional<std::vector<CreateOption>> createOptions(const QCommandLineParser&
     return options;
 }
 
+/// The device of the option, or the error.
+struct CreationReading
+{
+    CreationRequest request;
+    QString error;
+};
+
+/// `create` is the option that it was given by.
+CreationReading readCreation(const CreateOption& option, const QCommandLineOption& create)
+{
+    const auto type = deviceTypeFromWord(option.word);
+    if (!type)
+        return {{}, QStringLiteral("Unknown device type '%1'.").arg(option.word)};
+    if (&create == &kCreate && option.assignments.isEmpty())
+        return {{*type}, {}}; // its slot finds out what to create
+    const ScriptedParameters scripted = scriptedParameters(*type, option.assignments);
+    if (!scripted.error.isEmpty())
+        return {{}, QStringLiteral("%1 %2: %3").arg(optionText(create), option.word, scripted.error)};
+    return {{*type, scripted.list}, {}};
+}
+
+const QString kSetGoesAfter = QStringLiteral("--set goes after the %1 that it belongs to.");
+
 Request parseWindowRequest(const QCommandLineParser& parser, const StartOptions& start)
 {
     WindowRequest request;
     request.language = start.language;
     request.logRules = start.logRules;
     request.demo = parser.isSet(kDemo);
-    const auto options = createOptions(parser);
+    const auto options = createOptions(parser, kCreate);
     if (!options)
-        return usageError(QStringLiteral("--set goes after the --create that it belongs to."));
+        return usageError(kSetGoesAfter.arg(QStringLiteral("--create")));
     for (const CreateOption& option : *options) {
-        const auto type = deviceTypeFromWord(option.word);
-        if (!type)
-            return usageError(QStringLiteral("Unknown device type '%1'.").arg(option.word));
-        CreationRequest creation{*type};
-        if (!option.assignments.isEmpty()) {
-            const ScriptedParameters scripted = scriptedParameters(*type, option.assignments);
-            if (!scripted.error.isEmpty())
-                return usageError(QStringLiteral("--create %1: %2").arg(option.word, scripted.error));
-            creation.parameters = scripted.list;
-        }
-        request.toCreate.push_back(std::move(creation));
+        CreationReading creation = readCreation(option, kCreate);
+        if (!creation.error.isEmpty())
+            return usageError(creation.error);
+        request.toCreate.push_back(std::move(creation.request));
     }
+    return request;
+}
+
+/// Seconds of --wait; nothing for a wrong value.
+std::optional<int> waitSeconds(const QCommandLineParser& parser)
+{
+    constexpr int kLongest = 24 * 60 * 60;
+    bool isNumber = false;
+    const int seconds = parser.value(kWait).toInt(&isNumber);
+    return isNumber && seconds >= 0 && seconds <= kLongest ? std::optional(seconds) : std::nullopt;
+}
+
+Request parseStartRequest(const QCommandLineParser& parser, const StartOptions& start)
+{
+    const auto options = createOptions(parser, kStart);
+    if (!options)
+        return usageError(kSetGoesAfter.arg(QStringLiteral("--start")));
+    if (options->size() > 1)
+        return usageError(QStringLiteral("--start starts one device."));
+    StartRequest request;
+    CreationReading creation = readCreation(options->front(), kStart);
+    if (!creation.error.isEmpty())
+        return usageError(creation.error);
+    request.device = std::move(creation.request);
+    if (parser.isSet(kWait))
+        request.waitSeconds = waitSeconds(parser);
+    request.logRules = start.logRules;
     return request;
 }
 
@@ -134,6 +191,45 @@ Request parseDeleteRequest(const QCommandLineParser& parser, const StartOptions&
     return DeleteRequest{*processId, start.logRules};
 }
 
+/// Options that do one thing without a window.
+const std::vector<const QCommandLineOption*>& commands()
+{
+    static const std::vector<const QCommandLineOption*> all{&kStart, &kList, &kDelete, &kSend};
+    return all;
+}
+
+/// The command that was given, null for none; `error` when there are several, or options that do not go with it.
+const QCommandLineOption* givenCommand(const QCommandLineParser& parser, const StartOptions& start, QString& error)
+{
+    const QCommandLineOption* given = nullptr;
+    for (const QCommandLineOption* command : commands()) {
+        if (given && parser.isSet(*command))
+            error = QStringLiteral("%1 and %2 do not go together.").arg(optionText(*given), optionText(*command));
+        if (parser.isSet(*command))
+            given = command;
+    }
+    const bool hasSettings = given != &kStart && parser.isSet(setOption());
+    if (given && error.isEmpty() && (parser.isSet(kCreate) || hasSettings || parser.isSet(kDemo) || start.language))
+        error = QStringLiteral("%1 opens no window: --demo, --create, --language%2 do not go with it.")
+                    .arg(optionText(*given), given == &kStart ? QString() : QStringLiteral(", --set"));
+    return given;
+}
+
+/// What is wrong with options that belong to a command.
+QString strayOption(const QCommandLineParser& parser, const QCommandLineOption* command)
+{
+    if (!parser.positionalArguments().isEmpty() && command != &kSend)
+        return QStringLiteral("Unexpected argument '%1'.").arg(parser.positionalArguments().first());
+    if (parser.isSet(kJson) && command != &kList)
+        return QStringLiteral("--json goes with --list.");
+    if (parser.isSet(kWait) && command != &kStart)
+        return QStringLiteral("--wait goes with --start.");
+    if (parser.isSet(kWait) && !waitSeconds(parser))
+        return QStringLiteral("'%1' is no value for --wait; expected seconds from 0 to 86400.")
+            .arg(parser.value(kWait));
+    return {};
+}
+
 } // namespace
 
 Request parseCommandLine(const QStringList& arguments)
@@ -141,7 +237,7 @@ Request parseCommandLine(const QStringList& arguments)
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Creates, lists and removes virtual USB devices."));
     const QCommandLineOption version = parser.addVersionOption();
-    parser.addOptions({kHelp, kDemo, kCreate, setOption(), kList, kJson, kDelete, kSend});
+    parser.addOptions({kHelp, kDemo, kCreate, kStart, setOption(), kWait, kList, kJson, kDelete, kSend});
     // A command's words may look like options: "wheel -3".
     parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
     parser.addPositionalArgument(QStringLiteral("COMMAND"), QStringLiteral("With --send: the command and its words."),
@@ -156,23 +252,19 @@ Request parseCommandLine(const QStringList& arguments)
     if (parser.isSet(version))
         return PrintRequest{QStringLiteral("Plugboard %1\n").arg(QStringLiteral(PLUGBOARD_VERSION))};
     const StartOptions start = readStartOptions(parser);
-    if (!start.error.isEmpty())
-        return usageError(start.error);
-    if (!parser.positionalArguments().isEmpty() && !parser.isSet(kSend))
-        return usageError(QStringLiteral("Unexpected argument '%1'.").arg(parser.positionalArguments().first()));
-    const int commands = int(parser.isSet(kList)) + int(parser.isSet(kDelete)) + int(parser.isSet(kSend));
-    if (commands > 1)
-        return usageError(QStringLiteral("--list, --delete and --send do not go together."));
-    if (parser.isSet(kJson) && !parser.isSet(kList))
-        return usageError(QStringLiteral("--json goes with --list."));
-    if (commands > 0 && (parser.isSet(kCreate) || parser.isSet(setOption()) || parser.isSet(kDemo) || start.language))
-        return usageError(QStringLiteral(
-            "--list, --delete and --send open no window: --demo, --create, --set and --language do not go with them."));
-    if (parser.isSet(kList))
+    QString error = start.error;
+    const QCommandLineOption* command = error.isEmpty() ? givenCommand(parser, start, error) : nullptr;
+    if (error.isEmpty())
+        error = strayOption(parser, command);
+    if (!error.isEmpty())
+        return usageError(error);
+    if (command == &kStart)
+        return parseStartRequest(parser, start);
+    if (command == &kList)
         return ListRequest{parser.isSet(kJson), start.logRules};
-    if (parser.isSet(kDelete))
+    if (command == &kDelete)
         return parseDeleteRequest(parser, start);
-    if (parser.isSet(kSend))
+    if (command == &kSend)
         return parseSendRequest(parser, start);
     return parseWindowRequest(parser, start);
 }

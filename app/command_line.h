@@ -41,6 +41,14 @@ struct SendRequest
     QString logRules = {};
 };
 
+/// Start one device, without a window.
+struct StartRequest
+{
+    CreationRequest device;
+    std::optional<int> waitSeconds; ///< how long a host may take to configure it; nothing: it is not waited for
+    QString logRules = {};
+};
+
 /// Print a text and exit: help, the version, or an error (exit code 2, to standard error).
 struct PrintRequest
 {
@@ -48,7 +56,7 @@ struct PrintRequest
     bool isError = false;
 };
 
-using Request = std::variant<WindowRequest, ListRequest, DeleteRequest, SendRequest, PrintRequest>;
+using Request = std::variant<WindowRequest, ListRequest, DeleteRequest, SendRequest, StartRequest, PrintRequest>;
 
 /// Reads the arguments, of which the first is the program's name. Relative files in settings count from the current
 /// folder.

@@ -1,7 +1,10 @@
 #include "app/device_settings.h"
 
+#include "app/fido2_settings.h"
+#include "devices/parameter_list.h"
 #include "dialogs/camera_settings.h"
 #include "dialogs/microphone_settings.h"
+#include "dialogs/network_source.h"
 
 namespace {
 
@@ -15,12 +18,36 @@ ScriptedParameters listOf(const SettingsReading<Settings>& reading)
 
 } // namespace
 
+QStringList fixedParameters(DeviceType type)
+{
+    switch (type) {
+    case DeviceType::UsbIp:
+        return usbIpParameterList(defaultLanAddress());
+    case DeviceType::Speaker:
+        return speakerParameterList();
+    case DeviceType::Storage:
+        return storageParameterList();
+    case DeviceType::Keyboard:
+        return keyboardParameterList();
+    case DeviceType::Camera:
+    case DeviceType::Fido2:
+    case DeviceType::Microphone:
+    case DeviceType::Mouse:
+        break;
+    }
+    return {};
+}
+
 ScriptedParameters scriptedParameters(DeviceType type, const QStringList& assignments)
 {
     if (type == DeviceType::Camera)
         return listOf(cameraSettingsFrom(assignments));
     if (type == DeviceType::Microphone)
         return listOf(microphoneSettingsFrom(assignments));
+    if (type == DeviceType::Fido2)
+        return listOf(fido2SettingsFrom(assignments, Fido2Environment::ofThisProgram()));
+    if (assignments.isEmpty())
+        return {fixedParameters(type), {}};
     return {{}, QStringLiteral("A device of type '%1' has no settings to give.").arg(deviceTypeWord(type))};
 }
 
@@ -29,6 +56,8 @@ QString settingsHelp()
     const auto line = [](DeviceType type, const QStringList& names) {
         return QStringLiteral("%1 has %2").arg(deviceTypeWord(type), names.join(QStringLiteral(", ")));
     };
-    return line(DeviceType::Camera, cameraSettingNames()) + QStringLiteral("; ") +
-           line(DeviceType::Microphone, microphoneSettingNames());
+    return QStringList{line(DeviceType::Camera, cameraSettingNames()),
+                       line(DeviceType::Microphone, microphoneSettingNames()),
+                       line(DeviceType::Fido2, fido2SettingNames())}
+        .join(QStringLiteral("; "));
 }

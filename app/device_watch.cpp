@@ -37,7 +37,7 @@ void DeviceWatch::countRows()
 
 DeviceLauncher::Ended DeviceWatch::lookWhenEnded()
 {
-    return [watch = QPointer<DeviceWatch>(this)] {
+    return [watch = QPointer<DeviceWatch>(this)](const DeviceEnd&) {
         if (watch) // later, as the process may end before its row is there
             QTimer::singleShot(0, watch, [watch] { watch->look(); });
     };

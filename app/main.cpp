@@ -7,6 +7,7 @@
 #include "app/main_window.h"
 #include "app/script_commands.h"
 #include "app/standard_streams.h"
+#include "app/start_commands.h"
 #include "app/startup_fetch.h"
 #include "app/window_place.h"
 #include "driver/platform/system_platform.h"
@@ -119,5 +120,8 @@ int main(int argc, char** argv)
                          [removal](const auto& records) { return deleteDevice(records, removal->processId); });
     if (const auto* send = std::get_if<SendRequest>(&request))
         return runScript(send->logRules, [send](const auto&) { return sendCommand(send->processId, send->command); });
+    if (const auto* start = std::get_if<StartRequest>(&request))
+        return runScript(start->logRules,
+                         [start](const auto& records) { return startDevice(*start, DeviceLauncher(), records); });
     return runWindow(std::get<WindowRequest>(request));
 }

@@ -141,16 +141,21 @@ void MainWindow::CallUsbDaemon(const QString& devType, const QString& args, cons
     callback(*processId);
 }
 
-void MainWindow::createDevice(const QString& typeWord, const QStringList& fields)
+void MainWindow::createDevice(DeviceType type, const QStringList& fields)
 {
-    CallUsbDaemon(typeWord, joinParameters(fields), [](qint64) {});
+    CallUsbDaemon(deviceTypeWord(type), joinParameters(fields), [](qint64) {});
+}
+
+void MainWindow::createFixed(DeviceType type)
+{
+    createDevice(type, fixedParameters(type));
 }
 
 void MainWindow::onCreateCamera()
 {
     CameraSettingDialog dialog(nullptr, m_prompter);
     if (dialog.exec() == QDialog::Accepted)
-        createDevice(deviceTypeWord(DeviceType::Camera), dialog.settings().parameterList());
+        createDevice(DeviceType::Camera, dialog.settings().parameterList());
 }
 
 void MainWindow::onCreateMouse()
@@ -173,29 +178,29 @@ void MainWindow::onCreateFido2()
 
 void MainWindow::onCreateUsbIp()
 {
-    createDevice(deviceTypeWord(DeviceType::UsbIp), usbIpParameterList(QStringLiteral(DEFAULT_LAN_ADDRESS)));
+    createFixed(DeviceType::UsbIp);
 }
 
 void MainWindow::onCreateMicrophone()
 {
     MicrophoneSettingDialog dialog(nullptr, m_prompter);
     if (dialog.exec() == QDialog::Accepted)
-        createDevice(deviceTypeWord(DeviceType::Microphone), dialog.settings().parameterList());
+        createDevice(DeviceType::Microphone, dialog.settings().parameterList());
 }
 
 void MainWindow::onCreateSpeaker()
 {
-    createDevice(deviceTypeWord(DeviceType::Speaker), speakerParameterList());
+    createFixed(DeviceType::Speaker);
 }
 
 void MainWindow::onCreateUsbStorage()
 {
-    createDevice(deviceTypeWord(DeviceType::Storage), storageParameterList());
+    createFixed(DeviceType::Storage);
 }
 
 void MainWindow::onCreateKeyboard()
 {
-    createDevice(deviceTypeWord(DeviceType::Keyboard), keyboardParameterList());
+    createFixed(DeviceType::Keyboard);
 }
 
 void MainWindow::onTableItemDoubleClicked(QTableWidgetItem* item)

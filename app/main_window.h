@@ -4,6 +4,7 @@
 #include "app/packet_capture.h"
 #include "app/row_icons.h"
 #include "devices/device_launcher.h"
+#include "devices/device_type.h"
 #include "devices/process_table.h"
 #include "ui/prompter.h"
 
@@ -79,7 +80,8 @@ private:
     void buildLayout();
     void addShortcuts();
     void openFido2Desk(const QString& folder);
-    void createDevice(const QString& typeWord, const QStringList& fields);
+    void createDevice(DeviceType type, const QStringList& fields);
+    void createFixed(DeviceType type);
     void deleteDevice(int row);
     bool endDevice(qint64 processId);
     QWidget* buildTypeBar();

@@ -1,34 +1,19 @@
 #include "app/script_commands.h"
 
+#include "app/device_json.h"
 #include "app/device_rows.h"
 #include "app/process_ender.h"
 #include "devices/device_commands.h"
-#include "devices/device_type.h"
 #include "runtime/shown_text.h"
 
 #include <QDeadlineTimer>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QJsonObject>
 #include <QThread>
 
 #include <algorithm>
 
 namespace {
-
-QJsonObject describe(const DeviceRecordManager::RestoredDevice& device)
-{
-    const DeviceRecord& record = device.record;
-    return {{QStringLiteral("name"), record.deviceName},
-            {QStringLiteral("processId"), record.processId},
-            {QStringLiteral("type"), deviceTypeWord(*deviceTypeFromRecordCode(record.deviceType))},
-            {QStringLiteral("label"), restoredDeviceLabel(record)},
-            {QStringLiteral("usbVid"), record.usbVid},
-            {QStringLiteral("usbPid"), record.usbPid},
-            {QStringLiteral("usbVersion"), record.usbVersion},
-            {QStringLiteral("running"), device.running},
-            {QStringLiteral("host"), record.host}};
-}
 
 /// One line with tabs between the cells. A name can hold any character: none of it may end the cell or act on a
 /// terminal.
@@ -59,7 +44,7 @@ ScriptResult listDevices(const DeviceRecordManager& records, bool json)
     if (json) {
         QJsonArray list;
         for (const auto& device : devices)
-            list.append(describe(device));
+            list.append(deviceJson(device));
         return {0, escapedJson(QJsonDocument(list)), {}};
     }
     QString lines;

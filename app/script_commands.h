@@ -7,7 +7,13 @@
 
 #include <functional>
 
-/// What a script command prints and exits with: 0 success, 2 failure.
+/// Exit codes.
+constexpr int kDone = 0;
+constexpr int kFailed = 2;   ///< a mistake in the arguments, or it could not be done
+constexpr int kNoDevice = 3; ///< the device did not come up, or ended
+constexpr int kTimeOver = 4; ///< no host has configured the device; it stays
+
+/// What a script command prints and exits with.
 struct ScriptResult
 {
     int exitCode = 0;

@@ -88,8 +88,11 @@ std::optional<qint64> DeviceLauncher::launch(const QString& joinedParameters, co
 
 qint64 DeviceLauncher::launchBare(const Ended& ended) const
 {
-    const DeviceProcess* process = start(m_program, ended);
-    return process ? process->processId() : 0;
+    DeviceProcess* process = start(m_program, ended);
+    if (!process)
+        return 0;
+    process->closeWriteChannel(); // or it would wait for a message
+    return process->processId();
 }
 
 QString deviceProgramName()

@@ -1,6 +1,8 @@
 // device_launcher.h: starts device processes and hands each its encrypted parameters.
 #pragma once
 
+#include "devices/device_end.h"
+
 #include <QByteArray>
 #include <QString>
 
@@ -24,14 +26,14 @@ public:
     bool hasProgram() const;
 
     /// Called on the GUI thread when a device process that was launched has ended, maybe before the launch returns.
-    using Ended = std::function<void()>;
+    using Ended = std::function<void(const DeviceEnd& end)>;
 
     /// Starts a device process and writes the parameter message to its standard input, which stays open. The process
     /// id; nothing when it did not start. A bad key or a failed encryption is not an error here: the log tells of it,
     /// and the message is a lone line feed, which the device process rejects.
     std::optional<qint64> launch(const QString& joinedParameters, const Ended& ended = {}) const;
 
-    /// Starts a device process without a message; 0 when it did not start.
+    /// Starts a device process and closes its input without a message; 0 when it did not start.
     qint64 launchBare(const Ended& ended = {}) const;
 
 private:

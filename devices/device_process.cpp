@@ -5,7 +5,8 @@
 
 #include <utility>
 
-DeviceProcess::DeviceProcess(const QString& program, std::function<void()> ended) : m_ended(std::move(ended))
+DeviceProcess::DeviceProcess(const QString& program, std::function<void(const DeviceEnd&)> ended)
+    : m_ended(std::move(ended))
 {
     setProgram(program);
     setArguments({QStringLiteral("--mode"), QStringLiteral("Local")});
@@ -15,11 +16,10 @@ DeviceProcess::DeviceProcess(const QString& program, std::function<void()> ended
     connect(this, &QProcess::readyReadStandardError, this, [this] { keepLastOutput(); });
     connect(this, qOverload<int, ExitStatus>(&QProcess::finished), this, [this](int exitCode, ExitStatus status) {
         keepLastOutput();
-        logEnd(exitCode, status);
+        const DeviceEnd end = takeEnd(exitCode, status);
         close(); // frees the pipes and the buffers; the object itself stays
-        m_lastOutput = QByteArray();
         if (const auto tell = std::exchange(m_ended, {}))
-            tell();
+            tell(end);
     });
 }
 
@@ -29,10 +29,12 @@ void DeviceProcess::keepLastOutput()
     m_lastOutput = (m_lastOutput + readAllStandardError()).right(kMostBytes);
 }
 
-void DeviceProcess::logEnd(int exitCode, ExitStatus status) const
+DeviceEnd DeviceProcess::takeEnd(int exitCode, ExitStatus status)
 {
-    const QByteArray output = m_lastOutput.trimmed();
-    const QString lastLine = shownText(QString::fromUtf8(output.mid(output.lastIndexOf('\n') + 1)));
-    const char* how = status == CrashExit ? "crashed or was killed, exit code" : "ended, exit code";
-    qCInfo(devicesLog).noquote() << "Device process" << m_startedId << how << exitCode << lastLine;
+    const QByteArray output = std::exchange(m_lastOutput, {}).trimmed();
+    const DeviceEnd end{status == CrashExit, exitCode,
+                        shownText(QString::fromUtf8(output.mid(output.lastIndexOf('\n') + 1)))};
+    const char* how = end.isCrash ? "crashed or was killed, exit code" : "ended, exit code";
+    qCInfo(devicesLog).noquote() << "Device process" << m_startedId << how << exitCode << end.lastLine;
+    return end;
 }

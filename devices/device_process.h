@@ -1,6 +1,8 @@
 // device_process.h: one running device process; what it must not inherit is settled per system.
 #pragma once
 
+#include "devices/device_end.h"
+
 #include <QByteArray>
 #include <QProcess>
 
@@ -14,7 +16,7 @@ class DeviceProcess final : public QProcess
 {
 public:
     /// `ended`, which may be empty, is called when it has ended after it had been started.
-    DeviceProcess(const QString& program, std::function<void()> ended);
+    DeviceProcess(const QString& program, std::function<void(const DeviceEnd&)> ended);
 
 protected:
     void setupChildProcess() override;
@@ -22,9 +24,9 @@ protected:
 private:
     void restrictInheritance();
     void keepLastOutput();
-    void logEnd(int exitCode, ExitStatus status) const;
+    DeviceEnd takeEnd(int exitCode, ExitStatus status);
 
-    std::function<void()> m_ended;
+    std::function<void(const DeviceEnd&)> m_ended;
     qint64 m_startedId = 0; ///< stays when processId() is 0 again
     QByteArray m_lastOutput;
 };

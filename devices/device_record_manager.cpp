@@ -71,6 +71,18 @@ DeviceRecord DeviceRecordManager::loadRecord(const QString& fileName) const
     return json.size() > kRecordSizeLimit ? DeviceRecord() : parseDeviceRecord(json);
 }
 
+std::optional<DeviceRecord> DeviceRecordManager::recordOf(qint64 processId) const
+{
+    const QStringList files = QDir(m_folder).entryList({QStringLiteral("device_*_%1.json").arg(processId)},
+                                                       QDir::Files | QDir::CaseSensitive, QDir::Unsorted);
+    for (const QString& file : files) {
+        DeviceRecord record = loadRecord(file);
+        if (record.processId == processId)
+            return record;
+    }
+    return std::nullopt;
+}
+
 void DeviceRecordManager::saveRecord(const DeviceRecord& record) const
 {
     const QString fileName = deviceRecordFileName(record);

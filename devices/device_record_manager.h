@@ -7,6 +7,7 @@
 #include <QObject>
 
 #include <functional>
+#include <optional>
 #include <vector>
 
 /// GUI thread only. Device processes write the files at the same time; one that is read half-written gives a default
@@ -33,6 +34,9 @@ public:
     /// The record in that file; a default one when the file cannot be read, is larger than 1 MiB or holds no JSON
     /// object. A name with a separator in it is that of a file that cannot be read.
     DeviceRecord loadRecord(const QString& fileName) const;
+
+    /// The record of that process; nothing while it has none that can be read.
+    std::optional<DeviceRecord> recordOf(qint64 processId) const;
 
     /// Writes the record, whole or not at all, under the name made from its own device name and process id. A name that
     /// cannot be a file name in the folder (by the rules of Windows, on every system) fails as an unwritable file does.

@@ -82,13 +82,14 @@ inline QString flag(bool on)
 
 } // namespace parameter
 
-/// What a security key is created with.
+/// What a security key is created with. The defaults are what the dialog starts with.
 struct Fido2Parameters
 {
-    QString vid; ///< as typed, for example "0x1234"
-    QString pid; ///< as typed
-    QString name;
-    QString usbVersionChoice; ///< text of the choice: "2.0" gives the flag "0", anything else "1"
+    QString vid = QStringLiteral("0x1234"); ///< as typed
+    QString pid = QStringLiteral("0x5678"); ///< as typed
+    QString name = QStringLiteral("FIDO2 Security Key");
+    QString usbVersionChoice =
+        QStringLiteral("2.0"); ///< text of the choice: "2.0" gives the flag "0", anything else "1"
     QString serialNumber;
     QString credentialsPath;
     bool supportsPin = true;

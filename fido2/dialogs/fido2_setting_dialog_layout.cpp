@@ -95,18 +95,17 @@ QLineEdit* Fido2SettingDialog::addLine(QFormLayout* form, const QString& label, 
 
 QWidget* Fido2SettingDialog::buildDeviceGroup()
 {
+    const Fido2Parameters initial;
     QFormLayout* form = nullptr;
     QGroupBox* group = makeFormGroup(tr("Device Configuration"), &form);
-    m_vid = addLine(form, tr("USB VID:"), tr("Enter USB Vendor ID (e.g., 0x1234)"), QStringLiteral("0x1234"),
-                    QStringLiteral("vid"));
-    m_pid = addLine(form, tr("USB PID:"), tr("Enter USB Product ID (e.g., 0x5678)"), QStringLiteral("0x5678"),
-                    QStringLiteral("pid"));
+    m_vid = addLine(form, tr("USB VID:"), tr("Enter USB Vendor ID (e.g., 0x1234)"), initial.vid, QStringLiteral("vid"));
+    m_pid =
+        addLine(form, tr("USB PID:"), tr("Enter USB Product ID (e.g., 0x5678)"), initial.pid, QStringLiteral("pid"));
     m_usbVersion = new QComboBox;
     m_usbVersion->setObjectName(QStringLiteral("usbVersion"));
     m_usbVersion->addItems({QStringLiteral("2.0"), QStringLiteral("3.0")});
     form->addRow(tr("USB Version:"), m_usbVersion);
-    m_name = addLine(form, tr("Device Name:"), tr("Enter device name"), QStringLiteral("FIDO2 Security Key"),
-                     QStringLiteral("deviceName"));
+    m_name = addLine(form, tr("Device Name:"), tr("Enter device name"), initial.name, QStringLiteral("deviceName"));
 
     auto* serialRow = new QHBoxLayout;
     m_serial = new QLineEdit;

@@ -17,6 +17,14 @@ private slots:
 
 namespace {
 
+QString describe(const CreationRequest& creation)
+{
+    const QString word = QLatin1Char(' ') + deviceTypeWord(creation.type);
+    return creation.parameters.isEmpty()
+               ? word
+               : word + QStringLiteral("(%1)").arg(creation.parameters.join(QLatin1Char('|')));
+}
+
 QString describe(const Request& request)
 {
     if (const auto* print = std::get_if<PrintRequest>(&request))
@@ -28,13 +36,13 @@ QString describe(const Request& request)
         return QStringLiteral("delete %1").arg(removal->processId);
     if (const auto* send = std::get_if<SendRequest>(&request))
         return QStringLiteral("send %1 [%2]").arg(send->processId).arg(send->command);
+    if (const auto* start = std::get_if<StartRequest>(&request))
+        return QStringLiteral("start") + describe(start->device) +
+               (start->waitSeconds ? QStringLiteral(" wait %1").arg(*start->waitSeconds) : QString());
     const auto& window = std::get<WindowRequest>(request);
     QString text = window.demo ? QStringLiteral("demo window") : QStringLiteral("window");
-    for (const CreationRequest& creation : window.toCreate) {
-        text += QLatin1Char(' ') + deviceTypeWord(creation.type);
-        if (!creation.parameters.isEmpty())
-            text += QLatin1Char('(') + creation.parameters.join(QLatin1Char('|')) + QLatin1Char(')');
-    }
+    for (const CreationRequest& creation : window.toCreate)
+        text += describe(creation);
     return text;
 }
 
@@ -64,11 +72,27 @@ void CommandLineTest::understands_data()
         << QStringLiteral("--send 4312 insert my disk.img")
         << QStringLiteral("send 4312 [insert %1/my disk.img]").arg(QDir::currentPath());
     row("a command is needed", "--send 4312", "error: --send needs a command after the process id.");
-    row("list and delete exclude each other", "--list --delete 3",
-        "error: --list, --delete and --send do not go together.");
+    row("list and delete exclude each other", "--list --delete 3", "error: --list and --delete do not go together.");
     row("a script command opens no window", "--list --create mouse",
-        "error: --list, --delete and --send open no window: --demo, --create, --set and --language do not go with "
-        "them.");
+        "error: --list opens no window: --demo, --create, --language, --set do not go with it.");
+    row("a start takes what its type has", "--start mouse", "start mouse");
+    row("a fixed list", "--start keyboard --wait 5",
+        "start keyboard(7|1d6b|0002|Keyboard Device|0200|104|USB HID|END) wait 5");
+    row("settings of a start", "--start fido2 --set serial=S --set pin=off --set vid=0x1 --set usb=3.0",
+        "start fido2(2|0x1|0x5678|FIDO2 Security Key|1|S|FOLDER/fido2/S_credentials.json|0|END)");
+    row("a key's serial number names files", "--start fido2 --set serial=a/b",
+        "error: --start fido2: 'a/b' is no value for serial; expected a text on one line without slashes, not an empty "
+        "one.");
+    row("a key's credentials must be there", "--start fido2 --set credentials=no.json",
+        "error: --start fido2: 'no.json' is no value for credentials; expected a credentials file that can be read.");
+    row("one start, one device", "--start mouse --start mouse", "error: --start starts one device.");
+    row("settings before the start", "--set usb=2.0 --start fido2",
+        "error: --set goes after the --start that it belongs to.");
+    row("a start opens no window", "--start mouse --demo",
+        "error: --start opens no window: --demo, --create, --language do not go with it.");
+    row("only a start waits", "--create mouse --wait 3", "error: --wait goes with --start.");
+    row("seconds are a number", "--start mouse --wait -1",
+        "error: '-1' is no value for --wait; expected seconds from 0 to 86400.");
     row("settings belong to the device before them",
         "--create camera --set source=http://127.0.0.1/v --create keyboard --create microphone --set vid=00ff --create "
         "camera "
@@ -86,8 +110,7 @@ void CommandLineTest::understands_data()
     row("a device without settings", "--create mouse --set name=x",
         "error: --create mouse: A device of type 'mouse' has no settings to give.");
     row("settings of a script command", "--list --set name=x",
-        "error: --list, --delete and --send open no window: --demo, --create, --set and --language do not go with "
-        "them.");
+        "error: --list opens no window: --demo, --create, --language, --set do not go with it.");
     row("an unknown option is refused", "--frob", "error: Unknown option 'frob'.");
     row("only one kind of help", "--help-all", "error: Unknown option 'help-all'.");
     row("a stray argument is refused", "mouse", "error: Unexpected argument 'mouse'.");
@@ -100,6 +123,7 @@ void CommandLineTest::understands()
     QFETCH(QString, expected);
     const QStringList words =
         QStringList{QStringLiteral("plugboard")} + arguments.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    expected.replace(QStringLiteral("FOLDER"), QCoreApplication::applicationDirPath());
     QCOMPARE(describe(parseCommandLine(words)), expected);
 }
 

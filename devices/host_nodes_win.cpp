@@ -1,0 +1,6 @@
+#include "devices/host_nodes.h"
+
+QStringList hostNodes(const QString&)
+{
+    return {};
+}

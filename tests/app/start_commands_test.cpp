@@ -1,0 +1,141 @@
+#include "app/device_settings.h"
+#include "app/start_commands.h"
+#include "tests/support/program_run.h"
+#include "tests/support/suite_registry.h"
+#include "tests/support/usbip_host.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+
+/// Devices that scripts start, with real device processes.
+class StartCommandsTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+    void startsEveryType_data();
+    void startsEveryType();
+    void tellsWhyNoneCame_data();
+    void tellsWhyNoneCame();
+    void waitsForAHost();
+    void endsWithTheTimeAndLeavesTheDevice();
+
+private:
+    const DeviceRecordManager m_records;
+};
+
+namespace {
+
+StartRequest requestFor(DeviceType type, const QStringList& assignments = {})
+{
+    StartRequest request;
+    request.device = {type, scriptedParameters(type, assignments).list};
+    return request;
+}
+
+QJsonObject jsonOf(const QString& output)
+{
+    return QJsonDocument::fromJson(output.toUtf8()).object();
+}
+
+} // namespace
+
+void StartCommandsTest::init()
+{
+    qputenv("PLUGBOARD_HOST", "none");
+    QVERIFY2(m_records.restoreDevices().isEmpty(), "devices of an earlier run are left in the test's folder");
+}
+
+void StartCommandsTest::cleanup()
+{
+    const auto left = m_records.restoreDevices();
+    for (const auto& device : left)
+        deleteDevice(m_records, device.record.processId);
+    qunsetenv("PLUGBOARD_HOST");
+}
+
+void StartCommandsTest::startsEveryType_data()
+{
+    QTest::addColumn<int>("code");
+    for (int code = 1; const auto type = deviceTypeFromRecordCode(code); ++code)
+        QTest::newRow(qPrintable(deviceTypeWord(*type))) << code;
+}
+
+void StartCommandsTest::startsEveryType()
+{
+    QFETCH(int, code);
+    const DeviceType type = *deviceTypeFromRecordCode(code);
+    const ProgramOutput run = runBesideTest("plugboard", {QStringLiteral("--start"), deviceTypeWord(type)});
+    QCOMPARE(run.error, QByteArray());
+    QCOMPARE(run.exitCode, 0);
+    const QJsonObject json = jsonOf(QString::fromUtf8(run.out));
+    QCOMPARE(json[QLatin1String("type")].toString(), deviceTypeWord(type));
+    QCOMPARE(json[QLatin1String("host")].toObject()[QLatin1String("way")].toString(), QStringLiteral("none"));
+    QVERIFY(m_records.isDeviceProcess(qint64(json[QLatin1String("processId")].toDouble())));
+}
+
+void StartCommandsTest::tellsWhyNoneCame_data()
+{
+    QTest::addColumn<QStringList>("settings");
+    QTest::addColumn<bool>("isMissing");
+    QTest::addColumn<QString>("error"); // a pattern
+    QTest::newRow("a name that no record can have")
+        << QStringList{QStringLiteral("name=a/b")} << false
+        << "camera: The device process [0-9]+ ended with exit code 1: .*\"a/b\" cannot be part of a file name\\.\n";
+    QTest::newRow("no device program")
+        << QStringList() << true << "camera: The device process usb-daemon\\.exe does not start; it is missing\\.\n";
+}
+
+void StartCommandsTest::tellsWhyNoneCame()
+{
+    QFETCH(QStringList, settings);
+    QFETCH(bool, isMissing);
+    QFETCH(QString, error);
+    const QTemporaryDir empty;
+    const DeviceLauncher launcher = isMissing ? DeviceLauncher(empty.path()) : DeviceLauncher();
+    const ScriptResult result = startDevice(requestFor(DeviceType::Camera, settings), launcher, m_records);
+    QCOMPARE(result.exitCode, kNoDevice);
+    QCOMPARE(result.output, QString());
+    QVERIFY2(QRegularExpression(QRegularExpression::anchoredPattern(error)).match(result.error).hasMatch(),
+             qPrintable(result.error));
+}
+
+void StartCommandsTest::waitsForAHost()
+{
+    qputenv("PLUGBOARD_HOST", "server");
+    QProcess start;
+    start.start(programBesideTest("plugboard"), QStringLiteral("--start keyboard --wait 60").split(QLatin1Char(' ')));
+    QVERIFY(start.waitForStarted());
+    QTRY_VERIFY_WITH_TIMEOUT(m_records.restoreDevices().size() == 1, 30000);
+    const QJsonObject host = m_records.restoreDevices().first().record.host;
+    tests::UsbIpHost client(quint16(host[QLatin1String("port")].toInt()));
+    QCOMPARE(client.import(QStringLiteral("1-1")), usbip::OperationStatus::Ok);
+    QVERIFY2(start.state() == QProcess::Running, "no host has configured the device yet");
+    QCOMPARE(client.control("00 09 01 00 00 00 00 00").status, 0);
+    QVERIFY(start.waitForFinished());
+    QCOMPARE(start.exitCode(), 0);
+    const QJsonObject json = jsonOf(QString::fromUtf8(start.readAllStandardOutput()));
+    QVERIFY(json[QLatin1String("host")].toObject()[QLatin1String("configured")].toBool());
+}
+
+void StartCommandsTest::endsWithTheTimeAndLeavesTheDevice()
+{
+    StartRequest request = requestFor(DeviceType::Keyboard);
+    request.waitSeconds = 0;
+    const ScriptResult result = startDevice(request, DeviceLauncher(), m_records);
+    QCOMPARE(result.exitCode, kTimeOver);
+    const qint64 processId = qint64(jsonOf(result.output)[QLatin1String("processId")].toDouble());
+    QCOMPARE(
+        result.error,
+        QStringLiteral("keyboard: No host has configured the device in time; process %1 goes on.\n").arg(processId));
+    QVERIFY(m_records.isDeviceProcess(processId));
+}
+
+PLUGBOARD_SUITE(StartCommandsTest)
+#include "start_commands_test.moc"

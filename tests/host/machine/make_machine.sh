@@ -2,16 +2,22 @@
 # make_machine.sh PACKAGES FOLDER: writes into FOLDER what the host machine starts from.
 #   vmlinux      Debian's stock kernel, ready to run
 #   initrd.img   busybox, kernel modules, and the programs of the system that use USB devices
+#   lent         what this system may lack where a test shows it in the guest as a desktop: polkit, its bus, and the
+#                module that an administrator loads
 # PACKAGES keeps what was downloaded; nothing is installed. Needs apt with its lists, dpkg-deb, cpio and xz.
 set -euo pipefail
 
 here=$(dirname "$(realpath "$0")")
 store=$1 image=$2
-packages=(busybox-static kmod usbip usbutils evtest dosfstools v4l-utils alsa-utils fido2-tools)
+packages=(busybox-static kmod usbip usbutils evtest dosfstools v4l-utils alsa-utils fido2-tools
+    polkitd pkexec dbus-daemon dbus-system-bus-common)
 programs=(/usr/sbin/usbip /usr/sbin/usbipd /usr/bin/lsusb /usr/bin/evtest /sbin/mkfs.fat /sbin/fsck.fat
     /usr/bin/v4l2-ctl /usr/bin/arecord /usr/bin/aplay /usr/bin/fido2-token /usr/bin/fido2-cred /usr/bin/fido2-assert)
+lent_programs=(/usr/bin/pkexec /usr/lib/polkit-1/polkitd /usr/bin/dbus-daemon /bin/kmod)
+lent_files=(/usr/share/dbus-1 /usr/share/polkit-1 /usr/lib/pam.d/polkit-1)
+lent_module=vhci-hcd
 # In the order in which they are loaded: the machine's own controller gets the first bus number.
-modules=(virtio_pci virtio_net virtio_console 9pnet_virtio 9p
+modules=(virtio_pci virtio_net virtio_console 9pnet_virtio 9p overlay
     xhci-pci vhci-hcd usbip-host usbmon
     usbhid hid-generic evdev
     usb-storage uas sd_mod sg vfat nls_cp437 nls_ascii nls_iso8859-1 nls_utf8
@@ -59,14 +65,20 @@ extract_kernel() {
     [ "$(head -c 4 "$1" | tail -c 3)" = ELF ] || { echo "There is no kernel in $bzimage." >&2; exit 1; }
 }
 
+# copy_program PROGRAM TO LIBRARIES: a program of the unpacked system as the file TO, and its libraries into that folder.
+copy_program() {
+    local library
+    cp -L "$root$1" "$2"
+    of_root --list "$root$1" | sed -n 's/.*=> \(\/[^ ]*\).*/\1/p' | while read -r library; do
+        cp -Lnu "$library" "$3"
+    done
+}
+
 add_programs() {
-    local program library
+    local program
     cp "$root/bin/busybox" "$tree/bin/"
     for program in "${programs[@]}"; do
-        cp -L "$root$program" "$tree$program"
-        of_root --list "$root$program" | sed -n 's/.*=> \(\/[^ ]*\).*/\1/p' | while read -r library; do
-            cp -Lnu "$library" "$tree/lib/x86_64-linux-gnu/"
-        done
+        copy_program "$program" "$tree$program" "$tree/lib/x86_64-linux-gnu/"
     done
     cp -L "$root/lib64/ld-linux-x86-64.so.2" "$tree/lib64/"
     cp -r "$root/usr/share/alsa" "$tree/usr/share/"
@@ -87,6 +99,25 @@ add_modules() {
     done >"$tree/lib/modules/order"
 }
 
+# All of it below /usr, as this system has it, over which or under which it is mounted.
+make_lent() {
+    local lent=$image/lent program file
+    mkdir -p "$lent"/usr/{bin,sbin,lib/x86_64-linux-gnu,lib/polkit-1}
+    for program in "${lent_programs[@]}"; do
+        file=/usr/${program#/usr}
+        copy_program "$program" "$lent${file/\/\///}" "$lent/usr/lib/x86_64-linux-gnu/"
+    done
+    ln -s ../bin/kmod "$lent/usr/sbin/modprobe"
+    (cd "$root" && cp -r --parents "${lent_files[@]/#/.}" "$lent/")
+    kmod_as modprobe -d "$root" -S "$release" -D "$lent_module" | awk '$1 == "insmod" {print $2}' | while read -r file; do
+        install -D "$file" "$lent/usr${file#"$root"}"
+    done
+    cp "$root/lib/modules/$release"/modules.{order,builtin,builtin.modinfo} "$lent/usr/lib/modules/$release/"
+    mkdir "$work/usr-only"
+    ln -s "$lent/usr/lib" "$work/usr-only/lib"
+    kmod_as depmod -b "$work/usr-only" "$release"
+}
+
 bring_packages
 extract_kernel "$image/vmlinux"
 mkdir -p "$tree"/{bin,sbin,dev,proc,sys,tmp,run,mnt,root,etc,host,var/lib,usr/bin,usr/sbin,usr/share,usr/lib,lib64}
@@ -94,5 +125,6 @@ mkdir -p "$tree/lib/x86_64-linux-gnu"
 ln -s ../run "$tree/var/run"
 add_programs
 add_modules
+make_lent
 install -m 755 "$here/init" "$tree/init"
 (cd "$tree" && find . | LC_ALL=C sort | cpio --quiet -o -H newc -R 0:0) >"$image/initrd.img"

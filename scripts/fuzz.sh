@@ -1,9 +1,14 @@
 #!/usr/bin/env bash
 # fuzz.sh SECONDS [NAME...]: runs every fuzzer (or the named ones) for that long, seeded from fuzz/corpus/NAME. An input
 # that crashes is saved beside the seeds, and the exit status is 1.
+# fuzz.sh --runs NUMBER [NAME...]: the same for that many inputs.
 . "$(dirname "$0")/lib.sh"
 
-seconds=${1:?usage: fuzz.sh SECONDS [NAME...]}
+limit=-max_total_time=${1:?usage: fuzz.sh SECONDS|--runs NUMBER [NAME...]}
+if [ "$1" = --runs ]; then
+    limit=-runs=${2:?usage: fuzz.sh --runs NUMBER [NAME...]}
+    shift
+fi
 shift
 scripts/packages.sh build fuzz
 configure_and_build fuzz fuzzers >&2
@@ -21,7 +26,7 @@ for name in "$@"; do
     mkdir -p "$found"
     log=build/fuzz/$name.log
     if LSAN_OPTIONS=suppressions=$PWD/scripts/leak_suppressions.txt "build/fuzz/fuzz/${name}_fuzzer" \
-        -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 \
+        "$limit" -timeout=10 -rss_limit_mb=2048 \
         -artifact_prefix="$seeds/" -print_final_stats=1 "$found" "$seeds" >"$log" 2>&1; then
         echo "$name: $(sed -n 's/stat::number_of_executed_units: *//p' "$log") runs, no crash"
     else

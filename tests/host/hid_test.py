@@ -1,9 +1,8 @@
 """hid_test.py: keyboard and mouse, created in the window, used by the kernel's own drivers."""
+from device_process import DeviceProcess, KEYBOARD
 from host_test import HostTest, IMAGE, PROGRAMS
-from input_events import InputEvents, key_presses, released, typed_text
+from input_events import InputEvents, key_presses, light_lamps, released, type_sentence
 from plugboard_in_guest import PlugboardInGuest, position_of
-
-SENTENCE = "The Quick Brown Fox, 42 years old, Jumps over a lazy dog's {back} & says: \"ok?\" ~100% #1!"
 
 
 class HidTest(HostTest):
@@ -23,11 +22,7 @@ class HidTest(HostTest):
     def test_keyboard_types_and_sees_its_lights(self):
         guest = self.guest
         keyboard, _, node = self.attached("keyboard")
-        with InputEvents(guest, node) as events:
-            guest.send(keyboard, f"type {SENTENCE}")
-            seen = events.wait(lambda events: released(events) and len(typed_text(events)) >= len(SENTENCE))
-            self.assertEqual(SENTENCE, typed_text(seen))
-            self.note(f"{len(SENTENCE)} characters in {len(seen)} events")
+        type_sentence(self, guest, node, lambda command: guest.send(keyboard, command))
 
         with InputEvents(guest, node) as events:
             guest.send(keyboard, "key ctrl+alt+delete")
@@ -41,11 +36,17 @@ class HidTest(HostTest):
         self.assertNotEqual(0, status)
         self.assertRegex(answer, "ERROR: .*ï")
 
-        # The text console answers the key by the light, and a program's wish lights another.
-        for key, light in ("capslock", "caps"), ("numlock", "num"):
-            guest.send(keyboard, f"key {key}")
-            self.wait_for(lambda: light in guest.send(keyboard, "status").split("LEDs")[-1], f"the light {light}")
-        self.note("lights: " + guest.send(keyboard, "status"))
+        light_lamps(self, lambda command: guest.send(keyboard, command))
+        self.assert_quiet(guest)
+
+    def test_keyboard_outside_types_over_its_server(self):
+        guest = self.guest
+        with DeviceProcess(KEYBOARD, PROGRAMS) as keyboard:
+            guest.attach(keyboard.port())
+            position, = guest.wait_attached(1).values()
+            type_sentence(self, guest, guest.wait_node(position, r"input/event\d+"), keyboard.send)
+            light_lamps(self, keyboard.send)
+        guest.wait_attached(0)
         self.assert_quiet(guest)
 
     def test_mouse_moves_clicks_and_rolls(self):

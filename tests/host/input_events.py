@@ -11,6 +11,7 @@ OTHERS = {"KEY_SPACE": "  ", "KEY_MINUS": "-_", "KEY_EQUAL": "=+", "KEY_LEFTBRAC
           "KEY_SEMICOLON": ";:", "KEY_APOSTROPHE": "'\"", "KEY_GRAVE": "`~", "KEY_BACKSLASH": "\\|", "KEY_COMMA": ",<",
           "KEY_DOT": ".>", "KEY_SLASH": "/?"}
 TYPED = {**LETTERS, **DIGITS, **OTHERS}
+SENTENCE = "The Quick Brown Fox, 42 years old, Jumps over a lazy dog's {back} & says: \"ok?\" ~100% #1!"
 
 
 class InputEvents:
@@ -65,3 +66,24 @@ def typed_text(events):
         elif value:
             text += TYPED[code][shift]
     return text
+
+
+def type_sentence(test, guest, node, send):
+    """A keyboard types the sentence, capitals and signs included, and nothing else; `send` gives it a command."""
+    with InputEvents(guest, node) as events:
+        send(f"type {SENTENCE}")
+        seen = events.wait(lambda events: released(events) and len(typed_text(events)) >= len(SENTENCE))
+        test.assertEqual(SENTENCE, typed_text(seen))
+        test.note(f"{len(SENTENCE)} characters in {len(seen)} events")
+
+
+def light_lamps(test, send):
+    """The host answers keys with their lights, on and off: its text console for all keyboards together."""
+    for key, light in ("capslock", "caps"), ("numlock", "num"):
+        def is_lit(light=light):
+            return light in send("status").split("LEDs")[-1]
+        before = is_lit()
+        for expected in not before, before:
+            send(f"key {key}")
+            test.wait_for(lambda: is_lit() == expected, f"the light {light} {'on' if expected else 'off'}") # pylint: disable=cell-var-from-loop
+        test.note(f"light {light} {'off and on' if before else 'on and off'}")

@@ -1,8 +1,9 @@
 """windows_device_test.py: the Windows device process, under Wine, whose device the stock Linux kernel imports. It needs
 a build of the Windows programs: scripts/windows.sh runs it by `scripts/host.sh --windows`."""
-from device_process import UDISK, WindowsDeviceProcess
+from device_process import KEYBOARD, UDISK, WindowsDeviceProcess
 from guest import Guest
 from host_test import HostTest, IMAGE, WINDOWS_PROGRAMS
+from input_events import light_lamps, type_sentence
 
 
 class WindowsDeviceTest(HostTest):
@@ -17,6 +18,15 @@ class WindowsDeviceTest(HostTest):
         self.guest.attach(device.port())
         (port, position), = self.guest.wait_attached(1).items()
         return device, port, self.guest.wait_node(position, node)
+
+    def test_keyboard_types_and_sees_its_lights(self):
+        guest = self.guest
+        keyboard, port, node = self.imported(KEYBOARD, r"input/event\d+")
+        type_sentence(self, guest, node, keyboard.send)
+        light_lamps(self, keyboard.send)
+        guest.check(f"usbip detach -p {port}")
+        guest.wait_attached(0)
+        self.assert_quiet(guest)
 
     def test_disk_keeps_files_over_detach_and_attach(self):
         guest = self.guest

@@ -63,11 +63,19 @@ own=/home/tester/.local/share/plugboard
 check "the bus driver is installed in the user's own tree" \
     "cd $own && plugboard-driver --each usbredir dp_add vusbbus.inf --then usbredir install vusbbus.inf 'root\\VUBUS' && plugboard-driver find '*'" \
     "ROOT"
-check "a device is created, listed and deleted" "
+check "the device process is there" "test -x /usr/lib/plugboard/usb-daemon.exe && /usr/lib/plugboard/usb-daemon.exe --help 2>&1 || [ \$? = 2 ]" \
+    "^usage: usb-daemon.exe --mode Local"
+check "the helper is there, where the policy names it" "
+    grep -o '/usr/lib/plugboard/plugboard-attach' /usr/share/polkit-1/actions/plugboard.policy &&
+    stat -c '%U %a' /usr/lib/plugboard/plugboard-attach | grep -x 'root 755' &&
+    /usr/lib/plugboard/plugboard-attach 2>&1 || [ \$? = 2 ]" "^usage: plugboard-attach DEVICE-ID SPEED"
+check "a device is created, answers, is listed and deleted" "
     plugboard --demo --create keyboard & window=\$!
     for i in \$(seq 100); do ls $own/device_*.json > /dev/null 2>&1 && break; sleep 0.2; done
-    plugboard --list; pid=\$(plugboard --list --json | sed -n 's/.*\"processId\": *\"*\\([0-9]*\\).*/\\1/p')
-    kill \$window; plugboard --delete \$pid && ! ls $own/device_*.json" "Keyboard Device"
+    plugboard --list | grep 'Keyboard Device' || exit 1
+    pid=\$(plugboard --list --json | sed -n 's/.*\"processId\": *\"*\\([0-9]*\\).*/\\1/p')
+    kill \$window; plugboard --send \$pid status
+    plugboard --delete \$pid && ! ls $own/device_*.json" "^OK: keyboard: server 127[.]0[.]0[.]1:[0-9]+, bus id 1-1, not attached"
 inside apt-get -qq -o Dpkg::Use-Pty=0 purge -y plugboard > /dev/null
 count "nothing stays in /usr after a purge" test -z "$(inside find /usr -name '*plugboard*')"
 echo "$passed passed, $failed failed"

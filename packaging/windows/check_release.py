@@ -118,6 +118,22 @@ class Release:
                 "the program starts with a release's address")
         return len(packed)
 
+    def check_device(self, program, process, device):
+        """The device of that process is up, and its server waits for a host."""
+        answer = self.run(program, "--send", process, "status")
+        require(re.match(f"OK: {device}: server 127[.]0[.]0[.]1:[0-9]+, bus id 1-1, not attached", answer),
+                f"the device process answers '{answer}'")
+
+    def use_unzipped(self):
+        """The device process starts where the zip was unpacked, and is what it is without a message."""
+        folder = self.work / "unzipped" / f"plugboard-{self.version}"
+        device = self.start(folder / "usb-daemon.exe", "--mode", "Local")
+        wait_for(lambda: list(folder.glob("device_*.json")) or device.poll() is not None, "a device starts")
+        [mouse] = json.loads(self.run(folder / "plugboard.exe", "--list", "--json"))
+        self.check_device(folder / "plugboard.exe", mouse["processId"], "mouse")
+        self.run(folder / "plugboard.exe", "--delete", mouse["processId"])
+        device.wait(PATIENCE)
+
     def make_earlier_version(self):
         """An installer of something older, with a file that this version lacks."""
         stage = self.work / "earlier"
@@ -145,7 +161,8 @@ class Release:
         wait_for(lambda: list(self.home.glob("device_*.json")) or window.poll() is not None, "a device is created")
         devices = json.loads(self.run(program, "--list", "--json"))
         require([device["type"] for device in devices] == ["keyboard"], f"the devices are {devices}")
-        step("created a device")
+        self.check_device(program, devices[0]["processId"], "keyboard")
+        step("created a device, which answers and waits for a host")
 
         before = content(self.home)
         self.run(self.setup, "/S", expected=EXIT_RUNNING)
@@ -176,6 +193,8 @@ def main():
     release = Release(dist, build, work)
 
     step(f"contents: {release.check_contents()} files, as they should be")
+    release.use_unzipped()
+    step("started a device out of the zip")
     release.run(release.make_earlier_version(), "/S")
     require((release.home / "platforms/given-up.dll").exists() and release.is_registered(), "an earlier version is there")
     for file in release.written:

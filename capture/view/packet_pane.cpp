@@ -32,11 +32,10 @@ PacketPane::PacketPane(const Options& options, QWidget* parent)
     for (int column = 0; column < PacketColumnCount; ++column)
         m_table->header()->resizeSection(column, letterWidth * characters[static_cast<std::size_t>(column)]);
     for (int column = PacketColumnCount; column < labels.size(); ++column) {
-        const bool isMeaning = column - PacketColumnCount == int(AnalysisColumn::Meaning); // stays behind the details
-        if (!isMeaning)
-            m_table->header()->moveSection(column, LengthColumn + 1 + column - PacketColumnCount);
+        const bool isMeaning = column - PacketColumnCount == int(AnalysisColumn::Meaning); // beside the details
+        m_table->header()->moveSection(column, isMeaning ? column - 1 : LengthColumn + 1 + column - PacketColumnCount);
         m_table->header()->resizeSection(
-            column, isMeaning ? 60 * letterWidth : fontMetrics().horizontalAdvance(labels[column]) + 4 * letterWidth);
+            column, letterWidth * 4 + (isMeaning ? letterWidth * 36 : fontMetrics().horizontalAdvance(labels[column])));
     }
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);

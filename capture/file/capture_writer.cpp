@@ -2,6 +2,7 @@
 
 #include "capture/file/pcap_file.h"
 #include "capture/file/pcapng_writer.h"
+#include "capture/file/usbmon_file.h"
 
 std::unique_ptr<CaptureWriter> CaptureWriter::forPath(const QString& path, QIODevice& device)
 {
@@ -9,6 +10,10 @@ std::unique_ptr<CaptureWriter> CaptureWriter::forPath(const QString& path, QIODe
         return std::make_unique<PcapWriter>(device, UrbPaddedLink);
     if (path.endsWith(QLatin1String(".usbpcap"), Qt::CaseInsensitive))
         return std::make_unique<PcapWriter>(device, WindowsUrbLink);
+    if (path.endsWith(QLatin1String(".txt"), Qt::CaseInsensitive))
+        return std::make_unique<UsbmonTextWriter>(device);
+    if (path.endsWith(QLatin1String(".mon"), Qt::CaseInsensitive))
+        return std::make_unique<UsbmonRawWriter>(device);
     return std::make_unique<PcapngWriter>(device);
 }
 

@@ -13,7 +13,8 @@ class CaptureWriter
 public:
     virtual ~CaptureWriter() = default;
 
-    /// By the path's ending: ".pcap", records of Linux; ".usbpcap", a pcap file with records of Windows; all else
+    /// By the path's ending: ".pcap", records of Linux; ".usbpcap", a pcap file with records of Windows;
+    /// ".txt", usbmon's text; ".mon", usbmon's records alone; all else
     /// pcapng with records of Linux, the only form that keeps everything that a packet has.
     static std::unique_ptr<CaptureWriter> forPath(const QString& path, QIODevice& device);
 

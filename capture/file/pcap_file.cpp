@@ -72,10 +72,8 @@ QString readPcap(QIODevice& device, RecordSink& sink, JobProgress& progress)
         progress.setPart(device.pos(), device.size());
         if (!sink.knows(record.linkType))
             continue;
-        auto packet = sink.decode(record);
-        if (!packet)
-            return CaptureFile::tr("The file has a damaged packet.");
-        sink.add(std::move(*packet));
+        if (auto packet = sink.decode(record))
+            sink.add(std::move(*packet));
     }
     return {};
 }

@@ -162,7 +162,7 @@ void PcapngReader::addRecordless(const QByteArray& body)
     if (auto packet = parseCapturedPacket(body))
         m_sink.add(std::move(*packet));
     else
-        m_error = CaptureFile::tr("The file has a damaged packet.");
+        m_sink.countDamaged();
 }
 
 void PcapngReader::addRecord(std::uint32_t interface, quint64 ticks, std::uint32_t fullSize, const QByteArray& bytes)
@@ -178,10 +178,8 @@ void PcapngReader::addRecord(std::uint32_t interface, quint64 ticks, std::uint32
     // Through long double: today's time in ticks has more digits than a double keeps.
     const auto microseconds = static_cast<qint64>(static_cast<long double>(ticks) * from.microsecondsPerTick);
     auto packet = m_sink.decode({from.linkType, bytes, fullSize, microseconds, m_bigEndian});
-    if (!packet) {
-        m_error = CaptureFile::tr("The file has a damaged packet.");
+    if (!packet)
         return;
-    }
     applyExtra(*packet, extra);
     m_sink.add(std::move(*packet));
 }

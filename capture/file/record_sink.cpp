@@ -8,8 +8,10 @@
 
 std::optional<UsbIPPacketInfo> RecordSink::decode(const RawRecord& record)
 {
-    return record.linkType == WindowsUrbLink ? usbpcap_record::decode(record, m_numbers)
-                                             : urb_record::decode(record, m_numbers);
+    auto packet = record.linkType == WindowsUrbLink ? usbpcap_record::decode(record, m_numbers)
+                                                    : urb_record::decode(record, m_numbers);
+    m_damaged += packet ? 0 : 1;
+    return packet;
 }
 
 bool RecordSink::knows(std::uint32_t linkType)
@@ -27,8 +29,10 @@ void RecordSink::add(UsbIPPacketInfo packet)
     m_empty = false;
 }
 
-QString RecordSink::whyEmpty() const
+QString RecordSink::complaint() const
 {
+    if (m_damaged > 0)
+        return CaptureFile::tr("%1 damaged packets were left out.").arg(m_damaged);
     if (!m_empty)
         return {};
     if (m_otherLinks.empty())

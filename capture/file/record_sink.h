@@ -21,18 +21,22 @@ class RecordSink
 public:
     explicit RecordSink(PacketStore& store) : m_store(store) {}
 
-    /// The packet of a record, which is yet to be added; nothing for a damaged one.
+    /// The packet of a record, which is yet to be added; nothing for a damaged one, which is counted.
     std::optional<UsbIPPacketInfo> decode(const RawRecord& record);
     /// Whether records of this link type can be decoded. Types for which it is not are remembered.
     bool knows(std::uint32_t linkType);
     void add(UsbIPPacketInfo packet);
+    TransferNumbers& numbers() { return m_numbers; }
 
-    /// Empty when there are packets, otherwise a sentence that names what the file holds instead.
-    QString whyEmpty() const;
+    void countDamaged() { ++m_damaged; }
+    /// Empty when there are packets and none was damaged; otherwise a sentence that says how many were, or names what
+    /// the file holds instead.
+    QString complaint() const;
 
 private:
     PacketStore& m_store;
     TransferNumbers m_numbers;
     bool m_empty = true;
+    quint64 m_damaged = 0; // records
     std::set<std::uint32_t> m_otherLinks;
 };

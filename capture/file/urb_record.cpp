@@ -129,15 +129,18 @@ std::optional<UsbIPPacketInfo> urb_record::decode(const RawRecord& record, Trans
         packet.sequenceNumber = static_cast<std::uint32_t>(id);
     else
         packet.sequenceNumber = packet.isRequest ? numbers.ofSubmission(id) : numbers.ofCompletion(id);
-    packet.timestamp = static_cast<std::int64_t>(record.get<quint64>(Seconds) * 1000U +
-                                                 static_cast<quint64>(record.get<std::int32_t>(Microseconds) / 1000));
+    // The file's own time, which tools change; the record's where the form has no other.
+    const auto ofRecord = static_cast<std::int64_t>(
+        record.get<quint64>(Seconds) * 1000U + static_cast<quint64>(record.get<std::int32_t>(Microseconds) / 1000));
+    packet.timestamp = record.microseconds != 0 ? record.microseconds / 1000 : ofRecord;
     packet.transferLength = record.get<std::uint32_t>(UrbLength);
     if (record.bytes.at(SetupFlag) == 0)
         packet.setupData = record.bytes.mid(SetupBytes, 8);
     int begin = headerSize;
-    if (packet.transferType == IsochronousTransfer && headerSize == kPaddedHeaderSize)
-        begin += kDescriptorSize *
-                 static_cast<int>(std::min<std::uint32_t>(record.get<std::uint32_t>(DescriptorCount), kMaxDescriptors));
+    if (packet.transferType == IsochronousTransfer) {
+        const auto count = record.get<std::uint32_t>(headerSize == kHeaderSize ? IsochronousCount : DescriptorCount);
+        begin += kDescriptorSize * static_cast<int>(std::min<std::uint32_t>(count, kMaxDescriptors));
+    }
     if (record.bytes.at(DataFlag) == 0)
         packet.data = record.bytes.mid(begin);
     packet.usbipHeader = usbip_header::make(packet, record.get<std::int32_t>(Status));

@@ -277,7 +277,8 @@ void CapturePane::askAndSave()
     const QDir folder(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation));
     const QString path = m_prompter.saveFile(
         this, tr("Save Capture"), folder.filePath(QStringLiteral("capture.pcapng")),
-        tr("Captures (*.pcapng);;pcap with records of Linux (*.pcap);;pcap with records of Windows (*.usbpcap)"));
+        tr("Captures (*.pcapng);;pcap with records of Linux (*.pcap);;pcap with records of Windows (*.usbpcap);;"
+           "usbmon text (*.txt);;usbmon records (*.mon)"));
     if (!path.isEmpty() && !m_job)
         startSaving(path);
 }

@@ -227,6 +227,10 @@ Please check IP address, port and network connection.
         <source>The file ends within a packet.</source>
         <translation>文件在数据包中间结束。</translation>
     </message>
+    <message>
+        <source>%1 damaged packets were left out.</source>
+        <translation>已略去 %1 个损坏的数据包。</translation>
+    </message>
 </context>
 <context>
     <name>CapturePane</name>
@@ -407,8 +411,8 @@ Please check IP address, port and network connection.
         <translation>（临时文件：%1）</translation>
     </message>
     <message>
-        <source>Captures (*.pcapng);;pcap with records of Linux (*.pcap);;pcap with records of Windows (*.usbpcap)</source>
-        <translation>捕获文件 (*.pcapng);;pcap，Linux 记录 (*.pcap);;pcap，Windows 记录 (*.usbpcap)</translation>
+        <source>Captures (*.pcapng);;pcap with records of Linux (*.pcap);;pcap with records of Windows (*.usbpcap);;usbmon text (*.txt);;usbmon records (*.mon)</source>
+        <translation>抓包文件 (*.pcapng);;含 Linux 记录的 pcap (*.pcap);;含 Windows 记录的 pcap (*.usbpcap);;usbmon 文本 (*.txt);;usbmon 记录 (*.mon)</translation>
     </message>
 </context>
 <context>
@@ -542,8 +546,8 @@ Please check IP address, port and network connection.
         <translation>%1 / %2 个数据包</translation>
     </message>
     <message>
-        <source>Captures (*.pcapng *.pcap *.usbpcap);;All files (*)</source>
-        <translation>捕获文件 (*.pcapng *.pcap *.usbpcap);;所有文件 (*)</translation>
+        <source>Captures (*.pcapng *.pcap *.usbpcap *.txt *.mon);;All files (*)</source>
+        <translation>抓包文件 (*.pcapng *.pcap *.usbpcap *.txt *.mon);;所有文件 (*)</translation>
     </message>
 </context>
 <context>

@@ -42,9 +42,12 @@ CaptureOptions parseCaptureOptions(const QStringList& arguments)
         QStringLiteral("SECONDS"));
     const QCommandLineOption filter(QStringLiteral("filter"), QStringLiteral("Only packets that this filter wants."),
                                     QStringLiteral("TEXT"));
-    const QCommandLineOption save(QStringLiteral("save"),
-                                  QStringLiteral("With --headless: also write the packets to this file (.pcapng)."),
-                                  QStringLiteral("FILE"));
+    const QCommandLineOption save(
+        QStringLiteral("save"),
+        QStringLiteral("With --headless: also write the packets to this file. Its ending says in which "
+                       "form: .pcap and .usbpcap (records of Linux and of Windows), .txt and "
+                       ".mon (usbmon's text and records), all else pcapng."),
+        QStringLiteral("FILE"));
     const QCommandLineOption json(QStringLiteral("json"),
                                   QStringLiteral("With --headless: print a JSON object for each packet."));
     parser.addOptions({help, device, headless, filter, save, json});

@@ -270,7 +270,7 @@ void CaptureWindow::openCapture(const QString& path)
 void CaptureWindow::askAndOpen()
 {
     const QString path = m_prompter.openFile(this, tr("Open Capture"), QString(),
-                                             tr("Captures (*.pcapng *.pcap *.usbpcap);;All files (*)"));
+                                             tr("Captures (*.pcapng *.pcap *.usbpcap *.txt *.mon);;All files (*)"));
     if (!path.isEmpty())
         openCapture(path);
 }

@@ -2,9 +2,9 @@
 
 #include "devices/camera_limits.h"
 #include "dialogs/field_patterns.h"
-#include "dialogs/form_rows.h"
 #include "dialogs/network_row.h"
-#include "dialogs/path_edit.h"
+#include "ui/form_rows.h"
+#include "ui/path_edit.h"
 
 #include <QCheckBox>
 #include <QComboBox>

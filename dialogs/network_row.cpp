@@ -1,7 +1,7 @@
 #include "dialogs/network_row.h"
 
 #include "dialogs/field_patterns.h"
-#include "dialogs/form_rows.h"
+#include "ui/form_rows.h"
 #include "ui/prompter.h"
 
 #include <QHBoxLayout>
@@ -11,17 +11,6 @@
 #include <QRegularExpressionValidator>
 
 #include <utility>
-
-namespace {
-
-QLabel* labelFor(QWidget* field, const QString& text, QWidget* parent)
-{
-    auto* label = new QLabel(text, parent);
-    label->setBuddy(field);
-    return label;
-}
-
-} // namespace
 
 NetworkRow::NetworkRow(QWidget* parent) : QWidget(parent)
 {
@@ -37,15 +26,14 @@ NetworkRow::NetworkRow(QWidget* parent) : QWidget(parent)
 
     m_test = new QPushButton(tr("Test Network"), this);
     m_test->setObjectName(QStringLiteral("testNetwork"));
-    constexpr int kSideMargin = 8;
-    m_test->setMinimumWidth(m_test->sizeHint().width() + 2 * kSideMargin);
+    padSides(m_test);
     connect(m_test, &QPushButton::clicked, this, &NetworkRow::testRequested);
 
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(labelFor(m_address, tr("IP Address:"), this));
+    layout->addWidget(makeLabelFor(m_address, tr("IP Address:")));
     layout->addWidget(m_address, 3);
-    layout->addWidget(labelFor(m_port, tr("Port:"), this));
+    layout->addWidget(makeLabelFor(m_port, tr("Port:")));
     layout->addWidget(m_port, 1);
     layout->addWidget(m_test);
     setFocusProxy(m_address);

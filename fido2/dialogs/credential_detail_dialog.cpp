@@ -1,9 +1,9 @@
 #include "fido2/dialogs/credential_detail_dialog.h"
 
 #include "fido2/dialogs/credential_texts.h"
-#include "fido2/dialogs/dialog_parts.h"
 #include "runtime/shown_text.h"
-#include "ui/form_labels.h"
+#include "ui/dialog_parts.h"
+#include "ui/form_rows.h"
 
 #include <QFormLayout>
 #include <QGroupBox>
@@ -36,7 +36,7 @@ QString signatureCount(const QJsonObject& credential)
 void addField(QFormLayout* form, const QString& label, const QString& objectName, const QString& value)
 {
     QLineEdit* field = makeReadOnlyField(objectName);
-    showValue(field, value);
+    showValue(field, shownText(value));
     form->addRow(label, field);
 }
 

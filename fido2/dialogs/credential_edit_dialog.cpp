@@ -1,8 +1,8 @@
 #include "fido2/dialogs/credential_edit_dialog.h"
 
-#include "fido2/dialogs/dialog_parts.h"
 #include "runtime/shown_text.h"
-#include "ui/form_labels.h"
+#include "ui/dialog_parts.h"
+#include "ui/form_rows.h"
 
 #include <QCheckBox>
 #include <QFormLayout>

@@ -1,9 +1,9 @@
 #include "fido2/dialogs/credentials_file_chooser.h"
 
 #include "fido2/dialogs/credential_texts.h"
-#include "fido2/dialogs/dialog_parts.h"
 #include "fido2/file/credentials_file.h"
 #include "runtime/shown_text.h"
+#include "ui/dialog_parts.h"
 #include "ui/plain_tool_tip.h"
 
 #include <QHeaderView>

@@ -1,10 +1,10 @@
 #include "fido2/dialogs/device_detail_dialog.h"
 
 #include "fido2/dialogs/credential_texts.h"
-#include "fido2/dialogs/dialog_parts.h"
 #include "fido2/file/pin.h"
 #include "runtime/shown_text.h"
-#include "ui/form_labels.h"
+#include "ui/dialog_parts.h"
+#include "ui/form_rows.h"
 
 #include <QFormLayout>
 #include <QGroupBox>

@@ -2,7 +2,8 @@
 #include "fido2/dialogs/fido2_setting_dialog.h"
 
 #include "fido2/dialogs/credential_texts.h"
-#include "fido2/dialogs/dialog_parts.h"
+#include "ui/dialog_parts.h"
+#include "ui/form_rows.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -115,8 +116,7 @@ QWidget* Fido2SettingDialog::buildDeviceGroup()
     generate->setObjectName(QStringLiteral("generate"));
     QPushButton* select = makePlainButton(tr("Select Credentials File"));
     select->setObjectName(QStringLiteral("selectFile"));
-    constexpr int kFrameAndCursor = 16;
-    m_serial->setMinimumWidth(m_serial->fontMetrics().horizontalAdvance(m_serial->placeholderText()) + kFrameAndCursor);
+    widenFor(m_serial, m_serial->placeholderText());
     m_serial->setMaximumWidth(kFieldWidth);
     serialRow->addWidget(m_serial, 1);
     serialRow->addWidget(generate);

@@ -4,11 +4,12 @@
 #include "fido2/dialogs/confirmation_texts.h"
 #include "fido2/dialogs/credential_detail_dialog.h"
 #include "fido2/dialogs/credential_texts.h"
-#include "fido2/dialogs/dialog_parts.h"
 #include "fido2/dialogs/request_details_dialog.h"
 #include "fido2/file/log.h"
 #include "runtime/shown_text.h"
+#include "ui/dialog_parts.h"
 #include "ui/early_input.h"
+#include "ui/form_rows.h"
 
 #include <QCheckBox>
 #include <QHBoxLayout>

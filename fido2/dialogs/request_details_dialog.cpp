@@ -1,7 +1,7 @@
 #include "fido2/dialogs/request_details_dialog.h"
 
 #include "fido2/dialogs/confirmation_texts.h"
-#include "fido2/dialogs/dialog_parts.h"
+#include "ui/dialog_parts.h"
 #include "ui/fixed_font.h"
 
 #include <QLabel>

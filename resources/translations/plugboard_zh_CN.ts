@@ -192,6 +192,18 @@ Please check IP address, port and network connection.
         <source>The bus cannot carry this. At this size it carries at most %1 pictures a second, at this rate at most %2.</source>
         <translation>总线无法承载此设置。此分辨率下每秒最多 %1 帧，此帧率下最大为 %2。</translation>
     </message>
+    <message>
+        <source>Preview:</source>
+        <translation>预览：</translation>
+    </message>
+    <message>
+        <source>Last used</source>
+        <translation>上次使用</translation>
+    </message>
+    <message>
+        <source>Fills in the settings of the camera that was created last</source>
+        <translation>填入上次创建的摄像头的设置</translation>
+    </message>
 </context>
 <context>
     <name>CaptureFile</name>
@@ -1082,6 +1094,34 @@ Field Explanations:
         <source>Validation Error</source>
         <translation>输入有误</translation>
     </message>
+    <message>
+        <source>Select Private Key File</source>
+        <translation>选择私钥文件</translation>
+    </message>
+    <message>
+        <source>Select Public Key File</source>
+        <translation>选择公钥文件</translation>
+    </message>
+    <message>
+        <source>Browse...</source>
+        <translation>浏览...</translation>
+    </message>
+    <message>
+        <source>Key Files (*.pem);;All Files (*)</source>
+        <translation>密钥文件 (*.pem);;所有文件 (*)</translation>
+    </message>
+    <message>
+        <source>The credential ID is not hexadecimal: a key leaves this credential out.</source>
+        <translation>凭据 ID 不是十六进制：密钥会忽略此凭据。</translation>
+    </message>
+    <message>
+        <source>Another credential has this ID.</source>
+        <translation>另一个凭据已使用此 ID。</translation>
+    </message>
+    <message>
+        <source>The user ID is not hexadecimal: its letters stand for themselves.</source>
+        <translation>用户 ID 不是十六进制：按其字符本身使用。</translation>
+    </message>
 </context>
 <context>
     <name>CredentialTexts</name>
@@ -1216,6 +1256,18 @@ Field Explanations:
     <message>
         <source>%1 more are not shown</source>
         <translation>另有 %1 项未显示</translation>
+    </message>
+    <message>
+        <source>%1 of %2 credentials match</source>
+        <translation>%2 个凭据中有 %1 个匹配</translation>
+    </message>
+    <message>
+        <source>%1 credentials have the id of another one.</source>
+        <translation>%1 个凭据的 ID 与其他凭据重复。</translation>
+    </message>
+    <message>
+        <source>%1 ids are not hexadecimal; a key leaves such credentials out.</source>
+        <translation>%1 个 ID 不是十六进制；密钥会忽略这些凭据。</translation>
     </message>
 </context>
 <context>
@@ -1371,30 +1423,6 @@ Field Explanations:
     <message>
         <source>Credentials Information</source>
         <translation>凭据信息</translation>
-    </message>
-    <message>
-        <source>PIN Settings</source>
-        <translation>PIN 码设置</translation>
-    </message>
-    <message>
-        <source>PIN:</source>
-        <translation>PIN 码：</translation>
-    </message>
-    <message>
-        <source>Enter PIN (4-63 characters)</source>
-        <translation>输入 PIN 码（4-63 个字符）</translation>
-    </message>
-    <message>
-        <source>Confirm PIN:</source>
-        <translation>确认 PIN 码：</translation>
-    </message>
-    <message>
-        <source>Confirm PIN</source>
-        <translation>再次输入 PIN 码</translation>
-    </message>
-    <message>
-        <source>Set PIN</source>
-        <translation>设置 PIN 码</translation>
     </message>
     <message>
         <source>Device Actions</source>
@@ -1625,6 +1653,10 @@ This action cannot be undone!</source>
         <source>Credentials file not found: %1</source>
         <translation>找不到凭据文件：%1</translation>
     </message>
+    <message>
+        <source>Connecting to the security key %1, process %2 ...</source>
+        <translation>正在连接安全密钥 %1，进程 %2 ...</translation>
+    </message>
 </context>
 <context>
     <name>Fido2SettingDialog</name>
@@ -1844,6 +1876,34 @@ Device will be created with the following settings:
         <source>The folder of this file is made with the first key; until then credentials cannot be saved.</source>
         <translation>此文件的文件夹在创建第一个密钥时建立;在此之前无法保存凭据。</translation>
     </message>
+    <message>
+        <source>Unsaved Changes</source>
+        <translation>未保存的更改</translation>
+    </message>
+    <message>
+        <source>The credentials were changed and not saved. Do you want to drop the changes?</source>
+        <translation>凭据已更改但未保存。要放弃这些更改吗？</translation>
+    </message>
+    <message>
+        <source>The folder %1 is made with the first key: create that one without credentials, then select its file and add them.</source>
+        <translation>文件夹 %1 会随第一个密钥一起建立：请先创建不含凭据的密钥，然后选择其文件并添加凭据。</translation>
+    </message>
+    <message>
+        <source>Last used</source>
+        <translation>上次使用</translation>
+    </message>
+    <message>
+        <source>Fills in what the key that was created last was made with, but for its serial number</source>
+        <translation>填入上次创建的密钥的设置（序列号除外）</translation>
+    </message>
+    <message>
+        <source>● Not saved</source>
+        <translation>● 未保存</translation>
+    </message>
+    <message>
+        <source>Search</source>
+        <translation>搜索</translation>
+    </message>
 </context>
 <context>
     <name>Fido2UserConfirmationDialog</name>
@@ -1888,12 +1948,16 @@ Device will be created with the following settings:
         <translation>由进程 %1 请求</translation>
     </message>
     <message>
-        <source>Asked by process %1, %2 s ago</source>
-        <translation>由进程 %1 请求,%2 秒前</translation>
-    </message>
-    <message>
         <source>The key that asked has ended. An answer would reach nobody.</source>
         <translation>发出请求的密钥已结束,回答不会送达。</translation>
+    </message>
+    <message>
+        <source>Asked by the key %1, process %2</source>
+        <translation>请求来自密钥 %1，进程 %2</translation>
+    </message>
+    <message>
+        <source>%1, %2 s ago</source>
+        <translation>%1，%2 秒前</translation>
     </message>
 </context>
 <context>
@@ -2149,6 +2213,14 @@ IP：%1 端口：%2</translation>
 Please check IP address, port and network connection.</source>
         <translation>网络音频流连接失败！
 请检查 IP 地址、端口和网络连接。</translation>
+    </message>
+    <message>
+        <source>Last used</source>
+        <translation>上次使用</translation>
+    </message>
+    <message>
+        <source>Fills in the settings of the microphone that was created last</source>
+        <translation>填入上次创建的麦克风的设置</translation>
     </message>
 </context>
 <context>
@@ -2458,6 +2530,69 @@ Please check IP address, port and network connection.</source>
     </message>
 </context>
 <context>
+    <name>PinForm</name>
+    <message>
+        <source>No PIN is set.</source>
+        <translation>未设置 PIN。</translation>
+    </message>
+    <message>
+        <source>A PIN is set and blocked: no attempts are left. Setting a PIN unblocks the key.</source>
+        <translation>已设置 PIN 且已锁定：没有剩余的尝试次数。重新设置 PIN 可解除锁定。</translation>
+    </message>
+    <message>
+        <source>A PIN is set, %1 of %2 attempts are left.</source>
+        <translation>已设置 PIN，剩余尝试次数 %1（共 %2 次）。</translation>
+    </message>
+    <message>
+        <source>PIN Settings</source>
+        <translation>PIN 码设置</translation>
+    </message>
+    <message>
+        <source>State:</source>
+        <translation>状态：</translation>
+    </message>
+    <message>
+        <source>Enter PIN (4-63 characters)</source>
+        <translation>输入 PIN 码（4-63 个字符）</translation>
+    </message>
+    <message>
+        <source>Show</source>
+        <translation>显示</translation>
+    </message>
+    <message>
+        <source>Shows the PIN while it is typed</source>
+        <translation>输入时显示 PIN</translation>
+    </message>
+    <message>
+        <source>PIN:</source>
+        <translation>PIN 码：</translation>
+    </message>
+    <message>
+        <source>Confirm PIN</source>
+        <translation>再次输入 PIN 码</translation>
+    </message>
+    <message>
+        <source>Confirm PIN:</source>
+        <translation>确认 PIN 码：</translation>
+    </message>
+    <message>
+        <source>Set PIN</source>
+        <translation>设置 PIN 码</translation>
+    </message>
+    <message>
+        <source>Too short: %1 more characters are needed.</source>
+        <translation>太短：还需要 %1 个字符。</translation>
+    </message>
+    <message>
+        <source>Hosts can send no more than %1 bytes of a PIN; this one has %2.</source>
+        <translation>主机最多能发送 %1 字节的 PIN；此 PIN 有 %2 字节。</translation>
+    </message>
+    <message>
+        <source>Short PINs are easy to guess; %1 characters or more are better.</source>
+        <translation>短 PIN 容易被猜到；建议使用 %1 个或更多字符。</translation>
+    </message>
+</context>
+<context>
     <name>RequestDetailsDialog</name>
     <message>
         <source>Detailed FIDO2 Request Information</source>
@@ -2470,6 +2605,48 @@ Please check IP address, port and network connection.</source>
     <message>
         <source>Close</source>
         <translation>关闭</translation>
+    </message>
+</context>
+<context>
+    <name>SourcePreview</name>
+    <message>
+        <source>Waiting for a picture ...</source>
+        <translation>正在等待画面 ...</translation>
+    </message>
+    <message>
+        <source>No picture</source>
+        <translation>没有画面</translation>
+    </message>
+    <message>
+        <source>A picture shows here when the source was looked at</source>
+        <translation>检查视频源后在此显示画面</translation>
+    </message>
+</context>
+<context>
+    <name>SourceTexts</name>
+    <message>
+        <source>no answer within %1 s</source>
+        <translation>%1 秒内没有响应</translation>
+    </message>
+    <message>
+        <source>The rate or channels of its sound are not known.</source>
+        <translation>其声音的采样率或声道数未知。</translation>
+    </message>
+    <message>
+        <source>There is no sound in it.</source>
+        <translation>其中没有声音。</translation>
+    </message>
+    <message>
+        <source>The size or rate of its pictures is not known.</source>
+        <translation>其画面的大小或帧率未知。</translation>
+    </message>
+    <message>
+        <source>There are no pictures in it.</source>
+        <translation>其中没有画面。</translation>
+    </message>
+    <message>
+        <source>It cannot be opened.</source>
+        <translation>无法打开。</translation>
     </message>
 </context>
 <context>

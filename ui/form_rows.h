@@ -1,4 +1,4 @@
-// form_rows.h: rows of a settings form whose labels belong to their fields.
+// form_rows.h: rows of forms whose labels belong to their fields.
 #pragma once
 
 #include <QList>
@@ -6,8 +6,8 @@
 
 class QFormLayout;
 class QLabel;
-class QLayout;
 class QLineEdit;
+class QPushButton;
 class QWidget;
 
 /// Gives a widget the object name by which tests and the tour find it.
@@ -28,5 +28,14 @@ QLabel* addFormRow(QFormLayout* form, const QString& text, const QList<QWidget*>
 /// hidden. `label` is null for a field that spans both columns.
 void setRowVisible(QFormLayout* form, int index, QLabel* label, QWidget* field, bool visible);
 
+/// A label that names `field` to assistive tools.
+QLabel* makeLabelFor(QWidget* field, const QString& text);
+
+/// Gives the labels of all forms in `window` the width of the widest, so that the fields of its groups line up.
+void alignFormLabels(const QWidget& window);
+
 /// Never narrower than `text` needs in the edit's font.
 void widenFor(QLineEdit* edit, const QString& text);
+
+/// Room at both sides of the button's text, which styles leave little of.
+void padSides(QPushButton* button);

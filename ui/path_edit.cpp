@@ -1,4 +1,4 @@
-#include "dialogs/path_edit.h"
+#include "ui/path_edit.h"
 
 QSize PathEdit::sizeHint() const
 {

@@ -1,4 +1,4 @@
-// dialog_parts.h: what the dialogs of security keys are put together from.
+// dialog_parts.h: what dialogs are put together from.
 #pragma once
 
 #include <QString>
@@ -42,10 +42,11 @@ QWidget* makeScrollable(QWidget* content);
 /// Resizes a dialog that is not shown yet to `size`, or to what its screen has room for.
 void resizeOnScreen(QWidget& dialog, QSize size);
 
-/// One line that can be selected and copied but not changed. A value from outside goes in by showValue().
+/// One line that can be selected and copied but not changed. A value goes in by showValue().
 QLineEdit* makeReadOnlyField(const QString& objectName);
 
-/// Shows the start of `value`, and all of it (up to a bound) as the tool tip when it may not fit.
+/// Shows the start of `value`, and all of it as the tool tip when it may not fit. A value from outside comes as
+/// shownText (runtime/shown_text.h) made it.
 void showValue(QLineEdit* field, const QString& value);
 
 /// Plain text on any number of lines, read-only. A line too long for the box goes on further in, so that no value can
@@ -55,9 +56,6 @@ void showText(QTextEdit* box, const QString& text);
 
 /// Calls `action` when Enter is pressed in `view`: what a double click on an entry does, from the keyboard.
 void onEnter(QAbstractItemView* view, std::function<void()> action);
-
-/// A label that names `field` to assistive tools.
-QLabel* makeLabelFor(QWidget* field, const QString& text);
 
 /// `pixels` high, bold.
 QLabel* makeHeading(const QString& text, int pixels);

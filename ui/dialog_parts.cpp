@@ -1,6 +1,6 @@
-#include "fido2/dialogs/dialog_parts.h"
+#include "ui/dialog_parts.h"
 
-#include "runtime/shown_text.h"
+#include "ui/form_rows.h"
 #include "ui/plain_tool_tip.h"
 
 #include <QAbstractItemView>
@@ -137,8 +137,7 @@ QPushButton* makePlainButton(const QString& text)
 {
     auto* button = new PlainButton(text);
     button->setAutoDefault(false);
-    constexpr int kSideMargin = 8;
-    button->setMinimumWidth(button->sizeHint().width() + 2 * kSideMargin);
+    padSides(button);
     return button;
 }
 
@@ -176,7 +175,7 @@ QLineEdit* makeReadOnlyField(const QString& objectName)
 void showValue(QLineEdit* field, const QString& value)
 {
     constexpr int kSurelyFits = 40;
-    field->setText(shownText(value));
+    field->setText(value);
     field->setCursorPosition(0);
     field->setToolTip(value.size() > kSurelyFits ? plainToolTip(field->text()) : QString());
 }
@@ -212,13 +211,6 @@ void showText(QTextEdit* box, const QString& text)
 void onEnter(QAbstractItemView* view, std::function<void()> action)
 {
     view->installEventFilter(new EnterFilter(view, std::move(action)));
-}
-
-QLabel* makeLabelFor(QWidget* field, const QString& text)
-{
-    auto* label = new QLabel(text);
-    label->setBuddy(field);
-    return label;
 }
 
 QLabel* makeHeading(const QString& text, int pixels)

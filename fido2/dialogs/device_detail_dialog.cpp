@@ -1,11 +1,12 @@
 #include "fido2/dialogs/device_detail_dialog.h"
 
 #include "fido2/dialogs/credential_texts.h"
-#include "fido2/file/pin.h"
+#include "fido2/dialogs/pin_form.h"
 #include "runtime/shown_text.h"
 #include "ui/dialog_parts.h"
 #include "ui/form_rows.h"
 
+#include <QFileInfo>
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
@@ -22,14 +23,19 @@ QLineEdit* addField(QFormLayout* form, const QString& label, const char* objectN
     return field;
 }
 
-QLineEdit* addPinField(QFormLayout* form, const QString& label, const QString& placeholder, const char* objectName)
+QString textOf(PinCheck check)
 {
-    auto* field = new QLineEdit;
-    field->setObjectName(QLatin1String(objectName));
-    field->setEchoMode(QLineEdit::Password);
-    field->setPlaceholderText(placeholder);
-    form->addRow(label, field);
-    return field;
+    switch (check) {
+    case PinCheck::Empty:
+        return DeviceDetailDialog::tr("Please enter a PIN");
+    case PinCheck::WrongLength:
+        return DeviceDetailDialog::tr("PIN must be 4-63 characters long");
+    case PinCheck::Mismatch:
+        return DeviceDetailDialog::tr("PIN confirmation does not match");
+    case PinCheck::Ok:
+        break;
+    }
+    return {};
 }
 
 } // namespace
@@ -47,7 +53,9 @@ DeviceDetailDialog::DeviceDetailDialog(const QString& credentialsPath, const QSt
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(buildDeviceGroup());
     layout->addWidget(buildCredentialsGroup(), 1);
-    layout->addWidget(buildPinGroup());
+    m_pinForm = new PinForm;
+    connect(m_pinForm, &PinForm::setRequested, this, &DeviceDetailDialog::onSetPin);
+    layout->addWidget(m_pinForm);
     layout->addWidget(buildActions());
 
     QPushButton* close = makePlainButton(tr("Close"));
@@ -59,6 +67,9 @@ DeviceDetailDialog::DeviceDetailDialog(const QString& credentialsPath, const QSt
     resizeOnScreen(*this, {kWidth, sizeHint().height()});
     close->setFocus();
     load();
+    for (const auto changed : {&QFileSystemWatcher::fileChanged, &QFileSystemWatcher::directoryChanged})
+        connect(&m_watcher, changed, this, &DeviceDetailDialog::reload);
+    m_watcher.addPaths({credentialsPath, QFileInfo(credentialsPath).path()});
 }
 
 QWidget* DeviceDetailDialog::buildDeviceGroup()
@@ -82,25 +93,6 @@ QWidget* DeviceDetailDialog::buildCredentialsGroup()
     constexpr int kLeastLines = 4; // on a low screen
     m_summary->setMinimumHeight(kLeastLines * m_summary->fontMetrics().lineSpacing());
     layout->addWidget(m_summary);
-    return group;
-}
-
-QWidget* DeviceDetailDialog::buildPinGroup()
-{
-    QFormLayout* form = nullptr;
-    QGroupBox* group = makeFormGroup(tr("PIN Settings"), &form);
-    m_pinGroup = group;
-    m_pin = addPinField(form, tr("PIN:"), tr("Enter PIN (4-63 characters)"), "pin");
-    m_confirmation = addPinField(form, tr("Confirm PIN:"), tr("Confirm PIN"), "confirmPin");
-    auto* row = new QHBoxLayout;
-    QPushButton* set = makePlainButton(tr("Set PIN"));
-    set->setObjectName(QStringLiteral("setPin"));
-    row->addWidget(set);
-    row->addStretch();
-    form->addRow(QString(), row);
-    connect(set, &QPushButton::clicked, this, &DeviceDetailDialog::onSetPin);
-    connect(m_pin, &QLineEdit::returnPressed, this, &DeviceDetailDialog::onSetPin);
-    connect(m_confirmation, &QLineEdit::returnPressed, this, &DeviceDetailDialog::onSetPin);
     return group;
 }
 
@@ -132,6 +124,13 @@ void DeviceDetailDialog::load()
     }
 }
 
+void DeviceDetailDialog::reload()
+{
+    const QJsonObject before = m_file.root();
+    if (m_file.load() == JsonFileContent::State::Object && m_file.root() != before)
+        showDevice();
+}
+
 void DeviceDetailDialog::showDevice()
 {
     const QJsonObject info = m_file.deviceInfo();
@@ -142,33 +141,23 @@ void DeviceDetailDialog::showDevice()
         show(field);
     showValue(m_supportsPinField, yesOrNo(info.value(QStringLiteral("supportsPin")).toBool()));
     showText(m_summary, credentialSummary(m_file.path(), m_file.credentials()));
+    m_pinForm->showState(pinState(m_file.root()));
 }
 
-void DeviceDetailDialog::complain(const QString& text, QLineEdit* field)
+void DeviceDetailDialog::complain(const QString& text)
 {
     m_prompter.warning(this, tr("Error"), text);
-    if (!field)
-        return;
-    field->setFocus();
-    field->selectAll();
 }
 
 void DeviceDetailDialog::onSetPin()
 {
-    switch (checkPin(m_pin->text(), m_confirmation->text())) {
-    case PinCheck::Ok:
-        break;
-    case PinCheck::Empty:
-        complain(tr("Please enter a PIN"), m_pin);
-        return;
-    case PinCheck::WrongLength:
-        complain(tr("PIN must be 4-63 characters long"), m_pin);
-        return;
-    case PinCheck::Mismatch:
-        complain(tr("PIN confirmation does not match"), m_confirmation);
+    const PinCheck check = m_pinForm->check();
+    if (check != PinCheck::Ok) {
+        complain(textOf(check));
+        m_pinForm->correct(check);
         return;
     }
-    switch (m_file.setPin(m_pin->text(), m_serialNumber)) {
+    switch (m_file.setPin(m_pinForm->pin(), m_serialNumber)) {
     case CredentialsFile::PinResult::Set:
         break;
     case CredentialsFile::PinResult::NotOpened:
@@ -183,9 +172,7 @@ void DeviceDetailDialog::onSetPin()
     }
     showDevice();
     m_prompter.information(this, tr("Success"), tr("PIN has been set successfully"));
-    // setText, unlike clear, keeps no history to undo.
-    m_pin->setText(QString());
-    m_confirmation->setText(QString());
+    m_pinForm->clear();
 }
 
 void DeviceDetailDialog::onClearDevice()
@@ -197,6 +184,6 @@ void DeviceDetailDialog::onClearDevice()
     m_file.clear(m_environment.directory(), m_serialNumber, m_file.credentials());
     m_file = CredentialsFile(m_file.path());
     showDevice();
-    m_pinGroup->setEnabled(false);
+    m_pinForm->setEnabled(false);
     m_prompter.information(this, tr("Success"), tr("Device has been cleared successfully"));
 }

@@ -1,4 +1,4 @@
-// device_detail_dialog.h: shows a security key from its credentials file, sets its PIN and wipes it.
+// device_detail_dialog.h: shows a security key from its credentials file as it is now, sets its PIN and wipes it.
 #pragma once
 
 #include "fido2/file/credentials_file.h"
@@ -6,7 +6,9 @@
 #include "ui/prompter.h"
 
 #include <QDialog>
+#include <QFileSystemWatcher>
 
+class PinForm;
 class QLineEdit;
 class QTextEdit;
 
@@ -27,12 +29,12 @@ public slots:
 private:
     QWidget* buildDeviceGroup();
     QWidget* buildCredentialsGroup();
-    QWidget* buildPinGroup();
     QWidget* buildActions();
     void load();
     void showDevice();
-    /// `field` is the one to correct, null for faults of the file.
-    void complain(const QString& text, QLineEdit* field = nullptr);
+    void complain(const QString& text);
+    /// Shows what the key's process has changed in the file meanwhile, such as the attempts left.
+    void reload();
 
     CredentialsFile m_file;
     QString m_serialNumber;
@@ -45,7 +47,6 @@ private:
     QLineEdit* m_usbVersionField = nullptr;
     QLineEdit* m_supportsPinField = nullptr;
     QTextEdit* m_summary = nullptr;
-    QWidget* m_pinGroup = nullptr;
-    QLineEdit* m_pin = nullptr;
-    QLineEdit* m_confirmation = nullptr;
+    PinForm* m_pinForm = nullptr;
+    QFileSystemWatcher m_watcher; ///< of the file and, since it is replaced by each change, of its folder
 };

@@ -55,6 +55,13 @@ QJsonObject mergedPinInfo(QJsonObject info, const QString& serial)
     return info;
 }
 
+/// In files of an older layout deviceInfo has the PIN.
+QString pinHolder(const QJsonObject& root)
+{
+    const QString current = QStringLiteral("pinInfo");
+    return root.contains(current) ? current : QStringLiteral("deviceInfo");
+}
+
 /// Of a link only the link.
 void removeFile(const QString& path)
 {
@@ -173,9 +180,7 @@ CredentialsFileSummary summarizeCredentials(const QJsonObject& root)
     const QJsonObject device = root.value(QStringLiteral("deviceInfo")).toObject();
     if (const QJsonValue serial = device.value(QStringLiteral("serialNumber")); serial.isString())
         summary.serialNumber = serial.toString();
-    const QString holderKey =
-        root.contains(QStringLiteral("pinInfo")) ? QStringLiteral("pinInfo") : QStringLiteral("deviceInfo");
-    if (const QJsonValue holder = root.value(holderKey); holder.isObject()) {
+    if (const QJsonValue holder = root.value(pinHolder(root)); holder.isObject()) {
         const QJsonObject pin = holder.toObject();
         summary.hasPin = !pin.value(QStringLiteral("pinHash")).toString().isEmpty();
         if (const QJsonValue retries = pin.value(QStringLiteral("maxPinRetries")); retries.isDouble())
@@ -183,4 +188,15 @@ CredentialsFileSummary summarizeCredentials(const QJsonObject& root)
     }
     summary.credentialCount = root.value(QStringLiteral("credentials")).toArray().size();
     return summary;
+}
+
+PinState pinState(const QJsonObject& root)
+{
+    const QJsonObject info = root.value(pinHolder(root)).toObject();
+    PinState state;
+    const bool hasHash = !info.value(QStringLiteral("pinHash")).toString().isEmpty();
+    state.isSet = info.value(QStringLiteral("pinSet")).toBool(hasHash);
+    state.mostAttempts = info.value(QStringLiteral("maxPinRetries")).toInt(kPinRetries);
+    state.attemptsLeft = info.value(QStringLiteral("pinRetryCount")).toInt(state.mostAttempts);
+    return state;
 }

@@ -30,6 +30,14 @@ struct CredentialsFileSummary
     int credentialCount = 0;
 };
 
+/// What a file says of its key's PIN.
+struct PinState
+{
+    bool isSet = false;
+    int attemptsLeft = 8;
+    int mostAttempts = 8;
+};
+
 /// One file by its path; nothing is kept of its content but what load() last read. GUI thread or any other, one at a
 /// time. No widgets, no boxes: callers turn the results into messages.
 class CredentialsFile
@@ -86,3 +94,6 @@ QJsonObject rootWithPin(QJsonObject root, const QString& pin, const QString& ser
 
 /// Takes the PIN state from deviceInfo when there is no pinInfo, as in files of an older layout.
 CredentialsFileSummary summarizeCredentials(const QJsonObject& root);
+
+/// From where summarizeCredentials() takes it. A file that does not say whether there is a PIN has one with its hash.
+PinState pinState(const QJsonObject& root);

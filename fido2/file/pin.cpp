@@ -3,14 +3,17 @@
 #include <QCryptographicHash>
 #include <QVector>
 
+int characterCount(const QString& pin)
+{
+    return pin.toUcs4().size();
+}
+
 PinCheck checkPin(const QString& pin, const QString& confirmation)
 {
-    constexpr int kShortest = 4;
-    constexpr int kLongest = 63;
     if (pin.isEmpty())
         return PinCheck::Empty;
-    const int length = pin.toUcs4().size();
-    if (length < kShortest || length > kLongest)
+    const int length = characterCount(pin);
+    if (length < kShortestPin || length > kLongestPin)
         return PinCheck::WrongLength;
     return pin == confirmation ? PinCheck::Ok : PinCheck::Mismatch;
 }

@@ -1,10 +1,12 @@
 #include "fido2/dialogs/device_detail_dialog.h"
+#include "fido2/file/json_file.h"
 #include "tests/fido2/fido2_test_support.h"
 #include "tests/support/scripted_prompter.h"
 #include "tests/support/suite_registry.h"
 
 #include <QFileInfo>
 #include <QJsonDocument>
+#include <QLabel>
 #include <QTextEdit>
 
 class DeviceDetailDialogTest : public QObject
@@ -14,6 +16,8 @@ class DeviceDetailDialogTest : public QObject
 private slots:
     void init();
     void showsTheDevice();
+    void tellsOfThePinAsItIsNow();
+    void hintsAtPinsWhileTheyAreTyped();
     void tellsWhatCannotBeRead();
     void refusesWrongPins_data();
     void refusesWrongPins();
@@ -56,8 +60,45 @@ void DeviceDetailDialogTest::showsTheDevice()
         part<QTextEdit>(dialog, "summary")
             ->toPlainText()
             .startsWith(QStringLiteral("Total Credentials: 1\nCredentials File: %1\n\nCredential 1:\n").arg(m_path)));
-    QCOMPARE(part(dialog, "pin")->echoMode(), QLineEdit::Password);
-    QCOMPARE(part(dialog, "confirmPin")->echoMode(), QLineEdit::Password);
+}
+
+void DeviceDetailDialogTest::tellsOfThePinAsItIsNow()
+{
+    const DeviceDetailDialog dialog(m_path, QStringLiteral("S1"), nullptr, m_folder->environment());
+    const auto* state = part<QLabel>(dialog, "pinState");
+    QCOMPARE(state->text(), QStringLiteral("No PIN is set."));
+    // As the key's process writes it: at once in place of the old file.
+    QVERIFY(writeJsonFile(m_path, json("{'pinInfo':{'pinSet':true,'pinRetryCount':7,'maxPinRetries':8}}")));
+    QTRY_COMPARE(state->text(), QStringLiteral("A PIN is set, 7 of 8 attempts are left."));
+    QVERIFY(writeJsonFile(m_path, json("{'pinInfo':{'pinSet':true,'pinRetryCount':0}}")));
+    QTRY_VERIFY(state->text().contains(QStringLiteral("blocked")));
+    QVERIFY(writeJsonFile(m_path, json("{'deviceInfo':{'pinHash':'ab','maxPinRetries':3}}"))); // an older layout
+    QTRY_COMPARE(state->text(), QStringLiteral("A PIN is set, 3 of 3 attempts are left."));
+}
+
+void DeviceDetailDialogTest::hintsAtPinsWhileTheyAreTyped()
+{
+    const DeviceDetailDialog dialog(m_path, QStringLiteral("S1"), nullptr, m_folder->environment());
+    const auto hint = [&](const QString& typed) {
+        part(dialog, "pin")->setText(typed);
+        return part<QLabel>(dialog, "pinHint")->text();
+    };
+    QCOMPARE(hint(QStringLiteral("1")), QStringLiteral("Too short: 3 more characters are needed."));
+    QVERIFY(hint(QStringLiteral("12345")).startsWith(QStringLiteral("Short PINs are easy to guess")));
+    QCOMPARE(hint(QStringLiteral("123456")), QString());
+    QVERIFY(hint(QStringLiteral("é").repeated(32)).contains(QStringLiteral("63 bytes of a PIN; this one has 64")));
+    QCOMPARE(hint({}), QString());
+
+    const auto hidden = [&] {
+        return part(dialog, "pin")->echoMode() == QLineEdit::Password &&
+               part(dialog, "confirmPin")->echoMode() == QLineEdit::Password;
+    };
+    QVERIFY(hidden());
+    click(dialog, "reveal");
+    QCOMPARE(part(dialog, "pin")->echoMode(), QLineEdit::Normal);
+    QCOMPARE(part(dialog, "confirmPin")->echoMode(), QLineEdit::Normal);
+    click(dialog, "reveal");
+    QVERIFY(hidden());
 }
 
 void DeviceDetailDialogTest::tellsWhatCannotBeRead()
@@ -116,10 +157,13 @@ void DeviceDetailDialogTest::setsThePinInTheFileAsItIsNow()
     // The device process adds a credential and a member of its own while the dialog is open.
     m_folder->write(m_path, R"({"credentials":[{"id":"a"},{"id":"b"}],"own":1,"pinInfo":{"pinRetryCount":1,"own":2}})");
     prompter.expectInformation(QStringLiteral("Success"), QStringLiteral("PIN has been set successfully"));
+    click(dialog, "reveal");
     for (const char* field : {"pin", "confirmPin"})
         part(dialog, field)->setText(QStringLiteral("1234"));
     click(dialog, "setPin");
     QCOMPARE(prompter.verify(), QString());
+    QCOMPARE(part<QLabel>(dialog, "pinState")->text(), QStringLiteral("A PIN is set, 8 of 8 attempts are left."));
+    QCOMPARE(part(dialog, "pin")->echoMode(), QLineEdit::Password); // the next one is hidden again
     QCOMPARE(part(dialog, "pin")->text() + part(dialog, "confirmPin")->text(), QString());
     part(dialog, "pin")->undo();
     QCOMPARE(part(dialog, "pin")->text(), QString());

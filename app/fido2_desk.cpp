@@ -1,11 +1,13 @@
 #include "app/fido2_desk.h"
 
+#include "app/wait_notice.h"
 #include "devices/device_record_manager.h"
 #include "devices/device_type.h"
 #include "fido2/dialogs/confirmation_result.h"
 #include "fido2/dialogs/device_detail_dialog.h"
 #include "fido2/dialogs/fido2_setting_dialog.h"
 #include "fido2/dialogs/fido2_user_confirmation_dialog.h"
+#include "runtime/shown_text.h"
 
 #include <QApplication>
 #include <QDir>
@@ -32,6 +34,20 @@ bool isSecurityKey(const QString& typeCell)
     return typeCell.compare(deviceTypeWord(DeviceType::Fido2), Qt::CaseInsensitive) == 0;
 }
 
+QString serialNumberOf(const DeviceRecord& key)
+{
+    return key.publicParams.value(parameter::KeySerialNumber).trimmed();
+}
+
+/// By which the user knows it, as far as that is known.
+QString keyText(const DeviceRecord& key)
+{
+    constexpr int kLongest = 80;
+    const QString serial = serialNumberOf(key);
+    const QString name = shownText(key.deviceName, kLongest);
+    return serial.isEmpty() ? name : QStringLiteral("%1 (%2)").arg(name, shownText(serial, kLongest));
+}
+
 } // namespace
 
 Fido2Desk::Fido2Desk(QWidget* window, Fido2Environment environment, const DeviceRecordManager& records,
@@ -47,6 +63,16 @@ Fido2Desk::Fido2Desk(QWidget* window, Fido2Environment environment, const Device
               this)
 {
     connect(&m_channels, &Fido2Channels::deviceDisconnected, this, &Fido2Desk::checkAsker);
+}
+
+void Fido2Desk::connectTo(const QList<DeviceRecord>& keys)
+{
+    WaitNotice notice(m_window);
+    for (const DeviceRecord& key : keys) {
+        notice.say(
+            tr("Connecting to the security key %1, process %2 ...").arg(keyText(key), QString::number(key.processId)));
+        m_channels.add(key.processId);
+    }
 }
 
 std::optional<Fido2Parameters> Fido2Desk::askForKey()
@@ -65,24 +91,26 @@ void Fido2Desk::showDetails(const QString& name, const QString& processId, const
         m_prompter.information(m_window, tr("Info"), tr("Device details are only available for FIDO2 devices"));
         return;
     }
-    const std::optional<QString> serial = serialNumberOf(name, type, processId.toLongLong());
-    if (!serial)
+    const std::optional<DeviceRecord> record =
+        recordOf(processId.toLongLong(), {type, deviceTypeLabel(DeviceType::Fido2), name});
+    if (!record)
         return complain(tr("Could not load FIDO2 device record"));
-    if (serial->isEmpty())
+    const QString serial = serialNumberOf(*record);
+    if (serial.isEmpty())
         return complain(tr("Could not extract device serial number from device record"));
-    const QString path = m_environment.credentialsPath(*serial);
+    const QString path = m_environment.credentialsPath(serial);
     if (!QFileInfo::exists(path))
         return complain(tr("Credentials file not found: %1").arg(path));
-    DeviceDetailDialog(path, *serial, m_window, m_environment, m_prompter).exec();
+    DeviceDetailDialog(path, serial, m_window, m_environment, m_prompter).exec();
 }
 
-std::optional<QString> Fido2Desk::serialNumberOf(const QString& name, const QString& type, qint64 processId) const
+std::optional<DeviceRecord> Fido2Desk::recordOf(qint64 processId, const QStringList& names) const
 {
     const QStringList existing = m_records.listRecords();
     QStringList candidates;
-    for (const QString& word : {type, deviceTypeLabel(DeviceType::Fido2), name}) {
+    for (const QString& name : names) {
         DeviceRecord named;
-        named.deviceName = word;
+        named.deviceName = name;
         named.processId = processId;
         if (const QString file = deviceRecordFileName(named); existing.contains(file))
             candidates << file;
@@ -92,7 +120,7 @@ std::optional<QString> Fido2Desk::serialNumberOf(const QString& name, const QStr
     for (const QString& file : qAsConst(candidates)) {
         const DeviceRecord record = m_records.loadRecord(file);
         if (processId > 0 && record.processId == processId)
-            return record.publicParams.value(parameter::KeySerialNumber).trimmed();
+            return record;
     }
     return {};
 }
@@ -132,7 +160,8 @@ void Fido2Desk::showConfirmation(const ConfirmationRequest& request)
         new Fido2UserConfirmationDialog(request.operation, request.data, front ? front : m_window, m_environment);
     m_dialog = dialog;
     m_asker = request.processId;
-    dialog->showAsker(request.processId, request.arrived);
+    const std::optional<DeviceRecord> key = recordOf(request.processId);
+    dialog->showAsker(key ? keyText(*key) : QString(), request.processId, request.arrived);
     connect(dialog, &Fido2UserConfirmationDialog::userConfirmed, this,
             [this, processId = request.processId](bool confirmed, const QJsonObject& result) {
                 m_channels.answer(processId, confirmed, result);

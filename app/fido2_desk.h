@@ -1,6 +1,7 @@
 // fido2_desk.h: what the main window does for security keys: settings, details, channels and confirmations.
 #pragma once
 
+#include "devices/device_record.h"
 #include "devices/parameter_list.h"
 #include "fido2/channel/confirmation_queue.h"
 #include "fido2/channel/fido2_channels.h"
@@ -27,6 +28,9 @@ public:
 
     Fido2Channels& channels() { return m_channels; }
 
+    /// Opens the channels to keys that run, each anew, and says which one is waited for: each may block for 5 s.
+    void connectTo(const QList<DeviceRecord>& keys);
+
     /// Runs the settings dialog and makes the folder of the credentials files; nothing when the user gave up.
     std::optional<Fido2Parameters> askForKey();
 
@@ -43,8 +47,8 @@ public:
 private:
     void showConfirmation(const ConfirmationRequest& request);
     void checkAsker(qint64 processId);
-    /// Serial number in the record of that device; nothing without a record.
-    std::optional<QString> serialNumberOf(const QString& name, const QString& type, qint64 processId) const;
+    /// The record of that process, which one of `names` may be in the name of; nothing without a record.
+    std::optional<DeviceRecord> recordOf(qint64 processId, const QStringList& names = {}) const;
 
     QWidget* m_window;
     Fido2Environment m_environment;

@@ -289,14 +289,16 @@ void MainWindow::refreshDevices()
         return;
     }
     const auto devices = m_records->restoreDevices();
+    QList<DeviceRecord> keys;
     for (const DeviceRecordManager::RestoredDevice& device : devices) {
         const QIcon icon = m_icons.icon(restoredDeviceIconPath(device));
         m_table->setEnded(m_table->addDevice(restoredDeviceRow(device), icon), !device.isDevice);
         if (device.running && deviceTypeFromRecordCode(device.record.deviceType) == DeviceType::Fido2)
-            m_fido2->channels().add(device.record.processId);
+            keys << device.record;
     }
     m_table->setView(view);
     m_watch->countRows();
+    m_fido2->connectTo(keys);
 }
 
 void MainWindow::copySelectedRow()

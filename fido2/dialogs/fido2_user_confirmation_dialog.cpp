@@ -164,12 +164,13 @@ QWidget* Fido2UserConfirmationDialog::buildButtons()
     return area;
 }
 
-void Fido2UserConfirmationDialog::showAsker(qint64 processId, const QDateTime& since)
+void Fido2UserConfirmationDialog::showAsker(const QString& key, qint64 processId, const QDateTime& since)
 {
-    const auto show = [this, processId, since] {
+    const QString who = key.isEmpty() ? tr("Asked by process %1").arg(processId)
+                                      : tr("Asked by the key %1, process %2").arg(key, QString::number(processId));
+    const auto show = [this, who, since] {
         const qint64 seconds = since.secsTo(m_environment.now());
-        m_asker->setText(seconds < kOldSeconds ? tr("Asked by process %1").arg(processId)
-                                               : tr("Asked by process %1, %2 s ago").arg(processId).arg(seconds));
+        m_asker->setText(seconds < kOldSeconds ? who : tr("%1, %2 s ago").arg(who, QString::number(seconds)));
     };
     m_age.callOnTimeout(this, show);
     m_age.start(kAgeIntervalMs);

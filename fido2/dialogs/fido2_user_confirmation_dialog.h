@@ -24,8 +24,9 @@ public:
     Fido2UserConfirmationDialog(const QString& operation, const QJsonObject& request, QWidget* parent = nullptr,
                                 Fido2Environment environment = Fido2Environment::ofThisProgram());
 
-    /// Tells which process asks and for how long it has been asking, kept up to date.
-    void showAsker(qint64 processId, const QDateTime& since);
+    /// Tells which key asks, by what its own record says of it (empty: nothing is known), and for how long it has been
+    /// asking, kept up to date.
+    void showAsker(const QString& key, qint64 processId, const QDateTime& since);
 
     /// The process has ended: says so, and leaves nothing to confirm.
     void showAskerGone();

@@ -33,6 +33,7 @@ private slots:
     void aKeyHasDetails();
     void giveUpStartsNothing();
     void requestsAreAskedAndAnsweredInTurn();
+    void saysWhichKeyIsWaitedFor();
     void aDoubleClickAnswersOneRequest();
     void aDeviceMayVanishWhileItsDialogIsOpen();
     void requestsOfAnEndedProcessAreForgotten();
@@ -232,6 +233,8 @@ void Fido2DeskTest::requestsAreAskedAndAnsweredInTurn()
     };
     whenOpens(kConfirmation, [&](QDialog& first) {
         QVERIFY(asksFor(first, "first.example"));
+        QCOMPARE(first.findChild<QLabel*>(QStringLiteral("asker"))->text(),
+                 QStringLiteral("Asked by the key Key (S1), process 918"));
         QSignalSpy arrived(window.findChild<Fido2Client*>(), &Fido2Client::userConfirmationRequestReceived);
         send(socket.get(), question("second.example")); // while the first dialog is open
         QTRY_COMPARE(arrived.size(), 1);
@@ -248,6 +251,32 @@ void Fido2DeskTest::requestsAreAskedAndAnsweredInTurn()
     send(socket.get(), question("first.example"));
     QTRY_VERIFY(answeredBoth);
     QTRY_VERIFY(!QApplication::activeModalWidget());
+}
+
+/// Connecting may hold up the window for 5 s, at its start before there is one.
+void Fido2DeskTest::saysWhichKeyIsWaitedFor()
+{
+    saveRecord(QStringLiteral("Key"), QStringLiteral("S1"));
+    struct Painted : QObject
+    {
+        bool eventFilter(QObject* watched, QEvent* event) override
+        {
+            if (event->type() == QEvent::Paint && watched->objectName() == QStringLiteral("waitNotice"))
+                texts << static_cast<QLabel*>(watched)->text();
+            return false;
+        }
+        QStringList texts;
+    } painted;
+    qApp->installEventFilter(&painted);
+    const QString text = QStringLiteral("Connecting to the security key Key (S1), process 918 ...");
+    MainWindow window(nullptr, m_prompter, services());
+    QVERIFY(painted.texts.contains(text));
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    painted.texts.clear();
+    window.refreshDevices();
+    QVERIFY(painted.texts.contains(text));
+    QVERIFY(!window.findChild<QLabel*>(QStringLiteral("waitNotice")));
 }
 
 /// The second click of a double click comes when the first dialog is closed, and lands where the next one opens.

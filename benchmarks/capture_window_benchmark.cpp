@@ -196,7 +196,10 @@ class SavingPrompter final : public Prompter
 {
 public:
     void information(QWidget*, const QString&, const QString&) override {}
-    void warning(QWidget*, const QString&, const QString& text) override { qFatal("%s", qPrintable(text)); }
+    void warning(QWidget*, const QString&, const QString& text, const QString&) override
+    {
+        qFatal("%s", qPrintable(text));
+    }
     bool question(QWidget*, const QString&, const QString&, const QString&) override { return false; }
     QString openFile(QWidget*, const QString&, const QString&, const QString&) override { return {}; }
     QString saveFile(QWidget*, const QString&, const QString&, const QString&) override { return path(); }

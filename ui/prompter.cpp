@@ -8,19 +8,22 @@
 
 namespace {
 
-void showBox(QMessageBox::Icon icon, QWidget* parent, const QString& title, const QString& text)
-{
-    QMessageBox box(icon, title, text, QMessageBox::Ok, parent);
-    box.setTextFormat(Qt::PlainText);
-    box.exec();
-}
-
 /// The box's text format does not reach its informative text.
 void showRemark(QMessageBox& box, const QString& remark)
 {
     box.setInformativeText(remark);
     if (auto* label = box.findChild<QLabel*>(QStringLiteral("qt_msgbox_informativelabel")))
         label->setTextFormat(Qt::PlainText);
+}
+
+void showBox(QMessageBox::Icon icon, QWidget* parent, const QString& title, const QString& text,
+             const QString& remark = {})
+{
+    QMessageBox box(icon, title, text, QMessageBox::Ok, parent);
+    box.setTextFormat(Qt::PlainText);
+    if (!remark.isEmpty())
+        showRemark(box, remark);
+    box.exec();
 }
 
 bool ask(QWidget* parent, const QString& title, const QString& text, const QString& remark)
@@ -44,9 +47,9 @@ public:
         showBox(QMessageBox::Information, parent, title, text);
     }
 
-    void warning(QWidget* parent, const QString& title, const QString& text) override
+    void warning(QWidget* parent, const QString& title, const QString& text, const QString& remark) override
     {
-        showBox(QMessageBox::Warning, parent, title, text);
+        showBox(QMessageBox::Warning, parent, title, text, remark);
     }
 
     bool question(QWidget* parent, const QString& title, const QString& text, const QString& remark) override

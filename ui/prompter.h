@@ -12,12 +12,11 @@ class Prompter
 public:
     virtual ~Prompter() = default;
 
-    /// One button, OK.
+    /// One button, OK. A `remark` stands in a smaller type below the text.
     virtual void information(QWidget* parent, const QString& title, const QString& text) = 0;
-    virtual void warning(QWidget* parent, const QString& title, const QString& text) = 0;
+    virtual void warning(QWidget* parent, const QString& title, const QString& text, const QString& remark = {}) = 0;
 
     /// Buttons Yes and No, none of which the Return key presses; true for Yes only (Escape and closing the box are No).
-    /// A `remark` stands in a smaller type below the text.
     virtual bool question(QWidget* parent, const QString& title, const QString& text, const QString& remark = {}) = 0;
 
     /// Existing file that the user chose, empty when none. `filter` is in QFileDialog's form.

@@ -1,12 +1,16 @@
 #include "fido2/dialogs/credential_edit_dialog.h"
 
+#include "fido2/file/credential_ids.h"
 #include "runtime/shown_text.h"
 #include "ui/dialog_parts.h"
+#include "ui/file_drop.h"
 #include "ui/form_rows.h"
 
 #include <QCheckBox>
 #include <QFormLayout>
 #include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
@@ -78,11 +82,7 @@ QWidget* CredentialEditDialog::buildFields()
     m_userId = addLine(form, tr("User ID:"), tr("Enter user ID (hex string)"), QStringLiteral("userId"));
     m_displayName = addLine(form, tr("Display Name:"), tr("Enter user display name"), QStringLiteral("displayName"));
 
-    layout->addWidget(makeFormGroup(tr("Key Files"), &form));
-    m_privateKeyFile =
-        addLine(form, tr("Private Key File:"), tr("Enter private key file path"), QStringLiteral("privateKeyFile"));
-    m_publicKeyFile =
-        addLine(form, tr("Public Key File:"), tr("Enter public key file path"), QStringLiteral("publicKeyFile"));
+    layout->addWidget(buildKeyFiles());
 
     layout->addWidget(makeFormGroup(tr("Description"), &form));
     m_description =
@@ -100,6 +100,36 @@ QWidget* CredentialEditDialog::buildFields()
     return fields;
 }
 
+QWidget* CredentialEditDialog::buildKeyFiles()
+{
+    QFormLayout* form = nullptr;
+    QGroupBox* group = makeFormGroup(tr("Key Files"), &form);
+    m_privateKeyFile = addKeyFile(form, tr("Private Key File:"), tr("Enter private key file path"),
+                                  tr("Select Private Key File"), "privateKeyFile");
+    m_publicKeyFile = addKeyFile(form, tr("Public Key File:"), tr("Enter public key file path"),
+                                 tr("Select Public Key File"), "publicKeyFile");
+    return group;
+}
+
+QLineEdit* CredentialEditDialog::addKeyFile(QFormLayout* form, const QString& label, const QString& placeholder,
+                                            const QString& chooserTitle, const char* objectName)
+{
+    auto* line = named(objectName, new QLineEdit);
+    line->setPlaceholderText(placeholder);
+    line->setMaxLength(kLongestField);
+    auto* browse = makePlainButton(tr("Browse..."));
+    browse->setObjectName(QStringLiteral("browse_") + line->objectName());
+    addFormRow(form, label, {line, browse}, line);
+    connect(browse, &QPushButton::clicked, this, [this, line, chooserTitle] {
+        const QString chosen =
+            m_prompter.openFile(this, chooserTitle, m_environment.directory(), tr("Key Files (*.pem);;All Files (*)"));
+        if (!chosen.isEmpty())
+            line->setText(chosen);
+    });
+    takeDroppedFile(*line, [line](const QString& path) { line->setText(path); });
+    return line;
+}
+
 QLayout* CredentialEditDialog::buildButtons()
 {
     auto* save = new QPushButton(tr("Save"));
@@ -109,7 +139,35 @@ QLayout* CredentialEditDialog::buildButtons()
     cancel->setObjectName(QStringLiteral("cancel"));
     connect(save, &QPushButton::clicked, this, &CredentialEditDialog::onSave);
     connect(cancel, &QPushButton::clicked, this, &CredentialEditDialog::onCancel);
-    return makeButtonRow({save, cancel});
+    m_hint = named("hint", new QLabel);
+    m_hint->setWordWrap(true);
+    m_hint->setStyleSheet(QStringLiteral("color: #b3261e;"));
+    for (const QLineEdit* field : {m_id, m_userId})
+        connect(field, &QLineEdit::textChanged, this, &CredentialEditDialog::showHint);
+    auto* row = new QHBoxLayout;
+    row->addWidget(m_hint, 1);
+    row->addLayout(makeButtonRow({save, cancel}));
+    return row;
+}
+
+void CredentialEditDialog::setOtherIds(const QSet<QString>& ids)
+{
+    m_otherIds = ids;
+    showHint();
+}
+
+void CredentialEditDialog::showHint()
+{
+    QStringList hints;
+    const QString id = m_id->text().trimmed();
+    const QString userId = m_userId->text().trimmed();
+    if (!id.isEmpty() && !isHexadecimalId(id))
+        hints << tr("The credential ID is not hexadecimal: a key leaves this credential out.");
+    if (!id.isEmpty() && m_otherIds.contains(comparableId(id)))
+        hints << tr("Another credential has this ID.");
+    if (!userId.isEmpty() && !isHexadecimalId(userId))
+        hints << tr("The user ID is not hexadecimal: its letters stand for themselves.");
+    m_hint->setText(hints.join(QLatin1Char(' ')));
 }
 
 std::vector<CredentialEditDialog::TextMember> CredentialEditDialog::textMembers() const

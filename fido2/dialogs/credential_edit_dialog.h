@@ -6,10 +6,13 @@
 
 #include <QDialog>
 #include <QJsonObject>
+#include <QSet>
 
 #include <vector>
 
 class QCheckBox;
+class QFormLayout;
+class QLabel;
 class QLineEdit;
 class QSpinBox;
 
@@ -26,6 +29,9 @@ public:
     /// Fills the fields. Members that have no field stay in the result, and so does what a field cannot show (a counter
     /// above its range, a list) unless the user changes that field.
     void setCredential(const QJsonObject& credential);
+
+    /// Comparable ids (fido2/file/credential_ids.h) of the others in the file, of which the user is told while typing.
+    void setOtherIds(const QSet<QString>& ids);
 
     /// The edited object, after the dialog was accepted.
     QJsonObject credential() const { return m_credential; }
@@ -44,13 +50,19 @@ private:
 
     std::vector<TextMember> textMembers() const;
     QWidget* buildFields();
+    QWidget* buildKeyFiles();
+    QLineEdit* addKeyFile(QFormLayout* form, const QString& label, const QString& placeholder,
+                          const QString& chooserTitle, const char* objectName);
     QLayout* buildButtons();
     bool validate();
+    /// What a key makes of the ids; nothing of it keeps the user from saving.
+    void showHint();
     void writeFields();
 
     Fido2Environment m_environment;
     Prompter& m_prompter;
     QJsonObject m_credential;
+    QSet<QString> m_otherIds;
     bool m_isNew;
     int m_shownSignatureCount = 0; ///< as it was filled in
     bool m_shownResidentKey = false;
@@ -68,4 +80,5 @@ private:
     QLineEdit* m_createdAt = nullptr;
     QCheckBox* m_residentKey = nullptr;
     QLineEdit* m_transports = nullptr;
+    QLabel* m_hint = nullptr;
 };

@@ -4,6 +4,9 @@
 
 #include <QCoreApplication>
 
+#include <algorithm>
+#include <initializer_list>
+
 namespace {
 
 struct CredentialTexts
@@ -105,6 +108,41 @@ QString notShownText(int total)
 {
     const int hidden = total - kMostShownItems;
     return hidden > 0 ? CredentialTexts::tr("%1 more are not shown").arg(hidden) : QString();
+}
+
+QString restText(int matching, int total)
+{
+    QStringList parts;
+    if (matching < total)
+        parts
+            << CredentialTexts::tr("%1 of %2 credentials match").arg(QString::number(matching), QString::number(total));
+    if (const QString notShown = notShownText(matching); !notShown.isEmpty())
+        parts << notShown;
+    return parts.join(QStringLiteral(", "));
+}
+
+QString idWarningText(const CredentialIdFaults& faults)
+{
+    QStringList parts;
+    if (!faults.repeated.isEmpty())
+        parts << CredentialTexts::tr("%1 credentials have the id of another one.").arg(faults.repeated.size());
+    if (!faults.notHexadecimal.isEmpty())
+        parts << CredentialTexts::tr("%1 ids are not hexadecimal; a key leaves such credentials out.")
+                     .arg(faults.notHexadecimal.size());
+    return parts.join(QLatin1Char(' '));
+}
+
+bool isFound(const QJsonObject& credential, const QString& text)
+{
+    const auto has = [&text](const QJsonValue& value) { return value.toString().contains(text, Qt::CaseInsensitive); };
+    const auto hasMember = [&has](const QJsonValue& object, std::initializer_list<const char*> keys) {
+        const QJsonObject members = object.toObject();
+        return std::any_of(keys.begin(), keys.end(),
+                           [&](const char* key) { return has(members.value(QLatin1String(key))); });
+    };
+    return hasMember(credential, {"id", "description", "createdAt", "privateKeyFile", "publicKeyFile"}) ||
+           hasMember(credential.value(QStringLiteral("rp")), {"id", "name"}) ||
+           hasMember(credential.value(QStringLiteral("user")), {"id", "name"});
 }
 
 QString yesOrNo(bool value)

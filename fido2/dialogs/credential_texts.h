@@ -1,6 +1,8 @@
 // credential_texts.h: how credentials of a credentials file read in tables and summaries.
 #pragma once
 
+#include "fido2/file/credential_ids.h"
+
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QStringList>
@@ -32,6 +34,15 @@ QString credentialSummary(const QString& path, const QJsonArray& credentials);
 
 /// Says that `total` items are more than what is shown; empty when they are not.
 QString notShownText(int total);
+
+/// Under a table that shows `matching` of `total` credentials, or the first of them: what it leaves out. Empty for all.
+QString restText(int matching, int total);
+
+/// What is wrong with ids; empty for nothing.
+QString idWarningText(const CredentialIdFaults& faults);
+
+/// Whether `text` occurs in what a table shows of the credential, whatever the case of letters.
+bool isFound(const QJsonObject& credential, const QString& text);
 
 /// "Yes" or "No".
 QString yesOrNo(bool value);

@@ -3,7 +3,7 @@
 #include "fido2/dialogs/credential_edit_dialog.h"
 #include "fido2/dialogs/credential_texts.h"
 #include "fido2/dialogs/credentials_file_chooser.h"
-#include "runtime/shown_text.h"
+#include "fido2/dialogs/credentials_table.h"
 #include "runtime/whole_file.h"
 #include "ui/plain_tool_tip.h"
 
@@ -13,12 +13,13 @@
 #include <QFileInfo>
 #include <QLabel>
 #include <QLineEdit>
-#include <QTableWidget>
+#include <QSignalBlocker>
 
 Fido2SettingDialog::Fido2SettingDialog(QWidget* parent, Fido2Environment environment, Prompter& prompter)
     : QDialog(parent)
     , m_environment(std::move(environment))
     , m_prompter(prompter)
+    , m_followed(this)
 {
     buildLayout();
     connect(&m_followed, &FollowedCredentials::touched, this, &Fido2SettingDialog::pullChanges);
@@ -62,7 +63,7 @@ void Fido2SettingDialog::setPath(const QString& path)
     if (path != m_path)
         m_followed.stop();
     m_path = path;
-    m_pathLabel->setText(tr("Credentials file: %1").arg(path));
+    tell(m_pathLabel, tr("Credentials file: %1").arg(path));
     showFileState();
 }
 
@@ -78,7 +79,8 @@ void Fido2SettingDialog::loadFile(QString path)
     switch (file.load()) {
     case JsonFileContent::State::Object:
         loaded = true;
-        m_credentials = file.credentials();
+        m_credentials = m_stored = file.credentials();
+        m_table->clearSelection();
         onRefreshCredentials();
         extractDeviceInfoFromCredential(file.root());
         break;
@@ -104,12 +106,33 @@ void Fido2SettingDialog::pullChanges()
     if (!merged)
         return;
     const int before = m_credentials.size();
+    const std::optional<int> selected = m_table->selectedCredential();
+    const QString selectedId = selected ? idAt(*selected) : QString();
     m_credentials = *merged;
-    const int row = m_table->currentRow();
+    m_stored = m_followed.inFile();
+    m_table->clearSelection();
     onRefreshCredentials();
-    m_table->setCurrentCell(row, 0);
-    tellFileState(tr("The file was changed meanwhile: %1 credentials now, %2 before.")
-                      .arg(QString::number(m_credentials.size()), QString::number(before)));
+    for (int index = 0; index < m_credentials.size() && !selectedId.isEmpty(); ++index) {
+        if (idAt(index) == selectedId)
+            m_table->selectCredential(index);
+    }
+    tell(m_fileState, tr("The file was changed meanwhile: %1 credentials now, %2 before.")
+                          .arg(QString::number(m_credentials.size()), QString::number(before)));
+}
+
+/// While the user decides, the number of a credential must stay that credential's.
+void Fido2SettingDialog::withoutPulling(const std::function<void()>& action)
+{
+    {
+        const QSignalBlocker unchanged(m_followed);
+        action();
+    }
+    pullChanges();
+}
+
+QString Fido2SettingDialog::idAt(int index) const
+{
+    return comparableId(m_credentials.at(index).toObject().value(QStringLiteral("id")).toString());
 }
 
 void Fido2SettingDialog::showFileState()
@@ -125,14 +148,14 @@ void Fido2SettingDialog::showFileState()
     } else if (!QFileInfo(info.path()).isDir()) {
         state = tr("The folder of this file is made with the first key; until then credentials cannot be saved.");
     }
-    tellFileState(state);
+    tell(m_fileState, state);
 }
 
-void Fido2SettingDialog::tellFileState(const QString& text)
+void Fido2SettingDialog::tell(QLabel* line, const QString& text)
 {
-    m_fileState->setText(text);
-    m_fileState->setToolTip(plainToolTip(text)); // a narrow screen cuts the line
-    m_fileState->setVisible(!text.isEmpty());
+    line->setText(text);
+    line->setToolTip(plainToolTip(text)); // a narrow screen cuts the line
+    line->setVisible(!text.isEmpty());
 }
 
 void Fido2SettingDialog::extractDeviceInfoFromCredential(const QJsonObject& credential)
@@ -173,34 +196,45 @@ void Fido2SettingDialog::onSelectCredentialsFile()
     }
     CredentialsFileChooser chooser(directory, names, this);
     if (chooser.exec() == QDialog::Accepted && !chooser.chosenPath().isEmpty())
-        loadFile(chooser.chosenPath());
+        loadUnlessUnsaved(chooser.chosenPath());
+}
+
+void Fido2SettingDialog::loadUnlessUnsaved(const QString& path)
+{
+    if (mayDropChanges())
+        loadFile(path);
+}
+
+bool Fido2SettingDialog::mayDropChanges()
+{
+    return !hasUnsavedChanges() ||
+           m_prompter.question(this, tr("Unsaved Changes"),
+                               tr("The credentials were changed and not saved. Do you want to drop the changes?"));
+}
+
+void Fido2SettingDialog::reject()
+{
+    if (mayDropChanges())
+        QDialog::reject();
 }
 
 void Fido2SettingDialog::onRefreshCredentials()
 {
-    const int rows = qMin(m_credentials.size(), kMostShownItems);
-    m_table->setRowCount(0);
-    m_table->setRowCount(rows);
-    for (int row = 0; row < rows; ++row)
-        fillRow(row, m_credentials.at(row).toObject());
-    m_rest->setText(notShownText(m_credentials.size()));
-    m_rest->setVisible(!m_rest->text().isEmpty());
-}
-
-void Fido2SettingDialog::fillRow(int row, const QJsonObject& credential)
-{
-    const QStringList texts = credentialRow(credential);
-    for (int column = 0; column < texts.size(); ++column) {
-        auto* item = new QTableWidgetItem(texts.at(column));
-        if (column == int(CredentialColumn::Id) || column == int(CredentialColumn::UserId))
-            item->setToolTip(plainToolTip(texts.at(column)));
-        m_table->setItem(row, column, item);
-    }
+    const std::optional<int> selected = m_table->selectedCredential();
+    const CredentialIdFaults faults = findIdFaults(m_credentials);
+    const QString search = m_search->text().trimmed();
+    const int matching = m_table->showCredentials(m_credentials, faults, search);
+    if (selected)
+        m_table->selectCredential(*selected);
+    tell(m_rest, restText(matching, search.isEmpty() ? matching : m_credentials.size()));
+    tell(m_idWarning, idWarningText(faults));
+    m_unsaved->setVisible(hasUnsavedChanges());
 }
 
 void Fido2SettingDialog::onAddCredential()
 {
     CredentialEditDialog editor(true, this, m_environment, m_prompter);
+    editor.setOtherIds(idsExcept(-1));
     if (editor.exec() != QDialog::Accepted)
         return;
     m_credentials.append(editor.credential());
@@ -213,25 +247,31 @@ void Fido2SettingDialog::onEditCredential()
     const int index = selectedCredential(tr("Please select a credential to edit"));
     if (index < 0)
         return;
-    CredentialEditDialog editor(false, this, m_environment, m_prompter);
-    editor.setCredential(m_credentials.at(index).toObject());
-    if (editor.exec() != QDialog::Accepted)
-        return;
-    m_credentials.replace(index, editor.credential());
-    onRefreshCredentials();
-    m_table->selectRow(index);
-    succeed(tr("Credential updated successfully"));
+    withoutPulling([this, index] {
+        CredentialEditDialog editor(false, this, m_environment, m_prompter);
+        editor.setCredential(m_credentials.at(index).toObject());
+        editor.setOtherIds(idsExcept(index));
+        if (editor.exec() != QDialog::Accepted)
+            return;
+        m_credentials.replace(index, editor.credential());
+        onRefreshCredentials();
+        succeed(tr("Credential updated successfully"));
+    });
 }
 
 void Fido2SettingDialog::onDeleteCredential()
 {
     const int index = selectedCredential(tr("Please select a credential to delete"));
-    if (index < 0 ||
-        !m_prompter.question(this, tr("Confirm Delete"), tr("Are you sure you want to delete this credential?")))
+    if (index < 0)
         return;
-    m_credentials.removeAt(index);
-    onRefreshCredentials();
-    succeed(tr("Credential deleted successfully"));
+    withoutPulling([this, index] {
+        if (!m_prompter.question(this, tr("Confirm Delete"), tr("Are you sure you want to delete this credential?")))
+            return;
+        m_credentials.removeAt(index);
+        m_table->clearSelection(); // else the next one takes its place there
+        onRefreshCredentials();
+        succeed(tr("Credential deleted successfully"));
+    });
 }
 
 void Fido2SettingDialog::onTableItemDoubleClicked(QTableWidgetItem* item)
@@ -242,16 +282,21 @@ void Fido2SettingDialog::onTableItemDoubleClicked(QTableWidgetItem* item)
 
 int Fido2SettingDialog::selectedCredential(const QString& complaint)
 {
-    const QModelIndexList rows = m_table->selectionModel()->selectedRows();
-    if (rows.isEmpty()) {
-        complain(complaint);
-        return -1;
-    }
-    const int row = rows.first().row();
-    if (row < m_credentials.size())
-        return row;
-    complain(tr("Invalid row selected"));
+    const std::optional<int> selected = m_table->selectedCredential();
+    if (selected && *selected < m_credentials.size())
+        return *selected;
+    complain(selected ? tr("Invalid row selected") : complaint);
     return -1;
+}
+
+QSet<QString> Fido2SettingDialog::idsExcept(int index) const
+{
+    QSet<QString> ids;
+    for (int other = 0; other < m_credentials.size(); ++other) {
+        if (other != index)
+            ids << idAt(other);
+    }
+    return ids;
 }
 
 void Fido2SettingDialog::onSaveCredentials()
@@ -263,9 +308,16 @@ void Fido2SettingDialog::onSaveCredentials()
         saved = CredentialsFile(m_path).save(form(), m_credentials);
     }
     if (!saved) {
-        m_prompter.warning(this, tr("Error"), tr("Cannot write to credentials file: %1").arg(m_path));
+        const QString folder = QFileInfo(m_path).path();
+        const QString hint = tr("The folder %1 is made with the first key: create that one without credentials, then "
+                                "select its file and add them.")
+                                 .arg(folder);
+        m_prompter.warning(this, tr("Error"), tr("Cannot write to credentials file: %1").arg(m_path),
+                           QFileInfo(folder).isDir() ? QString() : hint);
         return;
     }
+    m_stored = m_credentials;
+    m_unsaved->hide();
     m_followed.follow(m_path, m_credentials);
     showFileState();
     succeed(tr("Credentials saved successfully"));
@@ -310,6 +362,8 @@ void Fido2SettingDialog::onCreateDevice()
         field->setFocus();
         return;
     }
+    if (!mayDropChanges())
+        return;
     const Fido2Parameters chosen = parameters();
     succeed(tr("FIDO2 device configuration is valid.\n\nDevice will be created with the following settings:\n"
                "• VID: %1\n• PID: %2\n• USB Version: %3\n• Device Name: %4\n• Support PIN: %5\n• Credentials File: %6")

@@ -10,13 +10,16 @@
 #include <QDialog>
 #include <QJsonArray>
 #include <QJsonObject>
+#include <QSet>
 
+#include <functional>
+
+class CredentialsTable;
 class QCheckBox;
 class QComboBox;
 class QFormLayout;
 class QLabel;
 class QLineEdit;
-class QTableWidget;
 class QTableWidgetItem;
 
 /// Adding, editing and deleting credentials changes the ones in memory only; the file changes through
@@ -32,6 +35,9 @@ public:
 
     /// What the user chose, after the dialog was accepted. The ids are as typed; every text is one line.
     Fido2Parameters parameters() const;
+
+    /// Asks before it drops changes that are not saved.
+    void reject() override;
 
     QJsonArray credentials() const { return m_credentials; }
     QString credentialsFilePath() const { return m_path; }
@@ -57,14 +63,22 @@ private:
     QWidget* buildDeviceGroup();
     QWidget* buildCredentialsGroup();
     QWidget* buildButtonRow();
-    QTableWidget* buildTable();
     QLineEdit* addLine(QFormLayout* form, const QString& label, const QString& placeholder, const QString& text,
                        const QString& objectName);
     void setPath(const QString& path);
     void loadFile(QString path); ///< by value: the path that is in use may be handed in, and changes meanwhile
-    void fillRow(int row, const QJsonObject& credential);
+    void loadUnlessUnsaved(const QString& path);
+    /// Shows the text, or nothing, in a line of its own.
+    void tell(QLabel* line, const QString& text);
+    bool hasUnsavedChanges() const { return m_credentials != m_stored; }
+    /// Asks the user whether changes that are not saved may be lost, if there are some.
+    bool mayDropChanges();
     /// Row of the selected credential; -1, told to the user, without one or when the row names none.
     int selectedCredential(const QString& complaint);
+    void withoutPulling(const std::function<void()>& action);
+    QString idAt(int index) const; ///< comparable
+    /// Comparable ids of all credentials but that one.
+    QSet<QString> idsExcept(int index) const;
     void complain(const QString& text);
     void succeed(const QString& text);
     KeyIdentity form() const;
@@ -72,13 +86,13 @@ private:
     void pullChanges();
     /// Of a file that is not followed: what a save would replace.
     void showFileState();
-    void tellFileState(const QString& text);
     /// The field that keeps the key from being created, told to the user; null without one.
     QLineEdit* invalidField();
 
     Fido2Environment m_environment;
     Prompter& m_prompter;
     QJsonArray m_credentials;
+    QJsonArray m_stored; ///< as they were last read or saved
     QString m_path;
     QLineEdit* m_vid = nullptr;
     QLineEdit* m_pid = nullptr;
@@ -86,8 +100,11 @@ private:
     QLineEdit* m_name = nullptr;
     QLineEdit* m_serial = nullptr;
     QCheckBox* m_supportsPin = nullptr;
-    QTableWidget* m_table = nullptr;
+    CredentialsTable* m_table = nullptr;
+    QLineEdit* m_search = nullptr;
+    QLabel* m_unsaved = nullptr;
     QLabel* m_rest = nullptr; ///< of credentials that the table does not show
+    QLabel* m_idWarning = nullptr;
     QLabel* m_pathLabel = nullptr;
     QLabel* m_fileState = nullptr; ///< what the user should know of the file before saving
     FollowedCredentials m_followed;

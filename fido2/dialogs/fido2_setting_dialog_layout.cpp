@@ -1,8 +1,9 @@
 // fido2_setting_dialog_layout.cpp: what Fido2SettingDialog looks like.
 #include "fido2/dialogs/fido2_setting_dialog.h"
 
-#include "fido2/dialogs/credential_texts.h"
+#include "fido2/dialogs/credentials_table.h"
 #include "ui/dialog_parts.h"
+#include "ui/file_drop.h"
 #include "ui/form_rows.h"
 
 #include <QCheckBox>
@@ -10,60 +11,24 @@
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QStyledItemDelegate>
-#include <QTableWidget>
 
 namespace {
 
-/// Key files stand on a line each, which is shortened in its middle: paths differ at their end.
-class KeyFilesDelegate final : public QStyledItemDelegate
-{
-public:
-    using QStyledItemDelegate::QStyledItemDelegate;
-
-protected:
-    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override
-    {
-        QStyledItemDelegate::initStyleOption(option, index);
-        constexpr int kMargins = 10;
-        QStringList lines = index.data().toString().split(QLatin1Char('\n'));
-        for (QString& line : lines)
-            line = option->fontMetrics.elidedText(line, Qt::ElideMiddle, option->rect.width() - kMargins);
-        option->text = lines.join(QChar(QChar::LineSeparator));
-        option->features &= ~QStyleOptionViewItem::WrapText;
-    }
-};
-
-/// Columns keep their widths, whatever the font: titles take several lines and, where a word is still too wide, a
-/// smaller font.
-void fitTitles(QHeaderView& header)
-{
-    constexpr qreal kSmallestFont = 6; // points
-    constexpr int kPadding = 8;
-    const int margins = 2 * header.style()->pixelMetric(QStyle::PM_HeaderMargin, nullptr, &header) + 2;
-    const auto sizeOf = [&header, margins](int section) {
-        const QRect room(0, 0, header.sectionSize(section) - margins, 1 << 16);
-        const QString title = header.model()->headerData(section, Qt::Horizontal).toString();
-        return header.fontMetrics().boundingRect(room, Qt::TextWordWrap, title).size();
-    };
-    int height = 0;
-    for (int section = 0; section < header.count(); ++section) {
-        QFont font = header.font();
-        while (sizeOf(section).width() > header.sectionSize(section) - margins && font.pointSizeF() > kSmallestFont) {
-            font.setPointSizeF(font.pointSizeF() - 0.5);
-            header.setFont(font);
-        }
-    }
-    for (int section = 0; section < header.count(); ++section)
-        height = qMax(height, sizeOf(section).height());
-    header.setFixedHeight(height + kPadding);
-}
-
 constexpr int kFieldWidth = 420; // serial numbers fit; the dialog is as wide as its table, which is too wide for them
+
+/// Takes a line of its own, or as much of one as there is room for, and none while it has no text.
+QLabel* addStateLine(QVBoxLayout* layout, const char* objectName)
+{
+    auto* line = named(objectName, new QLabel);
+    line->setTextFormat(Qt::PlainText);
+    line->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred); // a long text must not widen the dialog
+    line->hide();
+    layout->addWidget(line);
+    return line;
+}
 
 } // namespace
 
@@ -79,6 +44,7 @@ void Fido2SettingDialog::buildLayout()
     create->setDefault(true);
     layout->addLayout(makeButtonRow({create}));
     connect(create, &QPushButton::clicked, this, &Fido2SettingDialog::onCreateDevice);
+    takeDroppedFile(*this, [this](const QString& path) { loadUnlessUnsaved(path); });
     constexpr QSize kSize(1230, 680); // every column of the table at its width
     resizeOnScreen(*this, kSize);
 }
@@ -139,23 +105,18 @@ QWidget* Fido2SettingDialog::buildCredentialsGroup()
     auto* group = new QGroupBox(tr("Credentials Management"));
     auto* layout = new QVBoxLayout(group);
     layout->addWidget(buildButtonRow());
-    m_table = buildTable();
+    m_table = named("credentials", new CredentialsTable);
+    connect(m_table, &QTableWidget::itemDoubleClicked, this, &Fido2SettingDialog::onTableItemDoubleClicked);
+    connect(m_table, &CredentialsTable::deleteRequested, this, &Fido2SettingDialog::onDeleteCredential);
+    onEnter(m_table, [this] { onEditCredential(); });
     layout->addWidget(m_table, 1);
-    m_rest = new QLabel;
-    m_rest->hide();
-    layout->addWidget(m_rest);
-    m_pathLabel = new QLabel;
-    m_pathLabel->setObjectName(QStringLiteral("path"));
-    m_pathLabel->setTextFormat(Qt::PlainText);
+    m_rest = addStateLine(layout, "rest");
+    m_idWarning = addStateLine(layout, "idWarning");
+    m_idWarning->setStyleSheet(QStringLiteral("color: #b3261e;"));
+    m_pathLabel = addStateLine(layout, "path");
     m_pathLabel->setTextInteractionFlags(Qt::TextSelectableByMouse);
     m_pathLabel->setStyleSheet(QStringLiteral("color: gray; font-size: 10px;"));
-    m_pathLabel->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred); // a long path must not widen the dialog
-    layout->addWidget(m_pathLabel);
-    m_fileState = new QLabel;
-    m_fileState->setObjectName(QStringLiteral("fileState"));
-    m_fileState->setTextFormat(Qt::PlainText);
-    m_fileState->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred); // as the path above
-    layout->addWidget(m_fileState);
+    m_fileState = addStateLine(layout, "fileState");
     return group;
 }
 
@@ -176,35 +137,16 @@ QWidget* Fido2SettingDialog::buildButtonRow()
     add(tr("Delete Selected"), "delete", &Fido2SettingDialog::onDeleteCredential);
     add(tr("Edit Selected"), "edit", &Fido2SettingDialog::onEditCredential);
     add(tr("Refresh"), "refresh", &Fido2SettingDialog::onRefreshCredentials);
+    m_unsaved = named("unsaved", new QLabel(tr("● Not saved")));
+    m_unsaved->setStyleSheet(QStringLiteral("color: #b3261e; font-weight: bold;"));
+    m_unsaved->hide();
+    layout->addWidget(m_unsaved);
     layout->addStretch();
+    m_search = named("search", new QLineEdit);
+    m_search->setPlaceholderText(tr("Search"));
+    m_search->setClearButtonEnabled(true);
+    widenFor(m_search, m_search->placeholderText() + QStringLiteral("    ")); // and the button to clear it
+    connect(m_search, &QLineEdit::textChanged, this, &Fido2SettingDialog::onRefreshCredentials);
+    layout->addWidget(m_search);
     return row;
-}
-
-QTableWidget* Fido2SettingDialog::buildTable()
-{
-    constexpr int kWidths[] = {120, 100, 120, 100, 120, 120, 120, 120, 80, 150};
-    const QStringList titles = credentialColumnTitles();
-    auto* table = new QTableWidget(0, titles.size());
-    table->setObjectName(QStringLiteral("credentials"));
-    table->setHorizontalHeaderLabels(titles);
-    table->setSelectionBehavior(QAbstractItemView::SelectRows);
-    table->setSelectionMode(QAbstractItemView::SingleSelection);
-    table->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    table->setTabKeyNavigation(false);
-    for (int column = 0; column < titles.size(); ++column)
-        table->setColumnWidth(column, kWidths[column]);
-
-    const int twoLines = 2 * table->fontMetrics().lineSpacing();
-    const int keyFiles = table->fontMetrics().size(0, QStringLiteral("私钥\n公钥")).height();
-    constexpr int kPadding = 8;
-    QHeaderView* header = table->horizontalHeader();
-    header->setStretchLastSection(true);
-    header->setDefaultAlignment(static_cast<Qt::Alignment>(int(Qt::AlignCenter) | int(Qt::TextWordWrap)));
-    fitTitles(*header);
-    table->verticalHeader()->hide();
-    table->verticalHeader()->setDefaultSectionSize(qMax(twoLines, keyFiles) + kPadding);
-    table->setItemDelegateForColumn(int(CredentialColumn::KeyFiles), new KeyFilesDelegate(table));
-    connect(table, &QTableWidget::itemDoubleClicked, this, &Fido2SettingDialog::onTableItemDoubleClicked);
-    onEnter(table, [this] { onEditCredential(); });
-    return table;
 }

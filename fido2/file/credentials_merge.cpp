@@ -3,6 +3,7 @@
 #include <QHash>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QStringList>
 
 namespace {
 
@@ -41,6 +42,28 @@ private:
     QHash<QByteArray, QJsonValue> m_values;
 };
 
+/// Members that others changed or removed and the user did not; of objects in objects too.
+QJsonValue joined(const QJsonValue& before, const QJsonValue& mine, const QJsonValue& theirs)
+{
+    if (mine == before)
+        return theirs;
+    if (!before.isObject() || !mine.isObject() || !theirs.isObject())
+        return mine;
+    const QJsonObject old = before.toObject();
+    const QJsonObject other = theirs.toObject();
+    QJsonObject result = mine.toObject();
+    QStringList keys = old.keys() + other.keys();
+    keys.removeDuplicates();
+    for (const QString& key : qAsConst(keys)) {
+        const QJsonValue value = joined(old.value(key), result.value(key), other.value(key));
+        if (value.isUndefined())
+            result.remove(key);
+        else
+            result.insert(key, value);
+    }
+    return result;
+}
+
 } // namespace
 
 QJsonArray mergedCredentials(const QJsonArray& base, const QJsonArray& mine, const QJsonArray& theirs)
@@ -53,11 +76,11 @@ QJsonArray mergedCredentials(const QJsonArray& base, const QJsonArray& mine, con
     QJsonArray merged;
     for (int index = 0; index < mine.size(); ++index) {
         const QByteArray& key = user.keys().at(index);
-        const bool untouched = mine.at(index) == before.value(key);
-        if (!untouched)
-            merged.append(mine.at(index));
-        else if (others.has(key))
-            merged.append(others.value(key));
+        const QJsonValue value = mine.at(index);
+        if (others.has(key))
+            merged.append(joined(before.value(key), value, others.value(key)));
+        else if (value != before.value(key))
+            merged.append(value);
     }
     for (int index = 0; index < theirs.size(); ++index) {
         const QByteArray& key = others.keys().at(index);

@@ -5,7 +5,7 @@
 
 #include <QFileInfo>
 
-FollowedCredentials::FollowedCredentials(QObject* parent) : QObject(parent)
+FollowedCredentials::FollowedCredentials(QObject* parent) : QObject(parent), m_watcher(this)
 {
     connect(&m_watcher, &QFileSystemWatcher::fileChanged, this, &FollowedCredentials::touched);
     connect(&m_watcher, &QFileSystemWatcher::directoryChanged, this, &FollowedCredentials::touched);

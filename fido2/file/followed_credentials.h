@@ -21,6 +21,9 @@ public:
     void stop();
     bool isFollowing() const { return m_inFile.has_value(); }
 
+    /// What the file held at the last look; nothing when none is followed.
+    QJsonArray inFile() const { return m_inFile.value_or(QJsonArray()); }
+
     /// `mine` with what others changed in the file since the last look; nothing when they changed nothing, the file
     /// cannot be read, or none is followed.
     std::optional<QJsonArray> pull(const QJsonArray& mine);

@@ -6,6 +6,7 @@
 #include "tests/support/suite_registry.h"
 
 #include <QCheckBox>
+#include <QLabel>
 #include <QSpinBox>
 
 class CredentialDialogsTest : public QObject
@@ -16,6 +17,9 @@ private slots:
     void requiresFourFieldsInOrder();
     void newCredentialsAreStampedAndTrimmed();
     void editingKeepsWhatHasNoField();
+    void hintsAtIdsThatNoKeyKnows_data();
+    void hintsAtIdsThatNoKeyKnows();
+    void browsesForKeyFiles();
     void showsEitherShape_data();
     void showsEitherShape();
     void tabulates_data();
@@ -113,6 +117,46 @@ void CredentialDialogsTest::editingKeepsWhatHasNoField()
     undated.setCredential(json("{'id':'aa','rp':{'id':'r'},'user':{'name':'u','id':'b'}}"));
     click(undated, "save");
     QVERIFY(!undated.credential().contains(QStringLiteral("createdAt")));
+}
+
+void CredentialDialogsTest::hintsAtIdsThatNoKeyKnows_data()
+{
+    QTest::addColumn<QString>("id");
+    QTest::addColumn<QString>("userId");
+    QTest::addColumn<QString>("hint");
+    const auto row = [](const char* id, const char* userId, const char* hint) {
+        QTest::newRow(*hint ? hint : "nothing to say")
+            << QString::fromLatin1(id) << QString::fromLatin1(userId) << QString::fromLatin1(hint);
+    };
+    row(" 0aF1 ", "61", "");
+    row("0aF", "61", "The credential ID is not hexadecimal: a key leaves this credential out.");
+    row("BB ", "61", "Another credential has this ID.");
+    row("aa", "ann", "The user ID is not hexadecimal: its letters stand for themselves.");
+}
+
+void CredentialDialogsTest::hintsAtIdsThatNoKeyKnows()
+{
+    QFETCH(QString, id);
+    QFETCH(QString, userId);
+    CredentialEditDialog editor(true);
+    editor.setOtherIds({QStringLiteral("bb")});
+    part(editor, "id")->setText(id);
+    part(editor, "userId")->setText(userId);
+    QTEST(part<QLabel>(editor, "hint")->text(), "hint");
+}
+
+void CredentialDialogsTest::browsesForKeyFiles()
+{
+    ScriptedPrompter prompter;
+    const KeyFolder folder;
+    const CredentialEditDialog editor(true, nullptr, folder.environment(), prompter);
+    const QString filter = QStringLiteral("Key Files (*.pem);;All Files (*)");
+    prompter.expectOpenFile(QStringLiteral("Select Private Key File"), filter, QStringLiteral("/k.pem"));
+    click(editor, "browse_privateKeyFile");
+    prompter.expectOpenFile(QStringLiteral("Select Public Key File"), filter, QString());
+    click(editor, "browse_publicKeyFile");
+    QCOMPARE(part(editor, "privateKeyFile")->text() + part(editor, "publicKeyFile")->text(), QStringLiteral("/k.pem"));
+    QCOMPARE(prompter.verify(), QString());
 }
 
 void CredentialDialogsTest::showsEitherShape_data()

@@ -197,7 +197,10 @@ void CredentialsFileTest::mergesWhatTwoWritersDid_data()
     row("they count on, mine is untouched", two, two, "[{'id':'a','sigCnt':5},{'id':'b'}]",
         "[{'id':'a','sigCnt':5},{'id':'b'}]");
     row("mine is changed, they count on", two, "[{'id':'a','description':'x'},{'id':'b'}]",
-        "[{'id':'a','sigCnt':5},{'id':'b'}]", "[{'description':'x','id':'a'},{'id':'b'}]");
+        "[{'id':'a','sigCnt':5},{'id':'b'}]", "[{'description':'x','id':'a','sigCnt':5},{'id':'b'}]");
+    row("both change one member, mine stays", "[{'id':'a','sigCnt':1,'rp':{'id':'r','name':'n'}}]",
+        "[{'id':'a','sigCnt':3,'rp':{'id':'r','name':'m'}}]", "[{'id':'a','sigCnt':2,'rp':{'id':'q'}}]",
+        "[{'id':'a','rp':{'id':'q','name':'m'},'sigCnt':3}]");
     row("mine is removed, they count on", two, "[{'id':'b'}]", "[{'id':'a','sigCnt':5},{'id':'b'}]", "[{'id':'b'}]");
     row("they remove, mine is untouched", two, two, "[{'id':'b'}]", "[{'id':'b'}]");
     row("they remove, mine is changed", two, "[{'id':'a','description':'x'},{'id':'b'}]", "[]",

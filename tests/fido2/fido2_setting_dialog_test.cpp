@@ -1,3 +1,4 @@
+#include "fido2/dialogs/credential_texts.h"
 #include "fido2/dialogs/fido2_setting_dialog.h"
 #include "fido2/file/json_file.h"
 #include "tests/fido2/fido2_test_support.h"
@@ -6,9 +7,12 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDragEnterEvent>
+#include <QFileSystemWatcher>
 #include <QHeaderView>
 #include <QJsonDocument>
 #include <QLabel>
+#include <QMimeData>
 #include <QTableWidget>
 
 class Fido2SettingDialogTest : public QObject
@@ -27,6 +31,10 @@ private slots:
     void choosesAFile();
     void takesOnlyUsableDeviceInfo();
     void keepsWhatOthersWroteMeanwhile();
+    void anEditStaysThatCredentials();
+    void asksBeforeChangesAreDropped();
+    void sortsAndSearches();
+    void takesAFileThatIsDropped();
     void saysWhatASaveWouldReplace();
 };
 
@@ -44,6 +52,18 @@ void fillEditor(const QString& id)
             part(editor, field)->setText(id);
         click(editor, "save");
     });
+}
+
+/// Whether it takes what is dragged onto it.
+bool drop(QWidget& target, const QMimeData& dragged)
+{
+    const QPoint place = target.rect().center();
+    QDragEnterEvent enter(place, Qt::CopyAction, &dragged, Qt::LeftButton, Qt::NoModifier);
+    enter.ignore();
+    QCoreApplication::sendEvent(&target, &enter);
+    QDropEvent drop(place, Qt::CopyAction, &dragged, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(&target, &drop);
+    return enter.isAccepted();
 }
 
 QTableWidget* table(const QWidget& dialog)
@@ -231,6 +251,7 @@ void Fido2SettingDialogTest::complainsAboutFiles()
     QVERIFY(QDir(folder.path(QStringLiteral("fido2"))).removeRecursively());
     prompter.expectWarning(kError, QStringLiteral("Cannot write to credentials file: %1").arg(path));
     click(dialog, "save");
+    QVERIFY(prompter.lastRemark().contains(QStringLiteral("is made with the first key")));
     prompter.expectInformation(
         QStringLiteral("Info"),
         QStringLiteral("FIDO2 directory not found: %1").arg(folder.path(QStringLiteral("fido2"))));
@@ -316,6 +337,147 @@ void Fido2SettingDialogTest::keepsWhatOthersWroteMeanwhile()
     QCOMPARE(prompter.verify(), QString());
     QCOMPARE(compact(QJsonObject{{QStringLiteral("x"), readJsonFile(path).root.value(QStringLiteral("credentials"))}}),
              QByteArray("{'x':[{'id':'a','sigCnt':2},{'id':'b'},{'id':'c'}]}"));
+}
+
+/// What others do to the file while the editor is open moves the credentials.
+void Fido2SettingDialogTest::anEditStaysThatCredentials()
+{
+    const KeyFolder folder;
+    const QString path = folder.keyPath(QStringLiteral("S1_credentials.json"));
+    const auto write = [&path](const char* credentials) {
+        return writeJsonFile(path, json(QByteArray("{'credentials':") + credentials + "}"));
+    };
+    QVERIFY(write("[{'id':'aa'},{'id':'bb','rp':{'id':'r'},'sigCnt':1,'user':{'id':'cc','name':'u'}}]"));
+    ScriptedPrompter prompter;
+    Fido2SettingDialog dialog(nullptr, folder.environment(), prompter);
+    part(dialog, "serialNumber")->setText(QStringLiteral("S1"));
+    dialog.loadDeviceInfoFromCredentialsFile();
+    table(dialog)->selectRow(1);
+    whenModal([&](QWidget& editor) {
+        QSignalSpy touched(dialog.findChild<QFileSystemWatcher*>(), &QFileSystemWatcher::directoryChanged);
+        QVERIFY(write("[{'id':'bb','rp':{'id':'r'},'sigCnt':2,'user':{'id':'cc','name':'u'}},{'id':'dd'}]"));
+        QTRY_VERIFY(!touched.isEmpty());
+        part(editor, "description")->setText(QStringLiteral("mine"));
+        click(editor, "save");
+    });
+    prompter.expectInformation(kSuccess, QStringLiteral("Credential updated successfully"));
+    click(dialog, "edit");
+    QCOMPARE(prompter.verify(), QString());
+    QStringList seen;
+    for (const QJsonValue& credential : dialog.credentials())
+        seen << credential[QStringLiteral("id")].toString() + credential[QStringLiteral("description")].toString() +
+                    QString::number(credential[QStringLiteral("sigCnt")].toInt());
+    QCOMPARE(seen.join(QLatin1Char(' ')), QStringLiteral("bbmine2 dd0")); // the count that they took further stays
+    QCOMPARE(table(dialog)->selectedItems().value(0)->text(), QStringLiteral("bb"));
+}
+
+void Fido2SettingDialogTest::asksBeforeChangesAreDropped()
+{
+    const KeyFolder folder;
+    folder.write(folder.keyPath(QStringLiteral("A_credentials.json")), R"({"credentials":[{"id":"aa"}]})"); // the first
+    ScriptedPrompter prompter;
+    Fido2SettingDialog dialog(nullptr, folder.environment(), prompter);
+    dialog.show();
+    const auto ask = [&](bool drop) {
+        prompter.expectQuestion(
+            QStringLiteral("Unsaved Changes"),
+            QStringLiteral("The credentials were changed and not saved. Do you want to drop the changes?"), drop);
+    };
+    const auto* mark = part<QLabel>(dialog, "unsaved");
+    QVERIFY(!mark->isVisible());
+    prompter.expectInformation(kSuccess, QStringLiteral("New credential added successfully"));
+    fillEditor(QStringLiteral("bb"));
+    click(dialog, "add");
+    QVERIFY(mark->isVisible());
+    ask(false);
+    QTest::keyClick(&dialog, Qt::Key_Escape);
+    QVERIFY(dialog.isVisible());
+    ask(false);
+    click(dialog, "create");
+    QVERIFY(dialog.isVisible());
+    const auto chooseFile = [&] {
+        whenModal([](QWidget& chooser) {
+            part<QTableWidget>(chooser, "files")->selectRow(0);
+            click(chooser, "select");
+        });
+        click(dialog, "selectFile");
+    };
+    ask(false);
+    chooseFile();
+    QCOMPARE(table(dialog)->item(0, 0)->text(), QStringLiteral("bb"));
+    prompter.expectInformation(kSuccess, QStringLiteral("Credentials saved successfully"));
+    click(dialog, "save");
+    QVERIFY(!mark->isVisible());
+    chooseFile(); // nothing to ask for
+    QCOMPARE(table(dialog)->item(0, 0)->text(), QStringLiteral("aa"));
+    table(dialog)->selectRow(0);
+    prompter.expectQuestion(QStringLiteral("Confirm Delete"),
+                            QStringLiteral("Are you sure you want to delete this credential?"), true);
+    prompter.expectInformation(kSuccess, QStringLiteral("Credential deleted successfully"));
+    QTest::keyClick(table(dialog), Qt::Key_Delete);
+    ask(true);
+    QTest::keyClick(&dialog, Qt::Key_Escape);
+    QVERIFY(!dialog.isVisible());
+    QCOMPARE(prompter.verify(), QString());
+}
+
+void Fido2SettingDialogTest::sortsAndSearches()
+{
+    const KeyFolder folder;
+    folder.write(folder.keyPath(QStringLiteral("S1_credentials.json")),
+                 R"({"credentials":[{"id":"aa","sigCnt":9},{"id":"bb","sigCnt":10,"rp":{"name":"Shop"}},
+                     {"id":"cc","sigCnt":2},{"id":"AA "},{"id":"xyz"}]})");
+    ScriptedPrompter prompter;
+    Fido2SettingDialog dialog(nullptr, folder.environment(), prompter);
+    dialog.show();
+    part(dialog, "serialNumber")->setText(QStringLiteral("S1"));
+    dialog.loadDeviceInfoFromCredentialsFile();
+    const auto ids = [&] {
+        QStringList shown;
+        for (int row = 0; row < table(dialog)->rowCount(); ++row)
+            shown << table(dialog)->item(row, 0)->text().trimmed();
+        return shown.join(QLatin1Char(' '));
+    };
+    QCOMPARE(ids(), QStringLiteral("aa bb cc AA xyz"));
+    QCOMPARE(part<QLabel>(dialog, "idWarning")->text(),
+             QStringLiteral("2 credentials have the id of another one. "
+                            "1 ids are not hexadecimal; a key leaves such credentials out."));
+    table(dialog)->sortByColumn(int(CredentialColumn::SignatureCount), Qt::DescendingOrder);
+    QCOMPARE(ids(), QStringLiteral("bb aa cc AA xyz")); // by number, those without one last
+    // Rows stand for their credential wherever they are.
+    table(dialog)->selectRow(2);
+    whenModal([](QWidget& editor) { QCOMPARE(part(editor, "id")->text(), QStringLiteral("cc")); });
+    click(dialog, "edit");
+
+    part(dialog, "search")->setText(QStringLiteral("shop"));
+    QCOMPARE(ids(), QStringLiteral("bb"));
+    QCOMPARE(part<QLabel>(dialog, "rest")->text(), QStringLiteral("1 of 5 credentials match"));
+    // What a search hides is not selected any more.
+    prompter.expectWarning(kWarning, QStringLiteral("Please select a credential to delete"));
+    QTest::keyClick(table(dialog), Qt::Key_Delete);
+    part(dialog, "search")->clear();
+    QCOMPARE(ids(), QStringLiteral("bb aa cc AA xyz"));
+    QCOMPARE(prompter.verify(), QString());
+}
+
+void Fido2SettingDialogTest::takesAFileThatIsDropped()
+{
+    const KeyFolder folder;
+    const QString path = folder.path(QStringLiteral("elsewhere.json"));
+    folder.write(path, R"({"credentials":[{"id":"aa"}]})");
+    Fido2SettingDialog dialog(nullptr, folder.environment());
+    dialog.show();
+    for (QWidget* target : {static_cast<QWidget*>(&dialog), static_cast<QWidget*>(part(dialog, "deviceName"))}) {
+        QMimeData dragged;
+        dragged.setUrls({QUrl(QStringLiteral("http://127.0.0.1/x.json"))});
+        QVERIFY(!drop(*target, dragged) || target != &dialog);
+        dragged.setUrls({QUrl::fromLocalFile(path)});
+        QVERIFY(drop(*target, dragged));
+        QTRY_COMPARE(dialog.credentialsFilePath(), path);
+        click(dialog, "generate");
+    }
+    QCOMPARE(table(dialog)->rowCount(), 1);
+    QVERIFY(!part(dialog, "deviceName")->text().contains(path));
 }
 
 void Fido2SettingDialogTest::saysWhatASaveWouldReplace()

@@ -47,7 +47,7 @@ class Agreeing final : public Prompter
 {
 public:
     void information(QWidget*, const QString&, const QString&) override { kinds += 'i'; }
-    void warning(QWidget*, const QString&, const QString&) override { kinds += 'w'; }
+    void warning(QWidget*, const QString&, const QString&, const QString&) override { kinds += 'w'; }
     bool question(QWidget*, const QString&, const QString&, const QString&) override
     {
         kinds += 'q';

@@ -38,8 +38,15 @@ public:
         return faults.join(QLatin1Char('\n'));
     }
 
+    /// Below the text of the last warning, which an expectation does not tell: the system may have a part in it.
+    QString lastRemark() const { return m_lastRemark; }
+
     void information(QWidget*, const QString& title, const QString& text) override { take("info", title, text); }
-    void warning(QWidget*, const QString& title, const QString& text) override { take("warn", title, text); }
+    void warning(QWidget*, const QString& title, const QString& text, const QString& remark) override
+    {
+        take("warn", title, text);
+        m_lastRemark = remark;
+    }
     bool question(QWidget*, const QString& title, const QString& text, const QString& remark) override
     {
         return !take("ask", title, withRemark(text, remark)).isEmpty();
@@ -89,4 +96,5 @@ private:
 
     std::deque<Expectation> m_expected;
     QStringList m_unexpected;
+    QString m_lastRemark;
 };

@@ -38,7 +38,7 @@ public:
     QStringList boxes; ///< that came all the same
 
     void information(QWidget*, const QString&, const QString& text) override { boxes << text; }
-    void warning(QWidget*, const QString&, const QString& text) override { boxes << text; }
+    void warning(QWidget*, const QString&, const QString& text, const QString&) override { boxes << text; }
     bool question(QWidget*, const QString&, const QString&, const QString&) override { return false; }
     QString openFile(QWidget*, const QString&, const QString&, const QString&) override { return fileToSave; }
     QString saveFile(QWidget*, const QString&, const QString&, const QString&) override { return fileToSave; }

@@ -18,9 +18,9 @@ public:
     {
         systemPrompter().information(parent, title, text);
     }
-    void warning(QWidget* parent, const QString& title, const QString& text) override
+    void warning(QWidget* parent, const QString& title, const QString& text, const QString& remark) override
     {
-        systemPrompter().warning(parent, title, text);
+        systemPrompter().warning(parent, title, text, remark);
     }
     bool question(QWidget* parent, const QString& title, const QString& text, const QString& remark) override
     {

@@ -1,5 +1,7 @@
 #include "runtime/whole_file.h"
 
+#include "runtime/log.h"
+
 #include <QDeadlineTimer>
 #include <QFile>
 #include <QSaveFile>
@@ -78,6 +80,8 @@ FileLock::FileLock(const QString& path, int timeoutMs)
     const QDeadlineTimer end(timeoutMs);
     while (!(m_held = tryLock()) && !end.hasExpired())
         QThread::msleep(1);
+    if (!m_held)
+        qCWarning(appLog).noquote() << "Going on without the lock that another holds:" << lockPath(path);
 }
 
 FileLock::~FileLock()

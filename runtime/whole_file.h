@@ -13,7 +13,8 @@ QString writeWholeFile(const QString& path, const QByteArray& bytes);
 
 /// Holds back every other process that asks for the lock of the same file, between reading and writing it. The lock is
 /// that of the file "PATH.lock", which stays behind empty; the system releases it when a process ends however it ends.
-/// A folder that takes no lock file gives none: the holder goes on without. Not recursive.
+/// A folder that takes no lock file gives none: the holder goes on without. Nor does a lock that is not released in
+/// time, which is logged. Not recursive: a second one of the same process waits for the first in vain.
 class FileLock
 {
 public:

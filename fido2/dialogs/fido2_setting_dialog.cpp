@@ -305,7 +305,7 @@ void Fido2SettingDialog::onSaveCredentials()
     {
         const FileLock lock(m_path);
         pullChanges();
-        saved = CredentialsFile(m_path).save(form(), m_credentials);
+        saved = CredentialsFile(m_path).save(lock, form(), m_credentials);
     }
     if (!saved) {
         const QString folder = QFileInfo(m_path).path();

@@ -106,7 +106,11 @@ QJsonArray CredentialsFile::credentials() const
 
 bool CredentialsFile::save(const KeyIdentity& form, const QJsonArray& credentials)
 {
-    const FileLock lock(m_path);
+    return save(FileLock(m_path), form, credentials);
+}
+
+bool CredentialsFile::save(const FileLock&, const KeyIdentity& form, const QJsonArray& credentials)
+{
     const QJsonObject merged = mergedCredentialsRoot(readJsonFile(m_path).root, form, credentials);
     if (!writeJsonFile(m_path, merged)) {
         qCWarning(fido2Log).noquote() << "Credentials file cannot be written:" << m_path;

@@ -10,6 +10,8 @@
 
 #include <optional>
 
+class FileLock;
+
 /// What the settings form says of a key.
 struct KeyIdentity
 {
@@ -58,8 +60,12 @@ public:
     QJsonArray credentials() const;
 
     /// Merges the form and `credentials` into what the file holds now (see mergedCredentialsRoot) and writes it. False
-    /// when it could not be written. Creates no folder. A caller whose credentials must not replace newer ones takes
-    /// the file's lock (runtime/whole_file.h) and pulls those in before.
+    /// when it could not be written. Creates no folder. A caller whose credentials must not replace newer ones has
+    /// taken the file's lock, pulled those in under it, and hands it over: a second one of the same process would wait
+    /// for the first.
+    bool save(const FileLock& held, const KeyIdentity& form, const QJsonArray& credentials);
+
+    /// The same under a lock of its own.
     bool save(const KeyIdentity& form, const QJsonArray& credentials);
 
     enum class PinResult

@@ -2,6 +2,7 @@
 #include "fido2/dialogs/fido2_user_confirmation_dialog.h"
 #include "runtime/shown_text.h"
 #include "tests/fido2/fido2_test_support.h"
+#include "tests/support/log_lines.h"
 #include "tests/support/suite_registry.h"
 
 #include <QCheckBox>
@@ -129,7 +130,7 @@ void ConfirmationDialogTest::takesADescription()
 
 void ConfirmationDialogTest::standsInForAnEmptyRequest()
 {
-    const LoggedLines logged;
+    const LogLines logged(LogLines::Least::Warning);
     Fido2UserConfirmationDialog dialog(QStringLiteral("make_credential"), {});
     QCOMPARE(logged.lines(),
              (QStringList{QStringLiteral("WARNING: Received empty data in Fido2UserConfirmationDialog!"),

@@ -1,5 +1,6 @@
 #include "fido2/channel/confirmation_queue.h"
 #include "tests/fido2/fido2_test_support.h"
+#include "tests/support/log_lines.h"
 #include "tests/support/suite_registry.h"
 
 #include <QEventLoop>
@@ -125,7 +126,7 @@ void ConfirmationQueueTest::forgetsADeletedDevice()
 void ConfirmationQueueTest::deniesInTurnWhatOneDeviceAsksTooMuch()
 {
     constexpr int kMost = ConfirmationQueue::kMostWaitingPerProcess;
-    const LoggedLines logged;
+    const LogLines logged(LogLines::Least::Warning);
     QStringList answers;
     ConfirmationQueue queue([&](const ConfirmationRequest& asked) { answers << asked.operation; },
                             [&](qint64 processId) { answers << QStringLiteral("denied %1").arg(processId); }, kAtOnce);

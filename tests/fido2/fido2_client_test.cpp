@@ -1,6 +1,7 @@
 #include "fido2/channel/fido2_channels.h"
 #include "fido2/channel/fido2_message.h"
 #include "tests/fido2/fido2_test_support.h"
+#include "tests/support/log_lines.h"
 #include "tests/support/suite_registry.h"
 
 #include <QElapsedTimer>
@@ -145,7 +146,7 @@ void Fido2ClientTest::rebuildsEmptyDataFromTheTopLevel()
     QFETCH(QByteArray, members);
     QFETCH(QByteArray, data);
     QFETCH(int, loggedLines);
-    const LoggedLines logged;
+    const LogLines logged(LogLines::Least::Warning);
     const QByteArray message = "{'type':'user_confirmation_request'," + members + '}';
     const auto question = parseConfirmationQuestion(QByteArray(message).replace('\'', '"'));
     QVERIFY(question);
@@ -205,7 +206,7 @@ void Fido2ClientTest::dropsWhatIsSplitMergedOrTooLong()
     QVERIFY(client.connectToServer(serverName(processId)));
     QSignalSpy asked(&client, &Fido2Client::userConfirmationRequestReceived);
     const std::unique_ptr<QLocalSocket> device(server.accept());
-    const LoggedLines logged;
+    const LogLines logged(LogLines::Least::Warning);
     int reads = 0;
     auto* socket = client.findChild<QLocalSocket*>();
     connect(socket, &QLocalSocket::readyRead, socket, [&] { ++reads; });
@@ -328,7 +329,7 @@ void Fido2ClientTest::channelsAnswerByProcessId()
 
     device->disconnectFromServer();
     QTRY_VERIFY(!channels.findChild<Fido2Client*>()->isConnected());
-    const LoggedLines logged;
+    const LogLines logged(LogLines::Least::Warning);
     channels.answer(processId, true, {});
     channels.drop(processId);
     channels.answer(processId, true, {});

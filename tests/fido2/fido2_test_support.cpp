@@ -4,18 +4,6 @@
 #include <QFile>
 #include <QJsonDocument>
 
-namespace {
-
-QStringList s_lines;
-QtMessageHandler s_previous = nullptr;
-
-void keepLine(QtMsgType, const QMessageLogContext&, const QString& line)
-{
-    s_lines << line;
-}
-
-} // namespace
-
 KeyFolder::KeyFolder()
 {
     QDir(m_folder.path()).mkdir(QStringLiteral("fido2"));
@@ -55,20 +43,4 @@ QByteArray compact(const QJsonObject& object)
 void click(const QWidget& window, const char* name)
 {
     part<QPushButton>(window, name)->click();
-}
-
-LoggedLines::LoggedLines()
-{
-    s_lines.clear();
-    s_previous = qInstallMessageHandler(keepLine);
-}
-
-LoggedLines::~LoggedLines()
-{
-    qInstallMessageHandler(s_previous);
-}
-
-QStringList LoggedLines::lines() const
-{
-    return s_lines;
 }

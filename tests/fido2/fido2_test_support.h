@@ -57,12 +57,3 @@ void whenModal(React react)
             window->close();
     });
 }
-
-/// Collects warnings and debug lines while it lives.
-class LoggedLines
-{
-public:
-    LoggedLines();
-    ~LoggedLines();
-    QStringList lines() const;
-};

@@ -1,8 +1,10 @@
 #include "fido2/file/credentials_file.h"
 #include "tests/fido2/fido2_test_support.h"
+#include "tests/support/log_lines.h"
 #include "tests/support/suite_registry.h"
 
 #include <QJsonDocument>
+#include <QRandomGenerator>
 
 #include <csignal>
 #include <sys/ptrace.h>
@@ -17,6 +19,7 @@ class InterruptedSaveTest : public QObject
 private slots:
     void initTestCase();
     void aKilledWriterLeavesTheOldOrTheNewFile();
+    void killsAtAnyMomentDamageNothing();
     void aFullDiskLeavesTheOldFile();
 
 private:
@@ -101,6 +104,36 @@ void InterruptedSaveTest::aKilledWriterLeavesTheOldOrTheNewFile()
     QVERIFY(killed > 20); // it really was interrupted on the way
     QVERIFY(leftNew >= 1);
     qInfo("killed at %d places, %d of them after the replacement", killed, leftNew - 1);
+}
+
+/// Not only between two calls of the system: in the middle of one, and of what the process computes.
+void InterruptedSaveTest::killsAtAnyMomentDamageNothing()
+{
+    constexpr int kKills = 200;
+    constexpr int kLongestLife = 20000; // microseconds, some saves
+    QRandomGenerator random(QRandomGenerator::securelySeeded());
+    restoreOldFile();
+    int changed = 0;
+    for (int kill = 0; kill < kKills; ++kill) {
+        const QByteArray before = fileBytes(m_path);
+        const pid_t child = fork();
+        if (child == 0) {
+            for (int save = 0;; ++save)
+                CredentialsFile(m_path).save(kForm, manyCredentials(save % 2 == 0 ? 100 : 60));
+        }
+        usleep(random.bounded(kLongestLife));
+        ::kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+        const QByteArray left = fileBytes(m_path);
+        QVERIFY2(left == m_old || left == m_new, qPrintable(QStringLiteral("after kill %1").arg(kill)));
+        changed += left == before ? 0 : 1;
+    }
+    QVERIFY(changed > 0);
+    // A lock that died with its holder holds nobody up.
+    const LogLines logged(LogLines::Least::Warning);
+    QVERIFY(CredentialsFile(m_path).save(kForm, {}));
+    QCOMPARE(logged.text().trimmed(), QString());
+    qInfo("%d kills, %d of them left the other file", kKills, changed);
 }
 
 void InterruptedSaveTest::aFullDiskLeavesTheOldFile()

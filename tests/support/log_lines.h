@@ -4,14 +4,21 @@
 #include <QLoggingCategory>
 #include <QStringList>
 
-/// Keeps the lines, from info on, that are logged while it lives. One at a time.
+/// Keeps the lines of that level and above that are logged while it lives. One at a time.
 class LogLines
 {
 public:
-    LogLines() : m_previous(qInstallMessageHandler(take))
+    enum class Least
+    {
+        Info,
+        Warning
+    };
+
+    explicit LogLines(Least least = Least::Info) : m_previous(qInstallMessageHandler(take))
     {
         s_lines.clear();
-        QLoggingCategory::setFilterRules(QStringLiteral("plugboard.*.info=true"));
+        if (least == Least::Info)
+            QLoggingCategory::setFilterRules(QStringLiteral("plugboard.*.info=true"));
     }
     ~LogLines()
     {
@@ -20,6 +27,8 @@ public:
     }
     LogLines(const LogLines&) = delete;
     LogLines& operator=(const LogLines&) = delete;
+
+    QStringList lines() const { return s_lines; }
 
     /// One after the other, a line feed after each.
     QString text() const { return s_lines.join(QLatin1Char('\n')) + QLatin1Char('\n'); }

@@ -3,6 +3,9 @@
 #include "devices/camera_limits.h"
 #include "dialogs/field_patterns.h"
 #include "dialogs/network_row.h"
+#include "dialogs/source_preview.h"
+#include "runtime/last_used.h"
+#include "ui/file_drop.h"
 #include "ui/form_rows.h"
 #include "ui/path_edit.h"
 
@@ -22,6 +25,7 @@
 namespace {
 
 constexpr int kLeastWidth = 400;
+const QString kLastUsed = QStringLiteral("camera");
 constexpr int kDroidCamTestMilliseconds = 2000;
 
 QComboBox* choice(const char* name, const QStringList& texts, QWidget* parent)
@@ -77,13 +81,21 @@ void CameraSettingDialog::layOut()
     for (QComboBox* combo : {m_resolution, m_frameRate, m_usbVersion, m_frameFormat})
         connect(combo, &QComboBox::currentTextChanged, this, &CameraSettingDialog::showBusLimit);
     connect(m_isoActive, &QCheckBox::toggled, this, &CameraSettingDialog::showBusLimit);
+    m_preview = named("preview", new SourcePreview(this));
+    addFormRow(m_form, tr("Preview:"), m_preview);
+    connect(m_path, &QLineEdit::textChanged, m_preview, &SourcePreview::forget);
     layout->addStretch();
 
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
     connect(buttons, &QDialogButtonBox::accepted, this, &CameraSettingDialog::onAccept);
     connect(buttons, &QDialogButtonBox::rejected, this, &CameraSettingDialog::reject);
     buttons->button(QDialogButtonBox::Ok)->setDefault(true); // the keyboard's, wherever the focus is but on a button
+    QPushButton* lastUsed = named("lastUsed", buttons->addButton(tr("Last used"), QDialogButtonBox::ResetRole));
+    lastUsed->setToolTip(tr("Fills in the settings of the camera that was created last"));
+    lastUsed->setEnabled(!lastUsedSettings(kLastUsed).isEmpty());
+    connect(lastUsed, &QPushButton::clicked, this, &CameraSettingDialog::onLastUsed);
     layout->addWidget(buttons);
+    takeDroppedFile(*this, [this](const QString& path) { onDropped(path); });
 
     // The width that every row needs, so that another source does not change it.
     const int width = sizeHint().width();
@@ -182,6 +194,7 @@ void CameraSettingDialog::onSourceToggled()
     const bool isStream = m_ipCamera->isChecked() || m_droidCam->isChecked();
     showSourceRow(isStream);
     m_isoActive->setChecked(isStream);
+    m_preview->forget();
 }
 
 /// A remark only: the device says the same and ends.
@@ -205,23 +218,57 @@ void CameraSettingDialog::onBrowse()
     const QString chosen =
         m_prompter.openFile(this, tr("Select Video File"), QString(),
                             tr("Video Files (*.mp4 *.avi *.mov *.mkv *.h264 *.h265);;All Files (*)"));
-    if (chosen.isEmpty())
-        return;
-    m_path->setText(chosen);
-    takeOver(chosen);
+    if (!chosen.isEmpty())
+        takeFile(chosen);
 }
 
-/// Selects size and rate of a source; false when it has no usable video.
-bool CameraSettingDialog::takeOver(const QString& source)
+void CameraSettingDialog::onDropped(const QString& path)
+{
+    m_file->setChecked(true);
+    takeFile(path);
+}
+
+void CameraSettingDialog::takeFile(const QString& path)
+{
+    m_path->setText(path);
+    takeOver(path);
+}
+
+/// Selects size and rate of a source.
+QString CameraSettingDialog::takeOver(const QString& source)
 {
     const SourceProbeResult found = runCheck(m_check, source, SourceProbe::Kind::Video);
+    const QString useless = uselessReason(found, SourceProbe::Kind::Video);
+    m_preview->await(found.hasVideo ? found.picture : nullptr);
     if (!found.opened || !found.hasVideo || found.width <= 0 || found.height <= 0)
-        return false;
+        return useless;
     select(m_resolution, QStringLiteral("%1x%2").arg(found.width).arg(found.height));
-    if (!(found.frameRate > 0))
-        return false;
-    select(m_frameRate, QString::number(int(found.frameRate + 0.5)));
-    return true;
+    if (found.frameRate > 0)
+        select(m_frameRate, QString::number(int(found.frameRate + 0.5)));
+    return useless;
+}
+
+void CameraSettingDialog::onLastUsed()
+{
+    if (const auto kept = cameraSettingsFrom(lastUsedSettings(kLastUsed)).settings)
+        fill(*kept);
+}
+
+void CameraSettingDialog::fill(const CameraSettings& settings)
+{
+    const bool isStream = settings.sourceKind == CameraSettings::Source::IpCamera;
+    (isStream ? m_ipCamera : m_file)->setChecked(true);
+    m_path->setText(settings.path);
+    m_network->setSource(settings.network);
+    select(m_resolution, settings.resolution);
+    select(m_frameRate, settings.frameRate);
+    m_uvcVersion->setCurrentText(settings.uvcChoice);
+    m_usbVersion->setCurrentText(settings.usbChoice);
+    m_frameFormat->setCurrentText(settings.frameFormat);
+    m_vid->setText(settings.vid);
+    m_pid->setText(settings.pid);
+    m_deviceName->setText(settings.deviceName);
+    m_isoActive->setChecked(settings.isochronousActive);
 }
 
 void CameraSettingDialog::onTest()
@@ -234,14 +281,14 @@ void CameraSettingDialog::onTest()
         m_droidCamUrl = chosen.streamUrl();
         m_droidCamTest->start();
     } else if (chosen.sourceKind == CameraSettings::Source::IpCamera) {
-        const bool works = takeOver(chosen.streamUrl());
+        const QString useless = takeOver(chosen.streamUrl());
         m_network->setTesting(false);
-        if (works)
+        if (useless.isEmpty())
             m_prompter.information(this, tr("Test Result"), tr("IP Camera connection successful!\n"));
         else
             m_prompter.warning(
                 this, tr("Test Result"),
-                tr("IP Camera connection failed!\nPlease check IP address, port and network connection.\n"));
+                tr("IP Camera connection failed!\nPlease check IP address, port and network connection.\n"), useless);
     }
 }
 
@@ -261,12 +308,14 @@ void CameraSettingDialog::onAccept()
     }
     if (!m_network->requireComplete(m_prompter, tr("Warning")))
         return;
-    if (takeOver(chosen.streamUrl())) {
+    const QString useless = takeOver(chosen.streamUrl());
+    if (useless.isEmpty()) {
         accept();
         return;
     }
     m_prompter.warning(this, tr("Error"),
-                       tr("Failed to connect to IP Camera!\nPlease check IP address, port and network connection.\n"));
+                       tr("Failed to connect to IP Camera!\nPlease check IP address, port and network connection.\n"),
+                       useless);
     reject();
 }
 
@@ -277,5 +326,7 @@ void CameraSettingDialog::done(int result)
         m_droidCamTest->stop();
         m_network->setTesting(false);
     }
+    if (result == Accepted)
+        rememberLastUsed(kLastUsed, cameraAssignments(settings()));
     QDialog::done(result);
 }

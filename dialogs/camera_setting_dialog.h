@@ -8,6 +8,7 @@
 #include <QDialog>
 
 class NetworkRow;
+class SourcePreview;
 class QCheckBox;
 class QComboBox;
 class QFormLayout;
@@ -37,6 +38,8 @@ private slots:
     void onTest();
     void onDroidCamTested();
     void onAccept();
+    void onLastUsed();
+    void onDropped(const QString& path);
 
 private:
     void layOut();
@@ -45,8 +48,11 @@ private:
     void addIdentityRows();
     void showSourceRow(bool isStream);
     CameraSettings::Source sourceKind() const;
-    bool takeOver(const QString& source);
     void showBusLimit();
+    /// Why it takes over nothing, or not all; empty when the source has usable video.
+    QString takeOver(const QString& source);
+    void takeFile(const QString& path);
+    void fill(const CameraSettings& settings);
 
     Prompter& m_prompter;
     const SourceCheck m_check;
@@ -57,6 +63,7 @@ private:
     QLabel* m_pathLabel = nullptr;
     QLineEdit* m_path = nullptr;
     QPushButton* m_browse = nullptr;
+    SourcePreview* m_preview = nullptr;
     QComboBox* m_resolution = nullptr;
     QComboBox* m_frameRate = nullptr;
     QComboBox* m_uvcVersion = nullptr;

@@ -181,3 +181,23 @@ SettingsReading<CameraSettings> cameraSettingsFrom(const QStringList& assignment
         return {std::nullopt, fault};
     return reading;
 }
+
+QStringList cameraAssignments(const CameraSettings& settings)
+{
+    Assignments values{{QStringLiteral("resolution"), settings.resolution},
+                       {QStringLiteral("rate"), settings.frameRate},
+                       {QStringLiteral("format"), settings.frameFormat},
+                       {QStringLiteral("uvc"), settings.uvcChoice},
+                       {QStringLiteral("usb"), settings.usbChoice.mid(QStringLiteral("USB").size())},
+                       {QStringLiteral("vid"), settings.vid},
+                       {QStringLiteral("pid"), settings.pid},
+                       {QStringLiteral("name"), settings.deviceName},
+                       {QStringLiteral("iso"), switchText(settings.isochronousActive)}};
+    if (settings.sourceKind == CameraSettings::Source::IpCamera) {
+        values.insert(QStringLiteral("address"), settings.network.address);
+        values.insert(QStringLiteral("port"), settings.network.port);
+    } else {
+        values.insert(QStringLiteral("source"), settings.path);
+    }
+    return readableAssignments(values, &cameraSettingsFrom);
+}

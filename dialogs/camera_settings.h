@@ -60,3 +60,6 @@ QStringList cameraSettingNames();
 /// choose the IP camera, which transfers isochronously unless "iso" says otherwise. Pictures that the bus cannot carry
 /// are refused. Nothing is opened.
 SettingsReading<CameraSettings> cameraSettingsFrom(const QStringList& assignments);
+
+/// NAME=VALUE texts from which cameraSettingsFrom() makes the same settings, as far as it would accept them.
+QStringList cameraAssignments(const CameraSettings& settings);

@@ -2,6 +2,8 @@
 
 #include "dialogs/field_patterns.h"
 #include "dialogs/network_row.h"
+#include "runtime/last_used.h"
+#include "ui/file_drop.h"
 #include "ui/form_rows.h"
 #include "ui/path_edit.h"
 
@@ -22,6 +24,7 @@
 
 namespace {
 
+const QString kLastUsed = QStringLiteral("microphone");
 constexpr int kUac1Index = 0;
 constexpr int kUac2Index = 1;
 constexpr int kUsb3Index = 1;
@@ -62,7 +65,12 @@ void MicrophoneSettingDialog::layOut()
     connect(buttons, &QDialogButtonBox::accepted, this, &MicrophoneSettingDialog::onAccept);
     connect(buttons, &QDialogButtonBox::rejected, this, &MicrophoneSettingDialog::onCancel);
     buttons->button(QDialogButtonBox::Ok)->setDefault(true); // the keyboard's, wherever the focus is but on a button
+    QPushButton* lastUsed = named("lastUsed", buttons->addButton(tr("Last used"), QDialogButtonBox::ResetRole));
+    lastUsed->setToolTip(tr("Fills in the settings of the microphone that was created last"));
+    lastUsed->setEnabled(!lastUsedSettings(kLastUsed).isEmpty());
+    connect(lastUsed, &QPushButton::clicked, this, &MicrophoneSettingDialog::onLastUsed);
     layout->addWidget(buttons);
+    takeDroppedFile(*this, [this](const QString& path) { onDropped(path); });
 
     alignFormLabels(*this);
     // The width that every row needs, so that another source does not change it.
@@ -201,13 +209,14 @@ void MicrophoneSettingDialog::acceptNetwork(const MicrophoneSettings& chosen)
 {
     if (!m_network->requireComplete(m_prompter, tr("Warning")))
         return;
-    if (opens(chosen.testedUrl())) {
+    const QString useless = uselessStream(chosen.testedUrl());
+    if (useless.isEmpty()) {
         accept();
         return;
     }
     m_prompter.warning(
         this, tr("Error"),
-        tr("Failed to connect to IP Audio Stream!\nPlease check IP address, port and network connection."));
+        tr("Failed to connect to IP Audio Stream!\nPlease check IP address, port and network connection."), useless);
     m_network->setFocus();
 }
 
@@ -273,21 +282,54 @@ void MicrophoneSettingDialog::onTestNetwork()
     if (!m_network->requireComplete(m_prompter, tr("Warning")))
         return;
     m_network->setTesting(true);
-    const bool works = opens(chosen.testedUrl());
+    const QString useless = uselessStream(chosen.testedUrl());
     m_network->setTesting(false);
-    if (works)
+    if (useless.isEmpty())
         m_prompter.information(this, tr("Test Result"),
                                tr("IP Audio Stream connection successful!\nIP: %1 Port: %2")
                                    .arg(chosen.network.address, chosen.network.port));
     else
         m_prompter.warning(
             this, tr("Test Result"),
-            tr("IP Audio Stream connection failed!\nPlease check IP address, port and network connection."));
+            tr("IP Audio Stream connection failed!\nPlease check IP address, port and network connection."), useless);
 }
 
-bool MicrophoneSettingDialog::opens(const QString& url) const
+QString MicrophoneSettingDialog::uselessStream(const QString& url) const
 {
-    return runCheck(m_check, url, SourceProbe::Kind::Audio).isUsableAudio();
+    return uselessReason(runCheck(m_check, url, SourceProbe::Kind::Audio), SourceProbe::Kind::Audio);
+}
+
+void MicrophoneSettingDialog::onLastUsed()
+{
+    if (const auto kept = microphoneSettingsFrom(lastUsedSettings(kLastUsed)).settings)
+        fill(*kept);
+}
+
+void MicrophoneSettingDialog::fill(const MicrophoneSettings& settings)
+{
+    m_vid->setText(settings.vid);
+    m_pid->setText(settings.pid);
+    m_deviceName->setText(settings.deviceName);
+    (settings.isNetwork ? m_ipCam : m_file)->setChecked(true);
+    m_uacVersion->setCurrentIndex(m_uacVersion->findData(settings.uacVersion));
+    m_usbVersion->setCurrentIndex(m_usbVersion->findData(settings.usbVersion));
+    m_realTime->setChecked(settings.realTime);
+    m_path->setText(settings.path);
+    m_network->setSource(settings.network);
+    m_loop->setChecked(settings.loop);
+}
+
+void MicrophoneSettingDialog::onDropped(const QString& path)
+{
+    m_file->setChecked(true);
+    m_path->setText(path);
+}
+
+void MicrophoneSettingDialog::done(int result)
+{
+    if (result == Accepted)
+        rememberLastUsed(kLastUsed, microphoneAssignments(settings()));
+    QDialog::done(result);
 }
 
 void MicrophoneSettingDialog::onUacVersionChanged(int index)

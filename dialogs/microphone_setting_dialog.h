@@ -30,6 +30,8 @@ public:
 
     MicrophoneSettings settings() const;
 
+    void done(int result) override;
+
 private slots:
     void onBrowse();
     void onAccept();
@@ -38,6 +40,8 @@ private slots:
     void onInputSourceChanged();
     void onTestNetwork();
     void onUacVersionChanged(int index);
+    void onLastUsed();
+    void onDropped(const QString& path);
 
 private:
     QGroupBox* deviceGroup();
@@ -49,7 +53,9 @@ private:
     void acceptNetwork(const MicrophoneSettings& chosen);
     void acceptFile(const MicrophoneSettings& chosen);
     QLineEdit* fieldOf(MicrophoneSettings::Fault fault) const;
-    bool opens(const QString& url) const;
+    /// Why the stream is of no use; empty when it opens and has sound.
+    QString uselessStream(const QString& url) const;
+    void fill(const MicrophoneSettings& settings);
 
     Prompter& m_prompter;
     const SourceCheck m_check;

@@ -151,3 +151,22 @@ SettingsReading<MicrophoneSettings> microphoneSettingsFrom(const QStringList& as
         return {std::nullopt, conflict};
     return reading;
 }
+
+QStringList microphoneAssignments(const MicrophoneSettings& settings)
+{
+    const QString usb = settings.usbVersion == QLatin1String("1") ? QStringLiteral("3.0") : QStringLiteral("2.0");
+    Assignments values{{QStringLiteral("usb"), usb},
+                       {QStringLiteral("uac"), settings.uacVersion},
+                       {QStringLiteral("realtime"), switchText(settings.realTime)},
+                       {QStringLiteral("loop"), switchText(settings.loop)},
+                       {QStringLiteral("vid"), settings.vid},
+                       {QStringLiteral("pid"), settings.pid},
+                       {QStringLiteral("name"), settings.deviceName}};
+    if (settings.isNetwork) {
+        values.insert(QStringLiteral("address"), settings.network.address);
+        values.insert(QStringLiteral("port"), settings.network.port);
+    } else {
+        values.insert(QStringLiteral("source"), settings.path);
+    }
+    return readableAssignments(values, &microphoneSettingsFrom);
+}

@@ -58,3 +58,6 @@ QStringList microphoneSettingNames();
 /// Settings of a script's NAME=VALUE texts over the defaults, checked like the dialog's fields. "address" and "port"
 /// choose the source in the network. A file need not exist. Nothing is opened.
 SettingsReading<MicrophoneSettings> microphoneSettingsFrom(const QStringList& assignments);
+
+/// NAME=VALUE texts from which microphoneSettingsFrom() makes the same settings, as far as it would accept them.
+QStringList microphoneAssignments(const MicrophoneSettings& settings);

@@ -44,6 +44,12 @@ NetworkSource NetworkRow::source() const
     return {m_address->displayText(), m_port->text()};
 }
 
+void NetworkRow::setSource(const NetworkSource& source)
+{
+    m_address->setText(source.address);
+    m_port->setText(source.port);
+}
+
 bool NetworkRow::requireComplete(Prompter& prompter, const QString& title)
 {
     if (source().isComplete())

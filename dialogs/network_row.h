@@ -20,6 +20,8 @@ public:
     /// The texts as they were typed; a port that a program set is not checked.
     NetworkSource source() const;
 
+    void setSource(const NetworkSource& source);
+
     /// False, told to the user in a box of that title, while a field is empty; the first one gets the focus.
     bool requireComplete(Prompter& prompter, const QString& title);
 

@@ -31,6 +31,11 @@ bool take(QString& field, const QString& value, bool isValid)
     return isValid;
 }
 
+QString switchText(bool on)
+{
+    return on ? QStringLiteral("on") : QStringLiteral("off");
+}
+
 bool readSwitch(const QString& value, bool& flag)
 {
     flag = value == QLatin1String("on");

@@ -66,6 +66,23 @@ SettingsReading<Settings> applyRules(const std::vector<SettingRule<Settings>>& r
     return {std::move(settings), {}};
 }
 
+/// The texts of which `reads` accepts each for itself: what a dialog lets through but a script may not give is left
+/// out.
+template<typename Reads>
+QStringList readableAssignments(const Assignments& values, Reads reads)
+{
+    QStringList texts;
+    for (auto value = values.begin(); value != values.end(); ++value) {
+        const QString text = value.key() + QLatin1Char('=') + *value;
+        if (reads(QStringList{text}).settings)
+            texts << text;
+    }
+    return texts;
+}
+
+/// "on" or "off".
+QString switchText(bool on);
+
 /// Puts `value` into `field` and returns `isValid`.
 bool take(QString& field, const QString& value, bool isValid);
 

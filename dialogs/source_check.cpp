@@ -3,22 +3,66 @@
 #include "media/log.h"
 #include "ui/busy_cursor.h"
 
+#include <QCoreApplication>
+
 #include <exception>
 #include <future>
 #include <memory>
+#include <mutex>
+#include <optional>
 #include <thread>
 #include <utility>
 
 namespace {
 
-/// A probe and its outcome; they live as long as the dialog waits or the probe's thread runs, whichever is longer.
-struct RunningProbe
+struct SourceTexts
+{
+    Q_DECLARE_TR_FUNCTIONS(SourceTexts)
+};
+
+/// A probe and what comes of it; it lives as long as somebody waits for that or its thread runs, whichever is longer.
+struct RunningProbe final : public PendingPicture
 {
     explicit RunningProbe(std::chrono::milliseconds limit) : probe(limit) {}
 
+    std::optional<PreviewPicture> take() override
+    {
+        const std::lock_guard lock(m_lock);
+        return m_picture;
+    }
+
+    void stop() override { probe.cancel(); }
+
+    void finish(PreviewPicture picture)
+    {
+        const std::lock_guard lock(m_lock);
+        m_picture = std::move(picture);
+    }
+
     SourceProbe probe;
     std::promise<SourceProbeResult> outcome;
+
+private:
+    std::mutex m_lock;
+    std::optional<PreviewPicture> m_picture;
 };
+
+/// On a thread of its own. The outcome is told before a picture is read, which may take as long again.
+void look(RunningProbe& running, const ProbeCall& call, const QString& source, SourceProbe::Kind kind)
+{
+    try {
+        running.outcome.set_value(call(running.probe, source, kind));
+    } catch (...) {
+        running.outcome.set_exception(std::current_exception());
+    }
+    try {
+        running.finish(kind == SourceProbe::Kind::Video
+                           ? running.probe.firstPicture(kMostPreviewWidth, kMostPreviewHeight)
+                           : PreviewPicture());
+    } catch (const std::exception&) {
+        running.finish({});
+    }
+}
 
 } // namespace
 
@@ -27,18 +71,15 @@ SourceCheck checkWithin(std::chrono::milliseconds limit, ProbeCall call)
     return [limit, call = std::move(call)](const QString& source, SourceProbe::Kind kind) {
         const auto running = std::make_shared<RunningProbe>(limit);
         auto outcome = running->outcome.get_future();
-        std::thread([running, call, source, kind] {
-            try {
-                running->outcome.set_value(call(running->probe, source, kind));
-            } catch (...) {
-                running->outcome.set_exception(std::current_exception());
-            }
-        }).detach();
-        if (outcome.wait_for(limit) == std::future_status::ready)
-            return outcome.get();
+        std::thread([running, call, source, kind] { look(*running, call, source, kind); }).detach();
+        if (outcome.wait_for(limit) == std::future_status::ready) {
+            SourceProbeResult found = outcome.get();
+            found.picture = running;
+            return found;
+        }
         running->probe.cancel();
         SourceProbeResult late;
-        late.error = QStringLiteral("no answer within %1 ms").arg(limit.count());
+        late.error = SourceTexts::tr("no answer within %1 s").arg(std::chrono::duration<double>(limit).count());
         return late;
     };
 }
@@ -53,6 +94,22 @@ SourceProbeResult runCheck(const SourceCheck& check, const QString& source, Sour
         return result;
     } catch (const std::exception& failure) {
         qCWarning(mediaLog) << "Source" << source << "cannot be checked:" << failure.what();
-        return {};
+        SourceProbeResult failed;
+        failed.error = QString::fromLocal8Bit(failure.what());
+        return failed;
     }
+}
+
+QString uselessReason(const SourceProbeResult& result, SourceProbe::Kind kind)
+{
+    const bool isVideo = kind == SourceProbe::Kind::Video;
+    if (isVideo ? result.isUsableVideo() : result.isUsableAudio())
+        return {};
+    if (!result.opened)
+        return result.error.isEmpty() ? SourceTexts::tr("It cannot be opened.") : result.error;
+    if (!isVideo)
+        return result.hasAudio ? SourceTexts::tr("The rate or channels of its sound are not known.")
+                               : SourceTexts::tr("There is no sound in it.");
+    return result.hasVideo ? SourceTexts::tr("The size or rate of its pictures is not known.")
+                           : SourceTexts::tr("There are no pictures in it.");
 }

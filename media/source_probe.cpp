@@ -1,7 +1,10 @@
 #include "media/source_probe.h"
 
+#include "media/av_decoder.h"
 #include "media/log.h"
 #include "media/media_reader.h"
+
+#include <algorithm>
 
 namespace {
 
@@ -18,15 +21,73 @@ int selectorOf(SourceProbe::Kind kind)
     return kSelectBoth;
 }
 
+/// Keeps the first frame that comes, as a preview, and refuses it, which ends reading.
+class FirstFrame final : public AVSourceSink
+{
+public:
+    FirstFrame(int mostWidth, int mostHeight) : m_mostWidth(mostWidth), m_mostHeight(mostHeight) {}
+
+    bool pushFrame(AVFrame* frame) override
+    {
+        const double shrink = std::min({1.0, double(m_mostWidth) / frame->width, double(m_mostHeight) / frame->height});
+        const int width = std::max(1, int(frame->width * shrink));
+        const int height = std::max(1, int(frame->height * shrink));
+        const ffmpeg::Scaler scaler(sws_getContext(frame->width, frame->height, AVPixelFormat(frame->format), width,
+                                                   height, AV_PIX_FMT_BGRA, SWS_AREA, nullptr, nullptr, nullptr));
+        if (!scaler)
+            return refuse("no preview of this pixel format");
+        constexpr int kBytesPerPixel = 4;
+        const int rowSize = width * kBytesPerPixel;
+        // The scaler may write a little beyond a row, into the next one or behind the last.
+        constexpr int kOverrun = 64;
+        picture = {width, height, QByteArray(rowSize * height + kOverrun, '\0')};
+        std::uint8_t* planes[] = {reinterpret_cast<std::uint8_t*>(picture.pixels.data()), nullptr, nullptr, nullptr};
+        const int rowSizes[] = {rowSize, 0, 0, 0};
+        sws_scale(scaler.get(), frame->data, frame->linesize, 0, frame->height, planes, rowSizes);
+        picture.pixels.truncate(rowSize * height);
+        return false;
+    }
+
+    PreviewPicture picture;
+
+private:
+    const int m_mostWidth;
+    const int m_mostHeight;
+};
+
 } // namespace
+
+SourceProbe::SourceProbe(std::chrono::milliseconds limit) : m_interrupt(limit)
+{}
+
+SourceProbe::~SourceProbe() = default;
+
+PreviewPicture SourceProbe::firstPicture(int mostWidth, int mostHeight)
+{
+    const std::unique_ptr<MediaReader> reader = std::move(m_reader);
+    if (!reader || !reader->videoSource())
+        return {};
+    AVDecoder decoder(reader->videoSource()->codecId());
+    FirstFrame first(mostWidth, mostHeight);
+    reader->videoSource()->chain(decoder);
+    decoder.chain(first);
+    if (decoder.open(reader->videoSource()->codecParameters())) {
+        reader->readLoop(false);
+        if (first.picture.width == 0)
+            reader->flush(); // all of a short source may still be in the decoder
+    }
+    return first.picture;
+}
 
 SourceProbeResult SourceProbe::probe(const QString& source, Kind kind)
 {
     SourceProbeResult result;
-    MediaReader reader(source.toStdString(), selectorOf(kind), m_interrupt);
+    m_reader = std::make_unique<MediaReader>(source.toStdString(), selectorOf(kind), m_interrupt);
+    MediaReader& reader = *m_reader;
     result.opened = reader.open();
     if (!result.opened) {
         result.error = QString::fromStdString(reader.error());
+        m_reader.reset();
         return result;
     }
     result.frameRate = reader.frameRate();

@@ -3,9 +3,35 @@
 
 #include "media/media_interrupt.h"
 
+#include <QByteArray>
 #include <QString>
 
 #include <chrono>
+#include <memory>
+#include <optional>
+
+class MediaReader;
+
+/// The first picture of a source, made smaller where it was larger than asked for.
+struct PreviewPicture
+{
+    int width = 0; ///< pixels; 0 when there is none
+    int height = 0;
+    QByteArray pixels; ///< rows without padding; four bytes a pixel: blue, green, red and one that means nothing
+};
+
+/// A picture that another thread is getting. Any thread.
+class PendingPicture
+{
+public:
+    virtual ~PendingPicture() = default;
+
+    /// Nothing as long as it is not known whether there is one.
+    virtual std::optional<PreviewPicture> take() = 0;
+
+    /// It is not wanted any more.
+    virtual void stop() = 0;
+};
 
 /// What a probe found. Sizes are in pixels, 0 when there is no video; rates are 0 when there is no such stream.
 struct SourceProbeResult
@@ -21,7 +47,9 @@ struct SourceProbeResult
     int channels = 0;
     int sampleRate = 0; ///< Hz.
 
-    QString error; ///< FFmpeg's words for why it did not open, empty when it did.
+    QString error; ///< Why it did not open, mostly in FFmpeg's words; empty when it did.
+
+    std::shared_ptr<PendingPicture> picture; ///< On its way, null when none is.
 
     /// Opened with a picture of a known size and rate.
     bool isUsableVideo() const { return opened && hasVideo && width > 0 && height > 0 && frameRate > 0; }
@@ -41,13 +69,19 @@ public:
         Audio
     };
 
-    explicit SourceProbe(std::chrono::milliseconds limit = std::chrono::seconds(10)) : m_interrupt(limit) {}
+    explicit SourceProbe(std::chrono::milliseconds limit = std::chrono::seconds(10));
+    ~SourceProbe();
 
     /// `source` is a path or a URL.
     SourceProbeResult probe(const QString& source, Kind kind = Kind::VideoAndAudio);
+
+    /// The first picture of what probe() opened, read on over the same connection. None for a source without pictures,
+    /// after cancel() and when asked again.
+    PreviewPicture firstPicture(int mostWidth, int mostHeight);
 
     void cancel() { m_interrupt.stop(); }
 
 private:
     MediaInterrupt m_interrupt;
+    std::unique_ptr<MediaReader> m_reader; ///< from probe() to firstPicture()
 };

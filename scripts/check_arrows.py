@@ -18,7 +18,7 @@ ARROWS = {
     "fido2/file": {"runtime"},
     "fido2/channel": {"fido2/file", "devices", "runtime"},
     "fido2/dialogs": {"fido2/file", "fido2/channel", "devices", "runtime", "ui"},
-    "dialogs": {"devices", "media", "ui"},
+    "dialogs": {"devices", "media", "runtime", "ui"},
     "emulation": {"devices", "fido2/file", "runtime"},
     # The devices that play media; the rest of the device process does without FFmpeg.
     "emulation/player": {"emulation", "media"},

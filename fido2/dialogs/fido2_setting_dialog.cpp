@@ -369,6 +369,7 @@ void Fido2SettingDialog::onCreateDevice()
                "• VID: %1\n• PID: %2\n• USB Version: %3\n• Device Name: %4\n• Support PIN: %5\n• Credentials File: %6")
                 .arg(chosen.vid, chosen.pid, chosen.usbVersionChoice, chosen.name, yesOrNo(chosen.supportsPin),
                      chosen.credentialsPath));
+    rememberSettings();
     accept();
 }
 

@@ -60,6 +60,8 @@ public slots:
 
 private:
     void buildLayout();
+    void onLastUsed();
+    void rememberSettings() const;
     QWidget* buildDeviceGroup();
     QWidget* buildCredentialsGroup();
     QWidget* buildButtonRow();

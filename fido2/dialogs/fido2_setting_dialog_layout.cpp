@@ -2,6 +2,7 @@
 #include "fido2/dialogs/fido2_setting_dialog.h"
 
 #include "fido2/dialogs/credentials_table.h"
+#include "runtime/last_used.h"
 #include "ui/dialog_parts.h"
 #include "ui/file_drop.h"
 #include "ui/form_rows.h"
@@ -16,6 +17,8 @@
 #include <QPushButton>
 
 namespace {
+
+const QString kLastUsedKey = QStringLiteral("key");
 
 constexpr int kFieldWidth = 420; // serial numbers fit; the dialog is as wide as its table, which is too wide for them
 
@@ -32,6 +35,31 @@ QLabel* addStateLine(QVBoxLayout* layout, const char* objectName)
 
 } // namespace
 
+void Fido2SettingDialog::onLastUsed()
+{
+    for (const QString& text : lastUsedSettings(kLastUsedKey)) {
+        const QString name = text.section(QLatin1Char('='), 0, 0);
+        const QString value = text.section(QLatin1Char('='), 1);
+        if (auto* line = findChild<QLineEdit*>(name))
+            line->setText(value);
+        else if (auto* choice = findChild<QComboBox*>(name))
+            choice->setCurrentText(value);
+        else if (auto* box = findChild<QCheckBox*>(name))
+            box->setChecked(value == QStringLiteral("1"));
+    }
+}
+
+/// Under the names of the fields.
+void Fido2SettingDialog::rememberSettings() const
+{
+    QStringList texts;
+    for (const QLineEdit* line : {m_vid, m_pid, m_name})
+        texts << line->objectName() + QLatin1Char('=') + line->displayText();
+    texts << m_usbVersion->objectName() + QLatin1Char('=') + m_usbVersion->currentText()
+          << m_supportsPin->objectName() + QLatin1Char('=') + parameter::flag(m_supportsPin->isChecked());
+    rememberLastUsed(kLastUsedKey, texts);
+}
+
 void Fido2SettingDialog::buildLayout()
 {
     setWindowTitle(tr("FIDO2 Device Configuration"));
@@ -42,7 +70,11 @@ void Fido2SettingDialog::buildLayout()
     QPushButton* create = makeColoredButton(tr("Create FIDO2 Device"), ButtonColor::Green);
     create->setObjectName(QStringLiteral("create"));
     create->setDefault(true);
-    layout->addLayout(makeButtonRow({create}));
+    QPushButton* lastUsed = named("lastUsed", makePlainButton(tr("Last used")));
+    lastUsed->setToolTip(tr("Fills in what the key that was created last was made with, but for its serial number"));
+    lastUsed->setEnabled(!lastUsedSettings(kLastUsedKey).isEmpty());
+    connect(lastUsed, &QPushButton::clicked, this, &Fido2SettingDialog::onLastUsed);
+    layout->addLayout(makeButtonRow({lastUsed, create}));
     connect(create, &QPushButton::clicked, this, &Fido2SettingDialog::onCreateDevice);
     takeDroppedFile(*this, [this](const QString& path) { loadUnlessUnsaved(path); });
     constexpr QSize kSize(1230, 680); // every column of the table at its width

@@ -1,12 +1,16 @@
 #include "dialogs/camera_setting_dialog.h"
+#include "runtime/last_used.h"
 #include "tests/dialogs/form.h"
 #include "tests/dialogs/sources.h"
 #include "tests/dialogs/values.h"
 #include "tests/support/scripted_prompter.h"
 #include "tests/support/suite_registry.h"
 
+#include <QDragEnterEvent>
 #include <QLabel>
+#include <QMimeData>
 #include <QTimer>
+#include <QUrl>
 
 class CameraSettingDialogTest : public QObject
 {
@@ -27,6 +31,9 @@ private slots:
     void acceptsOnlyWhatOpens();
     void testsTheNetwork_data();
     void testsTheNetwork();
+    void showsThePictureOfASource();
+    void takesAFileThatIsDropped();
+    void fillsInWhatWasLastUsed();
     void droidCamTestNeverReportsIntoAClosedDialog();
     void saysWhatTheBusCarries();
     void canBeUsedWithoutAMouse();
@@ -255,10 +262,14 @@ void CameraSettingDialogTest::acceptsOnlyWhatOpens_data()
     QTest::addColumn<QByteArray>("answer");
     QTest::addColumn<LoopbackServer::Ending>("ending");
     QTest::addColumn<QString>("values"); // empty: rejected
+    QTest::addColumn<QRegularExpression>("reason");
     QTest::newRow("a camera that sends pictures")
-        << pictureStream() << LoopbackServer::Ending::Close << QStringLiteral("640x480 30");
-    QTest::newRow("sound only") << soundStream() << LoopbackServer::Ending::Close << QString();
-    QTest::newRow("a server that is silent") << QByteArray() << LoopbackServer::Ending::Stall << QString();
+        << pictureStream() << LoopbackServer::Ending::Close << QStringLiteral("640x480 30")
+        << QRegularExpression(QStringLiteral("^$"));
+    QTest::newRow("sound only") << soundStream() << LoopbackServer::Ending::Close << QString()
+                                << QRegularExpression(QStringLiteral("^There are no pictures"));
+    QTest::newRow("a server that is silent") << QByteArray() << LoopbackServer::Ending::Stall << QString()
+                                             << QRegularExpression(QStringLiteral("^no(thing came|.answer)"));
 }
 
 void CameraSettingDialogTest::acceptsOnlyWhatOpens()
@@ -267,13 +278,15 @@ void CameraSettingDialogTest::acceptsOnlyWhatOpens()
     QFETCH(LoopbackServer::Ending, ending);
     QFETCH(QString, values);
     const LoopbackServer server(answer, ending);
-    Fixture f(values.isEmpty() ? checkWithin(std::chrono::milliseconds(300)) : checkWithin());
+    Fixture f(ending == LoopbackServer::Ending::Stall ? checkWithin(std::chrono::milliseconds(300)) : checkWithin());
     f.form.toggle("ipCamera");
     f.form.type("port", portOf(server));
     if (values.isEmpty())
         f.prompter.expectWarning(QStringLiteral("Error"), kUnreachable);
     f.form.ok();
     QCOMPARE(f.prompter.verify(), QString());
+    QFETCH(QRegularExpression, reason);
+    QVERIFY2(reason.match(f.prompter.lastRemark()).hasMatch(), qPrintable(f.prompter.lastRemark()));
     QCOMPARE(f.form.state(), values.isEmpty() ? QStringLiteral("rejected") : QStringLiteral("accepted"));
     if (!values.isEmpty())
         QCOMPARE(f.form.chosen("resolution") + QLatin1Char(' ') + f.form.chosen("frameRate"), values);
@@ -315,6 +328,7 @@ void CameraSettingDialogTest::testsTheNetwork()
         f.prompter.expectWarning(title, text);
     f.form.click("testNetwork");
     QCOMPARE(f.prompter.verify(), QString());
+    QCOMPARE(f.prompter.lastRemark().isEmpty(), !text.contains(QLatin1String("failed")));
     QCOMPARE(f.form.text("testNetwork"), QStringLiteral("Test Network"));
     QVERIFY(f.form.isEnabled("testNetwork"));
     QCOMPARE(f.form.state(), QStringLiteral("open"));
@@ -325,6 +339,85 @@ void CameraSettingDialogTest::testsTheNetwork()
         f.form.ok();
         QCOMPARE(f.form.state(), QStringLiteral("open"));
         QCOMPARE(f.prompter.verify(), QString());
+    }
+}
+
+void CameraSettingDialogTest::showsThePictureOfASource()
+{
+    const LoopbackServer server(pictureStream(), LoopbackServer::Ending::Close);
+    Fixture f(checkWithin());
+    const auto* preview = f.form.find<QLabel>("preview");
+    const auto picture = [preview] { return preview->pixmap(Qt::ReturnByValue); };
+    f.prompter.expectOpenFile(kPickFile, kFileFilter, sourceFile("odd.avi"));
+    f.form.click("browse");
+    const QSize size = f.dialog.size();
+    QTRY_VERIFY(!picture().isNull());
+    QCOMPARE(f.dialog.size(), size);
+    QCOMPARE(picture().width() / picture().height(), 1); // 16 : 9, rounded down
+    const QImage shown = picture().toImage();
+    QVERIFY(shown.pixelColor(2, 2) != shown.pixelColor(shown.width() / 2, shown.height() / 2)); // a test pattern
+    f.form.type("path", QStringLiteral("/other.avi"));
+    QVERIFY(picture().isNull());
+
+    f.form.check("ipCamera");
+    f.form.type("port", portOf(server));
+    f.prompter.expectInformation(kTestResult, QStringLiteral("IP Camera connection successful!\n"));
+    f.form.click("testNetwork");
+    QTRY_VERIFY(!picture().isNull());
+    f.form.check("file");
+    f.prompter.expectOpenFile(kPickFile, kFileFilter, sourceFile("tone.opus"));
+    f.form.click("browse");
+    QCOMPARE(preview->text(), QStringLiteral("No picture"));
+    QCOMPARE(f.prompter.verify(), QString());
+}
+
+void CameraSettingDialogTest::takesAFileThatIsDropped()
+{
+    Fixture f(checkWithin());
+    QMimeData dragged;
+    dragged.setUrls({QUrl::fromLocalFile(sourceFile("odd.avi"))});
+    for (const char* where : {"path", "deviceName"}) {
+        f.form.check("ipCamera");
+        QWidget* target = f.form.find(where);
+        QDragEnterEvent enter(QPoint(1, 1), Qt::CopyAction, &dragged, Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(target, &enter);
+        QDropEvent drop(QPoint(1, 1), Qt::CopyAction, &dragged, Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(target, &drop);
+        QTRY_COMPARE(f.form.chosen("resolution"), QStringLiteral("1366x768"));
+        QTRY_COMPARE(f.dialog.settings().source(), sourceFile("odd.avi"));
+        f.form.choose("resolution", QStringLiteral("640x480"));
+    }
+    QCOMPARE(f.dialog.settings().deviceName, QStringLiteral("UVC Camera"));
+}
+
+void CameraSettingDialogTest::fillsInWhatWasLastUsed()
+{
+    rememberLastUsed(QStringLiteral("camera"), {});
+    const QString chosen = QStringLiteral("0xA|0x5678|Désk|1|%1|0|23|1366x768|120|0x0150|iso");
+    for (const char* source : {"file", "ipCamera"}) {
+        const bool isFile = source == QByteArray("file");
+        {
+            Fixture f([](const QString&, SourceProbe::Kind) { return found(1366, 768, 120); });
+            QCOMPARE(f.form.isEnabled("lastUsed"), !isFile); // nothing is kept before the first
+            f.form.check(source);
+            f.form.type("vid", QStringLiteral("0xA"));
+            f.form.set("deviceName", QStringLiteral("Désk"));
+            f.form.type("path", QStringLiteral("/a b.mp4"));
+            f.form.type("ipAddress", QStringLiteral("::1"));
+            f.form.choose("usbVersion", QStringLiteral("USB3.0"));
+            f.form.choose("frameFormat", QStringLiteral("NV12"));
+            f.form.choose("uvcVersion", QStringLiteral("1.5"));
+            f.form.check("isoActive");
+            f.form.find<QComboBox>("resolution")->insertItem(0, QStringLiteral("1366x768"));
+            f.form.find<QComboBox>("resolution")->setCurrentIndex(0);
+            f.form.choose("frameRate", QStringLiteral("120"));
+            f.form.ok();
+            QCOMPARE(f.form.state(), QStringLiteral("accepted"));
+        }
+        Fixture f;
+        QCOMPARE(f.values(), QStringLiteral("0x1234|0x5678|UVC Camera|0||7|-1|640x480|25|0x0100|bulk"));
+        f.form.click("lastUsed");
+        QCOMPARE(f.values(), chosen.arg(isFile ? QStringLiteral("/a b.mp4") : QStringLiteral("http://::1:8080/video")));
     }
 }
 

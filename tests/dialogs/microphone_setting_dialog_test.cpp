@@ -77,9 +77,16 @@ void MicrophoneSettingDialogTest::handsBackWhatWasChosen()
     f.form.toggle("loop");
     f.form.type("path", sourceFile("tone.opus"));
     f.form.ok();
-    QCOMPARE(f.values(), QStringLiteral("AbC1|00ff|Desk|1|2.0|rt|%1|2|48000|once").arg(sourceFile("tone.opus")));
+    const QString chosen = QStringLiteral("AbC1|00ff|Desk|1|2.0|rt|%1|2|48000|once").arg(sourceFile("tone.opus"));
+    QCOMPARE(f.values(), chosen);
     QCOMPARE(f.form.state(), QStringLiteral("accepted"));
     QCOMPARE(f.prompter.verify(), QString());
+
+    Fixture next; // with the defaults until the user asks for more
+    QVERIFY(next.values() != chosen);
+    next.form.click("lastUsed");
+    QCOMPARE(next.values(), chosen);
+    QVERIFY(!next.form.isEnabled("usbVersion")); // as when UAC 2.0 is chosen by hand
 }
 
 void MicrophoneSettingDialogTest::pastedTextStaysOneField()

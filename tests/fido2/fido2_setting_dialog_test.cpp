@@ -1,6 +1,7 @@
 #include "fido2/dialogs/credential_texts.h"
 #include "fido2/dialogs/fido2_setting_dialog.h"
 #include "fido2/file/json_file.h"
+#include "runtime/shown_text.h"
 #include "tests/fido2/fido2_test_support.h"
 #include "tests/support/log_lines.h"
 #include "tests/support/scripted_prompter.h"
@@ -35,6 +36,7 @@ private slots:
     void anEditStaysThatCredentials();
     void asksBeforeChangesAreDropped();
     void sortsAndSearches();
+    void showsAPartOfManyAndKeepsAll();
     void takesAFileThatIsDropped();
     void saysWhatASaveWouldReplace();
 };
@@ -173,6 +175,15 @@ void Fido2SettingDialogTest::createsWithWhatWasTyped()
     QCOMPARE(dialog.result(), int(QDialog::Accepted));
     QVERIFY(!dialog.parameters().supportsPin);
     QCOMPARE(dialog.parameters().parameterList().join(QLatin1Char('|')).count(QLatin1Char('\n')), 0);
+
+    Fido2SettingDialog next(nullptr, folder.environment(), prompter);
+    QCOMPARE(next.parameters().vid, QStringLiteral("0x1234"));
+    click(next, "lastUsed");
+    Fido2Parameters kept = next.parameters();
+    QVERIFY(kept.serialNumber.startsWith(QStringLiteral("FIDO2_"))); // which no two keys share
+    kept.serialNumber = dialog.parameters().serialNumber;
+    kept.credentialsPath = dialog.parameters().credentialsPath;
+    QCOMPARE(kept.parameterList(), dialog.parameters().parameterList());
 }
 
 void Fido2SettingDialogTest::editsInMemoryAndSavesOnRequest()
@@ -460,6 +471,34 @@ void Fido2SettingDialogTest::sortsAndSearches()
     QTest::keyClick(table(dialog), Qt::Key_Delete);
     part(dialog, "search")->clear();
     QCOMPARE(ids(), QStringLiteral("bb aa cc AA xyz"));
+    QCOMPARE(prompter.verify(), QString());
+}
+
+void Fido2SettingDialogTest::showsAPartOfManyAndKeepsAll()
+{
+    constexpr int kCount = kMostShownItems + 3;
+    const KeyFolder folder;
+    const QString path = folder.keyPath(QStringLiteral("S1_credentials.json"));
+    QJsonArray all;
+    for (int number = 0; number < kCount; ++number)
+        all.append(QJsonObject{{QStringLiteral("id"), QStringLiteral("%1").arg(number, 6, 16, QLatin1Char('0'))}});
+    QVERIFY(writeJsonFile(path, {{QStringLiteral("credentials"), all}}));
+    ScriptedPrompter prompter;
+    Fido2SettingDialog dialog(nullptr, folder.environment(), prompter);
+    part(dialog, "serialNumber")->setText(QStringLiteral("S1"));
+    dialog.loadDeviceInfoFromCredentialsFile();
+    QCOMPARE(table(dialog)->rowCount(), kMostShownItems);
+    QCOMPARE(part<QLabel>(dialog, "rest")->text(), QStringLiteral("3 more are not shown"));
+    const QString last = all.last()[QStringLiteral("id")].toString();
+    part(dialog, "search")->setText(last); // which no row had
+    QCOMPARE(table(dialog)->rowCount(), 1);
+    table(dialog)->selectRow(0);
+    whenModal([&](QWidget& editor) { QCOMPARE(part(editor, "id")->text(), last); });
+    click(dialog, "edit");
+    prompter.expectInformation(kSuccess, QStringLiteral("Credentials saved successfully"));
+    click(dialog, "save");
+    QCOMPARE(readJsonFile(path).root.value(QStringLiteral("credentials")).toArray(), all);
+    QCOMPARE(credentialSummary(path, all).count(QStringLiteral("Credential ")), kMostShownItems);
     QCOMPARE(prompter.verify(), QString());
 }
 

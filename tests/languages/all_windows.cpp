@@ -120,7 +120,9 @@ std::unique_ptr<QWidget> AllWindows::keyDetails()
 
 std::unique_ptr<QWidget> AllWindows::confirmation(const char* operation, const char* data)
 {
-    return std::make_unique<Fido2UserConfirmationDialog>(QLatin1String(operation), object(data));
+    auto dialog = std::make_unique<Fido2UserConfirmationDialog>(QLatin1String(operation), object(data));
+    dialog->showAsker(QStringLiteral("KEY-1 (KEY-1)"), kNoProcess, QDateTime::currentDateTime().addSecs(-75));
+    return dialog;
 }
 
 std::unique_ptr<QWidget> AllWindows::packetDetails()

@@ -3,6 +3,7 @@
 #include "media/channel_layout.h"
 
 #include <iostream>
+#include <utility>
 
 extern "C" {
 #include <libavutil/opt.h>
@@ -15,9 +16,10 @@ constexpr std::uint64_t kFrontPair = 3; // Front left and front right.
 
 } // namespace
 
-AudioResampler::AudioResampler(int outputChannels, int outputRate)
+AudioResampler::AudioResampler(int outputChannels, int outputRate, std::shared_ptr<SoundSpeed> speed)
     : m_outputChannels(outputChannels)
     , m_outputRate(outputRate)
+    , m_speed(std::move(speed))
     , m_outputLayout(outputChannels == 2 ? kFrontPair : 0)
 {}
 
@@ -58,6 +60,8 @@ bool AudioResampler::initialize()
     }
     if (!setOptions())
         return false;
+    if (m_speed)
+        av_opt_set_int(m_resampler.get(), "flags", SWR_FLAG_RESAMPLE, 0);
     std::cout << "AudioResampler configuration:\n"
               << "  Source: " << m_inputRate << "Hz, " << m_inputChannels << " channels, format=" << m_inputSampleFormat
               << "\n  Target: " << m_outputRate << "Hz, " << m_outputChannels << " channels, format=" << kOutputFormat
@@ -140,6 +144,7 @@ bool AudioResampler::pushFrame(AVFrame* frame)
 /// Converts a block and pushes what comes of it; without input, what is held back.
 bool AudioResampler::convert(const std::uint8_t** input, int inputSamples)
 {
+    followSpeed();
     const std::int64_t delayed = swr_get_delay(m_resampler.get(), m_inputRate) + inputSamples;
     const int samples = static_cast<int>(av_rescale_rnd(delayed, m_outputRate, m_inputRate, AV_ROUND_UP));
     if (samples <= 0)
@@ -154,6 +159,18 @@ bool AudioResampler::convert(const std::uint8_t** input, int inputSamples)
     }
     m_destination->nb_samples = produced;
     return AVSourceSink::pushFrame(m_destination.get());
+}
+
+/// Over ten seconds, so that single samples are parts per million; renewed with each block.
+void AudioResampler::followSpeed()
+{
+    if (!m_speed)
+        return;
+    constexpr std::int64_t kSeconds = 10;
+    constexpr std::int64_t kMillion = 1'000'000;
+    const std::int64_t distance = kSeconds * m_outputRate;
+    const std::int64_t delta = distance * m_speed->partsPerMillion / kMillion;
+    swr_set_compensation(m_resampler.get(), int(delta), int(distance));
 }
 
 bool AudioResampler::flush()

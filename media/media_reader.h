@@ -4,6 +4,7 @@
 #include "media/av_source.h"
 #include "media/media_input.h"
 #include "media/media_interrupt.h"
+#include "media/sound_speed.h"
 
 #include <atomic>
 #include <chrono>
@@ -68,11 +69,14 @@ public:
     bool buildVideoChain(AVCodecID codec, int pixelFormat, int width, int height, int frameRate, AVSourceSink& sink);
 
     /// Audio chain: signed 16-bit interleaved samples arrive at `sink`. True also when there is no audio source.
-    bool buildAudioChain(int channels, int sampleRate, AVSourceSink& sink);
+    bool buildAudioChain(int channels, int sampleRate, AVSourceSink& sink, std::shared_ptr<SoundSpeed> speed = {});
 
     /// Reads until a stage refuses a packet or the input ends or fails; with `loop` the input then starts again. What
     /// opening has read is not lost: an input that can begins anew first.
     void readLoop(bool loop);
+
+    /// Whether the input can start again: a file does, a live source does not.
+    bool canRewind() const { return m_input.canRewind(); }
 
     /// How long the input is; 0 when that is not known, as of live sources.
     std::chrono::milliseconds duration() const { return m_duration; }

@@ -83,14 +83,14 @@ bool MediaReader::buildVideoChain(AVCodecID codec, int pixelFormat, int width, i
     return true;
 }
 
-bool MediaReader::buildAudioChain(int channels, int sampleRate, AVSourceSink& sink)
+bool MediaReader::buildAudioChain(int channels, int sampleRate, AVSourceSink& sink, std::shared_ptr<SoundSpeed> speed)
 {
     if (!m_audio)
         return true;
     m_audioDecoder = &addStage<AVDecoder>(m_audio->codecId());
     m_audioDecoder->setThreadCount(m_decoderThreads);
     m_audioDecoder->open(m_audio->codecParameters());
-    auto& resampler = addStage<AudioResampler>(channels, sampleRate);
+    auto& resampler = addStage<AudioResampler>(channels, sampleRate, std::move(speed));
     chainAll({m_audio.get(), m_audioDecoder, &resampler, &sink});
     return true;
 }

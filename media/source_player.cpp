@@ -39,7 +39,7 @@ SourcePlayer::~SourcePlayer()
 
 void SourcePlayer::start()
 {
-    startRun();
+    startRun(m_settings);
 }
 
 void SourcePlayer::stop()
@@ -57,14 +57,16 @@ void SourcePlayer::stop()
     ending->wait();
 }
 
-void SourcePlayer::startRun()
+void SourcePlayer::startRun(const VideoFileSettings& settings)
 {
-    const auto source = std::make_shared<VideoFileSource>(m_settings);
+    const auto source = std::make_shared<VideoFileSource>(settings);
     connect(source.get(), &QThread::finished, this, &SourcePlayer::endRun, Qt::QueuedConnection);
     {
         const std::lock_guard guard(m_lock);
         if (m_stopped)
             return;
+        if (m_source)
+            m_droppedBefore += m_source->dropped();
         m_source = source;
         ++m_runs;
     }
@@ -77,7 +79,8 @@ void SourcePlayer::endRun()
     std::string reason;
     {
         const std::lock_guard guard(m_lock);
-        if (m_stopped || !m_source)
+        // What has played to its end stays, since its last items wait to be taken.
+        if (m_stopped || !m_source || m_source->status().state == SourceState::Ended)
             return;
         ended = std::exchange(m_source, nullptr);
         reason = m_lastReason = ended->status().reason;
@@ -85,7 +88,7 @@ void SourcePlayer::endRun()
     }
     m_pause = ended->received() > 0 ? m_pauses.first : std::min(m_pause * 2, m_pauses.longest);
     qCInfo(mediaLog) << "The source is lost (" << reason.c_str() << "); next try in" << m_pause.count() << "ms";
-    QTimer::singleShot(m_pause, this, &SourcePlayer::startRun);
+    QTimer::singleShot(m_pause, this, [this] { startRun(m_settings); });
     emit lost(QString::fromStdString(reason));
 }
 
@@ -148,8 +151,14 @@ AVRational SourcePlayer::pictureRate() const
 
 void SourcePlayer::seek(std::chrono::milliseconds position)
 {
-    if (const auto source = current())
+    const auto source = current();
+    if (source && source->status().state == SourceState::Ended) {
+        VideoFileSettings settings = m_settings;
+        settings.start = position;
+        startRun(settings);
+    } else if (source) {
         source->seek(position);
+    }
 }
 
 std::chrono::milliseconds SourcePlayer::position() const

@@ -45,6 +45,7 @@ public:
     std::string description() const;
     AVRational pictureRate() const;
 
+    /// One that has ended plays again from there.
     void seek(std::chrono::milliseconds position);
     std::chrono::milliseconds position() const;
     std::chrono::milliseconds duration() const;
@@ -60,7 +61,7 @@ signals:
 private:
     std::shared_ptr<VideoFileSource> current() const;
     bool isStopped() const;
-    void startRun();
+    void startRun(const VideoFileSettings& settings);
     void endRun();
 
     const VideoFileSettings m_settings;

@@ -8,6 +8,7 @@ enum class SourceState
     Connecting, ///< Being opened, or nothing has come of it yet.
     Playing,
     Stalled, ///< Open, and nothing has come for a while.
+    Ended,   ///< It was to play once, and has.
     Lost,    ///< Its run has ended, or it could not be opened.
 };
 
@@ -19,7 +20,7 @@ struct SourceStatus
     std::string reason;
 };
 
-/// "connecting", "playing", "stalled", "lost".
+/// "connecting", "playing", "stalled", "ended", "lost".
 inline const char* stateName(SourceState state)
 {
     switch (state) {
@@ -29,6 +30,8 @@ inline const char* stateName(SourceState state)
         return "playing";
     case SourceState::Stalled:
         return "stalled";
+    case SourceState::Ended:
+        return "ended";
     case SourceState::Lost:
         break;
     }

@@ -57,12 +57,25 @@ void VideoFileSource::run()
     if (opened)
         buildChains();
     describe();
+    if (m_settings.start.count() > 0)
+        m_reader->requestSeek(m_settings.start);
     m_started.exchange(1);
     if (opened)
-        m_reader->readLoop(true);
+        play();
     end();
     if (m_completed)
         m_completed(std::string());
+}
+
+void VideoFileSource::play()
+{
+    const bool loops = m_settings.loop || !m_reader->canRewind();
+    m_reader->readLoop(loops);
+    if (loops || !m_reader->error().empty() || m_interrupt.isStopped())
+        return;
+    m_reader->flush();
+    const std::lock_guard guard(m_descriptionLock);
+    m_isComplete = true;
 }
 
 void VideoFileSource::buildChains()
@@ -85,7 +98,7 @@ void VideoFileSource::buildChains()
     }
     m_reader->setSoundOptional(m_soundMark != nullptr);
     AVSourceSink& soundEnd = m_soundMark ? *m_soundMark : *this;
-    m_reader->buildAudioChain(m_settings.audioChannels, m_settings.audioRate, soundEnd);
+    m_reader->buildAudioChain(m_settings.audioChannels, m_settings.audioRate, soundEnd, m_settings.soundSpeed);
     const std::lock_guard guard(m_descriptionLock);
     m_pictureRate = rate;
     if (!m_reader->videoSource() && !m_reader->audioSource())
@@ -103,6 +116,8 @@ void VideoFileSource::end()
 SourceStatus VideoFileSource::status() const
 {
     const std::lock_guard guard(m_descriptionLock);
+    if (m_isComplete)
+        return {SourceState::Ended, {}};
     if (m_hasEnded)
         return {SourceState::Lost, m_endReason};
     if (!m_useless.empty())

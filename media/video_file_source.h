@@ -4,6 +4,7 @@
 #include "media/av_media_sink.h"
 #include "media/av_scaler.h"
 #include "media/media_interrupt.h"
+#include "media/sound_speed.h"
 #include "media/source_status.h"
 
 #include <QThread>
@@ -28,7 +29,11 @@ struct VideoFileSettings
     bool exactOutput = false; ///< As the media reader has it.
 
     int audioChannels = 2;
-    int audioRate = 48000; ///< Hz.
+    int audioRate = 48000;                  ///< Hz.
+    std::shared_ptr<SoundSpeed> soundSpeed; ///< As the resampler has it; null: always the source's own.
+
+    bool loop = true; ///< Off: an input that can rewind plays to its end, and then no further run follows.
+    std::chrono::milliseconds start{0}; ///< Where an input that can seek begins.
 
     /// Takes the sound, which then does not come into the source's own queue: the time stamp of each item is how many
     /// pictures came before it. Sound that cannot be played leaves the pictures alone.
@@ -84,6 +89,7 @@ protected:
 
 private:
     void buildChains();
+    void play();
     void describe();
     void end();
 
@@ -99,4 +105,5 @@ private:
     std::string m_useless; ///< Why nothing will ever come of the source; empty when something may.
     AVRational m_pictureRate = {0, 1};
     bool m_hasEnded = false;
+    bool m_isComplete = false; ///< It has ended because it was to play once.
 };

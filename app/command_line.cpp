@@ -165,8 +165,9 @@ std::optional<qint64> processIdOf(const QCommandLineParser& parser, const QComma
 /// is not the device's.
 QString commandOf(const QStringList& words)
 {
-    static const QStringList kWithFile{QStringLiteral("insert"), QStringLiteral("save"), QStringLiteral("record")};
-    const bool hasFile = words.size() > 1 && kWithFile.contains(words[0]);
+    static const QStringList kWithFile{QStringLiteral("insert"), QStringLiteral("save"), QStringLiteral("record"),
+                                       QStringLiteral("source")};
+    const bool hasFile = words.size() > 1 && kWithFile.contains(words[0]) && !words[1].contains(QLatin1String("://"));
     const QString line = words.join(QLatin1Char(' '));
     return hasFile ? words[0] + QLatin1Char(' ') + QDir::current().absoluteFilePath(line.mid(words[0].size() + 1))
                    : line;

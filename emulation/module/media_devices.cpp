@@ -1,4 +1,5 @@
 // media_devices.cpp: makes the devices that play media; emulation/process/media_module.h says what for.
+#include "emulation/microphone/microphone.h"
 #include "emulation/process/media_module.h"
 #include "emulation/video/camera.h"
 
@@ -9,6 +10,8 @@ Outcome<std::unique_ptr<DeviceFunction>> make(const DeviceContext& context, cons
     switch (context.device.type) {
     case DeviceType::Camera:
         return uvc::makeCamera(identity, context);
+    case DeviceType::Microphone:
+        return audio::makeMicrophone(identity, context);
     default:
         return std::unique_ptr<DeviceFunction>();
     }

@@ -52,6 +52,7 @@ Outcome<std::unique_ptr<DeviceFunction>> makeDeviceFunction(const DeviceContext&
     case DeviceType::Speaker:
         return makeSpeaker(context.device);
     case DeviceType::Camera:
+    case DeviceType::Microphone:
         return makeMediaDevice(context, identityOf(context.device));
     default:
         return std::unique_ptr<DeviceFunction>();

@@ -15,6 +15,6 @@ using MakeMediaDevice = DeviceFunction* (*)(const DeviceContext& context, const 
 inline constexpr const char* kMakeMediaDevice = "plugboardMakeMediaDevice";
 inline constexpr const char* kMediaModule = "plugboard-media-devices"; ///< beside the program, with the system's suffix
 
-/// A camera, a microphone or a speaker, made by the library. A fault is a sentence that ends the process.
+/// A camera or a microphone, made by the library. A fault is a sentence that ends the process.
 Outcome<std::unique_ptr<DeviceFunction>> makeMediaDevice(const DeviceContext& context,
                                                          const usb::DeviceDescriptors& identity);

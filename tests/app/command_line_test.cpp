@@ -71,6 +71,11 @@ void CommandLineTest::understands_data()
     QTest::newRow("a disk's file is looked up from here")
         << QStringLiteral("--send 4312 insert my disk.img")
         << QStringLiteral("send 4312 [insert %1/my disk.img]").arg(QDir::currentPath());
+    QTest::newRow("a source's file is looked up from here")
+        << QStringLiteral("--send 4312 source my film.mp4")
+        << QStringLiteral("send 4312 [source %1/my film.mp4]").arg(QDir::currentPath());
+    row("a source that is no file stays", "--send 4312 source rtsp://127.0.0.1/a",
+        "send 4312 [source rtsp://127.0.0.1/a]");
     row("a command is needed", "--send 4312", "error: --send needs a command after the process id.");
     row("list and delete exclude each other", "--list --delete 3", "error: --list and --delete do not go together.");
     row("a script command opens no window", "--list --create mouse",

@@ -1,24 +1,33 @@
-"""audio_test.py: the speaker, created in the window, and what a player of the guest plays to it."""
+"""audio_test.py: the speaker, created in the window, and what a player of the guest plays to it; microphones of every
+kind, and what a recorder of the guest gets of them."""
+import pathlib
 import random
 import re
 import struct
+import tempfile
+import wave
 
+from device_process import DeviceProcess
 from host_test import HostTest, IMAGE, PROGRAMS
 from guest import SHARE
 from plugboard_in_guest import PlugboardInGuest, position_of
 
-RATE = 44100
+RATE = 44100 # of the speaker
 CHANNELS = 2
 FRAME = 2 * CHANNELS
-# The kernel's driver never submits the transfer that it was filling when the last period of a player was drained: it ends
-# the stream before. That is up to 5 ms, which a player's last sound must not lie in.
+MICROPHONES = [ # version of USB Audio, flag of USB 3.0, channels, rate
+    ("1.0", "0", 1, 8000), ("1.0", "1", 2, 16000), ("1.0", "0", 2, 44100), ("1.0", "0", 2, 192000),
+    ("1.0", "0", 8, 96000), ("2.0", "1", 1, 8000), ("2.0", "1", 2, 44100), ("2.0", "0", 6, 48000),
+    ("2.0", "1", 2, 96000), ("2.0", "1", 4, 192000),
+]
+# The kernel's driver never submits the transfer that it was filling when the last period of a player was drained: it
+# ends the stream before. That is up to 5 ms, which a player's last sound must not lie in.
 TAIL = b"\0" * (RATE // 100 * FRAME)
 
 
-def noise(frames, seed):
+def noise(samples, seed):
     """Samples of which none is 0, so that what is lost or silent shows."""
-    numbers = random.Random(seed)
-    return struct.pack(f"<{frames * CHANNELS}h", *(numbers.randrange(1, 32768) for _ in range(frames * CHANNELS)))
+    return bytes(byte | 1 for byte in random.Random(seed).randbytes(samples * 2))
 
 
 class AudioTest(HostTest):
@@ -27,9 +36,9 @@ class AudioTest(HostTest):
         cls.guest = PlugboardInGuest(IMAGE, PROGRAMS)
         cls.addClassCleanup(cls.guest.close)
 
-    def card(self, device, kind):
+    def card(self, position, kind):
         """Name of the sound device that the kernel has made of it, which plays ("p") or captures ("c")."""
-        node = self.guest.wait_node(position_of(device), rf"snd/pcmC\d+D0{kind}")
+        node = self.guest.wait_node(position, rf"snd/pcmC\d+D0{kind}")
         return f"hw:{re.search('C([0-9]+)D', node)[1]},0"
 
     def submitted(self, position, command):
@@ -56,9 +65,9 @@ class AudioTest(HostTest):
         guest = self.guest
         speaker, = guest.create("speaker")
         self.addCleanup(guest.end, speaker)
-        card = self.card(speaker, "p")
+        card = self.card(position_of(speaker), "p")
         for frames in 3 * RATE, RATE + 1234, 100:
-            sent = noise(frames, frames)
+            sent = noise(frames * CHANNELS, frames)
             guest.write("/tmp/sent", sent + TAIL)
             guest.send(speaker, f"record /tmp/heard-{frames}.wav")
             monitored = self.submitted(position_of(speaker), f"aplay -q -D {card} -t raw -f S16_LE -r {RATE} "
@@ -69,4 +78,40 @@ class AudioTest(HostTest):
             self.assertEqual(len(sent), same, "bytes that are equal, of those sent")
             self.assertEqual(b"", heard[len(sent):].strip(b"\0"))
         self.note(guest.send(speaker, "status"))
+        self.assert_quiet(guest)
+
+    def attached(self, version, usb3, channels, rate):
+        """A microphone that plays a second of noise in a loop: its process, its sound, and where the guest has it."""
+        sound = noise(channels * rate, rate)
+        folder = tempfile.TemporaryDirectory(prefix="plugboard-sound-")
+        self.addCleanup(folder.cleanup)
+        path = pathlib.Path(folder.name) / "sound.wav"
+        with wave.open(str(path), "wb") as file:
+            file.setparams((channels, 2, rate, 0, "NONE", ""))
+            file.writeframes(sound)
+        process = DeviceProcess(["3", "1d6b", "0002", "Microphone", usb3, version, "0", str(path), str(channels),
+                                 str(rate), "1", "END"], PROGRAMS)
+        self.addCleanup(process.close)
+        self.guest.attach(process.port())
+        (port, position), = self.guest.wait_attached(1).items()
+        return process, sound, port, position
+
+    def test_microphones_give_every_sample_of_their_source(self):
+        guest = self.guest
+        for case in MICROPHONES:
+            channels, rate = case[2:]
+            process, sound, port, position = self.attached(*case)
+            card = self.card(position, "c")
+            guest.check(f"arecord -q -D {card} -t raw -f S16_LE -r {rate} -c {channels} -d 2 /tmp/sound", 120)
+            heard = guest.read("/tmp/sound")
+            self.assertEqual(2 * len(sound), len(heard), case)
+            begun = heard.lstrip(b"\0") # the source may not have begun
+            self.assertGreater(len(begun), len(sound), case)
+            twice = sound * 2
+            same = next((i for i in range(0, len(begun), 2) if begun[i:i + 2] != twice[i:i + 2]), len(begun))
+            self.assertEqual(len(begun), same, f"bytes that are equal, of {case}")
+            self.note(f"UAC {case[0]} {channels} x {rate}: {len(begun) / len(heard):.1%}")
+            guest.check(f"usbip detach -p {port}; rm /tmp/sound")
+            guest.wait_attached(0)
+            process.close()
         self.assert_quiet(guest)

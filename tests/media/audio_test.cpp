@@ -15,6 +15,7 @@ private slots:
     void initTestCase() { av_log_set_level(AV_LOG_QUIET); }
     void convertsSound_data();
     void convertsSound();
+    void followsASpeedWithoutAClick();
     void changedFormatsAreNotReadBeyondTheirEnd();
     void refusesImpossibleSound();
 };
@@ -101,6 +102,34 @@ void AudioTest::convertsSound()
     QCOMPARE(QString::fromStdString(text.take()), QStringLiteral("AudioResampler configuration:\n  Source: ") +
                                                       printed +
                                                       QStringLiteral("\nAudioResampler initialized successfully\n"));
+}
+
+/// Twenty seconds in which the speed changes twice: its samples come and go singly, and the tone stays one.
+void AudioTest::followsASpeedWithoutAClick()
+{
+    PrintedText text;
+    const auto speed = std::make_shared<SoundSpeed>();
+    AudioResampler resampler(1, 48000, speed);
+    StageProbe probe;
+    resampler.chain(probe);
+    std::vector<double> heard;
+    probe.onFrame = [&](const AVFrame& frame) {
+        const auto* samples = reinterpret_cast<const std::int16_t*>(frame.data[0]);
+        heard.insert(heard.end(), samples, samples + frame.nb_samples);
+    };
+    for (int block = 0; block < 2000; ++block) {
+        speed->partsPerMillion = block < 500 ? 0 : block < 1500 ? 1000 : -1000;
+        QVERIFY(resampler.pushFrame(tone(AV_SAMPLE_FMT_S16, 48000, 1, 480, block * 480).get()));
+    }
+    QVERIFY(resampler.flush());
+    const double more = double(heard.size()) - 2000 * 480; // of ten seconds faster and five slower
+    QVERIFY2(std::abs(more - 240) < 10, qPrintable(QString::number(more)));
+    // The second difference of a steady tone is its acceleration; a click is many times that.
+    double sharpest = 0;
+    for (std::size_t index = 1000; index + 1000 < heard.size(); ++index)
+        sharpest = std::max(sharpest, std::abs(heard[index - 1] - 2 * heard[index] + heard[index + 1]));
+    const double step = 2 * M_PI * 1000 / 48000;
+    QVERIFY2(sharpest < 16384 * step * step * 1.05, qPrintable(QString::number(sharpest)));
 }
 
 void AudioTest::changedFormatsAreNotReadBeyondTheirEnd()

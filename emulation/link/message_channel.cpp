@@ -90,6 +90,7 @@ void MessageChannel::readable()
             break; // the socket is empty
     }
     m_collecting = false;
+    m_socket.awaitBytes(m_parser.missing());
     writeOrWait();
     if (m_isClosed || !m_fault.isEmpty())
         end();

@@ -36,7 +36,6 @@ public:
 
 private:
     void readable();
-    bool readSome(); // false when there is no more for now
     void takeMessages();
     void append(const usbip::Header& header, const QByteArray& data,
                 const std::vector<usbip::IsochronousPacket>& packets);

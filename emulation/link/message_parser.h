@@ -36,6 +36,9 @@ public:
 
     std::optional<Message> next();
 
+    /// Bytes that are known to be missing of the message at hand.
+    std::size_t missing() const { return m_parsed ? m_parsed->bodySize() - m_bodyFilled : 0; }
+
     /// Why nothing more can be read; empty while all is well.
     const QString& fault() const { return m_fault; }
 

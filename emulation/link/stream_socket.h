@@ -68,6 +68,13 @@ public:
     /// At most kMostPieces.
     Moved write(const std::vector<ConstRoom>& pieces);
 
+    /// That many bytes are known to be on their way, and none of them is of use before the last has come: the socket
+    /// need not become readable for less. Where the system can wait so, a large transfer that comes in small pieces
+    /// wakes the program only a few times. 0: any byte counts. The end of the connection always does.
+    void awaitBytes(std::size_t bytes);
+
 private:
     SocketDescriptor m_descriptor = kNone;
+    bool m_isTcp = false;
+    int m_awaited = 1; ///< bytes that make it readable
 };

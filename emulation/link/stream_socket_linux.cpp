@@ -1,5 +1,6 @@
 #include "emulation/link/stream_socket.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -35,15 +36,21 @@ StreamSocket::StreamSocket(SocketDescriptor descriptor) : m_descriptor(descripto
     const int socket = static_cast<int>(descriptor);
     ::fcntl(socket, F_SETFL, ::fcntl(socket, F_GETFL) | O_NONBLOCK);
     const int on = 1;
-    ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on); // refused by a socket pair, which needs none
+    // Refused by a socket pair, which needs none.
+    m_isTcp = ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on) == 0;
 }
 
-StreamSocket::StreamSocket(StreamSocket&& other) noexcept : m_descriptor(std::exchange(other.m_descriptor, kNone))
+StreamSocket::StreamSocket(StreamSocket&& other) noexcept
+    : m_descriptor(std::exchange(other.m_descriptor, kNone))
+    , m_isTcp(other.m_isTcp)
+    , m_awaited(other.m_awaited)
 {}
 
 StreamSocket& StreamSocket::operator=(StreamSocket&& other) noexcept
 {
     std::swap(m_descriptor, other.m_descriptor);
+    std::swap(m_isTcp, other.m_isTcp);
+    std::swap(m_awaited, other.m_awaited);
     return *this;
 }
 
@@ -93,6 +100,17 @@ Moved StreamSocket::read(const std::array<usbip::Room, 2>& rooms)
 {
     std::array<iovec, 2> vectors{iovec{rooms[0].data, rooms[0].size}, iovec{rooms[1].data, rooms[1].size}};
     return outcomeOf(::readv(static_cast<int>(m_descriptor), vectors.data(), rooms[1].size > 0 ? 2 : 1));
+}
+
+void StreamSocket::awaitBytes(std::size_t bytes)
+{
+    constexpr std::size_t kWorthIt = 16 * 1024; // below it, asking costs as much as waking up
+    constexpr std::size_t kAtOnce = 128 * 1024; // more than that is read while the rest is on its way
+    const int awaited = bytes < kWorthIt ? 1 : static_cast<int>(std::min(bytes, kAtOnce));
+    if (!m_isTcp || awaited == m_awaited)
+        return; // poll() wakes at any byte of a socket pair
+    if (::setsockopt(static_cast<int>(m_descriptor), SOL_SOCKET, SO_RCVLOWAT, &awaited, sizeof awaited) == 0)
+        m_awaited = awaited;
 }
 
 Moved StreamSocket::write(const std::vector<ConstRoom>& pieces)

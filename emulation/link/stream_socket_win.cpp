@@ -98,6 +98,11 @@ Moved StreamSocket::read(const std::array<usbip::Room, 2>& rooms)
     return outcomeOf(result, size);
 }
 
+void StreamSocket::awaitBytes(std::size_t)
+{
+    // Windows tells of every byte.
+}
+
 Moved StreamSocket::write(const std::vector<ConstRoom>& pieces)
 {
     std::array<WSABUF, kMostPieces> buffers;

@@ -31,6 +31,7 @@ private slots:
     void boundsWhatIsInFlight();
     void parsesPiecesOfAnySize();
     void resetsTheDeviceWhenTheHostIsGone();
+    void waitsForDataInPiecesAndForTheirEnd();
     void takesTheNextFreePort();
     void handsOnAnotherMachinesDevice();
     void neverImportsFromAServerOfOurs();
@@ -318,6 +319,36 @@ void LinkTest::resetsTheDeviceWhenTheHostIsGone()
     QVERIFY(!m_link->state().isConfigured);
     QCOMPARE(m_function->log.join(QStringLiteral(", ")), QStringLiteral("cancelled 81, reset"));
     m_function->waiting[0]->completeIn("nobody reads it");
+}
+
+/// While much of a transfer is missing the device need not wake for every piece; it must for the last one, for what
+/// follows it however small, and for a host that goes before.
+void LinkTest::waitsForDataInPiecesAndForTheirEnd()
+{
+    UsbIpHost host(port());
+    QCOMPARE(host.import(kBusId), usbip::OperationStatus::Ok);
+    host.control("0009010000000000");
+    usbip::Submit submit = transfer(2, false, 400'000);
+    submit.sequence = 100;
+    submit.deviceId = usbIpDeviceId(kDeviceNumber);
+    for (int round = 0; round < 2; ++round, ++submit.sequence) {
+        const QByteArray bytes = tests::bytesOf(submit);
+        for (int at = 0; at < bytes.size(); at += 1460) {
+            host.write(bytes.mid(at, 1460));
+            host.socket().flush();
+            if (at % 14600 == 0)
+                QCoreApplication::processEvents();
+        }
+        QTRY_COMPARE(m_function->waiting.size(), std::size_t(round + 1));
+        QCOMPARE(m_function->waiting.back()->request().data, submit.data);
+    }
+    QCOMPARE(host.control("8006000100001200").data.size(), 18);
+
+    host.write(tests::bytesOf(submit).left(200'000));
+    QTRY_COMPARE(host.socket().bytesToWrite(), 0);
+    host.socket().disconnectFromHost();
+    QTRY_VERIFY(!m_link->state().isAttached);
+    QCOMPARE(m_function->waiting.size(), std::size_t(2));
 }
 
 void LinkTest::takesTheNextFreePort()

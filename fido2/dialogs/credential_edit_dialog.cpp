@@ -26,6 +26,7 @@ QLineEdit* addLine(QFormLayout* form, const QString& label, const QString& place
     auto* line = new QLineEdit;
     line->setObjectName(objectName);
     line->setPlaceholderText(placeholder);
+    widenFor(line, placeholder);
     line->setMaxLength(kLongestField);
     form->addRow(label, line);
     return line;

@@ -125,9 +125,9 @@ QString idWarningText(const CredentialIdFaults& faults)
 {
     QStringList parts;
     if (!faults.repeated.isEmpty())
-        parts << CredentialTexts::tr("%1 credentials have the id of another one.").arg(faults.repeated.size());
+        parts << CredentialTexts::tr("Credentials with the id of another one: %1.").arg(faults.repeated.size());
     if (!faults.notHexadecimal.isEmpty())
-        parts << CredentialTexts::tr("%1 ids are not hexadecimal; a key leaves such credentials out.")
+        parts << CredentialTexts::tr("Ids that are not hexadecimal: %1; a key leaves such credentials out.")
                      .arg(faults.notHexadecimal.size());
     return parts.join(QLatin1Char(' '));
 }

@@ -90,7 +90,7 @@ QWidget* DeviceDetailDialog::buildCredentialsGroup()
     auto* group = new QGroupBox(tr("Credentials Information"));
     auto* layout = new QVBoxLayout(group);
     m_summary = makeReadOnlyText(QStringLiteral("summary"));
-    constexpr int kLeastLines = 4; // on a low screen
+    constexpr int kLeastLines = 2; // on a low screen
     m_summary->setMinimumHeight(kLeastLines * m_summary->fontMetrics().lineSpacing());
     layout->addWidget(m_summary);
     return group;

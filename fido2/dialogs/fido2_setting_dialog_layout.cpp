@@ -65,8 +65,12 @@ void Fido2SettingDialog::buildLayout()
     setWindowTitle(tr("FIDO2 Device Configuration"));
     setWindowFlag(Qt::WindowContextHelpButtonHint, false);
     auto* layout = new QVBoxLayout(this);
-    layout->addWidget(buildDeviceGroup());
-    layout->addWidget(buildCredentialsGroup(), 1);
+    auto* body = new QWidget;
+    auto* groups = new QVBoxLayout(body);
+    groups->setContentsMargins(0, 0, 0, 0);
+    groups->addWidget(buildDeviceGroup());
+    groups->addWidget(buildCredentialsGroup(), 1);
+    layout->addWidget(makeScrollable(body), 1);
     QPushButton* create = makeColoredButton(tr("Create FIDO2 Device"), ButtonColor::Green);
     create->setObjectName(QStringLiteral("create"));
     create->setDefault(true);
@@ -124,7 +128,8 @@ QWidget* Fido2SettingDialog::buildDeviceGroup()
     m_supportsPin = new QCheckBox;
     m_supportsPin->setObjectName(QStringLiteral("supportsPin"));
     m_supportsPin->setChecked(true);
-    form->addRow(tr("Support PIN:"), m_supportsPin);
+    const QLabel* label = addFormRow(form, tr("Support PIN:"), m_supportsPin);
+    m_supportsPin->setMinimumHeight(label->sizeHint().height()); // it has no text that would put it on the label's line
 
     connect(m_serial, &QLineEdit::textChanged, this, &Fido2SettingDialog::updateCredentialsFilePath);
     connect(generate, &QPushButton::clicked, this, &Fido2SettingDialog::onGenerateSerialNumber);
@@ -141,14 +146,19 @@ QWidget* Fido2SettingDialog::buildCredentialsGroup()
     connect(m_table, &QTableWidget::itemDoubleClicked, this, &Fido2SettingDialog::onTableItemDoubleClicked);
     connect(m_table, &CredentialsTable::deleteRequested, this, &Fido2SettingDialog::onDeleteCredential);
     onEnter(m_table, [this] { onEditCredential(); });
+    constexpr int kLeastTable = 140; // two rows; below that the dialog scrolls
+    m_table->setMinimumHeight(kLeastTable);
+    m_table->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Ignored);
     layout->addWidget(m_table, 1);
     m_rest = addStateLine(layout, "rest");
     m_idWarning = addStateLine(layout, "idWarning");
+    m_idWarning->setWordWrap(true);
     m_idWarning->setStyleSheet(QStringLiteral("color: #b3261e;"));
     m_pathLabel = addStateLine(layout, "path");
     m_pathLabel->setTextInteractionFlags(Qt::TextSelectableByMouse);
     m_pathLabel->setStyleSheet(QStringLiteral("color: gray; font-size: 10px;"));
     m_fileState = addStateLine(layout, "fileState");
+    m_fileState->setWordWrap(true);
     return group;
 }
 

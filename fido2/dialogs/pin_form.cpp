@@ -49,6 +49,7 @@ PinForm::PinForm(QWidget* parent) : QGroupBox(tr("PIN Settings"), parent)
     addFormRow(form, tr("Confirm PIN:"), m_confirmation);
     m_hint = named("pinHint", new QLabel);
     m_hint->setWordWrap(true);
+    m_hint->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred); // what it says changes, the width does not
     QPushButton* set = named("setPin", makePlainButton(tr("Set PIN")));
     auto* row = new QHBoxLayout;
     row->addWidget(set);

@@ -1262,12 +1262,12 @@ Field Explanations:
         <translation>%2 个凭据中有 %1 个匹配</translation>
     </message>
     <message>
-        <source>%1 credentials have the id of another one.</source>
-        <translation>%1 个凭据的 ID 与其他凭据重复。</translation>
+        <source>Credentials with the id of another one: %1.</source>
+        <translation>ID 与其他凭据重复的凭据：%1。</translation>
     </message>
     <message>
-        <source>%1 ids are not hexadecimal; a key leaves such credentials out.</source>
-        <translation>%1 个 ID 不是十六进制；密钥会忽略这些凭据。</translation>
+        <source>Ids that are not hexadecimal: %1; a key leaves such credentials out.</source>
+        <translation>不是十六进制的 ID：%1；密钥会忽略这些凭据。</translation>
     </message>
 </context>
 <context>

@@ -454,8 +454,8 @@ void Fido2SettingDialogTest::sortsAndSearches()
     };
     QCOMPARE(ids(), QStringLiteral("aa bb cc AA xyz"));
     QCOMPARE(part<QLabel>(dialog, "idWarning")->text(),
-             QStringLiteral("2 credentials have the id of another one. "
-                            "1 ids are not hexadecimal; a key leaves such credentials out."));
+             QStringLiteral("Credentials with the id of another one: 2. "
+                            "Ids that are not hexadecimal: 1; a key leaves such credentials out."));
     table(dialog)->sortByColumn(int(CredentialColumn::SignatureCount), Qt::DescendingOrder);
     QCOMPARE(ids(), QStringLiteral("bb aa cc AA xyz")); // by number, those without one last
     // Rows stand for their credential wherever they are.

@@ -33,7 +33,7 @@ const char* const kKeyFile = R"({"deviceInfo":{"serialNumber":"KEY-1","deviceNam
 "usbVersion":"2.0","supportsPin":true},"pinInfo":{"pinSet":false,"maxPinRetries":8},"credentials":[{"id":"9f86d081",
 "type":"public-key","sigCnt":3,"rp":{"id":"shop.example","name":"The Shop"},"user":{"id":"616e6e","name":"ann",
 "displayName":"Ann"},"privateKeyFile":"/keys/a.pem","publicKeyFile":"/keys/b.pem","description":"laptop",
-"createdAt":"2025-01-05 14:30:00","supportsResidentKey":true}]})";
+"createdAt":"2025-01-05 14:30:00","supportsResidentKey":true},{"id":"abc"},{"id":"9F86D081"}]})";
 
 const char* const kRegistration = R"({"rpId":"shop.example","rpName":"The Shop","userName":"ann","credentialType":
 "public-key","userId":"616e6e","credentialId":"9f86","deviceName":"Key","pinRequired":true,"allowDescriptionInput":true,
@@ -161,6 +161,8 @@ std::vector<WindowMaker> AllWindows::makers()
          [editor] {
              auto dialog = editor(false);
              dialog->setCredential(object(kKeyFile)[QStringLiteral("credentials")].toArray()[0].toObject());
+             dialog->setOtherIds({QStringLiteral("abc")});
+             dialog->findChild<QLineEdit*>(QStringLiteral("id"))->setText(QStringLiteral("abc"));
              return dialog;
          }},
         {"credential details",

@@ -140,16 +140,21 @@ DeviceTable::View DeviceTable::view() const
 
 void DeviceTable::setView(const View& view)
 {
-    const std::optional<int> row = view.selected ? rowOf(*view.selected) : std::nullopt;
+    const std::optional<int> row = view.selected ? rowOf(view.selected->processId) : std::nullopt;
     if (row)
         setCurrentCell(*row, view.column);
     verticalScrollBar()->setValue(view.scrolled);
 }
 
-std::optional<int> DeviceTable::rowOf(const Identity& device) const
+bool DeviceTable::hasProcess(qint64 processId) const
+{
+    return rowOf(QString::number(processId)).has_value();
+}
+
+std::optional<int> DeviceTable::rowOf(const QString& processId) const
 {
     for (const int row : deviceRows()) {
-        if (identityAt(row)->processId == device.processId)
+        if (identityAt(row)->processId == processId)
             return row;
     }
     return std::nullopt;

@@ -62,6 +62,9 @@ public:
     /// Selects that device where it is now, if it is still there, and scrolls as far as before.
     void setView(const View& view);
 
+    /// Whether a row stands for the device of that process.
+    bool hasProcess(qint64 processId) const;
+
     /// Texts of a row's cells as addDevice() got them, in whatever language they are shown; a missing cell as an empty
     /// text.
     QStringList cellTexts(int row) const;
@@ -74,7 +77,7 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
-    std::optional<int> rowOf(const Identity& device) const;
+    std::optional<int> rowOf(const QString& processId) const;
     void showToolTip(const QTableWidgetItem* cell, const QPoint& place);
     int firstFreeRow();
 

@@ -10,6 +10,7 @@
 #include "app/fido2_desk.h"
 #include "app/log.h"
 #include "app/process_ender.h"
+#include "app/record_watch.h"
 #include "app/status_line.h"
 #include "app/title_bar.h"
 #include "app/window_body.h"
@@ -77,6 +78,8 @@ void MainWindow::buildLayout()
 
     m_statusLine = new StatusLine(this);
     m_watch = new DeviceWatch(*m_table, *m_statusLine, m_services.launcher, m_services.takeSnapshot, this);
+    m_recordWatch = new RecordWatch(
+        *m_records, [this](const auto& device) { showDeviceOfOthers(device); }, this);
     new EdgeGrip(EdgeGrip::Side::Left, kShadowWidth, this);
     new EdgeGrip(EdgeGrip::Side::Right, kShadowWidth, this);
 
@@ -288,17 +291,38 @@ void MainWindow::refreshDevices()
         qCWarning(appLog) << "DeviceRecordManager not available";
         return;
     }
+    m_recordWatch->knowAll(); // before they are read: one that comes meanwhile is found later
     const auto devices = m_records->restoreDevices();
     QList<DeviceRecord> keys;
     for (const DeviceRecordManager::RestoredDevice& device : devices) {
-        const QIcon icon = m_icons.icon(restoredDeviceIconPath(device));
-        m_table->setEnded(m_table->addDevice(restoredDeviceRow(device), icon), !device.isDevice);
+        addRestoredRow(device);
         if (device.running && deviceTypeFromRecordCode(device.record.deviceType) == DeviceType::Fido2)
             keys << device.record;
     }
     m_table->setView(view);
     m_watch->countRows();
     m_fido2->connectTo(keys);
+}
+
+void MainWindow::addRestoredRow(const DeviceRecordManager::RestoredDevice& device)
+{
+    const QIcon icon = m_icons.icon(restoredDeviceIconPath(device));
+    m_table->setEnded(m_table->addDevice(restoredDeviceRow(device), icon), !device.isDevice);
+}
+
+/// Of a script or another window. What this window made has its row already, but perhaps no channel yet.
+void MainWindow::showDeviceOfOthers(const DeviceRecordManager::RestoredDevice& device)
+{
+    const qint64 processId = device.record.processId;
+    Fido2Channels& channels = m_fido2->channels();
+    const bool isKey = deviceTypeFromRecordCode(device.record.deviceType) == DeviceType::Fido2;
+    if (isKey && !(channels.clientOf(processId) && channels.clientOf(processId)->isConnected()))
+        channels.add(processId);
+    if (m_table->hasProcess(processId))
+        return;
+    qCInfo(appLog) << "A device of others has appeared, process" << processId;
+    addRestoredRow(device);
+    m_watch->countRows();
 }
 
 void MainWindow::copySelectedRow()

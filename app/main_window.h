@@ -4,6 +4,7 @@
 #include "app/packet_capture.h"
 #include "app/row_icons.h"
 #include "devices/device_launcher.h"
+#include "devices/device_record_manager.h"
 #include "devices/device_type.h"
 #include "devices/process_table.h"
 #include "ui/prompter.h"
@@ -14,10 +15,10 @@
 
 #include <functional>
 
-class DeviceRecordManager;
 class DeviceTable;
 class DeviceWatch;
 class Fido2Desk;
+class RecordWatch;
 class QTableWidgetItem;
 class StatusLine;
 class TitleBar;
@@ -86,6 +87,8 @@ private:
     bool endDevice(qint64 processId);
     QWidget* buildTypeBar();
     void copySelectedRow();
+    void addRestoredRow(const DeviceRecordManager::RestoredDevice& device);
+    void showDeviceOfOthers(const DeviceRecordManager::RestoredDevice& device);
 
     Prompter& m_prompter;
     MainWindowServices m_services;
@@ -95,6 +98,7 @@ private:
     DeviceTable* m_table = nullptr;
     StatusLine* m_statusLine = nullptr;
     DeviceWatch* m_watch = nullptr;
+    RecordWatch* m_recordWatch = nullptr;
     RowIcons m_icons;
     bool m_dragging = false;
     QPoint m_dragOffset; ///< pointer minus the frame's top left, in global pixels

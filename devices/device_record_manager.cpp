@@ -157,6 +157,19 @@ QList<DeviceRecordManager::RestoredDevice> DeviceRecordManager::restoreDevices()
     return devices;
 }
 
+QList<DeviceRecordManager::RestoredDevice> DeviceRecordManager::runningDevices(const QStringList& fileNames) const
+{
+    QList<RestoredDevice> devices;
+    const ProcessSnapshot snapshot = m_takeSnapshot();
+    for (const QString& fileName : fileNames) {
+        const DeviceRecord record = loadRecord(fileName);
+        if (record.isRunning && deviceTypeFromRecordCode(record.deviceType) &&
+            snapshot.runsProgram(record.processId, deviceProgramName()))
+            devices.append({record, true, true});
+    }
+    return devices;
+}
+
 QString DeviceRecordManager::pathOf(const QString& fileName) const
 {
     return m_folder + fileName;

@@ -65,6 +65,10 @@ public:
     /// running.
     QList<RestoredDevice> restoreDevices() const;
 
+    /// Of the records in these files, those that say they run, of a type that is known, whose process runs the device
+    /// program. Nothing is removed or saved.
+    QList<RestoredDevice> runningDevices(const QStringList& fileNames) const;
+
 private:
     /// Reads every record once, deletes the stale ones and returns the others.
     std::vector<DeviceRecord> loadCurrentRecords() const;

@@ -21,6 +21,7 @@ private slots:
     void deletingWhatIsNoDeviceIsToldOf_data();
     void deletingWhatIsNoDeviceIsToldOf();
     void refreshKeepsWhatTheUserLooksAt();
+    void showsWhatScriptsMake();
     void rowOfAProcessThatEndedIsDimmedAndCounted();
     void cellsWithoutADeviceDoNothing();
     void missingDeviceProcess();
@@ -208,6 +209,27 @@ void MainWindowTest::refreshKeepsWhatTheUserLooksAt()
     QCOMPARE(table.identityAt(table.selectedRow())->processId, chosen);
     QCOMPARE(table.currentColumn(), 2);
     QCOMPARE(table.verticalScrollBar()->value(), 25);
+}
+
+void MainWindowTest::showsWhatScriptsMake()
+{
+    MainWindowFixture fixture;
+    for (int id = 1; id <= 12; ++id)
+        fixture.save(record(DeviceType::Speaker, QStringLiteral("old"), id));
+    MainWindow window(nullptr, fixture.prompter, fixture.services());
+    window.show();
+    DeviceTable& table = window.deviceTable();
+    table.addDevice({QStringLiteral("mine"), QStringLiteral("20")});
+    table.setCurrentCell(5, 2);
+    const QString chosen = table.identityAt(5)->processId;
+
+    fixture.save(record(DeviceType::Keyboard, QStringLiteral("mine"), 20)); // its device says so
+    fixture.save(record(DeviceType::Keyboard, QStringLiteral("ended"), 5000));
+    fixture.save(record(DeviceType::Keyboard, QStringLiteral("script's"), 30));
+    QTRY_COMPARE(table.rowCount(), 14);
+    QCOMPARE(table.cellTexts(13).join(QLatin1Char('|')), QStringLiteral("script's|30|0x1d6b|0x0002|0200|Keyboard"));
+    QCOMPARE(table.identityAt(table.selectedRow())->processId, chosen);
+    QCOMPARE(statusOf(window).section(QLatin1Char('|'), 0, 0), QStringLiteral("14 devices"));
 }
 
 void MainWindowTest::rowOfAProcessThatEndedIsDimmedAndCounted()

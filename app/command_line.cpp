@@ -30,11 +30,13 @@ const QCommandLineOption kWait(QStringLiteral("wait"),
 const QCommandLineOption kList(QStringLiteral("list"), QStringLiteral("Print the running devices and exit."));
 const QCommandLineOption kJson(QStringLiteral("json"), QStringLiteral("With --list: print JSON."));
 const QCommandLineOption kDelete(QStringLiteral("delete"),
-                                 QStringLiteral("End the device with this process id and exit."),
+                                 QStringLiteral("End the device with this process id, or with \"all\" every device, "
+                                                "and exit."),
                                  QStringLiteral("PID"));
 const QCommandLineOption kSend(QStringLiteral("send"),
                                QStringLiteral("Send the arguments, one command, to the device with this process id, "
-                                              "print its answer and exit: --send PID type Hello."),
+                                              "print its answer and exit: --send PID type Hello. Without a command "
+                                              "each line of standard input is one, up to the first that fails."),
                                QStringLiteral("PID"));
 
 /// Made when it is first needed, for its text is put together from what other files know.
@@ -161,31 +163,22 @@ std::optional<qint64> processIdOf(const QCommandLineParser& parser, const QComma
     return isNumber && processId > 0 ? std::optional(processId) : std::nullopt;
 }
 
-/// The words of a command as one line. The file that some name is looked up from the folder that the user is in, which
-/// is not the device's.
-QString commandOf(const QStringList& words)
-{
-    static const QStringList kWithFile{QStringLiteral("insert"), QStringLiteral("save"), QStringLiteral("record"),
-                                       QStringLiteral("source")};
-    const bool hasFile = words.size() > 1 && kWithFile.contains(words[0]) && !words[1].contains(QLatin1String("://"));
-    const QString line = words.join(QLatin1Char(' '));
-    return hasFile ? words[0] + QLatin1Char(' ') + QDir::current().absoluteFilePath(line.mid(words[0].size() + 1))
-                   : line;
-}
-
 Request parseSendRequest(const QCommandLineParser& parser, const StartOptions& start)
 {
     const auto processId = processIdOf(parser, kSend);
     if (!processId)
         return usageError(QStringLiteral("'%1' is not a process id.").arg(parser.value(kSend)));
-    const QString command = commandOf(parser.positionalArguments());
-    if (command.trimmed().isEmpty())
-        return usageError(QStringLiteral("--send needs a command after the process id."));
+    const QStringList words = parser.positionalArguments();
+    const QString command = commandFrom(words.join(QLatin1Char(' ')), QDir::currentPath());
+    if (!words.isEmpty() && command.isEmpty())
+        return usageError(QStringLiteral("A command is not empty."));
     return SendRequest{*processId, command, start.logRules};
 }
 
 Request parseDeleteRequest(const QCommandLineParser& parser, const StartOptions& start)
 {
+    if (parser.value(kDelete) == QLatin1String("all"))
+        return DeleteRequest{std::nullopt, start.logRules};
     const auto processId = processIdOf(parser, kDelete);
     if (!processId)
         return usageError(QStringLiteral("'%1' is not a process id.").arg(parser.value(kDelete)));
@@ -232,6 +225,17 @@ QString strayOption(const QCommandLineParser& parser, const QCommandLineOption* 
 }
 
 } // namespace
+
+QString commandFrom(const QString& line, const QString& folder)
+{
+    static const QStringList kWithFile{QStringLiteral("insert"), QStringLiteral("save"), QStringLiteral("record"),
+                                       QStringLiteral("source")};
+    const QString command = line.trimmed();
+    const QString word = command.section(QLatin1Char(' '), 0, 0);
+    const QString file = command.mid(word.size()).trimmed();
+    const bool hasFile = kWithFile.contains(word) && !file.isEmpty() && !file.contains(QLatin1String("://"));
+    return hasFile ? word + QLatin1Char(' ') + QDir(folder).absoluteFilePath(file) : command;
+}
 
 Request parseCommandLine(const QStringList& arguments)
 {

@@ -26,18 +26,18 @@ struct ListRequest
     QString logRules = {};
 };
 
-/// End one device, without a window.
+/// End one device, or all, without a window.
 struct DeleteRequest
 {
-    qint64 processId = 0;
+    std::optional<qint64> processId; ///< nothing: all
     QString logRules = {};
 };
 
-/// Send one command to a running device, without a window.
+/// Send commands to a running device, without a window.
 struct SendRequest
 {
     qint64 processId = 0;
-    QString command;
+    QString command; ///< empty: the lines of standard input
     QString logRules = {};
 };
 
@@ -57,6 +57,9 @@ struct PrintRequest
 };
 
 using Request = std::variant<WindowRequest, ListRequest, DeleteRequest, SendRequest, StartRequest, PrintRequest>;
+
+/// A command as the user says it in `folder`. The file that some name counts from there: it is not the device's folder.
+QString commandFrom(const QString& line, const QString& folder);
 
 /// Reads the arguments, of which the first is the program's name. Relative files in settings count from the current
 /// folder.

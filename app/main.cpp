@@ -110,16 +110,25 @@ int main(int argc, char** argv)
     QCoreApplication::setApplicationVersion(kVersion);
     const auto application = makeApplication(argc, argv);
     const Request request = parseCommandLine(QCoreApplication::arguments());
+    const QString folder = QDir::currentPath(); // of the user
 
     if (const auto* text = std::get_if<PrintRequest>(&request))
         return print(*text);
     if (const auto* list = std::get_if<ListRequest>(&request))
         return runScript(list->logRules, [list](const auto& records) { return listDevices(records, list->json); });
     if (const auto* removal = std::get_if<DeleteRequest>(&request))
-        return runScript(removal->logRules,
-                         [removal](const auto& records) { return deleteDevice(records, removal->processId); });
+        return runScript(removal->logRules, [removal](const auto& records) {
+            return removal->processId ? deleteDevice(records, *removal->processId) : deleteDevices(records);
+        });
     if (const auto* send = std::get_if<SendRequest>(&request))
-        return runScript(send->logRules, [send](const auto&) { return sendCommand(send->processId, send->command); });
+        return runScript(send->logRules, [send, folder](const auto&) {
+            const auto nextLine = [&folder] {
+                const auto line = readInputLine();
+                return line ? std::optional(commandFrom(*line, folder)) : std::nullopt;
+            };
+            return send->command.isEmpty() ? sendCommands(send->processId, nextLine, printOut)
+                                           : sendCommand(send->processId, send->command);
+        });
     if (const auto* start = std::get_if<StartRequest>(&request))
         return runScript(start->logRules,
                          [start](const auto& records) { return startDevice(*start, DeviceLauncher(), records); });

@@ -79,9 +79,40 @@ ScriptResult deleteDevice(const DeviceRecordManager& records, qint64 processId,
     return {};
 }
 
+ScriptResult deleteDevices(const DeviceRecordManager& records, const std::function<KillCommand(qint64)>& toolFor)
+{
+    ScriptResult all;
+    const auto devices = records.restoreDevices();
+    for (const auto& device : devices) {
+        if (!device.isDevice)
+            continue;
+        const ScriptResult one = deleteDevice(records, device.record.processId, toolFor);
+        all.exitCode = std::max(all.exitCode, one.exitCode);
+        all.error += one.error;
+    }
+    return all;
+}
+
 ScriptResult sendCommand(qint64 processId, const QString& command)
 {
     const CommandOutcome outcome = sendDeviceCommand(processId, command);
     const QString line = outcome.line + QLatin1Char('\n');
     return outcome.done ? ScriptResult{0, line, {}} : ScriptResult{2, {}, line};
+}
+
+ScriptResult sendCommands(qint64 processId, const std::function<std::optional<QString>()>& nextLine,
+                          const std::function<bool(const QString&)>& print)
+{
+    int number = 0;
+    while (const auto line = nextLine()) {
+        ++number;
+        if (line->isEmpty())
+            continue;
+        const CommandOutcome outcome = sendDeviceCommand(processId, *line);
+        if (!outcome.done)
+            return {kFailed, {}, QStringLiteral("Line %1: %2\n").arg(QString::number(number), outcome.line)};
+        if (!print(outcome.line + QLatin1Char('\n')))
+            return {kFailed, {}, {}};
+    }
+    return {};
 }

@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <functional>
+#include <optional>
 
 /// Exit codes.
 constexpr int kDone = 0;
@@ -30,5 +31,14 @@ ScriptResult listDevices(const DeviceRecordManager& records, bool json);
 ScriptResult deleteDevice(const DeviceRecordManager& records, qint64 processId,
                           const std::function<KillCommand(qint64)>& toolFor = killCommand);
 
+/// The same of every device that runs, also after one that could not be ended. None is no failure.
+ScriptResult deleteDevices(const DeviceRecordManager& records,
+                           const std::function<KillCommand(qint64)>& toolFor = killCommand);
+
 /// Sends the command to the device with that process id and prints its answer, an "ERROR: ..." as an error.
 ScriptResult sendCommand(qint64 processId, const QString& command);
+
+/// Takes commands from `nextLine` until it gives none, and sends each but the empty ones once the one before was
+/// answered. `print` gets each answer as it comes; the first "ERROR: ..." ends it, with the number of its line.
+ScriptResult sendCommands(qint64 processId, const std::function<std::optional<QString>()>& nextLine,
+                          const std::function<bool(const QString&)>& print);

@@ -33,7 +33,7 @@ QString describe(const Request& request)
     if (const auto* list = std::get_if<ListRequest>(&request))
         return list->json ? QStringLiteral("list json") : QStringLiteral("list");
     if (const auto* removal = std::get_if<DeleteRequest>(&request))
-        return QStringLiteral("delete %1").arg(removal->processId);
+        return removal->processId ? QStringLiteral("delete %1").arg(*removal->processId) : QStringLiteral("delete all");
     if (const auto* send = std::get_if<SendRequest>(&request))
         return QStringLiteral("send %1 [%2]").arg(send->processId).arg(send->command);
     if (const auto* start = std::get_if<StartRequest>(&request))
@@ -65,6 +65,7 @@ void CommandLineTest::understands_data()
     row("list as JSON", "--list --json", "list json");
     row("JSON alone is refused", "--json", "error: --json goes with --list.");
     row("delete", "--delete 4312", "delete 4312");
+    row("delete everything", "--delete all", "delete all");
     row("a process id must be a number", "--delete x", "error: 'x' is not a process id.");
     row("a process id must be positive", "--delete 0", "error: '0' is not a process id.");
     row("a command keeps what looks like an option", "--send 4312 move -5 --3", "send 4312 [move -5 --3]");
@@ -76,7 +77,7 @@ void CommandLineTest::understands_data()
         << QStringLiteral("send 4312 [source %1/my film.mp4]").arg(QDir::currentPath());
     row("a source that is no file stays", "--send 4312 source rtsp://127.0.0.1/a",
         "send 4312 [source rtsp://127.0.0.1/a]");
-    row("a command is needed", "--send 4312", "error: --send needs a command after the process id.");
+    row("commands from standard input", "--send 4312", "send 4312 []");
     row("list and delete exclude each other", "--list --delete 3", "error: --list and --delete do not go together.");
     row("a script command opens no window", "--list --create mouse",
         "error: --list opens no window: --demo, --create, --language, --set do not go with it.");

@@ -25,6 +25,9 @@ private slots:
     void tellsWhyNoneCame();
     void waitsForAHost();
     void endsWithTheTimeAndLeavesTheDevice();
+    void linesOfStandardInputAreCommands_data();
+    void linesOfStandardInputAreCommands();
+    void allAreDeleted();
 
 private:
     const DeviceRecordManager m_records;
@@ -135,6 +138,49 @@ void StartCommandsTest::endsWithTheTimeAndLeavesTheDevice()
         result.error,
         QStringLiteral("keyboard: No host has configured the device in time; process %1 goes on.\n").arg(processId));
     QVERIFY(m_records.isDeviceProcess(processId));
+}
+
+void StartCommandsTest::linesOfStandardInputAreCommands_data()
+{
+    QTest::addColumn<QByteArray>("input");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<int>("answers");
+    QTest::addColumn<QByteArray>("error");
+    QTest::newRow("each is answered, empty ones and line ends of Windows do not count")
+        << QByteArray("status\n\nstatus\r\nstatus") << 0 << 3 << QByteArray();
+    QTest::newRow("the first that fails ends it, by its number")
+        << QByteArray("status\n\nfly\nstatus\n") << 2 << 1 << QByteArray("Line 3: ERROR: ");
+}
+
+void StartCommandsTest::linesOfStandardInputAreCommands()
+{
+    QFETCH(QByteArray, input);
+    QFETCH(QByteArray, error);
+    const ScriptResult started = startDevice(requestFor(DeviceType::Keyboard), DeviceLauncher(), m_records);
+    const qint64 processId = qint64(jsonOf(started.output)[QLatin1String("processId")].toDouble());
+    QProcess send;
+    send.start(programBesideTest("plugboard"), {QStringLiteral("--send"), QString::number(processId)});
+    QVERIFY(send.waitForStarted());
+    send.write(input);
+    send.closeWriteChannel();
+    QVERIFY(send.waitForFinished());
+    QTEST(send.exitCode(), "exitCode");
+    QTEST(send.readAllStandardOutput().count("OK: keyboard: "), "answers");
+    const QByteArray said = send.readAllStandardError();
+    QVERIFY2(error.isEmpty() ? said.isEmpty() : said.startsWith(error), said.constData());
+}
+
+void StartCommandsTest::allAreDeleted()
+{
+    for (const DeviceType type : {DeviceType::Keyboard, DeviceType::Mouse, DeviceType::Speaker})
+        QCOMPARE(startDevice(requestFor(type), DeviceLauncher(), m_records).exitCode, 0);
+    QCOMPARE(m_records.restoreDevices().size(), 3);
+    for (int run = 0; run < 2; ++run) { // none is no failure
+        const ScriptResult result = deleteDevices(m_records);
+        QCOMPARE(result.error, QString());
+        QCOMPARE(result.exitCode, 0);
+        QVERIFY(m_records.listRecords().isEmpty());
+    }
 }
 
 PLUGBOARD_SUITE(StartCommandsTest)

@@ -1,6 +1,7 @@
 #include "app/command_line.h"
 
 #include "app/device_settings.h"
+#include "app/lab_file.h"
 #include "runtime/start_options.h"
 
 #include <QCommandLineParser>
@@ -23,10 +24,21 @@ const QCommandLineOption kStart(QStringLiteral("start"),
                                 QStringLiteral("Start a device of this TYPE without a window, print what it is as JSON "
                                                "and exit; the device stays."),
                                 QStringLiteral("TYPE"));
-const QCommandLineOption kWait(QStringLiteral("wait"),
-                               QStringLiteral("With --start: wait up to so many seconds until a host has configured "
-                                              "the device; exit with 4 when none has."),
-                               QStringLiteral("SECONDS"));
+const QCommandLineOption
+    kWait(QStringLiteral("wait"),
+          QStringLiteral("With --start and --lab: wait up to so many seconds until a host has configured "
+                         "the device; exit with 4 when none has."),
+          QStringLiteral("SECONDS"));
+const QCommandLineOption kLab(QStringLiteral("lab"),
+                              QStringLiteral("Start the devices that a JSON file lists, all or none, print them and "
+                                             "exit; the devices stay."),
+                              QStringLiteral("FILE"));
+const QCommandLineOption kDeleteLab(QStringLiteral("delete-lab"),
+                                    QStringLiteral("End the devices that --lab has started from this file, and exit."),
+                                    QStringLiteral("FILE"));
+const QCommandLineOption kWatch(QStringLiteral("watch"),
+                                QStringLiteral("Print what changes with the devices, a line of JSON each, until "
+                                               "interrupted."));
 const QCommandLineOption kList(QStringLiteral("list"), QStringLiteral("Print the running devices and exit."));
 const QCommandLineOption kJson(QStringLiteral("json"), QStringLiteral("With --list: print JSON."));
 const QCommandLineOption kDelete(QStringLiteral("delete"),
@@ -155,6 +167,18 @@ Request parseStartRequest(const QCommandLineParser& parser, const StartOptions& 
     return request;
 }
 
+Request parseLabRequest(const QCommandLineParser& parser, const StartOptions& start)
+{
+    const QString path = parser.value(kLab);
+    LabReading lab = readLab(path);
+    if (!lab.error.isEmpty())
+        return usageError(lab.error);
+    LabRequest request{std::move(lab.devices), labName(path), std::nullopt, start.logRules};
+    if (parser.isSet(kWait))
+        request.waitSeconds = waitSeconds(parser);
+    return request;
+}
+
 /// The process id that the option was given; nothing when it is none.
 std::optional<qint64> processIdOf(const QCommandLineParser& parser, const QCommandLineOption& option)
 {
@@ -188,7 +212,8 @@ Request parseDeleteRequest(const QCommandLineParser& parser, const StartOptions&
 /// Options that do one thing without a window.
 const std::vector<const QCommandLineOption*>& commands()
 {
-    static const std::vector<const QCommandLineOption*> all{&kStart, &kList, &kDelete, &kSend};
+    static const std::vector<const QCommandLineOption*> all{&kStart, &kLab,    &kDeleteLab, &kWatch,
+                                                            &kList,  &kDelete, &kSend};
     return all;
 }
 
@@ -216,8 +241,8 @@ QString strayOption(const QCommandLineParser& parser, const QCommandLineOption* 
         return QStringLiteral("Unexpected argument '%1'.").arg(parser.positionalArguments().first());
     if (parser.isSet(kJson) && command != &kList)
         return QStringLiteral("--json goes with --list.");
-    if (parser.isSet(kWait) && command != &kStart)
-        return QStringLiteral("--wait goes with --start.");
+    if (parser.isSet(kWait) && command != &kStart && command != &kLab)
+        return QStringLiteral("--wait goes with --start and --lab.");
     if (parser.isSet(kWait) && !waitSeconds(parser))
         return QStringLiteral("'%1' is no value for --wait; expected seconds from 0 to 86400.")
             .arg(parser.value(kWait));
@@ -242,7 +267,8 @@ Request parseCommandLine(const QStringList& arguments)
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Creates, lists and removes virtual USB devices."));
     const QCommandLineOption version = parser.addVersionOption();
-    parser.addOptions({kHelp, kDemo, kCreate, kStart, setOption(), kWait, kList, kJson, kDelete, kSend});
+    parser.addOptions(
+        {kHelp, kDemo, kCreate, kStart, setOption(), kWait, kLab, kDeleteLab, kWatch, kList, kJson, kDelete, kSend});
     // A command's words may look like options: "wheel -3".
     parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
     parser.addPositionalArgument(QStringLiteral("COMMAND"), QStringLiteral("With --send: the command and its words."),
@@ -265,6 +291,12 @@ Request parseCommandLine(const QStringList& arguments)
         return usageError(error);
     if (command == &kStart)
         return parseStartRequest(parser, start);
+    if (command == &kLab)
+        return parseLabRequest(parser, start);
+    if (command == &kDeleteLab)
+        return DeleteLabRequest{labName(parser.value(kDeleteLab)), start.logRules};
+    if (command == &kWatch)
+        return WatchRequest{start.logRules};
     if (command == &kList)
         return ListRequest{parser.isSet(kJson), start.logRules};
     if (command == &kDelete)

@@ -49,6 +49,28 @@ struct StartRequest
     QString logRules = {};
 };
 
+/// Start the devices of a lab file, all or none, without a window.
+struct LabRequest
+{
+    std::vector<CreationRequest> devices;
+    QString lab; ///< see labName()
+    std::optional<int> waitSeconds;
+    QString logRules = {};
+};
+
+/// End the devices of a lab file, which need not be there any more.
+struct DeleteLabRequest
+{
+    QString lab; ///< see labName()
+    QString logRules = {};
+};
+
+/// Print what changes with the devices until the program is asked to end.
+struct WatchRequest
+{
+    QString logRules = {};
+};
+
 /// Print a text and exit: help, the version, or an error (exit code 2, to standard error).
 struct PrintRequest
 {
@@ -56,7 +78,8 @@ struct PrintRequest
     bool isError = false;
 };
 
-using Request = std::variant<WindowRequest, ListRequest, DeleteRequest, SendRequest, StartRequest, PrintRequest>;
+using Request = std::variant<WindowRequest, ListRequest, DeleteRequest, SendRequest, StartRequest, LabRequest,
+                             DeleteLabRequest, WatchRequest, PrintRequest>;
 
 /// A command as the user says it in `folder`. The file that some name counts from there: it is not the device's folder.
 QString commandFrom(const QString& line, const QString& folder);

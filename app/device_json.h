@@ -9,5 +9,8 @@
 /// device is on this machine's buses.
 QJsonObject deviceJson(const DeviceRecordManager::RestoredDevice& device);
 
+/// The object on one line with its line end, for a terminal too.
+QString jsonLine(const QJsonObject& object);
+
 /// The nodes of a device that this machine has on its virtual controller; none otherwise.
 QStringList nodesOf(const DeviceRecord& record);

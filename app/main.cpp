@@ -2,6 +2,8 @@
 #include "app/bus_driver_check.h"
 #include "app/command_line.h"
 #include "app/creation_slots.h"
+#include "app/device_events.h"
+#include "app/device_json.h"
 #include "app/log.h"
 #include "app/logged_output.h"
 #include "app/main_window.h"
@@ -13,12 +15,14 @@
 #include "driver/platform/system_platform.h"
 #include "runtime/program_run.h"
 #include "runtime/start_options.h"
+#include "runtime/stop_request.h"
 #include "ui/chinese_font.h"
 #include "ui/high_dpi.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QIcon>
+#include <QTimer>
 
 #include <algorithm>
 #include <cstring>
@@ -74,6 +78,29 @@ int runScript(const QString& logRules, const std::function<ScriptResult(const De
     return printed ? result.exitCode : kFailure; // a script must not take part of a list for the whole
 }
 
+/// Until the program is asked to end, or nobody reads any more.
+int runWatch(const WatchRequest& request)
+{
+    constexpr int kPeriodMs = 250;
+    StopRequest stopRequest; // before the log's crash handling, and before any thread
+    const ProgramRun run(kProgram, kVersion, request.logRules);
+    QDir::setCurrent(QCoreApplication::applicationDirPath());
+    const DeviceRecordManager records;
+    DeviceEvents events(records);
+    QTimer timer;
+    const auto look = [&events] {
+        for (const QJsonObject& event : events.look()) {
+            if (!printOut(jsonLine(event)))
+                QCoreApplication::exit(kFailure);
+        }
+    };
+    QObject::connect(&timer, &QTimer::timeout, look);
+    QObject::connect(&stopRequest, &StopRequest::stopRequested, qApp, &QCoreApplication::quit);
+    timer.start(kPeriodMs);
+    QTimer::singleShot(0, qApp, look);
+    return QCoreApplication::exec();
+}
+
 int print(const PrintRequest& request)
 {
     const bool printed = (request.isError ? printError : printOut)(request.text);
@@ -118,7 +145,7 @@ int main(int argc, char** argv)
         return runScript(list->logRules, [list](const auto& records) { return listDevices(records, list->json); });
     if (const auto* removal = std::get_if<DeleteRequest>(&request))
         return runScript(removal->logRules, [removal](const auto& records) {
-            return removal->processId ? deleteDevice(records, *removal->processId) : deleteDevices(records);
+            return removal->processId ? deleteDevice(records, *removal->processId) : deleteAllDevices(records);
         });
     if (const auto* send = std::get_if<SendRequest>(&request))
         return runScript(send->logRules, [send, folder](const auto&) {
@@ -132,5 +159,13 @@ int main(int argc, char** argv)
     if (const auto* start = std::get_if<StartRequest>(&request))
         return runScript(start->logRules,
                          [start](const auto& records) { return startDevice(*start, DeviceLauncher(), records); });
+    if (const auto* lab = std::get_if<LabRequest>(&request))
+        return runScript(lab->logRules,
+                         [lab](const auto& records) { return startLab(*lab, DeviceLauncher(), records); });
+    if (const auto* removal = std::get_if<DeleteLabRequest>(&request))
+        return runScript(removal->logRules,
+                         [removal](const auto& records) { return deleteLab(removal->lab, records); });
+    if (const auto* watch = std::get_if<WatchRequest>(&request))
+        return runWatch(*watch);
     return runWindow(std::get<WindowRequest>(request));
 }

@@ -79,18 +79,27 @@ ScriptResult deleteDevice(const DeviceRecordManager& records, qint64 processId,
     return {};
 }
 
-ScriptResult deleteDevices(const DeviceRecordManager& records, const std::function<KillCommand(qint64)>& toolFor)
+ScriptResult deleteDevices(const DeviceRecordManager& records, const std::vector<qint64>& processIds,
+                           const std::function<KillCommand(qint64)>& toolFor)
 {
     ScriptResult all;
-    const auto devices = records.restoreDevices();
-    for (const auto& device : devices) {
-        if (!device.isDevice)
-            continue;
-        const ScriptResult one = deleteDevice(records, device.record.processId, toolFor);
+    for (const qint64 processId : processIds) {
+        const ScriptResult one = deleteDevice(records, processId, toolFor);
         all.exitCode = std::max(all.exitCode, one.exitCode);
         all.error += one.error;
     }
     return all;
+}
+
+ScriptResult deleteAllDevices(const DeviceRecordManager& records, const std::function<KillCommand(qint64)>& toolFor)
+{
+    std::vector<qint64> processIds;
+    const auto devices = records.restoreDevices();
+    for (const auto& device : devices) {
+        if (device.isDevice)
+            processIds.push_back(device.record.processId);
+    }
+    return deleteDevices(records, processIds, toolFor);
 }
 
 ScriptResult sendCommand(qint64 processId, const QString& command)

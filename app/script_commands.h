@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <optional>
+#include <vector>
 
 /// Exit codes.
 constexpr int kDone = 0;
@@ -31,9 +32,13 @@ ScriptResult listDevices(const DeviceRecordManager& records, bool json);
 ScriptResult deleteDevice(const DeviceRecordManager& records, qint64 processId,
                           const std::function<KillCommand(qint64)>& toolFor = killCommand);
 
-/// The same of every device that runs, also after one that could not be ended. None is no failure.
-ScriptResult deleteDevices(const DeviceRecordManager& records,
+/// The same of several, also after one that could not be ended.
+ScriptResult deleteDevices(const DeviceRecordManager& records, const std::vector<qint64>& processIds,
                            const std::function<KillCommand(qint64)>& toolFor = killCommand);
+
+/// The same of every device that runs. None is no failure.
+ScriptResult deleteAllDevices(const DeviceRecordManager& records,
+                              const std::function<KillCommand(qint64)>& toolFor = killCommand);
 
 /// Sends the command to the device with that process id and prints its answer, an "ERROR: ..." as an error.
 ScriptResult sendCommand(qint64 processId, const QString& command);

@@ -10,3 +10,10 @@
 /// case it is printed and stays.
 ScriptResult startDevice(const StartRequest& request, const DeviceLauncher& launcher,
                          const DeviceRecordManager& records);
+
+/// The same for the devices of a lab, printed as an array; when one does not come up, none is left. Refused with exit
+/// code 2 while devices of the lab run. The environment of this program names the lab from now on.
+ScriptResult startLab(const LabRequest& request, const DeviceLauncher& launcher, const DeviceRecordManager& records);
+
+/// Ends the devices of that lab; exit code 2 when there is none.
+ScriptResult deleteLab(const QString& lab, const DeviceRecordManager& records);

@@ -40,6 +40,9 @@ private:
     QString m_program;
 };
 
+/// The variable of its environment by which a device process learns to which lab it belongs.
+constexpr const char* kLabVariable = "PLUGBOARD_LAB";
+
 /// File name of the program that every device process runs.
 QString deviceProgramName();
 

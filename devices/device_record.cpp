@@ -41,6 +41,7 @@ DeviceRecord parseDeviceRecord(const QByteArray& json)
     record.createTime = dateTime(object[QLatin1String("createTime")]);
     record.lastUpdateTime = dateTime(object[QLatin1String("lastUpdateTime")]);
     record.isRunning = object[QLatin1String("isRunning")].toBool();
+    record.lab = object[QLatin1String("lab")].toString();
     record.host = object[QLatin1String("host")].toObject();
     return record;
 }
@@ -60,6 +61,8 @@ QByteArray serializeDeviceRecord(const DeviceRecord& record)
         {QStringLiteral("lastUpdateTime"), record.lastUpdateTime.toString(Qt::ISODate)},
         {QStringLiteral("isRunning"), record.isRunning},
     };
+    if (!record.lab.isEmpty())
+        object.insert(QStringLiteral("lab"), record.lab);
     if (!record.host.isEmpty())
         object.insert(QStringLiteral("host"), record.host);
     return QJsonDocument(object).toJson(QJsonDocument::Indented);

@@ -20,6 +20,7 @@ struct DeviceRecord
     QDateTime createTime; ///< ISO 8601 in the file
     QDateTime lastUpdateTime;
     bool isRunning = false;
+    QString lab;      ///< path of the lab file that it was started by; empty for a single device
     QJsonObject host; ///< how the device reaches its host, see the device process; empty: not said
 };
 

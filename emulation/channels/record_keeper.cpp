@@ -1,5 +1,6 @@
 #include "emulation/channels/record_keeper.h"
 
+#include "devices/device_launcher.h"
 #include "runtime/whole_file.h"
 
 #include <QFile>
@@ -19,6 +20,7 @@ DeviceRecord recordOf(const DeviceContext& context)
     record.usbVersion = device.usbVersion;
     record.publicParams = device.parameters;
     record.createTime = QDateTime::currentDateTime();
+    record.lab = qEnvironmentVariable(kLabVariable);
     record.isRunning = true;
     return record;
 }

@@ -36,6 +36,8 @@ QString describe(const Request& request)
         return removal->processId ? QStringLiteral("delete %1").arg(*removal->processId) : QStringLiteral("delete all");
     if (const auto* send = std::get_if<SendRequest>(&request))
         return QStringLiteral("send %1 [%2]").arg(send->processId).arg(send->command);
+    if (std::holds_alternative<WatchRequest>(request))
+        return QStringLiteral("watch");
     if (const auto* start = std::get_if<StartRequest>(&request))
         return QStringLiteral("start") + describe(start->device) +
                (start->waitSeconds ? QStringLiteral(" wait %1").arg(*start->waitSeconds) : QString());
@@ -96,7 +98,9 @@ void CommandLineTest::understands_data()
         "error: --set goes after the --start that it belongs to.");
     row("a start opens no window", "--start mouse --demo",
         "error: --start opens no window: --demo, --create, --language do not go with it.");
-    row("only a start waits", "--create mouse --wait 3", "error: --wait goes with --start.");
+    row("only a start waits", "--create mouse --wait 3", "error: --wait goes with --start and --lab.");
+    row("a lab that is not there", "--lab no.json", "error: no.json: The file cannot be read.");
+    row("watch", "--watch", "watch");
     row("seconds are a number", "--start mouse --wait -1",
         "error: '-1' is no value for --wait; expected seconds from 0 to 86400.");
     row("settings belong to the device before them",

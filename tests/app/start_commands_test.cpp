@@ -1,3 +1,4 @@
+#include "app/device_events.h"
 #include "app/device_settings.h"
 #include "app/start_commands.h"
 #include "tests/support/program_run.h"
@@ -28,6 +29,9 @@ private slots:
     void linesOfStandardInputAreCommands_data();
     void linesOfStandardInputAreCommands();
     void allAreDeleted();
+    void labIsAllOrNothing();
+    void labIsEndedByItsFile();
+    void watchTellsWhatChanges();
 
 private:
     const DeviceRecordManager m_records;
@@ -176,11 +180,91 @@ void StartCommandsTest::allAreDeleted()
         QCOMPARE(startDevice(requestFor(type), DeviceLauncher(), m_records).exitCode, 0);
     QCOMPARE(m_records.restoreDevices().size(), 3);
     for (int run = 0; run < 2; ++run) { // none is no failure
-        const ScriptResult result = deleteDevices(m_records);
+        const ScriptResult result = deleteAllDevices(m_records);
         QCOMPARE(result.error, QString());
         QCOMPARE(result.exitCode, 0);
         QVERIFY(m_records.listRecords().isEmpty());
     }
+}
+
+void StartCommandsTest::labIsAllOrNothing()
+{
+    const LabRequest request{
+        {requestFor(DeviceType::Keyboard).device,
+         requestFor(DeviceType::Camera, {QStringLiteral("name=a/b")}).device, // which does not come up
+         requestFor(DeviceType::Mouse).device},
+        QStringLiteral("/lab.json"),
+        std::nullopt};
+    const ScriptResult result = startLab(request, DeviceLauncher(), m_records);
+    QCOMPARE(result.exitCode, kNoDevice);
+    QCOMPARE(result.output, QString());
+    QVERIFY2(result.error.startsWith(QLatin1String("camera: The device process ")), qPrintable(result.error));
+    QVERIFY(m_records.restoreDevices().isEmpty());
+}
+
+void StartCommandsTest::labIsEndedByItsFile()
+{
+    startDevice(requestFor(DeviceType::Keyboard), DeviceLauncher(), m_records); // of no lab
+    const QTemporaryDir folder;
+    QFile file(folder.filePath(QStringLiteral("lab.json")));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(R"({"devices": [{"type": "speaker"}, {"type": "mouse"}]})");
+    file.close();
+    const QStringList start{QStringLiteral("--lab"), file.fileName()};
+    const ProgramOutput started = runBesideTest("plugboard", start);
+    QCOMPARE(started.error, QByteArray());
+    QCOMPARE(started.exitCode, 0);
+    QCOMPARE(QJsonDocument::fromJson(started.out).array().size(), 2);
+    const ProgramOutput again = runBesideTest("plugboard", start);
+    QCOMPARE(again.exitCode, 2);
+    QCOMPARE(again.error.trimmed(), QByteArray("2 device(s) of this lab run already."));
+
+    QVERIFY(file.remove()); // what was started ends without it
+    QCOMPARE(runBesideTest("plugboard", {QStringLiteral("--delete-lab"), file.fileName()}).exitCode, 0);
+    const auto left = m_records.restoreDevices();
+    QCOMPARE(left.size(), 1);
+    QCOMPARE(left.first().record.deviceType, int(DeviceType::Keyboard));
+    QCOMPARE(runBesideTest("plugboard", {QStringLiteral("--delete-lab"), file.fileName()}).exitCode, 2);
+}
+
+void StartCommandsTest::watchTellsWhatChanges()
+{
+    const auto start = [this](DeviceType type) {
+        const ScriptResult started = startDevice(requestFor(type), DeviceLauncher(), m_records);
+        return qint64(jsonOf(started.output)[QLatin1String("processId")].toDouble());
+    };
+    QStringList seen;
+    DeviceEvents events(m_records);
+    const auto look = [&] {
+        for (const QJsonObject& event : events.look())
+            seen << event[QLatin1String("event")].toString() + QLatin1Char(' ') +
+                        event[QLatin1String("type")].toString() + QLatin1Char(' ') +
+                        event[QLatin1String("reason")].toString();
+        return seen.size();
+    };
+    start(DeviceType::Speaker);
+    look();
+    const qint64 mouse = start(DeviceType::Mouse);
+    qputenv("PLUGBOARD_HOST", "server");
+    const qint64 keyboard = start(DeviceType::Keyboard);
+    look();
+    QCOMPARE(seen.mid(0, 1), QStringList{QStringLiteral("present speaker ")});
+    {
+        tests::UsbIpHost client(quint16(m_records.recordOf(keyboard)->host[QLatin1String("port")].toInt()));
+        QCOMPARE(client.import(QStringLiteral("1-1")), usbip::OperationStatus::Ok);
+        QCOMPARE(client.control("00 09 01 00 00 00 00 00").status, 0);
+        QTRY_COMPARE(look(), 4);
+    }
+    QTRY_COMPARE(look(), 5);
+    QCOMPARE(deleteDevice(m_records, mouse).exitCode, 0);
+    QTRY_COMPARE(look(), 6);
+    const KillCommand kill = killCommand(keyboard);
+    QCOMPARE(QProcess::execute(kill.program, kill.arguments), 0);
+    QTRY_COMPARE(look(), 7);
+    std::sort(seen.begin() + 1, seen.begin() + 3);
+    QCOMPARE(seen.join(QLatin1Char('|')),
+             QStringLiteral("present speaker |created keyboard |created mouse |configured keyboard |lost keyboard |"
+                            "ended mouse it was told to end|ended keyboard its process was killed"));
 }
 
 PLUGBOARD_SUITE(StartCommandsTest)

@@ -20,6 +20,7 @@ enum StreamingControl : std::uint8_t
 
 constexpr std::uint8_t kRequestError = 2; // control of the control interface
 constexpr std::uint8_t kIsochronousInterval = 1;
+constexpr auto kGivenUp = std::chrono::seconds(5); // without a transfer
 constexpr char kGetAndSet = 3;
 constexpr char kGetOnly = 1;
 
@@ -49,10 +50,7 @@ Camera::Camera(const usb::DeviceDescriptors& identity, const CameraSetup& setup,
     , m_descriptors(cameraDescriptors(identity, setup, m_processing.controls()))
     , m_placement(std::make_shared<PlacementState>(kScaleAspectFit))
     , m_pictureCommands(*m_placement, scaledFormat(setup))
-    , m_feed(m_setup, m_processing, [this] {
-        if (!m_setup.isIsochronous)
-            serveBulk();
-    })
+    , m_feed(m_setup, m_processing, [this] { pictureReady(); })
 {
     m_offer.dwFrameInterval = setup.frameInterval();
     m_offer.dwMaxVideoFrameSize = setup.largestPicture();
@@ -239,6 +237,7 @@ void Camera::submit(const usb::TransferPointer& transfer)
     if (!m_isCommitted)
         return transfer->complete(usb::Status::NoAnswer);
     m_bulk.push_back(transfer);
+    m_lastSubmission = steadyNow();
     if (!m_isStreaming)
         beginStream();
     serveBulk();
@@ -251,6 +250,16 @@ void Camera::cancelled(const usb::Transfer& transfer)
     m_bulk.erase(std::remove_if(m_bulk.begin(), m_bulk.end(),
                                 [&](const usb::TransferPointer& waiting) { return waiting.get() == &transfer; }),
                  m_bulk.end());
+}
+
+/// A host that only stops asking in bulk has ended its stream, too; what it submits later begins another.
+void Camera::pictureReady()
+{
+    if (m_setup.isIsochronous)
+        return;
+    if (m_bulk.empty() && steadyNow() - m_lastSubmission > kGivenUp)
+        return endStream();
+    serveBulk();
 }
 
 /// Whether there is a picture to send.

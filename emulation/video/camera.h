@@ -56,6 +56,7 @@ private:
 
     void beginStream();
     void endStream();
+    void pictureReady();
     bool nextPicture();
     void serveBulk();
     void serveIsochronous(const usb::TransferPointer& transfer);
@@ -77,6 +78,7 @@ private:
     bool m_isStreaming = false;
 
     std::deque<usb::TransferPointer> m_bulk; ///< that wait for pictures
+    PictureClock::Time m_lastSubmission;     ///< in bulk
     QByteArray m_payload;                    ///< in bulk: one that is not sent whole
     int m_payloadSent = 0;
     std::unique_ptr<usb::IsochronousPacer> m_pacer;

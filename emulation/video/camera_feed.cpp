@@ -10,9 +10,9 @@ namespace uvc {
 
 namespace {
 
-constexpr auto kPoll = 3ms;         // how often a source that is late is asked
-constexpr auto kPatience = 1000ms;  // without a picture, before another one stands in
-constexpr auto kMostBehind = 250ms; // later pictures are not made up for
+constexpr auto kPoll = 3ms;        // how often a source that is late is asked
+constexpr auto kPatience = 1000ms; // without a picture, before another one stands in
+constexpr std::int64_t kMostWaitingBytes = 32 * 1024 * 1024;
 constexpr std::size_t kMostGroupBytes = 16 * 1024 * 1024;
 
 PictureClock::Time steadyNow()
@@ -82,7 +82,7 @@ void CameraFeed::forgetSchedule()
 void CameraFeed::tick()
 {
     const PictureClock::Time now = steadyNow();
-    if (now - m_clock.due() > kMostBehind)
+    if (now - m_clock.due() > (room() - 1) * m_clock.period()) // more than may wait would be lost again
         forgetSchedule();
     bool came = true;
     while (came && m_isRunning && m_clock.due() <= now) {
@@ -208,10 +208,18 @@ PicturePointer CameraFeed::keep(MediaItem&& item)
     return picture;
 }
 
+/// Pictures that may wait for the host: a second of those that need each other, else half a second, of what a live
+/// source gives a quarter.
+std::int64_t CameraFeed::room() const
+{
+    const int part = m_setup.isInterCoded() ? 1 : m_isLive ? 4 : 2;
+    const std::int64_t fitting = kMostWaitingBytes / std::max<std::int64_t>(m_setup.reckonedBytes, 1);
+    return std::max<std::int64_t>(std::min<std::int64_t>(m_setup.rate / part, fitting), 4);
+}
+
 void CameraFeed::offer(const PicturePointer& picture)
 {
-    const auto room = std::size_t(std::max(m_setup.isInterCoded() ? m_setup.rate : m_setup.rate / 4, 4));
-    if (m_waiting.size() >= room) {
+    if (std::int64_t(m_waiting.size()) >= room()) {
         m_counts.dropped += std::int64_t(m_waiting.size());
         m_waiting.clear();
         const bool standsAlone = !m_setup.isInterCoded() || picture == m_standIn || isGroupsFirst(picture);

@@ -17,10 +17,10 @@
 
 namespace uvc {
 
-/// Between start() and stop() a picture becomes ready whenever one is due. A host that is more than a quarter of a
-/// second behind gets the newest; of pictures that need those before them it may be a second behind and then gets the
-/// next that needs none. A source that has brought nothing for
-/// a while is stood in for by its last picture, dimmed and with "no signal" on it. On the event loop's thread.
+/// Between start() and stop() a picture becomes ready whenever one is due. A host that is too far behind, by a part of
+/// a second, gets the newest; of pictures that need those before them the next that needs none. A source that has
+/// brought nothing for a while is stood in for by its last picture, dimmed and with "no signal" on it. On the event
+/// loop's thread.
 class CameraFeed
 {
 public:
@@ -61,6 +61,7 @@ private:
     bool joins(const MediaItem& item);
     PicturePointer keep(MediaItem&& item);
     void offer(const PicturePointer& picture);
+    std::int64_t room() const;
     bool isGroupsFirst(const PicturePointer& picture) const;
     void forgetSchedule();
     void standIn();

@@ -220,7 +220,7 @@ void CameraTest::slowHostGetsTheNewest()
         return number.match(host.camera().status()).captured(1).toInt();
     };
     QTRY_VERIFY_WITH_TIMEOUT(dropped() > 0, kPatience);
-    QVERIFY2(dropped() <= 24, qPrintable(QString::number(dropped()))); // a quarter of a second is 6
+    QVERIFY2(dropped() <= 24, qPrintable(QString::number(dropped()))); // half a second is 12
     const std::size_t before = host.pictures.size();
     host.take(true);
     QTRY_VERIFY_WITH_TIMEOUT(host.pictures.size() >= before + 10, kPatience);

@@ -5,6 +5,7 @@
 #include <QCborStreamWriter>
 
 #include <algorithm>
+#include <limits>
 #include <vector>
 
 namespace ctap {
@@ -100,7 +101,7 @@ public:
         switch (m_stream.type()) {
         case QCborStreamReader::UnsignedInteger:
         case QCborStreamReader::NegativeInteger:
-            return next(m_stream.toInteger());
+            return integer();
         case QCborStreamReader::SimpleType:
             return m_stream.isBool() ? next(m_stream.toBool()) : std::nullopt;
         case QCborStreamReader::ByteArray:
@@ -122,6 +123,18 @@ private:
     std::optional<QCborValue> next(const QCborValue& value)
     {
         return m_stream.next() ? std::optional(value) : std::nullopt;
+    }
+
+    /// Nothing beyond 64 bits with a sign, where the library's own conversion overflows.
+    std::optional<QCborValue> integer()
+    {
+        constexpr quint64 kMost = std::numeric_limits<qint64>::max();
+        if (m_stream.isUnsignedInteger()) {
+            const quint64 value = m_stream.toUnsignedInteger();
+            return value <= kMost ? next(qint64(value)) : std::nullopt;
+        }
+        const quint64 below = quint64(m_stream.toNegativeInteger()) - 1; // of -1
+        return below <= kMost ? next(-1 - qint64(below)) : std::nullopt;
     }
 
     template<typename Read>

@@ -40,7 +40,11 @@ void CborTest::takesNothingButCanonical_data()
     row("a tag", "a1 01 c1 00", false);
     row("an array that claims to be endless", "9b ffffffffffffffff", false);
     row("a text that claims to be endless", "7b 7fffffffffffffff", false);
-    row("a number beyond 64 bits with a sign", "a1 01 1b ffffffffffffffff", false);
+    row("the largest number", "a1 01 1b 7fffffffffffffff", true);
+    row("the least number", "a1 01 3b 7fffffffffffffff", true);
+    row("a number above 64 bits with a sign", "a1 01 1b ffffffffffffffff", false);
+    row("a number below 64 bits with a sign", "a1 01 3b 8000000000000000", false); // the sanitizers' to see
+    row("a number far below", "a1 01 3b ffffffffffffffff", false);
 }
 
 void CborTest::takesNothingButCanonical()

@@ -72,6 +72,11 @@ bool MediaInput::canRewind() const
     return m_url.find("://") == std::string::npos; // Pictures in numbered files.
 }
 
+bool MediaInput::isLive() const
+{
+    return m_context && !canRewind() && (!m_context->pb || avio_size(m_context->pb) <= 0);
+}
+
 std::string MediaInput::reasonFor(int result) const
 {
     if (m_interrupt.isStopped())

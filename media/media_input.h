@@ -28,6 +28,9 @@ public:
     /// Whether open() brings back what has been read already: a file does, a live source does not.
     bool canRewind() const;
 
+    /// Whether its end is not known: what gives sound and pictures as they happen. A file on a server is not live.
+    bool isLive() const;
+
     /// Goes to the key packet before `time`, in microseconds of the input's own clock; 0 or FFmpeg's error code.
     int seek(std::int64_t time);
 

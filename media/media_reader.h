@@ -77,6 +77,7 @@ public:
 
     /// Whether the input can start again: a file does, a live source does not.
     bool canRewind() const { return m_input.canRewind(); }
+    bool isLive() const { return m_input.isLive(); }
 
     /// How long the input is; 0 when that is not known, as of live sources.
     std::chrono::milliseconds duration() const { return m_duration; }

@@ -149,6 +149,12 @@ AVRational SourcePlayer::pictureRate() const
     return source ? source->pictureRate() : AVRational{0, 1};
 }
 
+bool SourcePlayer::isLive() const
+{
+    const auto source = current();
+    return source && source->isLive();
+}
+
 void SourcePlayer::seek(std::chrono::milliseconds position)
 {
     const auto source = current();

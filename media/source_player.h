@@ -44,6 +44,7 @@ public:
     /// As VideoFileSource has them, of the run in progress.
     std::string description() const;
     AVRational pictureRate() const;
+    bool isLive() const;
 
     /// One that has ended plays again from there.
     void seek(std::chrono::milliseconds position);

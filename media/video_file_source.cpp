@@ -96,6 +96,7 @@ void VideoFileSource::buildChains()
         const auto pictures = av_rescale_rnd(m_settings.queueTime.count(), rate.num, 1000 * rate.den, AV_ROUND_DOWN);
         setCapacity(std::clamp<std::size_t>(static_cast<std::size_t>(pictures), 1, m_settings.queue.items));
     }
+    m_isLive = m_reader->isLive();
     m_reader->setSoundOptional(m_soundMark != nullptr);
     AVSourceSink& soundEnd = m_soundMark ? *m_soundMark : *this;
     m_reader->buildAudioChain(m_settings.audioChannels, m_settings.audioRate, soundEnd, m_settings.soundSpeed);

@@ -74,6 +74,10 @@ public:
     /// thread.
     AVRational pictureRate() const;
 
+    /// Whether the input gives its sound and pictures as they happen, and cannot wait; false until it is open. Any
+    /// thread.
+    bool isLive() const { return m_isLive; }
+
     /// Goes on at the key picture before `position`, where the input can; what waits in the queue is dropped. Position
     /// and duration are 0 while they are not known. Any thread.
     void seek(std::chrono::milliseconds position);
@@ -98,6 +102,7 @@ private:
     MediaInterrupt m_interrupt;
     std::unique_ptr<MediaReader> m_reader; ///< Made and seen by run(); by others once m_started is set.
     std::atomic<int> m_started{0};
+    std::atomic<bool> m_isLive{false};
     std::function<void(const std::string&)> m_completed;
     mutable std::mutex m_descriptionLock; ///< Guards what follows.
     std::string m_description;

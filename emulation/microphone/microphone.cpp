@@ -13,6 +13,7 @@ namespace {
 constexpr std::chrono::milliseconds kIdleTick(50);
 constexpr std::int64_t kSecond = 1'000'000'000; // nanoseconds
 constexpr int kLateParts = 10;                  // of a second: a host that is later has let sound pass
+constexpr int kFastParts = 50;                  // of its time that a live source may be fast
 constexpr int kSoundOnly = 1;                   // selector of the reader
 constexpr std::size_t kQueueParts = 4;          // of a second that waits between the threads
 
@@ -37,7 +38,7 @@ VideoFileSettings Microphone::playerSettings(const QString& source) const
     settings.audioChannels = stream().format().channels;
     settings.audioRate = stream().format().rate;
     settings.loop = m_loops;
-    if (isLive(source))
+    if (isLive(source)) // perhaps: a server's file is not
         settings.soundSpeed = m_speed;
     settings.overflow = AVMediaSink::Overflow::Block;
     settings.queue.bytes = stream().format().frameBytes() * std::size_t(stream().format().rate) / kQueueParts;
@@ -46,7 +47,7 @@ VideoFileSettings Microphone::playerSettings(const QString& source) const
 
 void Microphone::sourceChanged()
 {
-    m_feed = std::make_unique<SoundFeed>(stream().format(), SoundFeed::Rules{isLive(source()), m_isRealTime},
+    m_feed = std::make_unique<SoundFeed>(stream().format(), m_isRealTime,
                                          [this](std::vector<std::uint8_t>& block) { return takeBlock(block); });
     m_speed->partsPerMillion = 0;
 }
@@ -77,8 +78,10 @@ void Microphone::streamingChanged()
 {
     m_hasBegun = false;
     m_rest = 0;
-    if (isLive(source()))
+    if (m_feed->isLive()) { // what came before is not wanted; it waits here and between the threads
+        m_feed->skip(std::size_t(stream().format().rate));
         m_feed->clear();
+    }
     if (stream().isStreaming())
         m_idleTimer.stop();
     else
@@ -93,6 +96,7 @@ std::int64_t Microphone::framesIn(Time time) const
 void Microphone::idle()
 {
     const Time now = m_clock();
+    m_feed->setLive(player() && player()->isLive());
     if (!m_hasBegun || !passesUnheard() || isPaused()) {
         m_hasBegun = true;
         m_begin = now;
@@ -100,7 +104,8 @@ void Microphone::idle()
         return;
     }
     const std::int64_t frames = framesIn(now - m_begin) - m_passed;
-    m_feed->skip(std::size_t(frames));
+    const std::int64_t fastClock = m_feed->isLive() ? frames / kFastParts : 0;
+    m_feed->skip(std::size_t(frames + fastClock));
     m_passed += frames;
 }
 
@@ -137,10 +142,11 @@ void Microphone::dropLate(std::size_t frames, Time duration)
 
 void Microphone::takeSound(std::size_t frames)
 {
+    m_feed->setLive(player() && player()->isLive());
     m_samples.resize(frames * std::size_t(stream().format().channels));
     if (isPaused()) {
         std::fill(m_samples.begin(), m_samples.end(), std::int16_t(0));
-        if (isLive(source()))
+        if (m_feed->isLive())
             m_feed->skip(frames);
         return;
     }
@@ -170,7 +176,7 @@ QString Microphone::deviceStatus() const
     QString text = stream().status();
     if (m_isRealTime)
         text += QStringLiteral(", real-time mode");
-    if (isLive(source()))
+    if (m_feed->isLive())
         text += QStringLiteral(", source's clock %1 ppm").arg(-m_feed->speed());
     const auto rate = std::uint64_t(stream().format().rate);
     return text + QStringLiteral("; broke off %1 times, %2 ms dropped")

@@ -53,7 +53,7 @@ private:
     void takeSound(std::size_t frames);
     /// Time passes without a host that listens.
     void idle();
-    bool passesUnheard() const { return m_isRealTime || isLive(source()); }
+    bool passesUnheard() const { return m_isRealTime || m_feed->isLive(); }
     bool takeBlock(std::vector<std::uint8_t>& block);
     std::int64_t framesIn(Time time) const;
 

@@ -10,8 +10,8 @@ namespace audio {
 namespace {
 
 constexpr std::size_t kThousand = 1000;
-constexpr std::size_t kStoreTime = 250; // milliseconds, as those that follow
-constexpr std::size_t kShortStore = 80;
+constexpr std::size_t kShortStore = 80; // milliseconds, as those that follow
+constexpr std::size_t kLiveStore = 250;
 constexpr std::size_t kMostTime = 250; // of a source that waits
 constexpr std::size_t kMostLiveTime = 1000;
 constexpr std::size_t kLate = 100; // above the store
@@ -22,14 +22,23 @@ constexpr double kLargestCorrection = 5'000; // half a percent is heard by nobod
 
 } // namespace
 
-SoundFeed::SoundFeed(const SoundFormat& format, const Rules& rules, Next next)
+SoundFeed::SoundFeed(const SoundFormat& format, bool isRealTime, Next next)
     : m_channels(std::size_t(format.channels))
     , m_rate(std::size_t(format.rate))
-    , m_rules(rules)
+    , m_isRealTime(isRealTime)
     , m_next(std::move(next))
-    , m_store(m_rate * (rules.isRealTime || !rules.isLive ? kShortStore : kStoreTime) / kThousand)
-    , m_most(m_rate * (rules.isLive ? kMostLiveTime : kMostTime) / kThousand)
-{}
+{
+    setLive(false);
+}
+
+void SoundFeed::setLive(bool isLive)
+{
+    m_isLive = isLive;
+    m_store = m_rate * (isLive && !m_isRealTime ? kLiveStore : kShortStore) / kThousand;
+    m_most = m_rate * (isLive ? kMostLiveTime : kMostTime) / kThousand;
+    if (!isLive)
+        m_speed = 0;
+}
 
 void SoundFeed::fetch()
 {
@@ -37,7 +46,7 @@ void SoundFeed::fetch()
         m_samples.erase(m_samples.begin(), m_samples.begin() + std::ptrdiff_t(m_first));
         m_first = 0;
     }
-    while (!isFull() && m_next(m_block)) {
+    while (waiting() < m_most && m_next(m_block)) {
         const std::size_t begin = m_samples.size();
         m_samples.resize(begin + m_block.size() / sizeof(std::int16_t));
         std::memcpy(m_samples.data() + begin, m_block.data(), (m_samples.size() - begin) * sizeof(std::int16_t));
@@ -74,7 +83,7 @@ void SoundFeed::skip(std::size_t frames)
 void SoundFeed::read(std::int16_t* to, std::size_t frames)
 {
     fetch();
-    if (m_rules.isLive)
+    if (m_isLive)
         dropLate();
     fill(frames);
     const std::size_t count = m_isFilling ? 0 : std::min(frames, waiting());
@@ -96,10 +105,9 @@ void SoundFeed::fill(std::size_t frames)
     m_isFilling = m_isFilling && waiting() < m_store && m_filled <= m_store;
 }
 
-/// A source that fills all there is room for waits for the host, so it is no later than the host is.
 void SoundFeed::dropLate()
 {
-    if (!m_rules.isRealTime || isFull() || waiting() <= m_store + m_rate * kLate / kThousand)
+    if (!m_isRealTime || waiting() <= m_store + m_rate * kLate / kThousand)
         return;
     const std::size_t late = waiting() - m_store;
     m_dropped += late;
@@ -109,9 +117,9 @@ void SoundFeed::dropLate()
 
 void SoundFeed::steer(std::size_t frames)
 {
-    if (!m_rules.isLive)
+    if (!m_isLive)
         return;
-    if (m_isFilling || isFull()) {
+    if (m_isFilling) {
         m_surplus = 0;
     } else {
         const double share = std::min(1.0, double(frames) / (double(m_rate) * kSteadySeconds));

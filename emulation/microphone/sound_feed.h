@@ -19,13 +19,12 @@ public:
     /// Puts the next block of whole frames that waits into `block`; false when none does.
     using Next = std::function<bool(std::vector<std::uint8_t>& block)>;
 
-    struct Rules
-    {
-        bool isLive = false;     ///< the source has a clock of its own
-        bool isRealTime = false; ///< what is late is not wanted: less is kept, and what piles up is dropped
-    };
+    /// In real time what is late is not wanted: less of a live source is kept, and what piles up of it is dropped.
+    SoundFeed(const SoundFormat& format, bool isRealTime, Next next);
 
-    SoundFeed(const SoundFormat& format, const Rules& rules, Next next);
+    /// Whether the source has a clock of its own; not unless it is said.
+    void setLive(bool isLive);
+    bool isLive() const { return m_isLive; }
 
     /// The next frames; silence where there are none.
     void read(std::int16_t* to, std::size_t frames);
@@ -45,7 +44,6 @@ public:
 
 private:
     std::size_t waiting() const { return (m_samples.size() - m_first) / m_channels; } ///< frames
-    bool isFull() const { return waiting() >= m_most; }
     void fetch();
     void drop(std::size_t frames);
     void dropLate();
@@ -54,10 +52,11 @@ private:
 
     const std::size_t m_channels;
     const std::size_t m_rate;
-    const Rules m_rules;
+    const bool m_isRealTime;
     const Next m_next;
-    const std::size_t m_store; ///< frames that are there before any is played, and are kept of a live source
-    const std::size_t m_most;  ///< frames; with more nothing is fetched
+    bool m_isLive = false;
+    std::size_t m_store = 0; ///< frames that are there before any is played, and are kept of a live source
+    std::size_t m_most = 0;  ///< frames; with more nothing is fetched
     std::vector<std::uint8_t> m_block;
     std::vector<std::int16_t> m_samples;
     std::size_t m_first = 0;   ///< of the samples that are not taken yet

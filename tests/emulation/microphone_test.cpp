@@ -35,6 +35,7 @@ private slots:
     void keepsAStoreOfALiveSource();
     void takesUpDrift_data();
     void takesUpDrift();
+    void catchesUpAfterALateHost();
 };
 
 namespace {
@@ -153,6 +154,8 @@ void MicrophoneTest::givesEverySampleOfItsSource()
     QVERIFY((sound + sound).startsWith(heard.mid(sound.size())));
     QVERIFY2(recording.microphone->status().contains(QStringLiteral("broke off 0 times")),
              qPrintable(recording.microphone->status()));
+    const double due = std::chrono::duration<double>(interval).count() * 120 * rate;
+    QVERIFY(std::abs(recording.record(120).size() / recording.frameBytes - due) <= 1);
 }
 
 void MicrophoneTest::playsOnceWhereItShallNotLoop()
@@ -224,10 +227,12 @@ namespace {
 /// A feed whose source gives `rate` frames a second in blocks, and whose host takes 1 ms at a time.
 struct Flow
 {
-    Flow(const SoundFeed::Rules& rules, int blockMilliseconds)
-        : feed({1, kRate}, rules, [this](std::vector<std::uint8_t>& block) { return next(block); })
+    Flow(bool isRealTime, int blockMilliseconds)
+        : feed({1, kRate}, isRealTime, [this](std::vector<std::uint8_t>& block) { return next(block); })
         , m_block(std::size_t(blockMilliseconds * kRate / 1000))
-    {}
+    {
+        feed.setLive(true);
+    }
 
     bool next(std::vector<std::uint8_t>& block)
     {
@@ -251,6 +256,9 @@ struct Flow
             silent += std::size_t(std::count(heard.begin(), heard.end(), 0));
         }
     }
+
+    /// What came while the host took nothing.
+    void give(double seconds) { m_made += kRate * seconds; }
 
     static constexpr int kRate = 48000;
     SoundFeed feed;
@@ -283,7 +291,7 @@ void MicrophoneTest::keepsAStoreOfALiveSource()
     QFETCH(bool, isRealTime);
     QFETCH(double, pause);
     QFETCH(int, gaps);
-    Flow flow({true, isRealTime}, 20);
+    Flow flow(isRealTime, 20);
     flow.run(5, 0);
     const std::size_t before = flow.silent;
     QVERIFY2(before <= Flow::kRate * 3 / 10, qPrintable(QString::number(before))); // the store
@@ -311,7 +319,7 @@ void MicrophoneTest::takesUpDrift()
 {
     QFETCH(bool, isRealTime);
     QFETCH(double, clock);
-    Flow flow({true, isRealTime}, 20);
+    Flow flow(isRealTime, 20);
     flow.run(60, clock);
     const std::size_t begun = flow.silent;
     flow.run(1800, clock);
@@ -319,6 +327,21 @@ void MicrophoneTest::takesUpDrift()
     QCOMPARE(flow.feed.gaps(), std::uint64_t(0));
     QCOMPARE(flow.feed.dropped(), std::uint64_t(0));
     QVERIFY2(std::abs(flow.feed.speed() + clock) < 100, qPrintable(QString::number(flow.feed.speed())));
+}
+
+/// Half a second that the host did not fetch is neither lost nor kept for ever.
+void MicrophoneTest::catchesUpAfterALateHost()
+{
+    Flow flow(false, 20);
+    flow.run(10, 0);
+    const std::size_t begun = flow.silent;
+    flow.give(1.5);
+    flow.run(1, 0);
+    QVERIFY2(flow.feed.speed() < -500, qPrintable(QString::number(flow.feed.speed())));
+    flow.run(600, 0);
+    QVERIFY2(std::abs(flow.feed.speed()) < 20, qPrintable(QString::number(flow.feed.speed())));
+    QCOMPARE(flow.silent, begun);
+    QCOMPARE(flow.feed.dropped(), std::uint64_t(0));
 }
 
 PLUGBOARD_SUITE(MicrophoneTest)

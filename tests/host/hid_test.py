@@ -36,7 +36,7 @@ class HidTest(HostTest):
         self.assertNotEqual(0, status)
         self.assertRegex(answer, "ERROR: .*ï")
 
-        light_lamps(self, lambda command: guest.send(keyboard, command))
+        light_lamps(self, lambda command: guest.send_all([keyboard], command)[0])
         self.assert_quiet(guest)
 
     def test_keyboard_outside_types_over_its_server(self):

@@ -48,14 +48,12 @@ class LifetimeTest(HostTest):
             attached = guest.wait_attached(len(TYPES))
             for position in attached.values():
                 guest.wait_node(position, NODE)
-            for port, device in zip(attached, devices):
-                if number % 2: # the host lets go of it
-                    guest.check(f"usbip detach -p {port}")
-                else:
-                    guest.send(device, "detach")
+            if number % 2: # the host lets go of them
+                guest.check("".join(f"usbip detach -p {port}\n" for port in attached))
+            else:
+                guest.send_all(devices, "detach")
             guest.wait_attached(0)
-            for device in devices:
-                guest.send(device, "attach")
+            guest.send_all(devices, "attach")
         guest.wait_attached(len(TYPES))
         guest.end(*devices)
         guest.wait_attached(0)

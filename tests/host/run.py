@@ -1,11 +1,13 @@
 #!/usr/bin/env python3
 """run.py [--windows] [NAME...]: runs the host tests of the native programs, or with --windows those of the Windows
 programs, two files at a time; all, or those whose name contains one of the NAMEs. Prints a line for each, with its time
-and what it found out; the last line is "N passed, N failed"."""
+and what it found out, and for each file the processor time that it took, which does not depend on what else the machine
+does; the last line is "N passed, N failed"."""
 import concurrent.futures
 import os
 import pathlib
 import re
+import resource
 import subprocess
 import sys
 import time
@@ -13,6 +15,7 @@ import unittest
 
 HERE = pathlib.Path(__file__).resolve().parent
 AT_ONCE = 2
+LONG = ["camera_test", "lifetime_test", "browser_test"] # begun first, so that no core waits for one of them at the end
 
 
 class Result(unittest.TestResult):
@@ -60,6 +63,8 @@ def run_file(name, wanted):
     """The tests of one file, in this process."""
     result = Result()
     unittest.TestSuite(chosen_of(name, wanted)).run(result)
+    used = resource.getrusage(resource.RUSAGE_CHILDREN)
+    print(f"{name}: {used.ru_utime + used.ru_stime:.0f} s of processor time")
     print(f"{result.passed} passed, {len(result.failures) + len(result.errors) + len(result.skipped)} failed")
 
 
@@ -73,6 +78,7 @@ def main():
     names = sorted(path.stem for path in HERE.glob("*_test.py")
                    if path.stem != "host_test" and path.stem.startswith("windows_") == windows)
     names = [name for name in names if chosen_of(name, wanted)]
+    names.sort(key=lambda name: LONG.index(name) if name in LONG else len(LONG))
     passed = failed = 0
 
     def run(name):

@@ -368,9 +368,11 @@ void Fido2SettingDialogTest::anEditStaysThatCredentials()
     dialog.loadDeviceInfoFromCredentialsFile();
     table(dialog)->selectRow(1);
     whenModal([&](QWidget& editor) {
-        QSignalSpy touched(dialog.findChild<QFileSystemWatcher*>(), &QFileSystemWatcher::directoryChanged);
+        const auto* watcher = dialog.findChild<QFileSystemWatcher*>();
+        const QSignalSpy replaced(watcher, &QFileSystemWatcher::fileChanged);
+        const QSignalSpy touched(watcher, &QFileSystemWatcher::directoryChanged);
         QVERIFY(write("[{'id':'bb','rp':{'id':'r'},'sigCnt':2,'user':{'id':'cc','name':'u'}},{'id':'dd'}]"));
-        QTRY_VERIFY(!touched.isEmpty());
+        QTRY_VERIFY(!replaced.isEmpty() || !touched.isEmpty());
         part(editor, "description")->setText(QStringLiteral("mine"));
         click(editor, "save");
     });

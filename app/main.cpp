@@ -34,9 +34,12 @@ const QString kProgram = QStringLiteral("plugboard");
 const QString kVersion = QStringLiteral(PLUGBOARD_VERSION);
 constexpr int kFailure = 2; ///< exit code of everything that opens no window
 
-/// False when the program must end: the user does not want the bus driver, or it could not be installed.
+/// False when the program must end: the user does not want the bus driver, or it could not be installed. Where the
+/// system itself has a way to a host, that is what the check finds.
 bool checkBusDriver(bool simulated)
 {
+    if (!simulated && findHostWay())
+        return true;
     const QString folder = QCoreApplication::applicationDirPath();
     // From UTF-16: a path from a wide text is converted by the C locale here and there, which has no letters but ASCII.
     const std::filesystem::path path(folder.toStdU16String());
@@ -61,6 +64,7 @@ int runWindow(const WindowRequest& request)
     MainWindow window;
     restorePlace(window);
     window.show();
+    loadHostController(&window, [&window] { window.setHostWay(findHostWay()); });
     qCInfo(appLog).noquote() << "Main window shown in" << languageWord(language);
     const StartupFetch fetch(startupFetchUrl(QStringLiteral(STARTUP_FETCH_HOST)));
     invokeCreationSlots(&window, request.toCreate);

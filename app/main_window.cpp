@@ -77,6 +77,7 @@ void MainWindow::buildLayout()
     connect(m_table, &QWidget::customContextMenuRequested, this, &MainWindow::onTableWidgetContextMenu);
 
     m_statusLine = new StatusLine(this);
+    m_statusLine->setHostWay(m_services.hostWay);
     m_watch = new DeviceWatch(*m_table, *m_statusLine, m_services.launcher, m_services.takeSnapshot, this);
     m_recordWatch = new RecordWatch(
         *m_records, [this](const auto& device) { showDeviceOfOthers(device); }, this);
@@ -118,6 +119,11 @@ void MainWindow::addShortcuts()
 
     auto* copy = new QShortcut(QKeySequence::Copy, m_table, nullptr, nullptr, Qt::WidgetShortcut);
     connect(copy, &QShortcut::activated, this, &MainWindow::copySelectedRow);
+}
+
+void MainWindow::setHostWay(std::optional<HostWay> way)
+{
+    m_statusLine->setHostWay(way);
 }
 
 void MainWindow::onMinimize()

@@ -6,6 +6,7 @@
 #include "devices/device_launcher.h"
 #include "devices/device_record_manager.h"
 #include "devices/device_type.h"
+#include "devices/host_controller.h"
 #include "devices/process_table.h"
 #include "ui/prompter.h"
 
@@ -30,6 +31,7 @@ struct MainWindowServices
     std::function<KillCommand(qint64)> killCommand = ::killCommand;
     TakeProcessSnapshot takeSnapshot = &ProcessSnapshot::take;
     std::function<void(QWidget&, const QString& processId, Prompter&)> openCapture = &openPacketCapture;
+    std::optional<HostWay> hostWay = findHostWay();
     QString recordsFolder; ///< of records and of the folder "fido2"; empty for the application directory
 };
 
@@ -46,6 +48,9 @@ public:
     void refreshDevices();
 
     DeviceTable& deviceTable() { return *m_table; }
+
+    /// Says in the status line what devices are plugged into from now on.
+    void setHostWay(std::optional<HostWay> way);
 
 public slots:
     // Scripts and tests reach these by name, and their order is the meta-object's: keep both, and no default arguments.

@@ -19,6 +19,7 @@ StatusLine::StatusLine(QWidget* parent)
     : QWidget(parent)
     , m_counts(new QLabel(this))
     , m_missing(new QLabel(tr("%1 is missing").arg(deviceProgramName()), this))
+    , m_host(new QLabel(this))
 {
     constexpr int kHeight = 20; // what the table leaves of the window
     constexpr int kSideMargin = 12;
@@ -36,8 +37,25 @@ StatusLine::StatusLine(QWidget* parent)
     layout->setSpacing(kSideMargin);
     layout->addWidget(m_counts);
     layout->addWidget(m_missing);
+    layout->addWidget(m_host);
     layout->addStretch();
     layout->addWidget(new QLabel(keys.join(QStringLiteral("   ")), this));
+}
+
+void StatusLine::setHostWay(std::optional<HostWay> way)
+{
+    m_host->setVisible(way.has_value());
+    if (way == HostWay::Kernel) {
+        m_host->setText(tr("Host: this computer"));
+        m_host->setToolTip(tr("Devices are plugged into this computer's virtual USB controller."));
+    } else if (way == HostWay::Server) {
+        m_host->setText(tr("Host: USB/IP clients"));
+        m_host->setToolTip(
+            tr("This computer's virtual USB controller cannot be used. Each device waits on 127.0.0.1 for "
+               "a USB/IP client."));
+    } else {
+        m_host->setText(tr("No host"));
+    }
 }
 
 void StatusLine::setStatus(const Status& status)

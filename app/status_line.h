@@ -1,6 +1,8 @@
 // status_line.h: the line under the table: how many devices there are, what is wrong with them, and the keys.
 #pragma once
 
+#include "devices/host_controller.h"
+
 #include <QWidget>
 
 class QLabel;
@@ -20,7 +22,11 @@ public:
     };
     void setStatus(const Status& status);
 
+    /// What the devices are plugged into; nothing is said of it where a bus driver does it.
+    void setHostWay(std::optional<HostWay> way);
+
 private:
     QLabel* m_counts;
     QLabel* m_missing;
+    QLabel* m_host;
 };

@@ -1,6 +1,6 @@
 // plugboard-attach DEVICE-ID SPEED: puts the device behind standard input, a socket, on the kernel's virtual host
-// controller, and prints the port. Started by polkit with an administrator's rights, it knows two things: to load the
-// controller's module, and to attach its standard input.
+// controller, and prints the port. With --load it only loads the controller. Started by polkit with an administrator's
+// rights, it knows two things: to load the controller's module, and to attach its standard input.
 #include "emulation/link/vhci_ports.h"
 
 #include <charconv>
@@ -63,11 +63,16 @@ int fail(const char* sentence)
 
 int main(int argc, char** argv)
 {
+    if (argc == 2 && std::strcmp(argv[1], "--load") == 0) {
+        loadModule();
+        return vhci::readPorts(vhci::kFolder).empty() ? fail("The kernel has no virtual host controller.") : 0;
+    }
     const auto deviceId = argc == 3 ? numberOf(argv[1]) : std::nullopt;
     const auto speed = argc == 3 ? numberOf(argv[2]) : std::nullopt;
     if (!deviceId || !speed || (*speed != 2 && *speed != 3 && *speed != 5)) {
         std::fputs(
             "usage: plugboard-attach DEVICE-ID SPEED <SOCKET\n"
+            "       plugboard-attach --load\n"
             "Attaches the device behind the socket to the kernel's virtual host controller and prints the port.\n"
             "SPEED is 2 (full), 3 (high) or 5 (super). Plugboard's devices start it; it needs no other use.\n",
             stderr);

@@ -2687,6 +2687,26 @@ Please check IP address, port and network connection.</source>
         <source>%1, %2 ended</source>
         <translation>%1，%2 个已结束</translation>
     </message>
+    <message>
+        <source>Host: this computer</source>
+        <translation>主机：本机</translation>
+    </message>
+    <message>
+        <source>Devices are plugged into this computer&apos;s virtual USB controller.</source>
+        <translation>设备插在本机的虚拟 USB 控制器上。</translation>
+    </message>
+    <message>
+        <source>Host: USB/IP clients</source>
+        <translation>主机：USB/IP 客户端</translation>
+    </message>
+    <message>
+        <source>This computer&apos;s virtual USB controller cannot be used. Each device waits on 127.0.0.1 for a USB/IP client.</source>
+        <translation>无法使用本机的虚拟 USB 控制器。每个设备都在 127.0.0.1 上等待 USB/IP 客户端。</translation>
+    </message>
+    <message>
+        <source>No host</source>
+        <translation>无主机</translation>
+    </message>
 </context>
 <context>
     <name>TitleBar</name>

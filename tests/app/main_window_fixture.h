@@ -40,6 +40,7 @@ struct MainWindowFixture
     std::vector<qint64> killed;
     QStringList captured; ///< process ids that packet capture was asked for
     std::vector<std::uint32_t> running;
+    std::optional<HostWay> hostWay;
     QString program = deviceProgramName(); ///< of all that run
 
     MainWindowServices services()
@@ -52,6 +53,7 @@ struct MainWindowFixture
             killed.push_back(processId);
             return tool;
         };
+        made.hostWay = hostWay;
         made.openCapture = [this](QWidget&, const QString& processId, Prompter&) { captured << processId; };
         return made;
     }

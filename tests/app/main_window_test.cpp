@@ -24,6 +24,8 @@ private slots:
     void showsWhatScriptsMake();
     void rowOfAProcessThatEndedIsDimmedAndCounted();
     void cellsWithoutADeviceDoNothing();
+    void statusLineSaysWhatTheHostIs_data();
+    void statusLineSaysWhatTheHostIs();
     void missingDeviceProcess();
     void launchesADevice();
 };
@@ -261,6 +263,23 @@ void MainWindowTest::cellsWithoutADeviceDoNothing()
     window.deviceTable().setItem(3, 4, new QTableWidgetItem(QStringLiteral("neither name nor process id")));
     window.onTableItemDoubleClicked(window.deviceTable().item(3, 4));
     QCOMPARE(fixture.prompter.verify(), QString());
+}
+
+void MainWindowTest::statusLineSaysWhatTheHostIs_data()
+{
+    QTest::addColumn<int>("way");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("the kernel's controller") << int(HostWay::Kernel) << "Host: this computer";
+    QTest::newRow("a server on loopback") << int(HostWay::Server) << "Host: USB/IP clients";
+}
+
+void MainWindowTest::statusLineSaysWhatTheHostIs()
+{
+    QFETCH(int, way);
+    MainWindowFixture fixture;
+    fixture.hostWay = HostWay(way);
+    const MainWindow window(nullptr, fixture.prompter, fixture.services());
+    QTEST(statusOf(window).section(QLatin1Char('|'), -1), "text");
 }
 
 void MainWindowTest::missingDeviceProcess()

@@ -1,8 +1,10 @@
 // What only a Linux shell can do to the program.
+#include "tests/support/bus_driver.h"
 #include "tests/support/program_run.h"
 #include "tests/support/suite_registry.h"
 
 #include <QProcess>
+#include <QTemporaryDir>
 #include <QtTest>
 
 class ProgramLinuxTest : public QObject
@@ -12,6 +14,7 @@ class ProgramLinuxTest : public QObject
 private slots:
     void lostOutputIsAFailure_data();
     void lostOutputIsAFailure();
+    void asksForNoDriverOfAnotherSystem();
 };
 
 void ProgramLinuxTest::lostOutputIsAFailure_data()
@@ -26,6 +29,19 @@ void ProgramLinuxTest::lostOutputIsAFailure()
     QFETCH(QString, arguments);
     const QString line = QStringLiteral("'%1' %2 >/dev/full").arg(programBesideTest("plugboard"), arguments);
     QCOMPARE(QProcess::execute(QStringLiteral("sh"), {QStringLiteral("-c"), line}), 2);
+}
+
+/// The kernel's controller is the host here, or a server is.
+void ProgramLinuxTest::asksForNoDriverOfAnotherSystem()
+{
+    std::filesystem::remove(deviceTreeBesideTest());
+    const QTemporaryDir folder;
+    const ProgramRun run = runWithUser(programBesideTest("plugboard"), {}, {}, folder.path());
+    const bool wasTouched = std::filesystem::exists(deviceTreeBesideTest());
+    QVERIFY(installBusDriverBesideTest());
+    QCOMPARE(run.seen, QStringList{QStringLiteral("window Plugboard")});
+    QCOMPARE(run.exitCode, 0);
+    QVERIFY2(!wasTouched, "a simulated driver store was made");
 }
 
 PLUGBOARD_SUITE(ProgramLinuxTest)

@@ -24,9 +24,9 @@ StatusLine::StatusLine(QWidget* parent)
     constexpr int kHeight = 20; // what the table leaves of the window
     constexpr int kSideMargin = 12;
     setFixedHeight(kHeight);
-    // The font of the labels above: each further one costs the start of the window a thirtieth of its time.
-    setStyleSheet(QStringLiteral("QLabel { color: #555; font-size: 12px; font-weight: 500; background: transparent; }"
-                                 "QLabel#missing { color: #b3261e; }"));
+    // Of a size in pixels, like the height: a larger font of the system's would not fit.
+    setStyleSheet(QStringLiteral("QLabel { color: #555; font-size: 12px; background: transparent; }"
+                                 "QLabel#missing { color: #b3261e; font-weight: 600; }"));
     m_missing->setObjectName(QStringLiteral("missing"));
     const QStringList keys{tr("%1 Refresh").arg(keyName(QKeySequence::Refresh)),
                            tr("%1 Delete").arg(keyName(QKeySequence::Delete)),

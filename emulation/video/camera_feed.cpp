@@ -261,7 +261,7 @@ void CameraFeed::standIn()
 /// Once for each time that the source is gone.
 void CameraFeed::makeStandIn()
 {
-    if (m_isMaking)
+    if (m_isMaking || m_noneFor == m_generation)
         return;
     m_isMaking = true;
     m_threads.start([this, last = m_last, generation = m_generation] {
@@ -270,6 +270,8 @@ void CameraFeed::makeStandIn()
             m_isMaking = false;
             if (generation == m_generation)
                 m_standIn = made;
+            if (!made)
+                m_noneFor = generation;
         };
         QMetaObject::invokeMethod(&m_receiver, take, Qt::QueuedConnection);
     });

@@ -90,6 +90,7 @@ private:
     bool m_showsStandIn = false;
     bool m_isMaking = false;
     int m_generation = 0; ///< of what the stand-in is made of
+    int m_noneFor = -1;   ///< the generation of which none could be made
     QObject m_receiver;   ///< of what the other thread has made
     QThreadPool m_threads;
 };

@@ -4,8 +4,9 @@ import tempfile
 
 from clips import count_of, jpegs_of, make_clip, packets_of
 from device_process import DeviceProcess
-from guest import Guest
+from guest import Guest, SHARE
 from host_test import HostTest, IMAGE, PROGRAMS
+from plugboard_in_guest import PlugboardInGuest, position_of
 
 USUAL = [
     r"usb \d+-[\d.]+: Found UVC 1\.[05]0 device .*",
@@ -171,3 +172,35 @@ class CameraTest(HostTest):
         self.assertEqual((1, ""), count_of(stand_ins.pop(), "mjpeg"))
         self.note(f"{len(pictures)} pictures, {shown.count('stand-in')} of them stood in; {lost}")
         self.assert_quiet(guest, USUAL)
+
+    def test_ffmpeg_takes_pictures_as_they_are(self):
+        path = self.clip("mjpeg", "640x480")
+        device, node = self.attached(camera(path))
+        self.guest.check(f"chroot {SHARE} /usr/bin/env LC_ALL=C ffmpeg -nostdin -v error -f v4l2 -input_format mjpeg -i "
+                         f"/dev/{node} -frames:v 30 -c copy -f mjpeg -y /tmp/pictures", 180)
+        numbers = self.numbers_of(path)
+        pictures = jpegs_of(self.guest.read(f"{SHARE}/tmp/pictures"))
+        self.assertEqual(30, len(pictures))
+        self.assertTrue(all(picture in numbers for picture in pictures))
+        self.assert_quiet(self.guest, USUAL)
+        self.detach(device)
+
+
+class CameraOfTheWindowTest(HostTest):
+    def test_camera_is_created_and_used_on_one_machine(self):
+        with tempfile.TemporaryDirectory(dir=PROGRAMS.parent) as folder: # the guest has a /tmp of its own
+            path = make_clip(folder, "film.avi", "mjpeg", "640x480", 15, 3)
+            pictures = set(jpegs_of(packets_of(path, "-f", "image2pipe")))
+            with PlugboardInGuest(IMAGE, PROGRAMS) as guest:
+                device, = guest.create("camera", settings=(f"source={path}", "rate=15"))
+                self.assertEqual("kernel", device["host"]["way"])
+                position = position_of(device)
+                guest.wait(f"ls /sys/bus/usb/devices/{position}:1.0/video4linux")
+                node = guest.nodes(position, r"video\d+")[0]
+                guest.check(f"v4l2-ctl -d /dev/{node} --stream-mmap=4 --stream-count=20 --stream-to=/tmp/pictures 2>&1", 180)
+                taken = jpegs_of(guest.read("/tmp/pictures"))
+                self.assertEqual(20, len(taken))
+                self.assertTrue(all(picture in pictures for picture in taken))
+                self.note(guest.send(device, "status"))
+                guest.end(device)
+                self.assert_quiet(guest, USUAL)

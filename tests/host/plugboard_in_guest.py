@@ -62,10 +62,12 @@ class PlugboardInGuest(Guest):
         """What `plugboard --list --json` prints."""
         return json.loads(self.program("plugboard", "--list", "--json"))
 
-    def create(self, *types, environment=""):
+    def create(self, *types, settings=(), environment=""):
         """Creates the devices as the window does, and ends the window: devices outlive it. Returns each as
-        `--list --json` shows it, in the order of `types`, once all of them have found a way to a host."""
+        `--list --json` shows it, in the order of `types`, once all of them have found a way to a host. `settings`,
+        each NAME=VALUE, are the last one's."""
         slots = [word for each in types for word in ("--create", each)]
+        slots += [word for setting in settings for word in ("--set", setting)]
         window = self.command("plugboard", "--demo", *slots, environment=environment)
         self.check(f"({window} & echo $! >/run/window) >/run/window-output 2>&1")
         # Asking the program costs an emulated second, so records are counted first.

@@ -33,6 +33,7 @@ constexpr int kIdSize = 32;
 struct Answered
 {
     std::atomic<int> count;
+    std::atomic<bool> isOver; ///< A registration failed.
     char ids[4096][kIdSize];
 };
 
@@ -50,8 +51,10 @@ ctap::Credential wanted()
 {
     for (;;) {
         ctap::Credential credential = wanted();
-        if (!ctap::addCredential(store, credential, {}))
+        if (!ctap::addCredential(store, credential, {})) {
+            answered.isOver = true;
             _exit(1);
+        }
         const int number = answered.count;
         std::copy_n(credential.id.constData(), kIdSize, answered.ids[number]);
         answered.count = number + 1;
@@ -79,7 +82,10 @@ void KilledKeyTest::aKilledKeyHasWhatItAnswered()
         const pid_t child = fork();
         if (child == 0)
             registerUntilKilled(key.store(), *answered);
-        usleep(useconds_t(QRandomGenerator::global()->bounded(5 * oneRegistration)));
+        const int registrations = QRandomGenerator::global()->bounded(3);
+        while (answered->count < registrations && !answered->isOver)
+            usleep(100);
+        usleep(useconds_t(QRandomGenerator::global()->bounded(oneRegistration)));
         kill(child, SIGKILL);
         int status = 0;
         waitpid(child, &status, 0);

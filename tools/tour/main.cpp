@@ -7,6 +7,7 @@
 #include <QApplication>
 #include <QIcon>
 #include <QLoggingCategory>
+#include <QTemporaryDir>
 
 #include <cstdio>
 
@@ -14,6 +15,9 @@ int main(int argc, char** argv)
 {
     scaleWithScreens();
     QApplication application(argc, argv);
+    // What the walks choose is not what this user last used.
+    const QTemporaryDir userData;
+    qputenv("PLUGBOARD_USER_DATA", QFile::encodeName(userData.path()));
     const QStringList arguments = QCoreApplication::arguments();
     const bool chooses = arguments.size() == 4 && arguments[2] == QLatin1String("--language");
     const auto language = chooses ? languageFromWord(arguments[3]) : Language::English;

@@ -8,6 +8,7 @@
 #include "tools/tour/walks.h"
 
 #include <QComboBox>
+#include <QLabel>
 #include <QUrl>
 #include <QtTest>
 
@@ -88,6 +89,9 @@ void SettingsWalk::cameraFromFile()
                           QStringLiteral("selected: ") + sizes->currentText());
             type(dialog, "deviceName", QStringLiteral("Film"));
             find<QComboBox>(dialog, "frameFormat")->setCurrentText(QStringLiteral("H264"));
+            const auto* preview = find<QLabel>(dialog, "preview");
+            Tour::waitUntil([preview] { return !preview->pixmap(Qt::ReturnByValue).isNull(); },
+                            QStringLiteral("the first picture of the file"));
             m_tour.picture(dialog);
             return QStringLiteral("1366x768 stands on top of the resolutions");
         });

@@ -173,7 +173,7 @@ void PacketStore::openPage(std::size_t packetSize)
 /// The page that is written to stays in memory.
 void PacketStore::keepBudget()
 {
-    while (m_memory > m_budget && m_firstInMemory + 1 < m_pages.size() && m_file.error().isEmpty()) {
+    while (m_memory + m_memoryBeside > m_budget && m_firstInMemory + 1 < m_pages.size() && m_file.error().isEmpty()) {
         Page& page = m_pages[m_firstInMemory];
         page.filePosition = m_file.write(page.bytes.get(), page.capacity);
         if (page.filePosition < 0) {
@@ -208,7 +208,13 @@ UsbIPPacketInfo PacketStore::at(std::size_t number) const
 PacketStore::Usage PacketStore::usage() const
 {
     const std::lock_guard lock(m_mutex);
-    return {m_memory, m_file.size(), m_file.error()};
+    return {m_memory + m_memoryBeside, m_file.size(), m_file.error()};
+}
+
+void PacketStore::setMemoryBeside(qint64 bytes)
+{
+    const std::lock_guard lock(m_mutex);
+    m_memoryBeside = bytes;
 }
 
 /// The page with its bytes, which are read from the file when they are there; null when that fails.

@@ -57,11 +57,13 @@ public:
 
     struct Usage
     {
-        qint64 memory = 0; ///< bytes
+        qint64 memory = 0; ///< bytes, with those beside the store
         qint64 file = 0;   ///< bytes that were moved to the temporary file
         QString fileError; ///< why nothing more goes there; everything is kept in memory then
     };
     Usage usage() const;
+    /// What others keep in memory for each of the packets, in bytes altogether; it counts against the budget.
+    void setMemoryBeside(qint64 bytes);
     qint64 budget() const { return m_budget; }
 
 private:
@@ -89,6 +91,7 @@ private:
     std::vector<std::uint32_t> m_notedRequests;
     const qint64 m_budget;
     qint64 m_memory = 0;             // bytes of pages in memory
+    qint64 m_memoryBeside = 0;       // bytes
     std::size_t m_firstInMemory = 0; // page
     mutable SpillFile m_file;
 };

@@ -52,6 +52,7 @@ private:
     void workSlice();
     bool workOnce();
     void addOlderRow();
+    void tellMemory();
 
     PacketTable& m_table;
     Filter m_filter;

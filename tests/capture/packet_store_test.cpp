@@ -101,6 +101,10 @@ void PacketStoreTest::oldestPacketsMoveToAFile()
     other.join();
     QCOMPARE(wrongElsewhere, 0U);
     QVERIFY(store->usage().fileError.isEmpty());
+    store->setMemoryBeside(kBudget - (1 << 20)); // the rows of a table, say
+    for (quint32 number = 0; number < kCount / 10; ++number)
+        store->append(packetOf(number));
+    QVERIFY2(store->usage().memory <= kBudget + (1 << 20), qPrintable(QString::number(store->usage().memory)));
 }
 
 void PacketStoreTest::diskThatRefusesLosesNothing()

@@ -2,6 +2,7 @@
 // capture_window_benchmark.cpp: a million packets in the capture window: memory, stalls while they arrive, filtering,
 // saving, clearing and closing.
 #include "benchmarks/report.h"
+#include "capture/decode/packet_filter.h"
 #include "capture/view/capture_dialog.h"
 #include "tests/support/sample_traffic.h"
 
@@ -13,6 +14,7 @@
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QMenu>
+#include <QPushButton>
 #include <QTemporaryDir>
 #include <QThread>
 #include <QTimer>
@@ -131,7 +133,6 @@ public:
         report((name + "_of_thread").c_str(), "ms", m_thread, nullptr, NAN, limit);
     }
 
-private:
     static double threadMilliseconds()
     {
         timespec time;
@@ -139,6 +140,7 @@ private:
         return double(time.tv_sec) * 1e3 + double(time.tv_nsec) * 1e-6;
     }
 
+private:
     double m_wall = 0;   // ms
     double m_thread = 0; // ms
 };
@@ -223,6 +225,46 @@ void reportSave(UsbIPCaptureDialog& dialog, const SavingPrompter& prompter)
     worst.reportAs("capture_window_save_stall", "50 ms with 1,000,000 packets");
 }
 
+/// A filter over every column and byte of all packets: a text that none has.
+void reportTextFilter(UsbIPCaptureDialog& dialog)
+{
+    const PacketFilter filter = parsePacketFilter(QStringLiteral("nowhere"));
+    PacketReader reader(dialog.client().store());
+    const std::size_t count = dialog.client().store()->size();
+    std::size_t found = 0;
+    const double before = WorstTurn::threadMilliseconds();
+    const double milliseconds = millisecondsOf([&] {
+        for (std::size_t number = 0; number < count; ++number)
+            found += filter.wants(reader.read(number)) ? 1 : 0;
+    });
+    const double ofThread = WorstTurn::threadMilliseconds() - before;
+    if (found > 0)
+        qFatal("the filter wants packets that it should not");
+    const double part = double(kPackets) / double(count);
+    report("capture_window_text_filter", "ms", milliseconds * part, nullptr, NAN, "300 ms for 1,000,000 packets");
+    report("capture_window_text_filter_of_thread", "ms", ofThread * part, nullptr, NAN, "300 ms for 1,000,000 packets");
+}
+
+void reportLoad(SavingPrompter& prompter)
+{
+    CapturePane pane({}, prompter);
+    WorstTurn worst;
+    QElapsedTimer clock;
+    clock.start();
+    pane.openFile(prompter.path());
+    QStringList seen;
+    while (!pane.showsFile()) {
+        worst.turn();
+        for (const QPushButton* button : pane.findChildren<QPushButton*>()) {
+            if (button->text().startsWith(QLatin1String("Cancel Opening")) && !seen.contains(button->text()))
+                seen << button->text();
+        }
+    }
+    report("capture_window_load", "ms", double(clock.elapsed()), nullptr, NAN, "none: beside the window");
+    worst.reportAs("capture_window_load_stall", "50 ms with 1,000,000 packets");
+    std::fprintf(stderr, "%d packets loaded, progress seen %d times\n", int(pane.packets().end()), int(seen.size()));
+}
+
 /// With its client, which keeps all packets for its lifetime.
 void reportClose(std::unique_ptr<UsbIPCaptureDialog> dialog)
 {
@@ -290,7 +332,9 @@ void measure()
     receiveMillion(*dialog);
     reportArrival(*dialog);
     reportFilter(*dialog);
+    reportTextFilter(*dialog);
     reportSave(*dialog, prompter);
+    reportLoad(prompter);
     reportClear(*dialog);
     dialog->pane().packets().showStore(dialog->client().store());
     while (dialog->pane().packets().isReplacingRows())

@@ -49,7 +49,8 @@ QString addClassRequest(const UsbIPPacketInfo& packet, const PacketContext& cont
     DetailRow& group =
         parent.add(QStringLiteral("Class Request"), {}, {ByteSpan::Part::Setup, 0, packet.setupData.size()});
     group.add(QStringLiteral("Interface"), kindText(interface));
-    group.add(QStringLiteral("Request"), text, {ByteSpan::Part::Setup, 1, std::min(packet.setupData.size(), 1)});
+    group.add(QStringLiteral("Request"), text,
+              packet.setupData.size() > 1 ? ByteSpan{ByteSpan::Part::Setup, 1, 1} : ByteSpan());
     addClassRequestData(context.setup, packet.data, interface, group);
     if (!isReportRequest(context.setup, interface) || packet.data.isEmpty())
         return text;

@@ -1,5 +1,6 @@
 #include "devices/process_table.h"
 
+#include <iterator>
 #include <memory>
 #include <type_traits>
 
@@ -14,6 +15,14 @@ struct CloseSnapshot
     void operator()(HANDLE handle) const { CloseHandle(handle); }
 };
 using SnapshotHandle = std::unique_ptr<std::remove_pointer_t<HANDLE>, CloseSnapshot>;
+
+/// Path of one of the system's own programs: by its name alone a file beside this program would be started instead.
+QString systemProgram(const QString& fileName)
+{
+    wchar_t folder[MAX_PATH];
+    const UINT length = GetSystemDirectoryW(folder, static_cast<UINT>(std::size(folder)));
+    return QString::fromWCharArray(folder, static_cast<int>(length)) + QLatin1Char('\\') + fileName;
+}
 
 } // namespace
 
@@ -36,5 +45,6 @@ ProcessSnapshot ProcessSnapshot::take()
 
 KillCommand killCommand(std::int64_t processId)
 {
-    return {QStringLiteral("taskkill"), {QStringLiteral("/PID"), QString::number(processId), QStringLiteral("/F")}};
+    return {systemProgram(QStringLiteral("taskkill.exe")),
+            {QStringLiteral("/PID"), QString::number(processId), QStringLiteral("/F")}};
 }

@@ -1,6 +1,7 @@
 #include "dialogs/source_check.h"
 
 #include "media/log.h"
+#include "runtime/secrets.h"
 #include "ui/busy_cursor.h"
 
 #include <QCoreApplication>
@@ -90,10 +91,10 @@ SourceProbeResult runCheck(const SourceCheck& check, const QString& source, Sour
     try {
         const SourceProbeResult result = check(source, kind);
         if (!result.opened)
-            qCWarning(mediaLog) << "Source" << source << "does not open:" << result.error;
+            qCWarning(mediaLog).noquote() << "Source" << sourceForLog(source) << "does not open:" << result.error;
         return result;
     } catch (const std::exception& failure) {
-        qCWarning(mediaLog) << "Source" << source << "cannot be checked:" << failure.what();
+        qCWarning(mediaLog).noquote() << "Source" << sourceForLog(source) << "cannot be checked:" << failure.what();
         SourceProbeResult failed;
         failed.error = QString::fromLocal8Bit(failure.what());
         return failed;

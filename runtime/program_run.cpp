@@ -3,6 +3,7 @@
 #include "runtime/crash_note.h"
 #include "runtime/crash_notes.h"
 #include "runtime/log.h"
+#include "runtime/private_files.h"
 #include "runtime/user_folder.h"
 
 #include <QCoreApplication>
@@ -31,7 +32,7 @@ QByteArray crashHeading(const QString& program, const QString& version)
 } // namespace
 
 ProgramRun::ProgramRun(const QString& program, const QString& version, const QString& rules)
-    : m_log(logFolder(), program, rules)
+    : m_log((keepNewFilesPrivate(), logFolder()), program, rules)
 {
     const QString folder = logFolder();
     const QStringList notes = takeNewCrashNotes(folder, program);

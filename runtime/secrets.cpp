@@ -39,6 +39,16 @@ const std::array<Replacement, 6>& replacements()
 
 } // namespace
 
+QString sourceForLog(const QString& source)
+{
+    static const QRegularExpression address(QStringLiteral(R"(^([a-z][a-z0-9+.-]*://)(?:[^/?#]*@)?([^/?#]*))"),
+                                            QRegularExpression::CaseInsensitiveOption);
+    const QRegularExpressionMatch match = address.match(source.trimmed());
+    if (match.hasMatch() && !match.captured(2).isEmpty())
+        return match.captured(1) + match.captured(2);
+    return source.trimmed().isEmpty() ? QStringLiteral("nothing") : QStringLiteral("a file");
+}
+
 QString withoutSecrets(const QString& text)
 {
     QString kept = text;

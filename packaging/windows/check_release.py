@@ -19,6 +19,7 @@ import zipfile
 from pathlib import Path
 
 import program_resources
+from deploy_dlls import imports
 
 HERE = Path(__file__).resolve().parent
 PROGRAMS = ["plugboard", "plugboard-capture", "plugboard-driver", "plugboard-media", "usb-daemon"]
@@ -112,6 +113,8 @@ class Release:
             if name.endswith((".exe", ".dll")):
                 listing = subprocess.run(["x86_64-w64-mingw32-objdump", "-h", folder / name], capture_output=True, text=True)
                 require(".debug_" not in listing.stdout, f"{name} holds debugging data")
+        beside = {name.lower() for name in packed} & {name.lower() for name in imports(folder / "plugboard-driver.exe")}
+        require(not beside, f"the program that runs elevated loads {beside} from its own folder")
         for program in PROGRAMS:
             program_resources.check(folder / f"{program}.exe", self.version)
         require("192.168.1.100".encode("utf-16-le") in (folder / "plugboard.exe").read_bytes(),

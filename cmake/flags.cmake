@@ -11,6 +11,20 @@ if(WIN32)
         UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00 WINVER=0x0A00 __USE_MINGW_ANSI_STDIO=1)
 endif()
 
+# What makes a fault of memory harder to use; scripts/check_hardening.py looks for it in what ships. The sanitizers and a
+# build without optimisation have their own ways.
+if(CMAKE_BUILD_TYPE STREQUAL "Release" AND PLUGBOARD_SANITIZER STREQUAL "")
+    target_compile_options(plugboard_flags INTERFACE -fstack-protector-strong -fcf-protection=full
+        -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+    if(WIN32) # where the compiler touches each page of the stack by itself, and fails when it is told to
+        target_link_options(plugboard_flags INTERFACE -fstack-protector-strong
+            -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)
+    else()
+        target_compile_options(plugboard_flags INTERFACE -fstack-clash-protection)
+        target_link_options(plugboard_flags INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
+    endif()
+endif()
+
 if(PLUGBOARD_SANITIZER STREQUAL "address")
     set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
 elseif(PLUGBOARD_SANITIZER STREQUAL "thread")

@@ -40,6 +40,7 @@ broken=$(sed -n 's/.*% tests passed, \([0-9]*\) tests failed out of .*/\1/p' "$l
 [ "${total:-0}" -gt 0 ] || { total=1 broken=1; echo "FAILED: no test ran" >&2; }
 passed=$((passed + total - broken)) failed=$((failed + broken))
 
+check "hardening" scripts/check_hardening.py --commands build/release/compile_commands.json build/release/bin
 check "first start" on_display scripts/check_first_start.sh build/release/tour/plugins
 check "tour" on_display build/release/tour/plugboard-tour "$PWD/build/tour"
 check "tour in Chinese, 144 dots an inch" on_display env QT_FONT_DPI=144 \

@@ -137,6 +137,8 @@ step "installing, using and removing the release"
 rm -rf "$project/build/wine-release"
 count release env -u PLUGBOARD_WINE_RUNS WINEPREFIX="$project/build/wine-release" $windows/with_wine.sh \
     $windows/check_release.py "$build/dist" "$build" "$build/release-check"
+count hardening scripts/check_hardening.py --commands "$project/build/windows-dist/compile_commands.json" \
+    "$project"/build/windows-dist/stage
 count signing $windows/check_signing.sh "$project"/build/windows-dist/stage/plugboard-* "$build/signing-check"
 step "done"
 echo "$passed passed, $failed failed"

@@ -3,8 +3,9 @@
 
 #include "runtime/log_session.h"
 
-/// From its making on, new files are for the user alone. While it lives, the program logs to userFolder() + "/logs" and leaves a crash note there. A note of an earlier run
-/// is told of by a line in the log. Make one when the application object exists.
+/// From its making on, new files are for the user alone. While it lives, the program logs to userFolder() + "/logs" and
+/// leaves a crash note there. A note of an earlier run is told of by a line in the log. Make one when the application
+/// object exists.
 class ProgramRun
 {
 public:

@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::array<char, 4> kTypeLetters{'C', 'Z', 'B', 'I'}; // by transfer type
 constexpr qint64 kTimeSpan = 4096LL * 1'000'000;                // µs
-constexpr qint64 kLongestLine = 64 * 1024 * 1024;               // bytes
+constexpr qint64 kLongestLine = 1024 * 1024;                    // bytes; 65,535 of data make 150,000 letters
 
 /// The words of a line, one after the other; empty at the end.
 class Words

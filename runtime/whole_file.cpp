@@ -1,7 +1,6 @@
 #include "runtime/whole_file.h"
 
 #include "runtime/log.h"
-#include "runtime/private_files.h"
 
 #include <QDeadlineTimer>
 #include <QFile>
@@ -64,8 +63,6 @@ QString writeWholeFile(const QString& path, const QByteArray& bytes)
     QString reason;
     switch (replaceFile(path, bytes, reason)) {
     case Outcome::Written:
-        // The new file has had its mode from the start; an access list of Windows it can only get under its own name.
-        restrictToOwner(path);
         return {};
     case Outcome::Failed:
         return reason;

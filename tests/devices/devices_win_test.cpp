@@ -26,7 +26,6 @@ private slots:
     void folderPathWithAnySeparator_data();
     void folderPathWithAnySeparator();
     void programFolderWithSpacesAndOtherLetters();
-    void recordIsForItsUserAlone();
     void processTableFollowsTheKillTool();
 };
 
@@ -200,31 +199,6 @@ void DevicesWinTest::programFolderWithSpacesAndOtherLetters()
     const DeviceRecordManager manager = managerOf(programs);
     manager.saveRecord(record(4));
     QCOMPARE(manager.loadRecord(manager.listRecords().value(0)).deviceType, 4);
-}
-
-void DevicesWinTest::recordIsForItsUserAlone()
-{
-    const QTemporaryDir folder;
-    QVERIFY(setRights(folder.path(), 0)); // everyone may do everything there
-    managerOf(folder.path()).saveRecord(record(4));
-    const QString path = QDir::toNativeSeparators(folder.filePath(kFileName));
-    QVERIFY(QFile::exists(path));
-    ACL* list = nullptr;
-    PSECURITY_DESCRIPTOR held = nullptr;
-    QCOMPARE(GetNamedSecurityInfoW(wide(path), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr, &list,
-                                   nullptr, &held),
-             DWORD(ERROR_SUCCESS));
-    QVERIFY(list);
-    for (DWORD index = 0; index < list->AceCount; ++index) {
-        void* entry = nullptr;
-        QVERIFY(GetAce(list, index, &entry));
-        const auto* allowed = static_cast<ACCESS_ALLOWED_ACE*>(entry);
-        auto* const who = const_cast<DWORD*>(&allowed->SidStart);
-        const bool isEverybody = IsWellKnownSid(who, WinWorldSid) || IsWellKnownSid(who, WinBuiltinUsersSid);
-        QVERIFY2(!isEverybody || allowed->Mask == 0 || allowed->Header.AceType != ACCESS_ALLOWED_ACE_TYPE,
-                 "others may read it");
-    }
-    LocalFree(held);
 }
 
 void DevicesWinTest::processTableFollowsTheKillTool()

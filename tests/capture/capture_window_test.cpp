@@ -15,6 +15,7 @@
 #include <QMenu>
 #include <QPushButton>
 #include <QSaveFile>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 
 using tests::CaptureServer;
@@ -102,6 +103,7 @@ void CaptureWindowTest::savingOutlivesClearingAndClosing()
     };
     QEventLoop loop; // without one, closing frees everything at once
     QTimer::singleShot(0, &loop, [&] {
+        const auto end = qScopeGuard([&loop] { loop.quit(); });
         auto dialog = std::make_unique<UsbIPCaptureDialog>(CaptureServer::nextProcessId(), 1, nullptr, prompter);
         tests::receive(dialog->pane(), Packets(kCount));
         prompter.expectSaveFile(QStringLiteral("Save Capture"), kSaveFilter, path);
@@ -109,8 +111,7 @@ void CaptureWindowTest::savingOutlivesClearingAndClosing()
         dialog->onCaptureCleared();
         dialog.reset();
         QCOMPARE(tables(), 1);
-        QTRY_VERIFY(QFileInfo::exists(path));
-        loop.quit();
+        QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(path), 60'000);
     });
     loop.exec();
     QTRY_COMPARE(tables(), 0);

@@ -119,6 +119,9 @@ if [ -z "${PLUGBOARD_WINE_RUNS:-}" ]; then
         make_release
     fi
     [ "${1:-}" = --build-only ] && exit
+    # Here, as the tests under Wine may not unpack the machine's packages with their owners.
+    step "making the host machine"
+    scripts/host.sh --machine > "$build/host-machine.log" 2>&1 || { cat "$build/host-machine.log"; exit 1; }
     exec $windows/with_wine.sh "$0" --run-only
 fi
 run_tests

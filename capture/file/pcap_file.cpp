@@ -57,6 +57,7 @@ QString readPcap(QIODevice& device, RecordSink& sink, JobProgress& progress)
     record.bigEndian = isMagic(qFromBigEndian<std::uint32_t>(record.bytes.constData()));
     const qint64 ticks = record.get<std::uint32_t>(0) == kNanoseconds ? 1000 : 1; // a microsecond
     record.linkType = record.get<std::uint32_t>(20) & 0x0FFFFFFF;                 // above: form of a checksum
+    const qint64 whole = device.size(); // once: each question goes to the system
     while (!device.atEnd() && !progress.isCancelled()) {
         record.bytes = device.read(kRecordHead);
         if (record.bytes.size() < kRecordHead)
@@ -69,7 +70,7 @@ QString readPcap(QIODevice& device, RecordSink& sink, JobProgress& progress)
         record.bytes = device.read(size);
         if (record.bytes.size() < static_cast<int>(size))
             return CaptureFile::tr("The file ends within a packet.");
-        progress.setPart(device.pos(), device.size());
+        progress.setPart(device.pos(), whole);
         if (!sink.knows(record.linkType))
             continue;
         if (auto packet = sink.decode(record))

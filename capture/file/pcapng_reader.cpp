@@ -47,9 +47,10 @@ double microsecondsPerTick(std::uint8_t resolution)
 
 QString PcapngReader::read(JobProgress& progress)
 {
+    const qint64 whole = m_device.size(); // once: each question goes to the system
     while (m_error.isEmpty() && !m_device.atEnd() && !progress.isCancelled()) {
         readBlock();
-        progress.setPart(m_device.pos(), m_device.size());
+        progress.setPart(m_device.pos(), whole);
     }
     return m_error;
 }

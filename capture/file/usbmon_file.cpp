@@ -42,6 +42,7 @@ QString readUsbmonRaw(QIODevice& device, RecordSink& sink, JobProgress& progress
 {
     RawRecord record;
     record.linkType = UrbLink;
+    const qint64 whole = device.size(); // once: each question goes to the system
     while (!device.atEnd() && !progress.isCancelled()) {
         record.bytes = device.read(kHeaderSize);
         if (record.bytes.size() < kHeaderSize)
@@ -52,7 +53,7 @@ QString readUsbmonRaw(QIODevice& device, RecordSink& sink, JobProgress& progress
         record.bytes += device.read(size);
         if (record.bytes.size() < kHeaderSize + static_cast<int>(size))
             return CaptureFile::tr("The file ends within a packet.");
-        progress.setPart(device.pos(), device.size());
+        progress.setPart(device.pos(), whole);
         if (auto packet = sink.decode(record))
             sink.add(std::move(*packet));
     }

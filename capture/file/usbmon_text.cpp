@@ -185,9 +185,10 @@ bool isUsbmonText(const QByteArray& beginning)
 
 QString readUsbmonText(QIODevice& device, RecordSink& sink, JobProgress& progress)
 {
+    const qint64 whole = device.size(); // once: each question goes to the system
     while (!device.atEnd() && !progress.isCancelled()) {
         const QByteArray line = device.readLine(kLongestLine);
-        progress.setPart(device.pos(), device.size());
+        progress.setPart(device.pos(), whole);
         if (line.trimmed().isEmpty())
             continue;
         std::optional<UsbIPPacketInfo> packet = packetOf(line, sink.numbers());

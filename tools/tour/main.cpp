@@ -21,7 +21,8 @@ int main(int argc, char** argv)
     const QStringList arguments = QCoreApplication::arguments();
     const bool chooses = arguments.size() == 4 && arguments[2] == QLatin1String("--language");
     const auto language = chooses ? languageFromWord(arguments[3]) : Language::English;
-    if ((arguments.size() != 2 && !chooses) || !language || !speak(*language, application)) {
+    const bool namesFolder = (arguments.size() == 2 || chooses) && !arguments[1].startsWith(QLatin1Char('-'));
+    if (!namesFolder || !language || !speak(*language, application)) {
         std::fprintf(stderr, "usage: plugboard-tour DIR [--language en|zh_CN]\n");
         return 2;
     }

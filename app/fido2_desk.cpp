@@ -130,10 +130,18 @@ void Fido2Desk::ask(qint64 processId, const QString& operation, const QJsonObjec
     m_queue.add({processId, operation, data, QDateTime::currentDateTime()});
 }
 
+bool Fido2Desk::hasRequestOf(qint64 processId) const
+{
+    return m_queue.holds(processId) || (m_dialog && m_asker == processId);
+}
+
 /// A channel may be lost and come back; only a process that has ended asks no more. It is looked for a little later,
-/// since its socket closes before it is gone.
+/// since its socket closes before it is gone. Nobody looks for a process that asks nothing: the list of all processes
+/// is read for it.
 void Fido2Desk::checkAsker(qint64 processId)
 {
+    if (!hasRequestOf(processId))
+        return;
     QTimer::singleShot(kEndCheckMs, this, [this, processId] {
         const Fido2Client* client = m_channels.clientOf(processId);
         if ((client && client->isConnected()) || m_records.isProcessRunning(processId))

@@ -46,6 +46,7 @@ public:
 
 private:
     void showConfirmation(const ConfirmationRequest& request);
+    bool hasRequestOf(qint64 processId) const;
     void checkAsker(qint64 processId);
     /// The record of that process, which one of `names` may be in the name of; nothing without a record.
     std::optional<DeviceRecord> recordOf(qint64 processId, const QStringList& names = {}) const;

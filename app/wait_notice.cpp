@@ -26,15 +26,17 @@ WaitNotice::WaitNotice(QWidget* window)
 {
     setObjectName(QStringLiteral("waitNotice"));
     setTextFormat(Qt::PlainText);
-    setStyleSheet(
-        QStringLiteral("QLabel { background: #fffbe6; color: #333; border: 1px solid #c9b458; padding: 8px 16px; "
-                       "}"));
+    setAlignment(Qt::AlignCenter);
+    setFrameStyle(int(QFrame::Box) | int(QFrame::Plain));
+    setContentsMargins(16, 8, 16, 8);
+    setPalette(QPalette(QColor(0x333333), QColor(0xfffbe6)));
+    setAutoFillBackground(true); // opaque: what lies below is not painted again for each text
 }
 
 void WaitNotice::say(const QString& text)
 {
     setText(text);
-    adjustSize();
+    resize(size().expandedTo(sizeHint())); // moved seldom, since what it uncovers is painted again
     const QRect around = isWindow() ? m_window->screen()->availableGeometry() : m_window->rect();
     QRect place = rect();
     place.moveCenter(around.center());

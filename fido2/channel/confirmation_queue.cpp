@@ -51,6 +51,12 @@ void ConfirmationQueue::forget(qint64 processId)
     m_waiting.erase(std::remove_if(m_waiting.begin(), m_waiting.end(), ofProcess), m_waiting.end());
 }
 
+bool ConfirmationQueue::holds(qint64 processId) const
+{
+    return std::any_of(m_waiting.begin(), m_waiting.end(),
+                       [&](const Entry& entry) { return entry.request.processId == processId; });
+}
+
 int ConfirmationQueue::waiting() const
 {
     return static_cast<int>(

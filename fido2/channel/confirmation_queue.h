@@ -57,6 +57,9 @@ public:
     /// Drops what waits for that process; a dialog that is open stays.
     void forget(qint64 processId);
 
+    /// Whether a request of that process waits.
+    bool holds(qint64 processId) const;
+
     /// Requests that wait for the user.
     int waiting() const;
 

@@ -12,6 +12,7 @@ START = 120 # seconds that a device process gets to come up
 KEYBOARD = ["7", "1d6b", "0002", "Keyboard Device", "0200", "104", "USB HID", "END"]
 MOUSE = None # a mouse gets no message
 UDISK = ["6", "1d6b", "0002", "USB Storage Device", "0200", "1024", "FAT32", "END"]
+SPEAKER = ["5", "1d6b", "0002", "Speaker Device", "0200", "2", "44100", "END"]
 RUN_UNDER_WINE = pathlib.Path(__file__).resolve().parent.parent.parent / "packaging/windows/run_under_wine.sh"
 
 

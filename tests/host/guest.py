@@ -131,14 +131,19 @@ class Guest:
         return sorted({line[8:] for line in output.splitlines()
                        if line.startswith("DEVNAME=") and re.fullmatch(pattern, line[8:])})
 
-    def wait_node(self, position, pattern, seconds=60):
-        """The one node below /dev that matches; waits for it."""
+    def wait_nodes(self, position, pattern, seconds=60):
+        """The nodes below /dev that match; waits for the first."""
         end = time.monotonic() + seconds
         while not (found := self.nodes(position, pattern)):
             if time.monotonic() > end:
                 raise GuestFault(f"{position} has no node {pattern}, but {self.nodes(position, '.*')}. Kernel log:\n" +
                                  self.run("dmesg | tail -n 20")[1])
             time.sleep(0.1)
+        return found
+
+    def wait_node(self, position, pattern, seconds=60):
+        """The one node below /dev that matches; waits for it."""
+        found = self.wait_nodes(position, pattern, seconds)
         if len(found) > 1:
             raise GuestFault(f"{position} has more than one node {pattern}: {found}")
         return found[0]

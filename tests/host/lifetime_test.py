@@ -2,15 +2,24 @@
 import contextlib
 import pathlib
 import socket
+import tempfile
+import wave
 
-from device_process import DeviceProcess, KEYBOARD, MOUSE, UDISK
+from camera_test import camera, USUAL as USUAL_OF_CAMERAS
+from clips import make_clip
+from device_process import DeviceProcess, KEYBOARD, MOUSE, SPEAKER, UDISK
 from host_test import HostTest, IMAGE, PROGRAMS
 from plugboard_in_guest import PlugboardInGuest, position_of
+from security_key_in_guest import PARAMETERS as SECURITY_KEY
 
 ROUNDS = 10
 PORT = 3240 # the first that servers take
 TYPES = ["keyboard", "mouse", "udisk"]
 NODE = r"input/event\d+|sd[a-z]"
+NODE_OF = { # what the kernel makes of a device outside of the guest
+    "keyboard": r"input/event\d+", "mouse": r"input/event\d+", "udisk": r"sd[a-z]", "camera": r"video\d+",
+    "microphone": r"snd/pcmC\d+D0c", "speaker": r"snd/pcmC\d+D0p", "security key": r"hidraw\d+",
+}
 HOLDER = pathlib.Path(__file__).resolve().parent / "in_guest/hold_ports.py"
 
 
@@ -20,26 +29,40 @@ class LifetimeTest(HostTest):
         cls.guest = PlugboardInGuest(IMAGE, PROGRAMS)
         cls.addClassCleanup(cls.guest.close)
 
+    def parameters(self):
+        """Of a device of each type, in the order of NODE_OF."""
+        folder = tempfile.TemporaryDirectory(prefix="plugboard-lifetime-")
+        self.addCleanup(folder.cleanup)
+        sound = pathlib.Path(folder.name, "sound.wav")
+        with wave.open(str(sound), "wb") as file:
+            file.setparams((1, 2, 8000, 0, "NONE", ""))
+            file.writeframes(bytes(16000))
+        microphone = ["3", "1d6b", "0002", "Microphone", "0", "1.0", "0", str(sound), "1", "8000", "1", "END"]
+        film = make_clip(folder.name, "film.avi", "mjpeg", "640x480", 30, 1)
+        return KEYBOARD, MOUSE, UDISK, camera(film), microphone, SPEAKER, SECURITY_KEY
+
     def test_rounds_over_loopback_servers(self):
         guest = self.guest
         with contextlib.ExitStack() as stack:
             with contextlib.suppress(OSError): # whoever has the port, the devices do not get it
                 stack.enter_context(socket.create_server(("127.0.0.1", PORT)))
-            devices = [stack.enter_context(DeviceProcess(each, PROGRAMS)) for each in (KEYBOARD, MOUSE, UDISK)]
+            devices = [stack.enter_context(DeviceProcess(each, PROGRAMS)) for each in self.parameters()]
             ports = [device.port() for device in devices]
             self.assertNotIn(PORT, ports)
             self.assertEqual(len(ports), len(set(ports)))
             for _ in range(ROUNDS):
-                for count, port in enumerate(ports, 1):
+                attached = {}
+                for count, (port, node) in enumerate(zip(ports, NODE_OF.values()), 1):
                     guest.attach(port)
-                    attached = guest.wait_attached(count)
-                for position in attached.values():
-                    guest.wait_node(position, NODE)
+                    now = guest.wait_attached(count)
+                    position, = set(now.values()) - set(attached.values())
+                    self.assertTrue(guest.wait_nodes(position, node))
+                    attached = now
                 for port in attached:
                     guest.check(f"usbip detach -p {port}")
                 guest.wait_attached(0)
-        self.note(f"{ROUNDS} rounds of each of {', '.join(TYPES)}, servers on {', '.join(map(str, ports))}")
-        self.assert_quiet(guest)
+        self.note(f"{ROUNDS} rounds of each of {', '.join(NODE_OF)}, servers on {', '.join(map(str, ports))}")
+        self.assert_quiet(guest, USUAL_OF_CAMERAS)
 
     def test_rounds_of_devices_from_the_window(self):
         guest = self.guest

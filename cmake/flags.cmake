@@ -26,6 +26,11 @@ if(CMAKE_BUILD_TYPE STREQUAL "Release" AND PLUGBOARD_SANITIZER STREQUAL "")
     endif()
 endif()
 
+# A program loads what it uses: FFmpeg and OpenCV stay out of those that need just the types of media/.
+if(NOT WIN32)
+    target_link_options(plugboard_flags INTERFACE -Wl,--as-needed)
+endif()
+
 if(PLUGBOARD_SANITIZER STREQUAL "address")
     set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
 elseif(PLUGBOARD_SANITIZER STREQUAL "thread")

@@ -1,10 +1,12 @@
 #include "dialogs/source_check.h"
 
+#include "devices/media_library.h"
 #include "media/log.h"
 #include "runtime/secrets.h"
 #include "ui/busy_cursor.h"
 
 #include <QCoreApplication>
+#include <QLibrary>
 
 #include <exception>
 #include <future>
@@ -21,10 +23,20 @@ struct SourceTexts
     Q_DECLARE_TR_FUNCTIONS(SourceTexts)
 };
 
+/// Null with the reason in `error` when the library is not there.
+std::unique_ptr<SourceProbe> loadedProbe(std::chrono::milliseconds limit, QString& error)
+{
+    QLibrary module(QCoreApplication::applicationDirPath() + QLatin1Char('/') + QLatin1String(kMediaModule));
+    const auto make = reinterpret_cast<MakeSourceProbe>(module.resolve(kMakeSourceProbe)); // stays loaded
+    if (!make)
+        error = module.errorString();
+    return std::unique_ptr<SourceProbe>(make ? make(limit) : nullptr);
+}
+
 /// A probe and what comes of it; it lives as long as somebody waits for that or its thread runs, whichever is longer.
 struct RunningProbe final : public PendingPicture
 {
-    explicit RunningProbe(std::chrono::milliseconds limit) : probe(limit) {}
+    explicit RunningProbe(std::unique_ptr<SourceProbe> itsProbe) : probe(std::move(itsProbe)) {}
 
     std::optional<PreviewPicture> take() override
     {
@@ -32,7 +44,7 @@ struct RunningProbe final : public PendingPicture
         return m_picture;
     }
 
-    void stop() override { probe.cancel(); }
+    void stop() override { probe->cancel(); }
 
     void finish(PreviewPicture picture)
     {
@@ -40,7 +52,7 @@ struct RunningProbe final : public PendingPicture
         m_picture = std::move(picture);
     }
 
-    SourceProbe probe;
+    const std::unique_ptr<SourceProbe> probe;
     std::promise<SourceProbeResult> outcome;
 
 private:
@@ -52,13 +64,13 @@ private:
 void look(RunningProbe& running, const ProbeCall& call, const QString& source, SourceProbe::Kind kind)
 {
     try {
-        running.outcome.set_value(call(running.probe, source, kind));
+        running.outcome.set_value(call(*running.probe, source, kind));
     } catch (...) {
         running.outcome.set_exception(std::current_exception());
     }
     try {
         running.finish(kind == SourceProbe::Kind::Video
-                           ? running.probe.firstPicture(kMostPreviewWidth, kMostPreviewHeight)
+                           ? running.probe->firstPicture(kMostPreviewWidth, kMostPreviewHeight)
                            : PreviewPicture());
     } catch (const std::exception&) {
         running.finish({});
@@ -70,7 +82,11 @@ void look(RunningProbe& running, const ProbeCall& call, const QString& source, S
 SourceCheck checkWithin(std::chrono::milliseconds limit, ProbeCall call)
 {
     return [limit, call = std::move(call)](const QString& source, SourceProbe::Kind kind) {
-        const auto running = std::make_shared<RunningProbe>(limit);
+        SourceProbeResult missing;
+        auto probe = loadedProbe(limit, missing.error);
+        if (!probe)
+            return missing;
+        const auto running = std::make_shared<RunningProbe>(std::move(probe));
         auto outcome = running->outcome.get_future();
         std::thread([running, call, source, kind] { look(*running, call, source, kind); }).detach();
         if (outcome.wait_for(limit) == std::future_status::ready) {
@@ -78,7 +94,7 @@ SourceCheck checkWithin(std::chrono::milliseconds limit, ProbeCall call)
             found.picture = running;
             return found;
         }
-        running->probe.cancel();
+        running->probe->cancel();
         SourceProbeResult late;
         late.error = SourceTexts::tr("no answer within %1 s").arg(std::chrono::duration<double>(limit).count());
         return late;

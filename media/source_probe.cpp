@@ -55,14 +55,21 @@ private:
     const int m_mostHeight;
 };
 
-} // namespace
+class FFmpegProbe final : public SourceProbe
+{
+public:
+    explicit FFmpegProbe(std::chrono::milliseconds limit) : m_interrupt(limit) {}
 
-SourceProbe::SourceProbe(std::chrono::milliseconds limit) : m_interrupt(limit)
-{}
+    SourceProbeResult probe(const QString& source, Kind kind) override;
+    PreviewPicture firstPicture(int mostWidth, int mostHeight) override;
+    void cancel() override { m_interrupt.stop(); }
 
-SourceProbe::~SourceProbe() = default;
+private:
+    MediaInterrupt m_interrupt;
+    std::unique_ptr<MediaReader> m_reader; ///< from probe() to firstPicture()
+};
 
-PreviewPicture SourceProbe::firstPicture(int mostWidth, int mostHeight)
+PreviewPicture FFmpegProbe::firstPicture(int mostWidth, int mostHeight)
 {
     const std::unique_ptr<MediaReader> reader = std::move(m_reader);
     if (!reader || !reader->videoSource())
@@ -79,7 +86,7 @@ PreviewPicture SourceProbe::firstPicture(int mostWidth, int mostHeight)
     return first.picture;
 }
 
-SourceProbeResult SourceProbe::probe(const QString& source, Kind kind)
+SourceProbeResult FFmpegProbe::probe(const QString& source, Kind kind)
 {
     SourceProbeResult result;
     m_reader = std::make_unique<MediaReader>(source.toStdString(), selectorOf(kind), m_interrupt);
@@ -104,4 +111,11 @@ SourceProbeResult SourceProbe::probe(const QString& source, Kind kind)
     qCInfo(mediaLog) << "Source looked at: video" << result.width << "x" << result.height << "sound" << result.channels
                      << "channels," << result.sampleRate << "Hz";
     return result;
+}
+
+} // namespace
+
+std::unique_ptr<SourceProbe> makeSourceProbe(std::chrono::milliseconds limit)
+{
+    return std::make_unique<FFmpegProbe>(limit);
 }

@@ -1,16 +1,12 @@
 // source_probe.h: looks at a source for the settings dialogs: can it be opened, and what is in it.
 #pragma once
 
-#include "media/media_interrupt.h"
-
 #include <QByteArray>
 #include <QString>
 
 #include <chrono>
 #include <memory>
 #include <optional>
-
-class MediaReader;
 
 /// The first picture of a source, made smaller where it was larger than asked for.
 struct PreviewPicture
@@ -69,19 +65,20 @@ public:
         Audio
     };
 
-    explicit SourceProbe(std::chrono::milliseconds limit = std::chrono::seconds(10));
-    ~SourceProbe();
+    virtual ~SourceProbe() = default;
 
     /// `source` is a path or a URL.
-    SourceProbeResult probe(const QString& source, Kind kind = Kind::VideoAndAudio);
+    virtual SourceProbeResult probe(const QString& source, Kind kind = Kind::VideoAndAudio) = 0;
 
     /// The first picture of what probe() opened, read on over the same connection. None for a source without pictures,
     /// after cancel() and when asked again.
-    PreviewPicture firstPicture(int mostWidth, int mostHeight);
+    virtual PreviewPicture firstPicture(int mostWidth, int mostHeight) = 0;
 
-    void cancel() { m_interrupt.stop(); }
-
-private:
-    MediaInterrupt m_interrupt;
-    std::unique_ptr<MediaReader> m_reader; ///< from probe() to firstPicture()
+    virtual void cancel() = 0;
 };
+
+std::unique_ptr<SourceProbe> makeSourceProbe(std::chrono::milliseconds limit = std::chrono::seconds(10));
+
+/// The same as a function of the library kMediaModule. The caller owns the probe, which ends before the library does.
+using MakeSourceProbe = SourceProbe* (*)(std::chrono::milliseconds limit);
+inline constexpr const char* kMakeSourceProbe = "plugboardMakeSourceProbe";

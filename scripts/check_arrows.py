@@ -24,7 +24,7 @@ ARROWS = {
     "emulation/player": {"emulation", "media"},
     "emulation/video": {"emulation", "emulation/player", "devices", "media"},
     "emulation/microphone": {"emulation", "emulation/player", "devices", "media"},
-    "emulation/module": {"emulation", "emulation/microphone", "emulation/video", "devices"},
+    "emulation/module": {"emulation", "emulation/microphone", "emulation/video", "devices", "media"},
     "app": {"dialogs", "fido2/file", "fido2/channel", "fido2/dialogs", "capture/view", "devices", "driver", "runtime", "ui"},
 }
 # What needs no widgets says so here: these may not include one. Folder: file name patterns.

@@ -1,7 +1,9 @@
-// media_devices.cpp: makes the devices that play media; emulation/process/media_module.h says what for.
+// media_devices.cpp: makes the devices that play media (emulation/process/media_module.h says what for), and looks at
+// sources for the program's dialogs.
 #include "emulation/microphone/microphone.h"
 #include "emulation/process/media_module.h"
 #include "emulation/video/camera.h"
+#include "media/source_probe.h"
 
 namespace {
 
@@ -25,4 +27,9 @@ plugboardMakeMediaDevice(const DeviceContext& context, const usb::DeviceDescript
     auto made = make(context, identity);
     *fault = made.fault();
     return made ? made.take().release() : nullptr;
+}
+
+extern "C" Q_DECL_EXPORT SourceProbe* plugboardMakeSourceProbe(std::chrono::milliseconds limit)
+{
+    return makeSourceProbe(limit).release();
 }

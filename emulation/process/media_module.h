@@ -2,6 +2,7 @@
 // no other device waits until FFmpeg is loaded, or keeps it in memory.
 #pragma once
 
+#include "devices/media_library.h"
 #include "emulation/channels/device_service.h"
 #include "emulation/function/device_function.h"
 #include "emulation/message/outcome.h"
@@ -13,7 +14,6 @@
 using MakeMediaDevice = DeviceFunction* (*)(const DeviceContext& context, const usb::DeviceDescriptors& identity,
                                             QString* fault);
 inline constexpr const char* kMakeMediaDevice = "plugboardMakeMediaDevice";
-inline constexpr const char* kMediaModule = "plugboard-media-devices"; ///< beside the program, with the system's suffix
 
 /// A camera or a microphone, made by the library. A fault is a sentence that ends the process.
 Outcome<std::unique_ptr<DeviceFunction>> makeMediaDevice(const DeviceContext& context,

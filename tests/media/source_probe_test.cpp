@@ -1,3 +1,4 @@
+#include "media/ffmpeg_handles.h"
 #include "media/source_probe.h"
 #include "tests/media/media_files.h"
 #include "tests/support/loopback_server.h"
@@ -68,8 +69,7 @@ void SourceProbeTest::findsWhatASourceHolds()
     QFETCH(QString, file);
     QFETCH(SourceProbe::Kind, kind);
     QFETCH(QString, found);
-    SourceProbe probe;
-    const SourceProbeResult result = probe.probe(mediaFile(file.toLatin1().constData()), kind);
+    const SourceProbeResult result = makeSourceProbe()->probe(mediaFile(file.toLatin1().constData()), kind);
     QCOMPARE(summary(result), found);
     QCOMPARE(result.error.isEmpty(), result.opened);
 }
@@ -99,8 +99,8 @@ void SourceProbeTest::failsInBoundedTime()
     QFETCH(QByteArray, answer);
     QFETCH(LoopbackServer::Ending, ending);
     const LoopbackServer server(answer, ending);
-    SourceProbe probe(std::chrono::milliseconds(300));
-    const SourceProbeResult result = probe.probe(server.url(scheme.toLatin1().constData(), "/video"));
+    const SourceProbeResult result =
+        makeSourceProbe(std::chrono::milliseconds(300))->probe(server.url(scheme.toLatin1().constData(), "/video"));
     QVERIFY(!result.isUsableVideo());
     QVERIFY(!result.isUsableAudio());
     QVERIFY(!result.opened);
@@ -110,13 +110,13 @@ void SourceProbeTest::failsInBoundedTime()
 void SourceProbeTest::cancelEndsAWait()
 {
     const LoopbackServer server({}, LoopbackServer::Ending::Stall);
-    SourceProbe probe(std::chrono::hours(1));
+    const auto probe = makeSourceProbe(std::chrono::hours(1));
     std::thread canceller([&] {
         while (server.clients() == 0)
             std::this_thread::yield();
-        probe.cancel();
+        probe->cancel();
     });
-    QVERIFY(!probe.probe(server.url("http", "/video")).opened);
+    QVERIFY(!probe->probe(server.url("http", "/video")).opened);
     canceller.join();
 }
 

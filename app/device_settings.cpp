@@ -1,6 +1,7 @@
 #include "app/device_settings.h"
 
 #include "app/fido2_settings.h"
+#include "app/secret_values.h"
 #include "devices/parameter_list.h"
 #include "dialogs/camera_settings.h"
 #include "dialogs/microphone_settings.h"
@@ -38,8 +39,11 @@ QStringList fixedParameters(DeviceType type)
     return {};
 }
 
-ScriptedParameters scriptedParameters(DeviceType type, const QStringList& assignments)
+ScriptedParameters scriptedParameters(DeviceType type, const QStringList& given)
 {
+    const auto [assignments, error] = withSecretValues(given);
+    if (!error.isEmpty())
+        return {{}, error};
     if (type == DeviceType::Camera)
         return listOf(cameraSettingsFrom(assignments));
     if (type == DeviceType::Microphone)

@@ -16,8 +16,8 @@ struct ScriptedParameters
 };
 
 /// The list of a device whose settings a script gives as NAME=VALUE texts. They are checked like the fields of the
-/// device's dialog. Relative files count from the current folder.
-ScriptedParameters scriptedParameters(DeviceType type, const QStringList& assignments);
+/// device's dialog. Relative files count from the current folder. May read standard input, see withSecretValues().
+ScriptedParameters scriptedParameters(DeviceType type, const QStringList& given);
 
 /// The settings that scriptedParameters() knows, for the help text.
 QString settingsHelp();

@@ -14,8 +14,9 @@
 namespace {
 
 constexpr int kTurnMs = 5;
-constexpr int kStartMs = 30000;
+constexpr int kStartMs = 120000; // a process that fails ends at once, so only a hung one, or a busy machine, takes long
 constexpr int kNodesMs = 5000;
+constexpr int kEndMs = 1000;
 
 /// Looks at `isDone` every few milliseconds of the event loop. Whether it held before the time was over.
 bool turnUntil(const std::function<bool()>& isDone, const QDeadlineTimer& deadline)
@@ -141,12 +142,16 @@ const DeviceStarts::Started* DeviceStarts::ended() const
 
 void DeviceStarts::endAll()
 {
-    for (const auto& device : m_started) {
-        if (!device->end)
-            endProcess(killCommand(device->processId));
-    }
-    turnUntil([this] { return std::all_of(m_started.begin(), m_started.end(), [](const auto& d) { return d->end; }); },
-              QDeadlineTimer(kStartMs));
+    const auto haveEnded = [this] {
+        return std::all_of(m_started.begin(), m_started.end(), [](const auto& device) { return device->end; });
+    };
+    const QDeadlineTimer deadline(kStartMs);
+    do { // a busy machine may not run the tool in time
+        for (const auto& device : m_started) {
+            if (!device->end)
+                endProcess(killCommand(device->processId));
+        }
+    } while (!turnUntil(haveEnded, QDeadlineTimer(kEndMs)) && !deadline.hasExpired());
     m_records.removeStaleRecords();
 }
 

@@ -119,18 +119,23 @@ bool hasOptionsOfQt(int argc, char** argv)
     });
 }
 
-/// Which kind of application it will be depends on the arguments: a display must not be needed to ask for help. Qt
-/// takes its own options out of the arguments of the kind that has windows.
-std::unique_ptr<QCoreApplication> makeApplication(int& argc, char** argv)
+/// Which kind of application it will be depends on the arguments: a display must not be needed to ask for help. They
+/// are read once, since standard input may be among what they name. Qt takes its own options out of the arguments of
+/// the kind that has windows.
+std::unique_ptr<QCoreApplication> makeApplication(int& argc, char** argv, Request& request)
 {
-    const bool opensWindow = hasOptionsOfQt(argc, argv) || [&] {
+    const bool isForQt = hasOptionsOfQt(argc, argv);
+    if (!isForQt) {
         const QCoreApplication reader(argc, argv);
-        return std::holds_alternative<WindowRequest>(parseCommandLine(QCoreApplication::arguments()));
-    }();
-    if (!opensWindow)
+        request = parseCommandLine(QCoreApplication::arguments());
+    }
+    if (!isForQt && !std::holds_alternative<WindowRequest>(request))
         return std::make_unique<QCoreApplication>(argc, argv);
     scaleWithScreens();
-    return std::make_unique<QApplication>(argc, argv);
+    auto application = std::make_unique<QApplication>(argc, argv);
+    if (isForQt)
+        request = parseCommandLine(QCoreApplication::arguments());
+    return application;
 }
 
 } // namespace
@@ -139,8 +144,8 @@ int main(int argc, char** argv)
 {
     QCoreApplication::setApplicationName(QStringLiteral("Plugboard"));
     QCoreApplication::setApplicationVersion(kVersion);
-    const auto application = makeApplication(argc, argv);
-    const Request request = parseCommandLine(QCoreApplication::arguments());
+    Request request;
+    const auto application = makeApplication(argc, argv, request);
     const QString folder = QDir::currentPath(); // of the user
 
     if (const auto* text = std::get_if<PrintRequest>(&request))

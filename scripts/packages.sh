@@ -13,8 +13,9 @@ guide=(imagemagick)
 fuzz=(clang-14 libclang-rt-14-dev)
 windows=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64 xvfb xauth xz-utils python3 nsis osslsigncode
     libfreetype-dev)
-host=(qemu-system-x86 cpio xz-utils python3 openssl xvfb xdotool chromium)
-package=(dpkg-dev file)
+host=(qemu-system-x86 cpio xz-utils python3 openssl xvfb xdotool chromium
+    fido2-tools ffmpeg jq kbd qrencode zbar-tools) # the second line is what docs/guide/examples/job.sh uses
+package=(dpkg-dev file lintian appstream desktop-file-utils man-db)
 clean_root=(debootstrap)
 dependencies=(g++ make perl cmake ninja-build nasm pkg-config python3 dpkg-dev g++-mingw-w64-x86-64-posix libz-mingw-w64-dev xz-utils)
 

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # check_deb.sh [FILE.deb]: installs the package (default: what make_deb.sh made) into a bare Debian 12 in a temporary folder, with apt
-# finding what it depends on, and uses it there as an ordinary user. Needs root and the network, about 2 GB and some
+# finding what it depends on, and uses it there as an ordinary user. Before, lintian and others judge the package. Needs root and the network, about 2 GB and some
 # minutes. The last line is "N passed, N failed".
 set -euo pipefail
 project=$(realpath "$(dirname "$0")/../..")
-"$project/scripts/packages.sh" clean_root
+"$project/scripts/packages.sh" clean_root package
 deb=$(realpath "${1:-$(ls "$project"/build/linux-dist/*.deb)}")
 root=$(mktemp -d)
 chmod 755 "$root" # others must pass its top folder
@@ -43,6 +43,39 @@ prints() {
 # check NAME COMMAND PATTERN
 check() { count "$1" prints "$2" "$3"; }
 
+# manual_tells PROGRAM: its manual page has every option that the program lists.
+manual_tells() {
+    local page option untold=0
+    page=$(as_user "MANWIDTH=200 man $1 | cat")
+    for option in $(as_user "$1 --help" | grep -oE -- '--[a-z][a-z-]+' | sort -u); do
+        grep -qE -- "$option([^a-z-]|$)" <<< "$page" || { echo "$1(1) does not tell of $option"; untold=1; }
+    done
+    return $untold
+}
+
+# completes WORD... RESULT: bash offers RESULT for the last of the words.
+completes() {
+    local words=("${@:1:$#-1}") wanted=${!#} offered
+    offered=$(as_user "bash /tmp/complete.bash ${words[*]}")
+    grep -qxF -- "$wanted" <<< "$offered" || { echo "not offered: $wanted, but $offered"; return 1; }
+}
+# What bash does when its user presses the tabulator behind these words.
+completion='. "/usr/share/bash-completion/completions/$1"
+    COMP_WORDS=("$@") COMP_CWORD=$(($# - 1))
+    function=$(complete -p "$1" | sed "s/.*-F \([^ ]*\) .*/\1/")
+    "$function" "$1" "${!#}" "${COMP_WORDS[COMP_CWORD - 1]}"
+    printf "%s\n" "${COMPREPLY[@]}"'
+
+# What the package leaves outside of its users' folders.
+traces() { inside find / -xdev -name '*plugboard*' -not -path '/home/*' -not -path '/tmp/*' -not -path '/proc/*'; }
+
+unpacked=$(mktemp -d)
+dpkg-deb -x "$deb" "$unpacked"
+count "lintian finds no error" lintian --fail-on error "$deb"
+count "the AppStream data are valid" appstreamcli validate --no-net "$unpacked"/usr/share/metainfo/*.xml
+count "the menu entry is valid" desktop-file-validate "$unpacked"/usr/share/applications/plugboard.desktop
+rm -rf "$unpacked"
+
 debootstrap --variant=minbase bookworm "$root" http://deb.debian.org/debian > "$root.log" 2>&1 || { tail "$root.log"; exit 1; }
 rm -f "$root.log"
 mount -t proc proc "$root/proc"
@@ -52,6 +85,7 @@ cp "$deb" "$root/tmp"
 inside apt-get -qq update
 inside apt-get -qq -o Dpkg::Use-Pty=0 install -y --no-install-recommends "/tmp/$(basename "$deb")" > /dev/null
 inside useradd --create-home tester
+echo "$completion" > "$root/tmp/complete.bash"
 echo "installed $(basename "$deb"): $(stat -c %s "$deb") bytes, $(inside dpkg-query -W | wc -l) packages in all"
 
 version=$(dpkg-deb -f "$deb" Version)
@@ -76,7 +110,22 @@ check "a device is created, answers, is listed and deleted" "
     pid=\$(plugboard --list --json | sed -n 's/.*\"processId\": *\"*\\([0-9]*\\).*/\\1/p')
     kill \$window; plugboard --send \$pid status
     plugboard --delete \$pid && ! ls $own/device_*.json" "^OK: keyboard: server 127[.]0[.]0[.]1:[0-9]+, bus id 1-1, not attached"
+inside sh -c "echo '; changed' >> /usr/lib/plugboard/vusbbus.inf"
+check "the user's copies follow the package" "plugboard --version && tail -n 1 $own/vusbbus.inf" "^; changed"
+check "a security key is created" "
+    plugboard --start fido2 --set serial=CHECKED && ls $own/fido2/CHECKED_credentials.json && plugboard --delete all" "CHECKED_credentials"
+
+inside apt-get -qq -o Dpkg::Use-Pty=0 install -y --no-install-recommends man-db > /dev/null
+for program in plugboard plugboard-capture plugboard-driver plugboard-media; do
+    count "the manual page of $program has its options" manual_tells $program
+done
+check "the helper has a manual page" "man plugboard-attach | cat" "polkit"
+count "an option is completed" completes plugboard --sta --start
+count "a setting is completed" completes plugboard --start camera --set re resolution=
+count "a command of the engine is completed" completes plugboard-driver dp_a dp_add
+
 inside apt-get -qq -o Dpkg::Use-Pty=0 purge -y plugboard > /dev/null
-count "nothing stays in /usr after a purge" test -z "$(inside find /usr -name '*plugboard*')"
+count "nothing stays after a purge" test -z "$(traces)"
+count "the user's folder stays" test -e "$root$own/fido2/CHECKED_credentials.json"
 echo "$passed passed, $failed failed"
 [ "$failed" -eq 0 ]

@@ -84,6 +84,16 @@ class HelperTest(HostTest):
         self.assertEqual(127, status, output)
         self.assert_quiet(guest, CONTROLLER_COMES_AND_GOES)
 
+    def test_window_has_the_module_loaded_where_polkit_permits_it(self):
+        guest = self.guest
+        for user, expected in ("stranger", 127), ("permitted", 0):
+            guest.check(f"[ ! -e {CONTROLLER} ] || rmmod vhci_hcd")
+            status, output = guest.run(self.as_user(user, f"/usr/bin/pkexec {HELPER} --load"), 120)
+            self.assertEqual(expected, status, output)
+            self.assertEqual("there" if expected == 0 else "not there",
+                             guest.check(f"[ -e {CONTROLLER}/attach ] && echo there || echo not there").strip())
+        self.assert_quiet(guest, CONTROLLER_COMES_AND_GOES)
+
     def test_user_whom_the_policy_asks_for_a_password_gets_a_server(self):
         host = self.device_of("stranger")
         self.assertEqual("server", host["way"], host)

@@ -9,6 +9,7 @@
 #include <QApplication>
 #include <QDateTime>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QFileInfo>
 #include <QHeaderView>
 #include <QLocalServer>
@@ -18,10 +19,6 @@
 #include <QTemporaryDir>
 #include <QThread>
 #include <QTimer>
-
-#ifdef __GLIBC__
-#include <malloc.h>
-#endif
 
 #include <algorithm>
 #include <atomic>
@@ -66,14 +63,15 @@ std::size_t countOf(UsbIPCaptureDialog& dialog)
     return dialog.pane().packets().end() - dialog.pane().packets().first();
 }
 
-qint64 heapBytes()
+/// Bytes of memory that the process has of its own.
+qint64 ownMemory()
 {
-#ifdef __GLIBC__
-    const struct mallinfo2 info = mallinfo2();
-    return static_cast<qint64>(info.uordblks + info.hblkhd);
-#else
-    return 0;
-#endif
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return 0;
+    const QString text = QString::fromLatin1(status.readAll());
+    const QString line = text.section(QStringLiteral("RssAnon:"), 1).section(QLatin1Char('\n'), 0, 0);
+    return line.simplified().section(QLatin1Char(' '), 0, 0).toLongLong() * 1024;
 }
 
 /// A device process in a thread of its own that sends 50,000 packets/s.
@@ -294,7 +292,7 @@ void reportClear(UsbIPCaptureDialog& dialog)
 void receiveMillion(UsbIPCaptureDialog& dialog)
 {
     MixedTraffic traffic;
-    const qint64 before = heapBytes();
+    const qint64 before = ownMemory();
     for (int packet = 0; packet < kPackets; packet += 100) {
         QByteArray frames;
         for (int i = 0; i < 100; ++i)
@@ -302,8 +300,12 @@ void receiveMillion(UsbIPCaptureDialog& dialog)
         dialog.client().receive(frames);
     }
     QCoreApplication::processEvents();
-    report("capture_window_memory", "bytes/packet", double(heapBytes() - before - traffic.dataBytes()) / kPackets,
-           nullptr, NAN, "400 bytes beside a packet's data");
+    const PacketStore::Usage usage = dialog.client().store()->usage();
+    const qint64 kept = ownMemory() - before + usage.file;
+    report("capture_window_memory", "bytes/packet", double(kept - traffic.dataBytes()) / kPackets, nullptr, NAN,
+           "400 bytes beside a packet's data");
+    std::fprintf(stderr, "%lld MiB of memory, %lld MiB in the file, %lld MiB of them carried by packets\n",
+                 (kept - usage.file) >> 20, usage.file >> 20, traffic.dataBytes() >> 20);
 }
 
 void reportArrival(UsbIPCaptureDialog& dialog)

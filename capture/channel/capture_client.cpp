@@ -8,6 +8,7 @@
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QJsonDocument>
+#include <QMetaMethod>
 #include <QMutexLocker>
 
 #include <utility>
@@ -44,6 +45,13 @@ QJsonObject objectOf(const QByteArray& json)
 std::uint32_t deviceIdOf(const QByteArray& json)
 {
     return static_cast<std::uint32_t>(objectOf(json).value(QLatin1String("device_id")).toInt(0));
+}
+
+UsbIPPacketInfo withOwnBytes(UsbIPPacketInfo packet)
+{
+    for (QByteArray* bytes : {&packet.data, &packet.setupData, &packet.usbipHeader})
+        *bytes = QByteArray(bytes->constData(), bytes->size());
+    return packet;
 }
 
 int commandIdOf(const QJsonObject& reply)
@@ -271,9 +279,13 @@ void UsbIPCaptureClient::processBinaryBuffer()
 {
     FrameReader::Frame frame;
     FrameReader::Result result;
+    m_packetsWanted = isWanted();
     // A frame is consumed before it is handled: a slot that lets bytes arrive meanwhile handles the ones after it.
-    while ((result = m_frames.next(frame)) == FrameReader::Result::Frame)
+    while ((result = m_frames.next(frame)) == FrameReader::Result::Frame) {
         handleBinaryMessage(frame.type, frame.payload);
+        if (frame.type != PacketCaptured)
+            m_packetsWanted = isWanted(); // its slots may have connected
+    }
     if (result == FrameReader::Result::Oversize) {
         ++m_refusedMessages;
         m_warnings.warn("Invalid data length in binary message header");
@@ -311,15 +323,22 @@ void UsbIPCaptureClient::handleBinaryMessage(uint8_t messageType, const QByteArr
 
 void UsbIPCaptureClient::processPacketCapturedMessage(const QByteArray& data)
 {
-    std::optional<UsbIPPacketInfo> packet = parseCapturedPacket(data);
-    if (!packet) {
+    if (!parseCapturedPacket(data, m_packet)) {
         ++m_refusedMessages;
         m_warnings.warn("Invalid packet captured message size");
         return;
     }
-    parseProtocolInfo(*packet);
-    m_store->append(*packet);
-    emit packetCaptured(packet->deviceId, *packet);
+    parseProtocolInfo(m_packet);
+    m_store->append(m_packet);
+    // Slots may keep the packet longer than its frame stays. Where there are none, its bytes need no copy.
+    if (m_packetsWanted)
+        emit packetCaptured(m_packet.deviceId, withOwnBytes(m_packet));
+}
+
+bool UsbIPCaptureClient::isWanted() const
+{
+    static const QMetaMethod s_signal = QMetaMethod::fromSignal(&UsbIPCaptureClient::packetCaptured);
+    return isSignalConnected(s_signal);
 }
 
 void UsbIPCaptureClient::parseProtocolInfo(UsbIPPacketInfo& packetInfo)

@@ -98,6 +98,7 @@ private:
     bool sendWhenConnected(const QString& name);
     void processBinaryBuffer();
     void handleBinaryMessage(uint8_t messageType, const QByteArray& messageData);
+    bool isWanted() const;
     void processPacketCapturedMessage(const QByteArray& data);
     void processStatsUpdatedMessage(const QByteArray& data);
     void processErrorMessage(const QByteArray& data);
@@ -117,6 +118,8 @@ private:
     QTimer m_reconnectTimer;
     QTimer m_readTimer; // runs while bytes wait in the socket for the next turn of the event loop
     FrameReader m_frames;
+    UsbIPPacketInfo m_packet;     // the last one; its bytes are those of its frame
+    bool m_packetsWanted = false; // somebody is connected to packetCaptured()
     CaptureStats m_lastStats;
     const std::shared_ptr<PacketStore> m_store = std::make_shared<PacketStore>();
     std::map<int, CommandCallback> m_callbacks;

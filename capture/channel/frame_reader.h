@@ -6,8 +6,8 @@
 #include <cstdint>
 
 /// A frame is a type byte, three reserved bytes, the payload's length as little-endian uint32, and the payload.
-/// Frames are taken from the front by moving an offset; what remains is moved once per append at most, so the cost of
-/// a stream is linear in its bytes however it is sliced.
+/// Frames are read where they lie in the bytes that were appended; only one that is cut by the end of those is put
+/// together elsewhere, so the cost of a stream is linear in its bytes however it is sliced.
 class FrameReader
 {
 public:
@@ -17,7 +17,7 @@ public:
     struct Frame
     {
         std::uint8_t type = 0;
-        QByteArray payload; ///< refers to the reader's buffer: valid until the next append() or clear()
+        QByteArray payload; ///< refers to the reader's bytes: valid until the next call of next(), append() or clear()
     };
 
     enum class Result
@@ -32,9 +32,15 @@ public:
     void clear();
 
     /// Bytes that wait for the rest of their frame. Once next() has said Incomplete: at most kHeaderSize + kMaxPayload.
-    int pending() const { return m_buffer.size() - m_offset; }
+    int pending() const { return m_cut.size() + m_buffer.size() - m_offset; }
 
 private:
-    QByteArray m_buffer;
-    int m_offset = 0;
+    bool holdsFrame() const;
+    bool complete(int size);
+    Result giveCutFrame(Frame& frame);
+
+    QByteArray m_buffer; // the last bytes that were appended
+    int m_offset = 0;    // of these, how many were read
+    QByteArray m_cut;    // front of a frame whose rest comes from m_buffer
+    QByteArray m_joined; // the last frame that was cut: its payload may be in use
 };

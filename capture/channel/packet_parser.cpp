@@ -15,13 +15,11 @@ class PartReader
 public:
     PartReader(const char* begin, int size) : m_begin(begin), m_size(size) {}
 
-    QByteArray take(int size)
+    void take(int size, QByteArray& part)
     {
-        if (size == 0 || size > m_size - m_position)
-            return {};
-        const QByteArray part(m_begin + m_position, size);
-        m_position += size;
-        return part;
+        const int taken = size > m_size - m_position ? 0 : size;
+        part.setRawData(m_begin + m_position, static_cast<uint>(taken));
+        m_position += taken;
     }
 
 private:
@@ -37,15 +35,13 @@ std::uint32_t counter(const QJsonObject& object, const char* key)
 
 } // namespace
 
-std::optional<UsbIPPacketInfo> parseCapturedPacket(const QByteArray& payload)
+bool parseCapturedPacket(const QByteArray& payload, UsbIPPacketInfo& packet)
 {
     if (payload.size() < kPacketFixedSize)
-        return std::nullopt;
+        return false;
     const char* bytes = payload.constData();
     const auto byteAt = [bytes](int offset) { return static_cast<std::uint8_t>(bytes[offset]); };
 
-    std::optional<UsbIPPacketInfo> result(std::in_place);
-    UsbIPPacketInfo& packet = *result;
     packet.timestamp = qFromLittleEndian<std::int64_t>(bytes);
     packet.deviceId = qFromLittleEndian<std::uint32_t>(bytes + 8);
     packet.sequenceNumber = qFromLittleEndian<std::uint32_t>(bytes + 12);
@@ -58,10 +54,12 @@ std::optional<UsbIPPacketInfo> parseCapturedPacket(const QByteArray& payload)
     packet.transferType = byteAt(28);
 
     PartReader parts(bytes + kPacketFixedSize, payload.size() - kPacketFixedSize);
-    packet.usbipHeader = parts.take(qFromLittleEndian<std::uint16_t>(bytes + 30));
-    packet.data = parts.take(qFromLittleEndian<std::uint16_t>(bytes + 32));
-    packet.setupData = parts.take(byteAt(34) != 0 ? kSetupSize : 0);
-    return result;
+    parts.take(qFromLittleEndian<std::uint16_t>(bytes + 30), packet.usbipHeader);
+    parts.take(qFromLittleEndian<std::uint16_t>(bytes + 32), packet.data);
+    parts.take(byteAt(34) != 0 ? kSetupSize : 0, packet.setupData);
+    packet.protocolInfo.clear();
+    packet.parsedDetails.clear();
+    return true;
 }
 
 QByteArray capturedPacketPayload(const UsbIPPacketInfo& packet)

@@ -10,10 +10,11 @@
 /// Bytes of a packet payload before its variable parts.
 inline constexpr int kPacketFixedSize = 40;
 
-/// A captured packet without its one-line decoding; nothing when the payload is shorter than the fixed part.
-/// Header copy, data and setup bytes follow each other; one that does not fit is left out without moving the read
-/// position, so that a truncated message stays usable. All integers are little-endian.
-std::optional<UsbIPPacketInfo> parseCapturedPacket(const QByteArray& payload);
+/// Makes `packet` the captured packet, without its one-line decoding; false when the payload is shorter than the fixed
+/// part. Header copy, data and setup bytes follow each other; one that does not fit is left out without moving the read
+/// position, so that a truncated message stays usable. All integers are little-endian. The packet's bytes refer to the
+/// payload's and are valid as long as those are; one object for many packets saves their allocations.
+bool parseCapturedPacket(const QByteArray& payload, UsbIPPacketInfo& packet);
 
 /// The payload that parseCapturedPacket() takes for this packet; parts are cut to the 65535 bytes that it can count.
 QByteArray capturedPacketPayload(const UsbIPPacketInfo& packet);

@@ -2,14 +2,16 @@
 
 #include "capture/channel/line_names.h"
 #include "capture/channel/log.h"
+#include "capture/channel/page_memory.h"
 
 #include <algorithm>
 #include <cstring>
 
 namespace {
 
-constexpr std::uint32_t kPageSize = 512 * 1024; // bytes; a packet that is larger has a page of its own
+constexpr std::size_t kPageSize = 512 * 1024; // bytes; a packet that is larger has a page of its own
 constexpr std::size_t kAlignment = 8;
+constexpr std::size_t kPlaceSize = sizeof(std::uint32_t);
 constexpr std::size_t kMostNoted = 100'000; // requests
 
 /// The fixed part of a packet in a page; its texts and bytes follow in the order of their sizes here.
@@ -35,7 +37,7 @@ struct Head
 /// Where the place of a page's packet is kept: a uint32 each, from the page's end towards its front.
 std::size_t slotOf(std::uint32_t capacity, std::size_t index)
 {
-    return capacity - (index + 1) * sizeof(std::uint32_t);
+    return capacity - (index + 1) * kPlaceSize;
 }
 
 std::size_t aligned(std::size_t size)
@@ -118,8 +120,8 @@ UsbIPPacketInfo PacketView::borrow() const
 
 void PacketStore::append(const UsbIPPacketInfo& packet)
 {
-    const QByteArray info = packet.protocolInfo.toUtf8();
-    const QByteArray details = packet.parsedDetails.toUtf8();
+    const QByteArray info = packet.protocolInfo.isEmpty() ? QByteArray() : packet.protocolInfo.toUtf8();
+    const QByteArray details = packet.parsedDetails.isEmpty() ? QByteArray() : packet.parsedDetails.toUtf8();
     const auto sizeOf = [](const QByteArray& bytes) { return static_cast<std::uint32_t>(bytes.size()); };
     const Head head{packet.timestamp,
                     packet.deviceId,
@@ -138,11 +140,10 @@ void PacketStore::append(const UsbIPPacketInfo& packet)
                     packet.transferType};
     const std::size_t size =
         aligned(sizeof head + head.infoSize + head.detailsSize + head.dataSize + head.setupSize + head.headerSize);
-    const std::lock_guard lock(m_mutex);
-    if (m_pages.empty() || m_pages.back().used + size > slotOf(m_pages.back().capacity, m_pages.back().count))
+    if (static_cast<std::size_t>(m_free.end - m_free.begin) < size + kPlaceSize)
         openPage(size);
-    Page& page = m_pages.back();
-    char* end = page.bytes.get() + page.used;
+    const auto place = static_cast<std::uint32_t>(m_free.begin - m_pageBegin);
+    char* end = m_free.begin;
     std::memcpy(end, &head, sizeof head);
     end += sizeof head;
     put(end, info);
@@ -150,21 +151,31 @@ void PacketStore::append(const UsbIPPacketInfo& packet)
     put(end, packet.data);
     put(end, packet.setupData);
     put(end, packet.usbipHeader);
-    std::memcpy(page.bytes.get() + slotOf(page.capacity, page.count), &page.used, sizeof page.used);
-    page.used += static_cast<std::uint32_t>(size);
-    ++page.count;
-    if (isToBeNoted(packet) && m_notedRequests.size() < kMostNoted)
+    m_free.begin += size;
+    m_free.end -= kPlaceSize;
+    std::memcpy(m_free.end, &place, kPlaceSize);
+    if (isToBeNoted(packet))
+        noteNext();
+    m_size.store(m_size.load(std::memory_order_relaxed) + 1, std::memory_order_release);
+}
+
+void PacketStore::noteNext()
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_notedRequests.size() < kMostNoted)
         m_notedRequests.push_back(static_cast<std::uint32_t>(m_size));
-    ++m_size;
 }
 
 void PacketStore::openPage(std::size_t packetSize)
 {
     Page page;
     page.first = m_size;
-    const std::size_t needed = packetSize + sizeof(std::uint32_t);
-    page.capacity = static_cast<std::uint32_t>(std::max<std::size_t>(kPageSize, aligned(needed)));
-    page.bytes = std::make_shared_for_overwrite<char[]>(page.capacity);
+    const std::size_t needed = aligned(packetSize + kPlaceSize);
+    page.capacity = static_cast<std::uint32_t>(std::max(kPageSize, needed));
+    page.bytes = pageMemory(page.capacity);
+    m_pageBegin = page.bytes.get();
+    m_free = {m_pageBegin, m_pageBegin + page.capacity};
+    const std::lock_guard lock(m_mutex);
     m_memory += page.capacity;
     m_pages.push_back(std::move(page));
     keepBudget();
@@ -188,8 +199,7 @@ void PacketStore::keepBudget()
 
 std::size_t PacketStore::size() const
 {
-    const std::lock_guard lock(m_mutex);
-    return m_size;
+    return m_size.load(std::memory_order_acquire);
 }
 
 std::vector<std::uint32_t> PacketStore::notedRequests(std::size_t known) const
@@ -218,31 +228,34 @@ void PacketStore::setMemoryBeside(qint64 bytes)
 }
 
 /// The page with its bytes, which are read from the file when they are there; null when that fails.
-PacketStore::Page PacketStore::pageOf(std::size_t number) const
+PacketStore::ReadPage PacketStore::pageOf(std::size_t number) const
 {
     const std::lock_guard lock(m_mutex);
     const auto after = std::upper_bound(m_pages.begin(), m_pages.end(), number,
                                         [](std::size_t wanted, const Page& page) { return wanted < page.first; });
-    Page page = *std::prev(after);
-    if (page.bytes)
-        return page;
-    auto bytes = std::make_shared_for_overwrite<char[]>(page.capacity);
-    if (m_file.read(page.filePosition, bytes.get(), page.capacity))
-        page.bytes = std::move(bytes);
+    const std::size_t end = after == m_pages.end() ? size() : after->first;
+    ReadPage read{*std::prev(after), 0};
+    read.count = end - read.page.first;
+    if (read.page.bytes)
+        return read;
+    auto bytes = std::make_shared_for_overwrite<char[]>(read.page.capacity);
+    if (m_file.read(read.page.filePosition, bytes.get(), read.page.capacity))
+        read.page.bytes = std::move(bytes);
     else
         qCWarning(captureLog) << "Packets of the temporary file cannot be read";
-    return page;
+    return read;
 }
 
 PacketView PacketReader::read(std::size_t number)
 {
-    if (!m_page.bytes || number < m_page.first || number - m_page.first >= m_page.count)
-        m_page = m_store->pageOf(number);
-    if (!m_page.bytes)
+    const PacketStore::Page& page = m_read.page;
+    if (!page.bytes || number < page.first || number - page.first >= m_read.count)
+        m_read = m_store->pageOf(number);
+    if (!page.bytes)
         return {};
-    const char* bytes = m_page.bytes.get();
+    const char* bytes = page.bytes.get();
     std::uint32_t place = 0;
-    std::memcpy(&place, bytes + slotOf(m_page.capacity, number - m_page.first), sizeof place);
+    std::memcpy(&place, bytes + slotOf(page.capacity, number - page.first), sizeof place);
     Head head;
     std::memcpy(&head, bytes + place, sizeof head);
     const char* part = bytes + place + sizeof head;

@@ -4,6 +4,7 @@
 #include "capture/channel/capture_types.h"
 #include "capture/channel/spill_file.h"
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <string_view>
@@ -74,20 +75,36 @@ private:
     struct Page
     {
         std::size_t first = 0;      // number of its first packet
-        std::uint32_t count = 0;    // packets
-        std::uint32_t used = 0;     // bytes from the front
         std::uint32_t capacity = 0; // bytes; places of the packets grow from the end
         Bytes bytes;                // null while it is in the file
         qint64 filePosition = -1;   // bytes
     };
+    /// A page and how many packets it has at the moment.
+    struct ReadPage
+    {
+        Page page;
+        std::size_t count = 0;
+    };
+
+    /// The part of the last page that is free. It is the appending thread's alone: what is written there becomes
+    /// others' when m_size counts it, so packets need no lock.
+    struct FreeSpace
+    {
+        char* begin = nullptr;
+        char* end = nullptr; // places of the packets lie behind it
+    };
 
     void openPage(std::size_t packetSize);
     void keepBudget();
-    Page pageOf(std::size_t number) const;
+    ReadPage pageOf(std::size_t number) const;
+    void noteNext();
+
+    FreeSpace m_free;
+    char* m_pageBegin = nullptr; // of the last page
+    std::atomic<std::size_t> m_size{0};
 
     mutable std::mutex m_mutex; // guards all that follows
     std::vector<Page> m_pages;
-    std::size_t m_size = 0;
     std::vector<std::uint32_t> m_notedRequests;
     const qint64 m_budget;
     qint64 m_memory = 0;             // bytes of pages in memory
@@ -108,5 +125,5 @@ public:
 
 private:
     std::shared_ptr<const PacketStore> m_store;
-    PacketStore::Page m_page;
+    PacketStore::ReadPage m_read;
 };

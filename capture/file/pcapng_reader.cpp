@@ -160,8 +160,9 @@ void PcapngReader::addSimplePacket(const QByteArray& body)
 
 void PcapngReader::addRecordless(const QByteArray& body)
 {
-    if (auto packet = parseCapturedPacket(body))
-        m_sink.add(std::move(*packet));
+    UsbIPPacketInfo packet;
+    if (parseCapturedPacket(body, packet))
+        m_sink.add(std::move(packet)); // which is done with it before `body` ends
     else
         m_sink.countDamaged();
 }

@@ -34,6 +34,7 @@ private slots:
     void reconnectsAfterLossAndAfterFailure();
     void bytesOfALostConnectionDoNotMixWithTheNext();
     void slotMayLetMoreBytesArrive();
+    void slotMayConnectBetweenMessages();
     void burstIsHandledInSlicesAndWholeBeforeTheDisconnect();
 };
 
@@ -183,6 +184,7 @@ void CaptureClientTest::keepsPacketsByDevice()
     PacketBytes bytes;
     bytes.deviceId = 0x10002;
     bytes.length = 0x80000001;
+    bytes.data = QByteArray(100, 'd');
     UsbIPCaptureClient client;
     QSignalSpy captured(&client, &UsbIPCaptureClient::packetCaptured);
     client.receive(frame(1, bytes.payload()));
@@ -192,6 +194,9 @@ void CaptureClientTest::keepsPacketsByDevice()
     QCOMPARE(client.packets(0x10002).size(), std::size_t(1));
     QCOMPARE(client.packets(0x10002).front().timestamp, 1700000000123);
     QVERIFY(client.packets(1).empty());
+    for (int more = 0; more < 10; ++more)
+        client.receive(frame(1, PacketBytes().payload() + QByteArray(200, 'x')));
+    QCOMPARE(captured[0][1].value<UsbIPPacketInfo>().data, QByteArray(100, 'd')); // a slot may keep what it was handed
 }
 
 void CaptureClientTest::readsTruncatedPackets_data()
@@ -402,6 +407,18 @@ void CaptureClientTest::slotMayLetMoreBytesArrive()
     client.receive(frame(1, first.payload()) + frame(1, second.payload()));
     QCOMPARE(order, (QList<quint32>{1, 2, 3}));
     QCOMPARE(client.packets(7).size(), std::size_t(3));
+}
+
+void CaptureClientTest::slotMayConnectBetweenMessages()
+{
+    UsbIPCaptureClient client;
+    int packets = 0;
+    connect(&client, &UsbIPCaptureClient::captureCleared, &client,
+            [&] { connect(&client, &UsbIPCaptureClient::packetCaptured, &client, [&packets] { ++packets; }); });
+    const QByteArray packet = frame(1, PacketBytes().payload());
+    client.receive(packet + frame(5, {}) + packet + packet);
+    QCOMPARE(packets, 2);
+    QCOMPARE(client.store()->size(), std::size_t(3));
 }
 
 void CaptureClientTest::burstIsHandledInSlicesAndWholeBeforeTheDisconnect()

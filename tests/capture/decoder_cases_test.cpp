@@ -43,11 +43,11 @@ QByteArray bytesOf(const QString& text)
 
 QString describe(const QByteArray& payload)
 {
-    auto packet = parseCapturedPacket(payload);
-    if (!packet)
+    UsbIPPacketInfo packet;
+    if (!parseCapturedPacket(payload, packet))
         return QStringLiteral("refused\n");
-    packet->parsedDetails = protocolLine(*packet);
-    return packet->parsedDetails + QStringLiteral("\n=== tree\n") + treeText(packetDetails(*packet), 0);
+    packet.parsedDetails = protocolLine(packet);
+    return packet.parsedDetails + QStringLiteral("\n=== tree\n") + treeText(packetDetails(packet), 0);
 }
 
 } // namespace

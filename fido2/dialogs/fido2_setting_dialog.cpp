@@ -4,11 +4,11 @@
 #include "fido2/dialogs/credential_texts.h"
 #include "fido2/dialogs/credentials_file_chooser.h"
 #include "fido2/dialogs/credentials_table.h"
+#include "fido2/dialogs/key_form.h"
+#include "fido2/file/credentials_file.h"
 #include "runtime/whole_file.h"
 #include "ui/plain_tool_tip.h"
 
-#include <QCheckBox>
-#include <QComboBox>
 #include <QDir>
 #include <QFileInfo>
 #include <QLabel>
@@ -30,32 +30,19 @@ Fido2SettingDialog::Fido2SettingDialog(QWidget* parent, Fido2Environment environ
 
 Fido2Parameters Fido2SettingDialog::parameters() const
 {
-    Fido2Parameters chosen;
-    // displayText: a pasted line end is still in text() and would begin another parameter.
-    chosen.vid = m_vid->displayText();
-    chosen.pid = m_pid->displayText();
-    chosen.name = m_name->displayText().trimmed();
-    chosen.usbVersionChoice = m_usbVersion->currentText();
-    chosen.serialNumber = m_serial->displayText().trimmed();
+    Fido2Parameters chosen = m_form->parameters();
     chosen.credentialsPath = m_path;
-    chosen.supportsPin = m_supportsPin->isChecked();
     return chosen;
-}
-
-KeyIdentity Fido2SettingDialog::form() const
-{
-    return {m_serial->displayText(), m_name->displayText(),       m_vid->displayText(),
-            m_pid->displayText(),    m_usbVersion->currentText(), m_supportsPin->isChecked()};
 }
 
 void Fido2SettingDialog::onGenerateSerialNumber()
 {
-    m_serial->setText(m_environment.newSerialNumber());
+    m_form->setSerialNumber(m_environment.newSerialNumber());
 }
 
 void Fido2SettingDialog::updateCredentialsFilePath()
 {
-    setPath(m_environment.credentialsPath(m_serial->displayText()));
+    setPath(m_environment.credentialsPath(m_form->identity().serialNumber));
 }
 
 void Fido2SettingDialog::setPath(const QString& path)
@@ -160,26 +147,7 @@ void Fido2SettingDialog::tell(QLabel* line, const QString& text)
 
 void Fido2SettingDialog::extractDeviceInfoFromCredential(const QJsonObject& credential)
 {
-    const QJsonObject info = credential.value(QStringLiteral("deviceInfo")).toObject();
-    const struct
-    {
-        QLineEdit* field;
-        QString key;
-    } texts[] = {
-        {m_serial, QStringLiteral("serialNumber")},
-        {m_vid, QStringLiteral("vid")},
-        {m_pid, QStringLiteral("pid")},
-        {m_name, QStringLiteral("deviceName")},
-    };
-    for (const auto& [field, key] : texts) {
-        if (const QString text = info.value(key).toString(); !text.isEmpty())
-            field->setText(text);
-    }
-    const int version = m_usbVersion->findText(info.value(QStringLiteral("usbVersion")).toString());
-    if (version >= 0)
-        m_usbVersion->setCurrentIndex(version);
-    if (const QJsonValue supportsPin = info.value(QStringLiteral("supportsPin")); supportsPin.isBool())
-        m_supportsPin->setChecked(supportsPin.toBool());
+    m_form->take(credential.value(QStringLiteral("deviceInfo")).toObject());
 }
 
 void Fido2SettingDialog::onSelectCredentialsFile()
@@ -305,7 +273,7 @@ void Fido2SettingDialog::onSaveCredentials()
     {
         const FileLock lock(m_path);
         pullChanges();
-        saved = CredentialsFile(m_path).save(lock, form(), m_credentials);
+        saved = CredentialsFile(m_path).save(lock, m_form->identity(), m_credentials);
     }
     if (!saved) {
         const QString folder = QFileInfo(m_path).path();
@@ -323,43 +291,11 @@ void Fido2SettingDialog::onSaveCredentials()
     succeed(tr("Credentials saved successfully"));
 }
 
-QLineEdit* Fido2SettingDialog::invalidField()
-{
-    const auto isBlank = [](const QLineEdit* field) { return field->text().trimmed().isEmpty(); };
-    const auto hasNoPrefix = [](const QLineEdit* id) { return !id->text().trimmed().startsWith(QStringLiteral("0x")); };
-    const auto isNoNumber = [](const QLineEdit* id) {
-        constexpr int kHexadecimal = 16;
-        bool converts = false;
-        id->text().trimmed().toULongLong(&converts, kHexadecimal);
-        return !converts;
-    };
-    const struct
-    {
-        QLineEdit* field;
-        bool isWrong;
-        QString complaint;
-    } checks[] = {
-        {m_vid, isBlank(m_vid), tr("Please enter USB VID")},
-        {m_pid, isBlank(m_pid), tr("Please enter USB PID")},
-        {m_name, isBlank(m_name), tr("Please enter device name")},
-        {m_vid, hasNoPrefix(m_vid), tr("VID and PID must start with '0x'")},
-        {m_pid, hasNoPrefix(m_pid), tr("VID and PID must start with '0x'")},
-        {m_vid, isNoNumber(m_vid), tr("Invalid VID or PID format")},
-        {m_pid, isNoNumber(m_pid), tr("Invalid VID or PID format")},
-    };
-    for (const auto& [field, isWrong, complaint] : checks) {
-        if (!isWrong)
-            continue;
-        complain(complaint);
-        return field;
-    }
-    return nullptr;
-}
-
 void Fido2SettingDialog::onCreateDevice()
 {
-    if (QLineEdit* field = invalidField()) {
-        field->setFocus();
+    if (const auto fault = m_form->findFault()) {
+        complain(fault->complaint);
+        fault->field->setFocus();
         return;
     }
     if (!mayDropChanges())
@@ -369,7 +305,7 @@ void Fido2SettingDialog::onCreateDevice()
                "• VID: %1\n• PID: %2\n• USB Version: %3\n• Device Name: %4\n• Support PIN: %5\n• Credentials File: %6")
                 .arg(chosen.vid, chosen.pid, chosen.usbVersionChoice, chosen.name, yesOrNo(chosen.supportsPin),
                      chosen.credentialsPath));
-    rememberSettings();
+    m_form->rememberAsLastUsed();
     accept();
 }
 

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "devices/parameter_list.h"
-#include "fido2/file/credentials_file.h"
 #include "fido2/file/fido2_environment.h"
 #include "fido2/file/followed_credentials.h"
 #include "ui/prompter.h"
@@ -15,9 +14,7 @@
 #include <functional>
 
 class CredentialsTable;
-class QCheckBox;
-class QComboBox;
-class QFormLayout;
+class KeyForm;
 class QLabel;
 class QLineEdit;
 class QTableWidgetItem;
@@ -60,13 +57,8 @@ public slots:
 
 private:
     void buildLayout();
-    void onLastUsed();
-    void rememberSettings() const;
-    QWidget* buildDeviceGroup();
     QWidget* buildCredentialsGroup();
     QWidget* buildButtonRow();
-    QLineEdit* addLine(QFormLayout* form, const QString& label, const QString& placeholder, const QString& text,
-                       const QString& objectName);
     void setPath(const QString& path);
     void loadFile(QString path); ///< by value: the path that is in use may be handed in, and changes meanwhile
     void loadUnlessUnsaved(const QString& path);
@@ -83,25 +75,17 @@ private:
     QSet<QString> idsExcept(int index) const;
     void complain(const QString& text);
     void succeed(const QString& text);
-    KeyIdentity form() const;
     /// Takes what others changed in the file since into the credentials and the table, and says so.
     void pullChanges();
     /// Of a file that is not followed: what a save would replace.
     void showFileState();
-    /// The field that keeps the key from being created, told to the user; null without one.
-    QLineEdit* invalidField();
 
     Fido2Environment m_environment;
     Prompter& m_prompter;
     QJsonArray m_credentials;
     QJsonArray m_stored; ///< as they were last read or saved
     QString m_path;
-    QLineEdit* m_vid = nullptr;
-    QLineEdit* m_pid = nullptr;
-    QComboBox* m_usbVersion = nullptr;
-    QLineEdit* m_name = nullptr;
-    QLineEdit* m_serial = nullptr;
-    QCheckBox* m_supportsPin = nullptr;
+    KeyForm* m_form = nullptr;
     CredentialsTable* m_table = nullptr;
     QLineEdit* m_search = nullptr;
     QLabel* m_unsaved = nullptr;

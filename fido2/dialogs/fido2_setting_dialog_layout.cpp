@@ -2,14 +2,11 @@
 #include "fido2/dialogs/fido2_setting_dialog.h"
 
 #include "fido2/dialogs/credentials_table.h"
-#include "runtime/last_used.h"
+#include "fido2/dialogs/key_form.h"
 #include "ui/dialog_parts.h"
 #include "ui/file_drop.h"
 #include "ui/form_rows.h"
 
-#include <QCheckBox>
-#include <QComboBox>
-#include <QFormLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -17,10 +14,6 @@
 #include <QPushButton>
 
 namespace {
-
-const QString kLastUsedKey = QStringLiteral("key");
-
-constexpr int kFieldWidth = 420; // serial numbers fit; the dialog is as wide as its table, which is too wide for them
 
 /// Takes a line of its own, or as much of one as there is room for, and none while it has no text.
 QLabel* addStateLine(QVBoxLayout* layout, const char* objectName)
@@ -35,31 +28,6 @@ QLabel* addStateLine(QVBoxLayout* layout, const char* objectName)
 
 } // namespace
 
-void Fido2SettingDialog::onLastUsed()
-{
-    for (const QString& text : lastUsedSettings(kLastUsedKey)) {
-        const QString name = text.section(QLatin1Char('='), 0, 0);
-        const QString value = text.section(QLatin1Char('='), 1);
-        if (auto* line = findChild<QLineEdit*>(name))
-            line->setText(value);
-        else if (auto* choice = findChild<QComboBox*>(name))
-            choice->setCurrentText(value);
-        else if (auto* box = findChild<QCheckBox*>(name))
-            box->setChecked(value == QStringLiteral("1"));
-    }
-}
-
-/// Under the names of the fields.
-void Fido2SettingDialog::rememberSettings() const
-{
-    QStringList texts;
-    for (const QLineEdit* line : {m_vid, m_pid, m_name})
-        texts << line->objectName() + QLatin1Char('=') + line->displayText();
-    texts << m_usbVersion->objectName() + QLatin1Char('=') + m_usbVersion->currentText()
-          << m_supportsPin->objectName() + QLatin1Char('=') + parameter::flag(m_supportsPin->isChecked());
-    rememberLastUsed(kLastUsedKey, texts);
-}
-
 void Fido2SettingDialog::buildLayout()
 {
     setWindowTitle(tr("FIDO2 Device Configuration"));
@@ -68,7 +36,11 @@ void Fido2SettingDialog::buildLayout()
     auto* body = new QWidget;
     auto* groups = new QVBoxLayout(body);
     groups->setContentsMargins(0, 0, 0, 0);
-    groups->addWidget(buildDeviceGroup());
+    m_form = new KeyForm;
+    connect(m_form, &KeyForm::serialNumberChanged, this, &Fido2SettingDialog::updateCredentialsFilePath);
+    connect(m_form, &KeyForm::generateRequested, this, &Fido2SettingDialog::onGenerateSerialNumber);
+    connect(m_form, &KeyForm::selectFileRequested, this, &Fido2SettingDialog::onSelectCredentialsFile);
+    groups->addWidget(m_form);
     groups->addWidget(buildCredentialsGroup(), 1);
     layout->addWidget(makeScrollable(body), 1);
     QPushButton* create = makeColoredButton(tr("Create FIDO2 Device"), ButtonColor::Green);
@@ -76,65 +48,13 @@ void Fido2SettingDialog::buildLayout()
     create->setDefault(true);
     QPushButton* lastUsed = named("lastUsed", makePlainButton(tr("Last used")));
     lastUsed->setToolTip(tr("Fills in what the key that was created last was made with, but for its serial number"));
-    lastUsed->setEnabled(!lastUsedSettings(kLastUsedKey).isEmpty());
-    connect(lastUsed, &QPushButton::clicked, this, &Fido2SettingDialog::onLastUsed);
+    lastUsed->setEnabled(KeyForm::hasLastUsed());
+    connect(lastUsed, &QPushButton::clicked, m_form, &KeyForm::fillInLastUsed);
     layout->addLayout(makeButtonRow({lastUsed, create}));
     connect(create, &QPushButton::clicked, this, &Fido2SettingDialog::onCreateDevice);
     takeDroppedFile(*this, [this](const QString& path) { loadUnlessUnsaved(path); });
     constexpr QSize kSize(1230, 680); // every column of the table at its width
     resizeOnScreen(*this, kSize);
-}
-
-QLineEdit* Fido2SettingDialog::addLine(QFormLayout* form, const QString& label, const QString& placeholder,
-                                       const QString& text, const QString& objectName)
-{
-    auto* line = new QLineEdit(text);
-    line->setObjectName(objectName);
-    line->setPlaceholderText(placeholder);
-    line->setMaximumWidth(kFieldWidth);
-    form->addRow(label, line);
-    return line;
-}
-
-QWidget* Fido2SettingDialog::buildDeviceGroup()
-{
-    const Fido2Parameters initial;
-    QFormLayout* form = nullptr;
-    QGroupBox* group = makeFormGroup(tr("Device Configuration"), &form);
-    m_vid = addLine(form, tr("USB VID:"), tr("Enter USB Vendor ID (e.g., 0x1234)"), initial.vid, QStringLiteral("vid"));
-    m_pid =
-        addLine(form, tr("USB PID:"), tr("Enter USB Product ID (e.g., 0x5678)"), initial.pid, QStringLiteral("pid"));
-    m_usbVersion = new QComboBox;
-    m_usbVersion->setObjectName(QStringLiteral("usbVersion"));
-    m_usbVersion->addItems({QStringLiteral("2.0"), QStringLiteral("3.0")});
-    form->addRow(tr("USB Version:"), m_usbVersion);
-    m_name = addLine(form, tr("Device Name:"), tr("Enter device name"), initial.name, QStringLiteral("deviceName"));
-
-    auto* serialRow = new QHBoxLayout;
-    m_serial = new QLineEdit;
-    m_serial->setObjectName(QStringLiteral("serialNumber"));
-    m_serial->setPlaceholderText(tr("Device serial number"));
-    QPushButton* generate = makePlainButton(tr("Generate"));
-    generate->setObjectName(QStringLiteral("generate"));
-    QPushButton* select = makePlainButton(tr("Select Credentials File"));
-    select->setObjectName(QStringLiteral("selectFile"));
-    widenFor(m_serial, m_serial->placeholderText());
-    m_serial->setMaximumWidth(kFieldWidth);
-    serialRow->addWidget(m_serial, 1);
-    serialRow->addWidget(generate);
-    serialRow->addWidget(select);
-    serialRow->addStretch();
-    form->addRow(makeLabelFor(m_serial, tr("Device Serial Number:")), serialRow);
-    m_supportsPin = new QCheckBox;
-    m_supportsPin->setObjectName(QStringLiteral("supportsPin"));
-    m_supportsPin->setChecked(true);
-    const QLabel* label = addFormRow(form, tr("Support PIN:"), m_supportsPin);
-    m_supportsPin->setMinimumHeight(label->sizeHint().height()); // it has no text that would put it on the label's line
-
-    connect(m_serial, &QLineEdit::textChanged, this, &Fido2SettingDialog::updateCredentialsFilePath);
-    connect(generate, &QPushButton::clicked, this, &Fido2SettingDialog::onGenerateSerialNumber);
-    connect(select, &QPushButton::clicked, this, &Fido2SettingDialog::onSelectCredentialsFile);
-    return group;
 }
 
 QWidget* Fido2SettingDialog::buildCredentialsGroup()

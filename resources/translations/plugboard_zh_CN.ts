@@ -1729,26 +1729,6 @@ This action cannot be undone!</source>
         <translation>无法写入凭据文件：%1</translation>
     </message>
     <message>
-        <source>Please enter USB VID</source>
-        <translation>请输入 USB VID</translation>
-    </message>
-    <message>
-        <source>Please enter USB PID</source>
-        <translation>请输入 USB PID</translation>
-    </message>
-    <message>
-        <source>Please enter device name</source>
-        <translation>请输入设备名称</translation>
-    </message>
-    <message>
-        <source>VID and PID must start with &apos;0x&apos;</source>
-        <translation>VID 和 PID 必须以“0x”开头</translation>
-    </message>
-    <message>
-        <source>Invalid VID or PID format</source>
-        <translation>VID 或 PID 的格式无效</translation>
-    </message>
-    <message>
         <source>FIDO2 device configuration is valid.
 
 Device will be created with the following settings:
@@ -1783,58 +1763,6 @@ Device will be created with the following settings:
     <message>
         <source>Create FIDO2 Device</source>
         <translation>创建 FIDO2 设备</translation>
-    </message>
-    <message>
-        <source>Device Configuration</source>
-        <translation>设备配置</translation>
-    </message>
-    <message>
-        <source>USB VID:</source>
-        <translation>USB VID：</translation>
-    </message>
-    <message>
-        <source>Enter USB Vendor ID (e.g., 0x1234)</source>
-        <translation>输入 USB 厂商 ID（例如 0x1234）</translation>
-    </message>
-    <message>
-        <source>USB PID:</source>
-        <translation>USB PID：</translation>
-    </message>
-    <message>
-        <source>Enter USB Product ID (e.g., 0x5678)</source>
-        <translation>输入 USB 产品 ID（例如 0x5678）</translation>
-    </message>
-    <message>
-        <source>USB Version:</source>
-        <translation>USB 版本：</translation>
-    </message>
-    <message>
-        <source>Device Name:</source>
-        <translation>设备名称：</translation>
-    </message>
-    <message>
-        <source>Enter device name</source>
-        <translation>输入设备名称</translation>
-    </message>
-    <message>
-        <source>Device serial number</source>
-        <translation>设备序列号</translation>
-    </message>
-    <message>
-        <source>Generate</source>
-        <translation>生成</translation>
-    </message>
-    <message>
-        <source>Select Credentials File</source>
-        <translation>选择凭据文件</translation>
-    </message>
-    <message>
-        <source>Device Serial Number:</source>
-        <translation>设备序列号：</translation>
-    </message>
-    <message>
-        <source>Support PIN:</source>
-        <translation>支持 PIN 码：</translation>
     </message>
     <message>
         <source>Credentials Management</source>
@@ -1969,6 +1897,81 @@ Device will be created with the following settings:
     <message>
         <source>Filter, letter %1: %2</source>
         <translation>过滤器，第 %1 个字符：%2</translation>
+    </message>
+</context>
+<context>
+    <name>KeyForm</name>
+    <message>
+        <source>Device Configuration</source>
+        <translation>设备配置</translation>
+    </message>
+    <message>
+        <source>USB VID:</source>
+        <translation>USB VID：</translation>
+    </message>
+    <message>
+        <source>Enter USB Vendor ID (e.g., 0x1234)</source>
+        <translation>输入 USB 厂商 ID（例如 0x1234）</translation>
+    </message>
+    <message>
+        <source>USB PID:</source>
+        <translation>USB PID：</translation>
+    </message>
+    <message>
+        <source>Enter USB Product ID (e.g., 0x5678)</source>
+        <translation>输入 USB 产品 ID（例如 0x5678）</translation>
+    </message>
+    <message>
+        <source>USB Version:</source>
+        <translation>USB 版本：</translation>
+    </message>
+    <message>
+        <source>Device Name:</source>
+        <translation>设备名称：</translation>
+    </message>
+    <message>
+        <source>Enter device name</source>
+        <translation>输入设备名称</translation>
+    </message>
+    <message>
+        <source>Support PIN:</source>
+        <translation>支持 PIN 码：</translation>
+    </message>
+    <message>
+        <source>Device serial number</source>
+        <translation>设备序列号</translation>
+    </message>
+    <message>
+        <source>Generate</source>
+        <translation>生成</translation>
+    </message>
+    <message>
+        <source>Select Credentials File</source>
+        <translation>选择凭据文件</translation>
+    </message>
+    <message>
+        <source>Device Serial Number:</source>
+        <translation>设备序列号：</translation>
+    </message>
+    <message>
+        <source>Please enter USB VID</source>
+        <translation>请输入 USB VID</translation>
+    </message>
+    <message>
+        <source>Please enter USB PID</source>
+        <translation>请输入 USB PID</translation>
+    </message>
+    <message>
+        <source>Please enter device name</source>
+        <translation>请输入设备名称</translation>
+    </message>
+    <message>
+        <source>VID and PID must start with &apos;0x&apos;</source>
+        <translation>VID 和 PID 必须以“0x”开头</translation>
+    </message>
+    <message>
+        <source>Invalid VID or PID format</source>
+        <translation>VID 或 PID 的格式无效</translation>
     </message>
 </context>
 <context>

@@ -25,14 +25,14 @@ bool isBlank(const QLineEdit* field)
 
 bool hasNoPrefix(const QLineEdit* id)
 {
-    return !id->text().trimmed().startsWith(QStringLiteral("0x"));
+    return !id->text().startsWith(QStringLiteral("0x"));
 }
 
 bool isNoNumber(const QLineEdit* id)
 {
     constexpr int kHexadecimal = 16;
     bool converts = false;
-    id->text().trimmed().toULongLong(&converts, kHexadecimal);
+    id->text().toULongLong(&converts, kHexadecimal); // blanks behind the digits do not matter
     return !converts;
 }
 

@@ -2,6 +2,7 @@
 #include "fido2/file/credentials_merge.h"
 #include "fido2/file/pin.h"
 #include "tests/fido2/fido2_test_support.h"
+#include "tests/support/log_lines.h"
 #include "tests/support/suite_registry.h"
 
 #include <QFileInfo>
@@ -156,27 +157,37 @@ void CredentialsFileTest::clearDeletesNamedFilesAndNothingElse()
 {
     const KeyFolder folder;
     const QString path = folder.keyPath(QStringLiteral("S1_credentials.json"));
-    const QStringList doomed{path,
-                             folder.keyPath(QStringLiteral("S1_ca_cert.pem")),
-                             folder.keyPath(QStringLiteral("S1_ca_public.pem")),
-                             folder.keyPath(QStringLiteral("S1_ca_private.pem")),
-                             folder.keyPath(QStringLiteral("S1_pin_public.pem")),
-                             folder.keyPath(QStringLiteral("S1_pin_private.pem")),
-                             folder.keyPath(QStringLiteral("S1_credentials.json.aBcDeF")), // of an interrupted save
-                             folder.path(QStringLiteral("elsewhere.pem"))};
+    QStringList doomed{path,
+                       folder.keyPath(QStringLiteral("S1_ca_cert.pem")),
+                       folder.keyPath(QStringLiteral("S1_ca_public.pem")),
+                       folder.keyPath(QStringLiteral("S1_ca_private.pem")),
+                       folder.keyPath(QStringLiteral("S1_pin_public.pem")),
+                       folder.keyPath(QStringLiteral("S1_pin_private.pem")),
+                       folder.keyPath(QStringLiteral("S1_credentials.json.aBcDeF")), // of an interrupted save
+                       folder.path(QStringLiteral("elsewhere.pem"))};
     const QStringList spared{folder.keyPath(QStringLiteral("S2_ca_cert.pem")), folder.path(QStringLiteral("other")),
                              folder.keyPath(QStringLiteral("S1_credentials.json.backup"))};
     for (const QString& file : doomed + spared)
         folder.write(file, "x");
+#ifndef Q_OS_WIN
+    doomed << folder.path(QStringLiteral("link.pem"));
+    QVERIFY(QFile::link(spared.first(), doomed.last()));
+#endif
     QDir(folder.path({})).mkdir(QStringLiteral("empty"));
     const QString folderPath = folder.path(QStringLiteral("empty"));
-    const QJsonArray credentials{QJsonObject{{QStringLiteral("privateKeyFile"), doomed.last()}},
-                                 QJsonObject{{QStringLiteral("privateKeyFile"), folderPath}},
-                                 QJsonObject{{QStringLiteral("publicKeyFile"), QString()}}, QStringLiteral("no object"),
-                                 QJsonObject{{QStringLiteral("publicKeyFile"), QStringLiteral("not/there.pem")}}};
+    const QJsonArray credentials{
+        QJsonObject{{QStringLiteral("privateKeyFile"), doomed.last()}},
+        QJsonObject{{QStringLiteral("publicKeyFile"), folder.path(QStringLiteral("elsewhere.pem"))}},
+        QJsonObject{{QStringLiteral("privateKeyFile"), folderPath}},
+        QJsonObject{{QStringLiteral("publicKeyFile"), QString()}},
+        QStringLiteral("no object"),
+        QJsonObject{{QStringLiteral("publicKeyFile"), QStringLiteral("not/there.pem")}}};
+    const LogLines logged;
     CredentialsFile(path).clear(folder.environment().directory(), QStringLiteral("S1"), credentials);
-    for (const QString& file : doomed)
-        QVERIFY2(!QFileInfo::exists(file), qPrintable(file));
+    for (const QString& file : doomed) {
+        QVERIFY2(!QFileInfo(file).isSymLink() && !QFileInfo::exists(file), qPrintable(file));
+        QVERIFY2(logged.lines().contains(QStringLiteral("Deleted: ") + file), qPrintable(file));
+    }
     for (const QString& file : spared + QStringList{folderPath})
         QVERIFY2(QFileInfo::exists(file), qPrintable(file));
 }

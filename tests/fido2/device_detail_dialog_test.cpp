@@ -185,6 +185,9 @@ void DeviceDetailDialogTest::clearsOnlyOnYes()
     prompter.expectInformation(QStringLiteral("Success"), QStringLiteral("Device has been cleared successfully"));
     click(dialog, "clear");
     QVERIFY(!QFileInfo::exists(m_path));
+    QCOMPARE(part(dialog, "serialNumber")->text(), QStringLiteral("N/A")); // what is gone is shown no more
+    QVERIFY(part<QTextEdit>(dialog, "summary")->toPlainText().startsWith(QStringLiteral("Total Credentials: 0\n")));
+    QVERIFY(!part<QPushButton>(dialog, "setPin")->isEnabled());
     QCOMPARE(prompter.verify(), QString());
 }
 

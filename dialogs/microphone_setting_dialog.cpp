@@ -1,6 +1,6 @@
 #include "dialogs/microphone_setting_dialog.h"
 
-#include "dialogs/field_patterns.h"
+#include "dialogs/microphone_device_form.h"
 #include "dialogs/network_row.h"
 #include "runtime/last_used.h"
 #include "ui/file_drop.h"
@@ -18,23 +18,12 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
-#include <QRegularExpressionValidator>
 #include <QSpinBox>
 #include <QVBoxLayout>
 
 namespace {
 
 const QString kLastUsed = QStringLiteral("microphone");
-constexpr int kUac1Index = 0;
-constexpr int kUac2Index = 1;
-constexpr int kUsb3Index = 1;
-
-QLineEdit* edit(const char* name, const QString& text, const QString& placeholder, QWidget* parent)
-{
-    auto* made = named(name, new QLineEdit(text, parent));
-    made->setPlaceholderText(placeholder);
-    return made;
-}
 
 } // namespace
 
@@ -49,14 +38,13 @@ MicrophoneSettingDialog::MicrophoneSettingDialog(QWidget* parent, Prompter& prom
     updateSampleRateOptions();
     connect(m_channels, qOverload<int>(&QSpinBox::valueChanged), this,
             &MicrophoneSettingDialog::updateSampleRateOptions);
-    connect(m_uacVersion, qOverload<int>(&QComboBox::currentIndexChanged), this,
-            &MicrophoneSettingDialog::onUacVersionChanged);
 }
 
 void MicrophoneSettingDialog::layOut()
 {
     auto* layout = new QVBoxLayout(this);
-    layout->addWidget(deviceGroup());
+    m_device = new MicrophoneDeviceForm(this);
+    layout->addWidget(m_device);
     layout->addWidget(sourceGroup());
     layout->addWidget(audioGroup());
     layout->addStretch();
@@ -78,35 +66,6 @@ void MicrophoneSettingDialog::layOut()
     showSourceRow(false);
     m_audioForm->activate();
     resize(width, sizeHint().height());
-}
-
-QGroupBox* MicrophoneSettingDialog::deviceGroup()
-{
-    const MicrophoneSettings initial;
-    auto* group = new QGroupBox(tr("USB Device Settings"), this);
-    m_vid = edit("vid", initial.vid, tr("e.g., 1d6b"), group);
-    m_pid = edit("pid", initial.pid, tr("e.g., 0002"), group);
-    auto* id = new QRegularExpressionValidator(QRegularExpression(patterns::kPlainId), this);
-    m_vid->setValidator(id);
-    m_pid->setValidator(id);
-    m_deviceName = edit("deviceName", initial.deviceName, tr("e.g., USB Microphone"), group);
-    m_usbVersion = named("usbVersion", new QComboBox(group));
-    m_usbVersion->addItem(QStringLiteral("2.0"), QStringLiteral("0"));
-    m_usbVersion->addItem(QStringLiteral("3.0"), QStringLiteral("1"));
-    m_uacVersion = named("uacVersion", new QComboBox(group));
-    m_uacVersion->addItem(tr("UAC 1.0"), QStringLiteral("1.0"));
-    m_uacVersion->addItem(tr("UAC 2.0"), QStringLiteral("2.0"));
-    m_realTime = named("realTime", new QCheckBox(tr("Real-time Mode"), group));
-    m_realTime->setToolTip(tr("Enable real-time audio streaming mode"));
-
-    auto* form = new QFormLayout(group);
-    addFormRow(form, tr("USB VID:"), m_vid);
-    addFormRow(form, tr("USB PID:"), m_pid);
-    addFormRow(form, tr("Device Name:"), m_deviceName);
-    addFormRow(form, tr("USB Version:"), m_usbVersion);
-    addFormRow(form, tr("UAC Version:"), m_uacVersion);
-    addFormRow(form, tr("RT Mode:"), m_realTime);
-    return group;
 }
 
 QGroupBox* MicrophoneSettingDialog::sourceGroup()
@@ -173,14 +132,9 @@ void MicrophoneSettingDialog::showSourceRow(bool isNetwork)
 MicrophoneSettings MicrophoneSettingDialog::settings() const
 {
     MicrophoneSettings chosen;
-    chosen.vid = m_vid->text();
-    chosen.pid = m_pid->text();
-    chosen.deviceName = m_deviceName->displayText(); // as shown: a pasted line end is still in text()
-    chosen.usbVersion = m_usbVersion->currentData().toString();
-    chosen.uacVersion = m_uacVersion->currentData().toString();
-    chosen.realTime = m_realTime->isChecked();
+    m_device->readInto(chosen);
     chosen.isNetwork = m_ipCam->isChecked();
-    chosen.path = m_path->displayText();
+    chosen.path = m_path->displayText(); // as shown: a pasted line end is still in text()
     chosen.network = m_network->source();
     chosen.channels = m_channels->value();
     chosen.sampleRate = m_sampleRate->currentText().toInt();
@@ -225,7 +179,8 @@ void MicrophoneSettingDialog::acceptFile(const MicrophoneSettings& chosen)
     const MicrophoneSettings::Fault fault = chosen.findFault();
     if (fault != MicrophoneSettings::Fault::None) {
         m_prompter.warning(this, tr("Invalid Input"), textOf(fault));
-        fieldOf(fault)->setFocus();
+        QLineEdit* field = m_device->fieldOf(fault);
+        (field ? field : m_path)->setFocus();
         return;
     }
     const QString question = tr("The selected audio file does not exist. Do you want to continue anyway?");
@@ -234,22 +189,6 @@ void MicrophoneSettingDialog::acceptFile(const MicrophoneSettings& chosen)
         return;
     }
     accept();
-}
-
-QLineEdit* MicrophoneSettingDialog::fieldOf(MicrophoneSettings::Fault fault) const
-{
-    switch (fault) {
-    case MicrophoneSettings::Fault::Vid:
-        return m_vid;
-    case MicrophoneSettings::Fault::Pid:
-        return m_pid;
-    case MicrophoneSettings::Fault::DeviceName:
-        return m_deviceName;
-    case MicrophoneSettings::Fault::Path:
-    case MicrophoneSettings::Fault::None:
-        break;
-    }
-    return m_path;
 }
 
 void MicrophoneSettingDialog::onCancel()
@@ -270,10 +209,7 @@ void MicrophoneSettingDialog::onInputSourceChanged()
 {
     const bool isNetwork = m_ipCam->isChecked();
     showSourceRow(isNetwork);
-    if (isNetwork)
-        m_uacVersion->setCurrentIndex(kUac1Index);
-    m_uacVersion->setEnabled(!isNetwork);
-    m_usbVersion->setEnabled(true);
+    m_device->lockForNetwork(isNetwork);
 }
 
 void MicrophoneSettingDialog::onTestNetwork()
@@ -307,13 +243,8 @@ void MicrophoneSettingDialog::onLastUsed()
 
 void MicrophoneSettingDialog::fill(const MicrophoneSettings& settings)
 {
-    m_vid->setText(settings.vid);
-    m_pid->setText(settings.pid);
-    m_deviceName->setText(settings.deviceName);
     (settings.isNetwork ? m_ipCam : m_file)->setChecked(true);
-    m_uacVersion->setCurrentIndex(m_uacVersion->findData(settings.uacVersion));
-    m_usbVersion->setCurrentIndex(m_usbVersion->findData(settings.usbVersion));
-    m_realTime->setChecked(settings.realTime);
+    m_device->fill(settings);
     m_path->setText(settings.path);
     m_network->setSource(settings.network);
     m_loop->setChecked(settings.loop);
@@ -330,11 +261,4 @@ void MicrophoneSettingDialog::done(int result)
     if (result == Accepted)
         rememberLastUsed(kLastUsed, microphoneAssignments(settings()));
     QDialog::done(result);
-}
-
-void MicrophoneSettingDialog::onUacVersionChanged(int index)
-{
-    if (index == kUac2Index)
-        m_usbVersion->setCurrentIndex(kUsb3Index);
-    m_usbVersion->setEnabled(index != kUac2Index);
 }

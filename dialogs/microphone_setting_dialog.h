@@ -7,6 +7,7 @@
 
 #include <QDialog>
 
+class MicrophoneDeviceForm;
 class NetworkRow;
 class QCheckBox;
 class QComboBox;
@@ -39,12 +40,10 @@ private slots:
     void updateSampleRateOptions();
     void onInputSourceChanged();
     void onTestNetwork();
-    void onUacVersionChanged(int index);
     void onLastUsed();
     void onDropped(const QString& path);
 
 private:
-    QGroupBox* deviceGroup();
     QGroupBox* sourceGroup();
     QGroupBox* audioGroup();
     void addSourceRows(QWidget* group);
@@ -52,7 +51,6 @@ private:
     void layOut();
     void acceptNetwork(const MicrophoneSettings& chosen);
     void acceptFile(const MicrophoneSettings& chosen);
-    QLineEdit* fieldOf(MicrophoneSettings::Fault fault) const;
     /// Why the stream is of no use; empty when it opens and has sound.
     QString uselessStream(const QString& url) const;
     void fill(const MicrophoneSettings& settings);
@@ -60,12 +58,7 @@ private:
     Prompter& m_prompter;
     const SourceCheck m_check;
     QFormLayout* m_audioForm = nullptr;
-    QLineEdit* m_vid = nullptr;
-    QLineEdit* m_pid = nullptr;
-    QLineEdit* m_deviceName = nullptr;
-    QComboBox* m_usbVersion = nullptr;
-    QComboBox* m_uacVersion = nullptr;
-    QCheckBox* m_realTime = nullptr;
+    MicrophoneDeviceForm* m_device = nullptr;
     QLabel* m_pathLabel = nullptr;
     QLineEdit* m_path = nullptr;
     QPushButton* m_browse = nullptr;

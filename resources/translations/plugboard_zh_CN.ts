@@ -2050,11 +2050,7 @@ Error code: %2</source>
     </message>
 </context>
 <context>
-    <name>MicrophoneSettingDialog</name>
-    <message>
-        <source>Microphone Configuration</source>
-        <translation>麦克风配置</translation>
-    </message>
+    <name>MicrophoneDeviceForm</name>
     <message>
         <source>USB Device Settings</source>
         <translation>USB 设备设置</translation>
@@ -2110,6 +2106,13 @@ Error code: %2</source>
     <message>
         <source>RT Mode:</source>
         <translation>实时模式：</translation>
+    </message>
+</context>
+<context>
+    <name>MicrophoneSettingDialog</name>
+    <message>
+        <source>Microphone Configuration</source>
+        <translation>麦克风配置</translation>
     </message>
     <message>
         <source>Audio Input Source</source>

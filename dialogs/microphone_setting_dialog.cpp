@@ -3,6 +3,7 @@
 #include "dialogs/microphone_device_form.h"
 #include "dialogs/network_row.h"
 #include "runtime/last_used.h"
+#include "ui/dialog_parts.h"
 #include "ui/file_drop.h"
 #include "ui/form_rows.h"
 #include "ui/path_edit.h"
@@ -43,11 +44,14 @@ MicrophoneSettingDialog::MicrophoneSettingDialog(QWidget* parent, Prompter& prom
 void MicrophoneSettingDialog::layOut()
 {
     auto* layout = new QVBoxLayout(this);
+    auto* body = new QWidget(this);
+    auto* groups = new QVBoxLayout(body);
+    groups->setContentsMargins(0, 0, 0, 0);
     m_device = new MicrophoneDeviceForm(this);
-    layout->addWidget(m_device);
-    layout->addWidget(sourceGroup());
-    layout->addWidget(audioGroup());
-    layout->addStretch();
+    groups->addWidget(m_device);
+    groups->addWidget(sourceGroup());
+    groups->addWidget(audioGroup());
+    groups->addStretch();
 
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
     connect(buttons, &QDialogButtonBox::accepted, this, &MicrophoneSettingDialog::onAccept);
@@ -62,10 +66,11 @@ void MicrophoneSettingDialog::layOut()
 
     alignFormLabels(*this);
     // The width that every row needs, so that another source does not change it.
-    const int width = sizeHint().width();
+    const int widest = body->sizeHint().width();
     showSourceRow(false);
     m_audioForm->activate();
-    resize(width, sizeHint().height());
+    layout->insertWidget(0, makeScrollable(body), 1);
+    resizeOnScreen(*this, sizeHint() + QSize(widest - body->sizeHint().width(), 0));
 }
 
 QGroupBox* MicrophoneSettingDialog::sourceGroup()

@@ -66,6 +66,14 @@ public:
         return {widget()->minimumSizeHint().width() + barWidth(), QScrollArea::minimumSizeHint().height()};
     }
 
+    /// The content may need another width now.
+    bool eventFilter(QObject* object, QEvent* event) override
+    {
+        if (object == widget() && event->type() == QEvent::LayoutRequest)
+            updateGeometry();
+        return QScrollArea::eventFilter(object, event);
+    }
+
 private:
     int barWidth() const { return verticalScrollBar()->sizeHint().width(); }
 };

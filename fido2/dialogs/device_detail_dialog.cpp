@@ -13,6 +13,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTextEdit>
+#include <QVBoxLayout>
 
 namespace {
 
@@ -51,12 +52,16 @@ DeviceDetailDialog::DeviceDetailDialog(const QString& credentialsPath, const QSt
     setWindowTitle(tr("Device Details - %1").arg(shownText(serialNumber)));
     setWindowFlag(Qt::WindowContextHelpButtonHint, false);
     auto* layout = new QVBoxLayout(this);
-    layout->addWidget(buildDeviceGroup());
-    layout->addWidget(buildCredentialsGroup(), 1);
+    auto* body = new QWidget;
+    auto* groups = new QVBoxLayout(body);
+    groups->setContentsMargins(0, 0, 0, 0);
+    groups->addWidget(buildDeviceGroup());
+    groups->addWidget(buildCredentialsGroup(), 1);
     m_pinForm = new PinForm;
     connect(m_pinForm, &PinForm::setRequested, this, &DeviceDetailDialog::onSetPin);
-    layout->addWidget(m_pinForm);
-    layout->addWidget(buildActions());
+    groups->addWidget(m_pinForm);
+    groups->addWidget(buildActions());
+    layout->addWidget(makeScrollable(body), 1);
 
     QPushButton* close = makePlainButton(tr("Close"));
     close->setObjectName(QStringLiteral("close"));

@@ -104,14 +104,13 @@ private:
         need(button, button.text(), QSize(width + 2 * kFrame, height + 2 * kFrame));
     }
 
-    /// The placeholder, as it would show in an empty field.
+    /// A line of its font, and the placeholder as it would show in an empty field.
     void checkLineEdit(const QLineEdit& edit)
     {
-        if (edit.placeholderText().isEmpty())
-            return;
         constexpr int kFrameAndMargin = 4; // pixels at each side, of every style that is used here
-        need(edit, edit.placeholderText(),
-             QSize(edit.fontMetrics().horizontalAdvance(edit.placeholderText()) + 2 * kFrameAndMargin, 0));
+        const QString text = edit.placeholderText();
+        const int width = text.isEmpty() ? 0 : edit.fontMetrics().horizontalAdvance(text) + 2 * kFrameAndMargin;
+        need(edit, text, QSize(width, edit.sizeHint().height()));
     }
 
     void checkHeader(const QHeaderView& header)

@@ -6,7 +6,10 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QDialogButtonBox>
 #include <QMessageBox>
+#include <QScreen>
+#include <QTextEdit>
 #include <QtTest>
 
 class WindowTextsTest : public QObject
@@ -19,6 +22,7 @@ private slots:
     void textsFitAndSpeakTheLanguage_data();
     void textsFitAndSpeakTheLanguage();
     void buttonsOfBoxesSpeakTheLanguage();
+    void closingButtonsClose();
 
 private:
     QFont m_font;
@@ -85,6 +89,8 @@ void WindowTextsTest::textsFitAndSpeakTheLanguage()
     const std::unique_ptr<QWidget> made = maker->make();
     made->show();
     QVERIFY(QTest::qWaitForWindowExposed(made.get()));
+    QCoreApplication::processEvents(); // what scrolls tells its layout what it needs
+    QVERIFY2(made->height() <= made->screen()->availableSize().height(), qPrintable(QString::number(made->height())));
     QCOMPARE(clippedTexts(*made).join(QLatin1Char('\n')), QString());
 
     const QStringList texts = ownTexts(*made);
@@ -114,6 +120,34 @@ void WindowTextsTest::buttonsOfBoxesSpeakTheLanguage()
     QVERIFY(!systemPrompter().question(nullptr, QStringLiteral("title"), QStringLiteral("text")));
     QCOMPARE(texts, QStringList({QStringLiteral("是(&Y)"), QStringLiteral("否(&N)")}));
     QCOMPARE(clipped, QStringList());
+}
+
+/// Tests that click one of them end whether it works or not: what a modal window leaves open is closed for them.
+void WindowTextsTest::closingButtonsClose()
+{
+    AllWindows windows;
+    QStringList closed;
+    for (const WindowMaker& maker : windows.makers()) {
+        const std::unique_ptr<QWidget> window = maker.make();
+        window->show();
+        for (QAbstractButton* button : window->findChildren<QAbstractButton*>()) {
+            const auto* box = qobject_cast<QDialogButtonBox*>(button->parentWidget());
+            const bool closes = button->objectName() == QLatin1String("close") ||
+                                button->objectName() == QLatin1String("cancel") ||
+                                (box && box->buttonRole(button) == QDialogButtonBox::RejectRole);
+            if (!closes)
+                continue;
+            button->click();
+            QVERIFY2(!window->isVisible(), maker.name);
+            closed << QString::fromLatin1(maker.name);
+        }
+        for (const QTextEdit* text : window->findChildren<QTextEdit*>())
+            QVERIFY2(text->isReadOnly(), maker.name);
+    }
+    QCOMPARE(closed.join(QStringLiteral(", ")),
+             QStringLiteral("camera settings, camera settings, network, microphone settings, microphone settings, "
+                            "network, key file chooser, new credential, credential, credential details, key details, "
+                            "request details, packet details, device configuration"));
 }
 
 PLUGBOARD_SUITE(WindowTextsTest)

@@ -1,5 +1,8 @@
 #include "media/av_scaler.h"
+#include "media/control/cmd_map.h"
 #include "media/control/cmd_server.h"
+#include "media/debug_commands.h"
+#include "tests/media/media_files.h"
 #include "tests/support/suite_registry.h"
 
 #include <QDir>
@@ -30,6 +33,7 @@ private slots:
     void scalerAnswersCommands();
     void scalerOfAnotherThreadFindsItsNameFree();
     void scalerMayDieWhileCommandsRun();
+    void debugCommands();
 };
 
 namespace {
@@ -364,6 +368,42 @@ void CmdServerTest::scalerMayDieWhileCommandsRun()
         QTRY_VERIFY(!client.isConnected());
         media.join();
     }
+}
+
+void CmdServerTest::debugCommands()
+{
+    const CmdMap& commands = CmdMap::instance();
+    const std::vector<std::string> names = commands.names();
+    QCOMPARE(names, (std::vector<std::string>{"Reset", "TestAv"}));
+    QVERIFY(!commands.run("reset", nullptr, nullptr));
+    QCOMPARE(*commands.run("Reset", nullptr, nullptr), -1);
+
+    std::wstring askedClass;
+    std::vector<std::wstring> sent;
+    bool accepts = true;
+    ResetArguments arguments;
+    arguments.paths = [&](const std::wstring& interfaceClass, std::size_t limit) {
+        askedClass = limit == 8192 ? interfaceClass : L"wrong limit";
+        return std::vector<std::wstring>{L"\\\\?\\ROOT#OTHER", L"\\\\?\\ROOT#VHCI#0", L"\\\\?\\ROOT#VxHCI#0"};
+    };
+    arguments.send = [&](const std::wstring& path) {
+        sent.push_back(path);
+        return accepts;
+    };
+    QCOMPARE(*commands.run("Reset", &arguments, nullptr), 0);
+    arguments.kind = L"vxhci";
+    accepts = false;
+    QCOMPARE(*commands.run("Reset", &arguments, nullptr), -1);
+    arguments.kind = L"vehci";
+    QCOMPARE(*commands.run("Reset", &arguments, nullptr), -1);
+    QCOMPARE(sent, (std::vector<std::wstring>{L"\\\\?\\ROOT#VHCI#0", L"\\\\?\\ROOT#VxHCI#0"}));
+    QCOMPARE(askedClass, std::wstring(L"{4D10A44F-446C-4481-B354-4F04E6C69812}"));
+    QVERIFY(!sendHostControllerReset(L"\\\\?\\missing"));
+    QCoreApplication::removePostedEvents(
+        QCoreApplication::instance()); // The command has asked the application to quit.
+
+    TestAvArguments missing{mediaFile("missing.mp4").toStdString(), nullptr};
+    QCOMPARE(*commands.run("TestAv", &missing, nullptr), -1);
 }
 
 PLUGBOARD_SUITE(CmdServerTest)

@@ -1,7 +1,5 @@
 #include "media/av_decoder.h"
 #include "media/av_encoder.h"
-#include "media/control/cmd_map.h"
-#include "media/debug_commands.h"
 #include "media/media_reader.h"
 #include "media/video_file_source.h"
 #include "tests/media/encoders_at_hand.h"
@@ -33,14 +31,12 @@ private slots:
     void inputMayChangeBehindItsBack();
     void damagedFilesEndCleanly_data();
     void damagedFilesEndCleanly();
-    void streamThatStallsEndsTheLoop();
     void sinkKeepsTheNewest();
     void sinkBlocksUntilThereIsRoom();
     void sourceStopsAtAnyTime_data();
     void sourceStopsAtAnyTime();
     void commandsArriveWhileFramesFlow();
     void sourceReportsItsEnd();
-    void debugCommands();
 };
 
 namespace {
@@ -234,6 +230,7 @@ void MediaReaderTest::saysWhyItEnded()
         reader.readLoop(false);
     }
     QCOMPARE(QString::fromStdString(reader.error()), reason);
+    QCOMPARE(taking.frames > 5, answer.startsWith("HTTP/1.1 200") && &sink == &taking); // what came before is used
 }
 
 void MediaReaderTest::loopsOverItsInput()
@@ -347,23 +344,6 @@ void MediaReaderTest::damagedFilesEndCleanly()
         chains.reader.readLoop(false);
         chains.reader.flush();
     }
-}
-
-void MediaReaderTest::streamThatStallsEndsTheLoop()
-{
-    PrintedText printed;
-    QByteArray stream = contentOf(mediaFile("h264_aac.ts"));
-    const LoopbackServer server("HTTP/1.1 200 OK\r\nContent-Type: video/mp2t\r\n\r\n" +
-                                    stream.left(stream.size() * 2 / 3),
-                                LoopbackServer::Ending::Stall);
-    MediaInterrupt interrupt(std::chrono::seconds(2)); // Opening must be done by then.
-    StageProbe video;
-    MediaReader reader(server.url("http", "/video").toStdString(), kSelectVideo, interrupt);
-    QVERIFY(reader.open());
-    reader.buildVideoChain(AV_CODEC_ID_NONE, AV_PIX_FMT_YUV420P, 80, 60, 25, video, withoutServer());
-    reader.readLoop(false);
-    QVERIFY(video.frames > 5);
-    QVERIFY(printed.take().find("exiting") != std::string::npos);
 }
 
 void MediaReaderTest::sinkKeepsTheNewest()
@@ -500,42 +480,6 @@ void MediaReaderTest::sourceReportsItsEnd()
     QCOMPARE(ends.load(), 1);
     QVERIFY(source.isStarted());
     QVERIFY(!source.description().empty());
-}
-
-void MediaReaderTest::debugCommands()
-{
-    const CmdMap& commands = CmdMap::instance();
-    const std::vector<std::string> names = commands.names();
-    QCOMPARE(names, (std::vector<std::string>{"Reset", "TestAv"}));
-    QVERIFY(!commands.run("reset", nullptr, nullptr));
-    QCOMPARE(*commands.run("Reset", nullptr, nullptr), -1);
-
-    std::wstring askedClass;
-    std::vector<std::wstring> sent;
-    bool accepts = true;
-    ResetArguments arguments;
-    arguments.paths = [&](const std::wstring& interfaceClass, std::size_t limit) {
-        askedClass = limit == 8192 ? interfaceClass : L"wrong limit";
-        return std::vector<std::wstring>{L"\\\\?\\ROOT#OTHER", L"\\\\?\\ROOT#VHCI#0", L"\\\\?\\ROOT#VxHCI#0"};
-    };
-    arguments.send = [&](const std::wstring& path) {
-        sent.push_back(path);
-        return accepts;
-    };
-    QCOMPARE(*commands.run("Reset", &arguments, nullptr), 0);
-    arguments.kind = L"vxhci";
-    accepts = false;
-    QCOMPARE(*commands.run("Reset", &arguments, nullptr), -1);
-    arguments.kind = L"vehci";
-    QCOMPARE(*commands.run("Reset", &arguments, nullptr), -1);
-    QCOMPARE(sent, (std::vector<std::wstring>{L"\\\\?\\ROOT#VHCI#0", L"\\\\?\\ROOT#VxHCI#0"}));
-    QCOMPARE(askedClass, std::wstring(L"{4D10A44F-446C-4481-B354-4F04E6C69812}"));
-    QVERIFY(!sendHostControllerReset(L"\\\\?\\missing"));
-    QCoreApplication::removePostedEvents(
-        QCoreApplication::instance()); // The command has asked the application to quit.
-
-    TestAvArguments missing{mediaFile("missing.mp4").toStdString(), nullptr};
-    QCOMPARE(*commands.run("TestAv", &missing, nullptr), -1);
 }
 
 PLUGBOARD_SUITE(MediaReaderTest)

@@ -8,17 +8,6 @@
 #include <QPushButton>
 #include <QtTest>
 
-namespace {
-
-void press(QWidget& dialog, QDialogButtonBox::StandardButton button)
-{
-    auto* buttons = dialog.findChild<QDialogButtonBox*>();
-    Tour::require(buttons, QStringLiteral("no buttons"));
-    QTest::mouseClick(buttons->button(button), Qt::LeftButton);
-}
-
-} // namespace
-
 QString Clips::path(const char* name) const
 {
     const QString path = m_folder.filePath(QString::fromLatin1(name));
@@ -61,10 +50,7 @@ void type(QWidget& dialog, const char* name, const QString& text)
 
 void pressOk(QWidget& dialog)
 {
-    press(dialog, QDialogButtonBox::Ok);
-}
-
-void pressCancel(QWidget& dialog)
-{
-    press(dialog, QDialogButtonBox::Cancel);
+    auto* buttons = dialog.findChild<QDialogButtonBox*>();
+    Tour::require(buttons, QStringLiteral("no buttons"));
+    QTest::mouseClick(buttons->button(QDialogButtonBox::Ok), Qt::LeftButton);
 }

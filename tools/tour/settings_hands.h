@@ -55,4 +55,3 @@ void click(QWidget& dialog, const char* name);
 /// Key by key; fails the step when the field takes another text.
 void type(QWidget& dialog, const char* name, const QString& text);
 void pressOk(QWidget& dialog);
-void pressCancel(QWidget& dialog);

@@ -3,6 +3,7 @@
 #include "app/main_window.h"
 #include "app/script_commands.h"
 #include "devices/device_record_manager.h"
+#include "dialogs/camera_setting_dialog.h"
 #include "tools/tour/settings_hands.h"
 #include "tools/tour/tour.h"
 #include "tools/tour/walks.h"
@@ -25,6 +26,7 @@ private:
     void cameraFromFile();
     void cameraFromStream();
     void cameraOutOfReach();
+    void testWhileItRuns();
     void microphoneFromFile();
     void microphoneFromStream();
     void create(const char* slot, const QString& step, const std::function<QString(QWidget&)>& fill);
@@ -54,6 +56,10 @@ void SettingsWalk::run()
         cameraOutOfReach();
         Tour::require(m_records.restoreDevices().size() == 1, QStringLiteral("a camera was created"));
         return QStringLiteral("a camera that cannot be reached is not created");
+    });
+    m_tour.step(QStringLiteral("camera-testing"), [this] {
+        testWhileItRuns();
+        return QStringLiteral("the button says so while the source is opened");
     });
     m_tour.step(QStringLiteral("camera-from-stream"), [this] {
         cameraFromStream();
@@ -132,6 +138,24 @@ void SettingsWalk::cameraFromStream()
     });
     created(QStringLiteral("Door"),
             QStringLiteral("1|0x1234|0x5678|Door|0|%1|7|-1|1366|768|30|0x0100|1|END").arg(url.toString()));
+}
+
+/// The picture is taken by the check that the dialog waits for.
+void SettingsWalk::testWhileItRuns()
+{
+    const LoopbackServer server = m_clips.serve("video/x-matroska", "bars_1366x768.mkv");
+    CameraSettingDialog* shown = nullptr;
+    CameraSettingDialog dialog(&m_window, m_prompter, [&](const QString& source, SourceProbe::Kind kind) {
+        m_tour.picture(*shown);
+        return checkWithin()(source, kind);
+    });
+    shown = &dialog;
+    dialog.show();
+    Tour::require(QTest::qWaitForWindowExposed(&dialog), QStringLiteral("the dialog never showed"));
+    click(dialog, "ipCamera");
+    type(dialog, "port", QString::number(QUrl(server.url("http", "")).port()));
+    answerTest(QStringLiteral("camera-testing-ended"), QStringLiteral("IP Camera connection successful!\n"));
+    click(dialog, "testNetwork");
 }
 
 void SettingsWalk::microphoneFromFile()

@@ -20,6 +20,3 @@ void walkMedia(Tour& tour);
 
 /// Packet capture of real device processes: live traffic, filter, details, configuration, files, loss and return.
 void walkPacketCapture(Tour& tour);
-
-/// What those dialogs say no to, and their tests while they run.
-void walkSettingsWarnings(Tour& tour);

@@ -16,7 +16,6 @@
 
 #include <QHeaderView>
 #include <QLabel>
-#include <QLocalServer>
 #include <QMenu>
 #include <QPushButton>
 #include <QTemporaryDir>
@@ -82,7 +81,6 @@ private:
     void analyse();
     void clear();
     void loseDevice();
-    void meetAStranger();
     void endDevices();
 
     DeviceRecord recordOf(const char* name);
@@ -135,7 +133,6 @@ void CaptureWalk::run()
     analyse();
     m_tour.step(QStringLiteral("capture-clear"), [this] { return clear(), status(dialog()); });
     m_tour.step(QStringLiteral("capture-device-lost"), [this] { return loseDevice(), status(dialog()); });
-    m_tour.step(QStringLiteral("capture-name-taken"), [this] { return meetAStranger(), status(dialog()); });
     m_dialogs.clear();
     m_hosts.clear();
     endDevices();
@@ -378,19 +375,6 @@ void CaptureWalk::loseDevice()
     Tour::require(!button(dialog(), "Start Capture")->isEnabled() && !button(dialog(), "Stop Capture")->isEnabled(),
                   QStringLiteral("a button is enabled"));
     waitForStatus("Connection error: ");
-    m_tour.picture(dialog());
-}
-
-/// The name of the process that was ended is taken by this one, as any program of the user could.
-void CaptureWalk::meetAStranger()
-{
-    QLocalServer stranger;
-    const QString name = UsbIPCaptureClient::serverNameOf(dialog().processId());
-    QLocalServer::removeServer(name);
-    Tour::require(stranger.listen(name), stranger.errorString());
-    Tour::waitUntil([this] { return status(dialog()).contains(QLatin1String("Another process serves")); },
-                    QStringLiteral("its refusal"));
-    Tour::require(!button(dialog(), "Start Capture")->isEnabled(), QStringLiteral("it talks to a stranger"));
     Tour::require(m_prompter.boxes.isEmpty(), m_prompter.boxes.join(QLatin1Char(' ')));
     m_tour.picture(dialog());
 }

@@ -31,11 +31,11 @@ protected:
     /// `arguments` are the base's.
     template<typename... Arguments>
     AudioFunction(usb::DeviceDescriptors identity, const AudioKind& kind, AudioStream::Clock clock,
-                  Arguments&&... arguments)
+                  std::chrono::nanoseconds mostMadeUp, Arguments&&... arguments)
         : Base(std::forward<Arguments>(arguments)...)
         , m_stream(std::move(identity), kind,
                    {[this](const usb::TransferPointer& transfer) { passed(transfer); }, [this] { streamingChanged(); }},
-                   std::move(clock))
+                   std::move(clock), mostMadeUp)
     {}
 
     /// A transfer whose last packet has passed; it is completed.

@@ -6,12 +6,13 @@
 
 namespace audio {
 
-AudioStream::AudioStream(usb::DeviceDescriptors identity, const AudioKind& kind, Calls calls, Clock clock)
+AudioStream::AudioStream(usb::DeviceDescriptors identity, const AudioKind& kind, Calls calls, Clock clock,
+                         std::chrono::nanoseconds mostMadeUp)
     : m_kind(kind)
     , m_descriptors(describe(std::move(identity), kind))
     , m_calls(std::move(calls))
     , m_interval(usb::isochronousInterval(m_descriptors.speed, streamEndpoint(m_descriptors).bInterval))
-    , m_pacer(m_interval, m_calls.passed, std::move(clock))
+    , m_pacer(m_interval, m_calls.passed, std::move(clock), mostMadeUp)
     , m_controls(kind.version, kind.format.rate)
 {}
 
@@ -37,8 +38,10 @@ void AudioStream::alternateSelected(std::uint8_t interfaceNumber, std::uint8_t a
 
 void AudioStream::setStreaming(bool streams)
 {
-    if (std::exchange(m_isStreaming, streams) != streams)
-        m_calls.streamingChanged();
+    if (std::exchange(m_isStreaming, streams) == streams)
+        return;
+    m_pacer.restart();
+    m_calls.streamingChanged();
 }
 
 QString AudioStream::status() const

@@ -24,7 +24,9 @@ public:
         std::function<void()> streamingChanged;
     };
 
-    AudioStream(usb::DeviceDescriptors identity, const AudioKind& kind, Calls calls, Clock clock);
+    /// Of a host that comes later than `mostMadeUp` nothing is made up for; usb::IsochronousPacer has it, too.
+    AudioStream(usb::DeviceDescriptors identity, const AudioKind& kind, Calls calls, Clock clock,
+                std::chrono::nanoseconds mostMadeUp);
 
     const usb::DeviceDescriptors& descriptors() const { return m_descriptors; }
     void controlRequest(const usb::TransferPointer& transfer);

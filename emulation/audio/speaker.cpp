@@ -9,7 +9,8 @@
 namespace audio {
 
 Speaker::Speaker(usb::DeviceDescriptors identity, const SoundFormat& format, AudioStream::Clock clock)
-    : AudioFunction(std::move(identity), {Direction::FromHost, ClassVersion::V1, format}, std::move(clock))
+    : AudioFunction(std::move(identity), {Direction::FromHost, ClassVersion::V1, format}, std::move(clock),
+                    usb::kMostMadeUp)
     , m_meter(format.channels, format.rate)
 {}
 

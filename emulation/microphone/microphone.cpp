@@ -11,16 +11,18 @@ namespace audio {
 namespace {
 
 constexpr std::chrono::milliseconds kIdleTick(50);
-constexpr std::int64_t kSecond = 1'000'000'000; // nanoseconds
-constexpr int kLateParts = 10;                  // of a second: a host that is later has let sound pass
-constexpr int kFastParts = 50;                  // of its time that a live source may be fast
-constexpr int kSoundOnly = 1;                   // selector of the reader
-constexpr std::size_t kQueueParts = 4;          // of a second that waits between the threads
+constexpr std::chrono::milliseconds kMostMadeUpInRealTime(50); // less than what is dropped, which is not made up for
+constexpr std::int64_t kSecond = 1'000'000'000;                // nanoseconds
+constexpr int kLateParts = 10;                                 // of a second: a host that is later has let sound pass
+constexpr int kFastParts = 50;                                 // of its time that a live source may be fast
+constexpr int kSoundOnly = 1;                                  // selector of the reader
+constexpr std::size_t kQueueParts = 4;                         // of a second that waits between the threads
 
 } // namespace
 
 Microphone::Microphone(usb::DeviceDescriptors identity, const MicrophoneSettings& settings, AudioStream::Clock clock)
-    : AudioFunction(std::move(identity), {Direction::ToHost, settings.version, settings.format}, clock, settings.source)
+    : AudioFunction(std::move(identity), {Direction::ToHost, settings.version, settings.format}, clock,
+                    settings.isRealTime ? kMostMadeUpInRealTime : usb::kMostMadeUp, settings.source)
     , m_isRealTime(settings.isRealTime)
     , m_loops(settings.loops)
     , m_clock(std::move(clock))

@@ -18,10 +18,12 @@ IsochronousPacer::Clock IsochronousPacer::steadyClock()
     return [] { return std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch()); };
 }
 
-IsochronousPacer::IsochronousPacer(std::chrono::nanoseconds packetInterval, Due due, Clock clock)
+IsochronousPacer::IsochronousPacer(std::chrono::nanoseconds packetInterval, Due due, Clock clock,
+                                   std::chrono::nanoseconds mostMadeUp)
     : m_interval(packetInterval)
     , m_due(std::move(due))
     , m_clock(std::move(clock))
+    , m_mostMadeUp(mostMadeUp)
 {
     m_timer.setSingleShot(true);
     m_timer.setTimerType(Qt::PreciseTimer);
@@ -30,24 +32,35 @@ IsochronousPacer::IsochronousPacer(std::chrono::nanoseconds packetInterval, Due 
 
 void IsochronousPacer::submit(const TransferPointer& transfer)
 {
-    m_next = std::max(m_next, m_clock());
-    m_next += m_interval * static_cast<std::int64_t>(transfer->request().packets.size());
-    m_queue.push_back({transfer, m_next});
-    if (!m_timer.isActive())
+    const std::chrono::nanoseconds now = m_clock();
+    if (!m_isRunning)
+        m_next = m_fastest = now;
+    else if (now - m_next > m_mostMadeUp)
+        m_next = now;
+    m_isRunning = true;
+    const auto duration = m_interval * static_cast<std::int64_t>(transfer->request().packets.size());
+    m_next += duration;
+    m_fastest = std::max(m_fastest, now) + duration / 2;
+    m_queue.push_back({transfer, std::max(m_next, m_fastest)});
+    if (!m_timer.isActive() || m_queue.front().due <= now)
         arm();
 }
 
 void IsochronousPacer::cancelled(const Transfer& transfer)
 {
-    m_queue.erase(std::remove_if(m_queue.begin(), m_queue.end(),
-                                 [&](const Queued& queued) { return queued.transfer.get() == &transfer; }),
-                  m_queue.end());
+    const auto end = std::remove_if(m_queue.begin(), m_queue.end(),
+                                    [&](const Queued& queued) { return queued.transfer.get() == &transfer; });
+    if (end == m_queue.end())
+        return;
+    m_queue.erase(end, m_queue.end());
+    if (m_queue.empty()) // the host pauses; it is not late
+        m_isRunning = false;
 }
 
 void IsochronousPacer::handOut()
 {
     const std::chrono::nanoseconds now = m_clock();
-    while (!m_queue.empty() && m_queue.front().end <= now) {
+    while (!m_queue.empty() && m_queue.front().due <= now) {
         const TransferPointer transfer = std::move(m_queue.front().transfer);
         m_queue.pop_front();
         m_due(transfer);
@@ -59,7 +72,7 @@ void IsochronousPacer::arm()
 {
     if (m_queue.empty())
         return m_timer.stop();
-    const auto wait = std::chrono::ceil<std::chrono::milliseconds>(m_queue.front().end - m_clock());
+    const auto wait = std::chrono::ceil<std::chrono::milliseconds>(m_queue.front().due - m_clock());
     m_timer.start(std::max(wait, 0ms));
 }
 

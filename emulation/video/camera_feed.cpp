@@ -1,5 +1,6 @@
 #include "emulation/video/camera_feed.h"
 
+#include "emulation/usb/isochronous_pacer.h"
 #include "emulation/video/no_signal.h"
 
 #include <algorithm>
@@ -12,24 +13,25 @@ namespace {
 
 constexpr auto kPoll = 3ms;        // how often a source that is late is asked
 constexpr auto kPatience = 1000ms; // without a picture, before another one stands in
+constexpr auto kHeldUp = 200ms;    // between two turns: something held up the feed
 constexpr std::int64_t kMostWaitingBytes = 32 * 1024 * 1024;
 constexpr std::size_t kMostGroupBytes = 16 * 1024 * 1024;
 
-PictureClock::Time steadyNow()
-{
-    return std::chrono::steady_clock::now();
-}
-
 } // namespace
 
-CameraFeed::CameraFeed(const CameraSetup& setup, const ProcessingUnit& processing, Ready ready)
+CameraFeed::CameraFeed(const CameraSetup& setup, const ProcessingUnit& processing, Ready ready, Clock clock)
     : m_setup(setup)
     , m_processing(processing)
     , m_ready(std::move(ready))
+    , m_now(std::move(clock))
 {
     m_timer.setSingleShot(true);
     m_timer.setTimerType(Qt::PreciseTimer);
-    QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { tick(); });
+    QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] {
+        const std::chrono::milliseconds wait = turn();
+        if (m_isRunning) // whoever took a picture may have stopped
+            m_timer.start(wait);
+    });
     m_threads.setMaxThreadCount(1);
 }
 
@@ -43,7 +45,7 @@ void CameraFeed::start()
     m_isRunning = true;
     m_needsKey = true;
     m_waiting.clear();
-    m_lastFresh = steadyNow();
+    m_lastFresh = m_lastTurn = m_now();
     forgetSchedule();
     m_timer.start(0);
 }
@@ -53,6 +55,7 @@ void CameraFeed::stop()
     m_isRunning = false;
     m_timer.stop();
     m_waiting.clear();
+    m_newest.reset();
 }
 
 void CameraFeed::setPlayer(SourcePlayer* player, bool isLive)
@@ -60,49 +63,68 @@ void CameraFeed::setPlayer(SourcePlayer* player, bool isLive)
     m_player = player;
     m_isLive = isLive;
     m_needsKey = true;
-    m_lastFresh = steadyNow();
+    m_lastFresh = m_now();
     forgetSchedule();
 }
 
 void CameraFeed::setPaused(bool isPaused)
 {
     m_isPaused = isPaused;
-    m_lastFresh = steadyNow();
+    m_lastFresh = m_now();
     forgetSchedule();
 }
 
 void CameraFeed::forgetSchedule()
 {
-    m_clock.restart(steadyNow(), {m_setup.rate, 1});
+    m_clock.restart(m_now(), {m_setup.rate, 1});
     m_isWaitingForFirst = true;
     m_ticks = 0;
     m_taken = 0;
 }
 
-void CameraFeed::tick()
+std::chrono::milliseconds CameraFeed::turn()
 {
-    const PictureClock::Time now = steadyNow();
-    if (now - m_clock.due() > (room() - 1) * m_clock.period()) // more than may wait would be lost again
-        forgetSchedule();
+    const PictureClock::Time now = beginTurn();
     bool came = true;
-    while (came && m_isRunning && m_clock.due() <= now) {
-        came = produce(now);
+    bool hurries = false;
+    while (came && !hurries && m_isRunning && m_clock.due() <= now) {
+        const bool isTooLate = now - m_clock.due() > longestWait();
+        hurries = isTooLate && m_setup.isInterCoded();
+        came = produce(now, isTooLate);
         if (came)
             m_clock.advance();
         if (!m_waiting.empty())
             m_ready();
     }
-    if (!m_isRunning) // whoever took a picture has stopped
-        return;
-    const auto wait = came ? std::chrono::ceil<std::chrono::milliseconds>(m_clock.due() - steadyNow()) : kPoll;
-    m_timer.start(std::max<std::chrono::milliseconds>(wait, 0ms));
+    if (m_newest && m_isRunning) {
+        offer(std::exchange(m_newest, nullptr));
+        m_ready();
+    }
+    if (!came)
+        return kPoll;
+    const auto wait = hurries ? m_clock.period() / 2 : m_clock.due() - m_now();
+    return std::max(std::chrono::ceil<std::chrono::milliseconds>(wait), 0ms);
+}
+
+/// What the feed itself was late by is no fault of the source.
+PictureClock::Time CameraFeed::beginTurn()
+{
+    const PictureClock::Time now = m_now();
+    const auto pause = now - std::exchange(m_lastTurn, now);
+    if (pause > std::max<std::chrono::nanoseconds>(kHeldUp, 2 * m_clock.period()))
+        m_lastFresh = std::min(now, m_lastFresh + pause);
+    const auto most = m_isLive ? longestWait() : std::max<std::chrono::nanoseconds>(usb::kMostMadeUp, longestWait());
+    if (now - m_clock.due() > most)
+        forgetSchedule();
+    return now;
 }
 
 /// Whether the picture that is due is dealt with.
-bool CameraFeed::produce(PictureClock::Time now)
+bool CameraFeed::produce(PictureClock::Time now, bool isTooLate)
 {
     if (m_isPaused) {
         m_lastFresh = now;
+        beginAnewIfLate(now);
         if (!m_setup.isInterCoded() && !m_last.empty())
             offer(m_last.back());
         return true;
@@ -114,13 +136,32 @@ bool CameraFeed::produce(PictureClock::Time now)
         m_isWaitingForFirst = false;
         m_showsStandIn = false;
         m_standIn.reset();
-        offer(picture);
+        show(picture, isTooLate);
         return true;
     }
     if (now - m_lastFresh < std::max<std::chrono::nanoseconds>(kPatience, 3 * m_clock.period()))
         return false;
+    beginAnewIfLate(now);
     standIn();
     return true;
+}
+
+/// Nothing is missed of a picture that is shown again and again.
+void CameraFeed::beginAnewIfLate(PictureClock::Time now)
+{
+    if (now - m_clock.due() > m_clock.period())
+        m_clock.restart(now, m_clock.rate());
+}
+
+/// Of pictures that would only be lost again, the newest that there is.
+void CameraFeed::show(const PicturePointer& picture, bool isTooLate)
+{
+    if (std::exchange(m_newest, nullptr))
+        ++m_counts.dropped;
+    if (isTooLate && !m_setup.isInterCoded())
+        m_newest = picture;
+    else
+        offer(picture);
 }
 
 PicturePointer CameraFeed::nextFresh()
@@ -217,6 +258,12 @@ std::int64_t CameraFeed::room() const
     return std::max<std::int64_t>(std::min<std::int64_t>(m_setup.rate / part, fitting), 4);
 }
 
+/// How late a picture may be that still finds room.
+std::chrono::nanoseconds CameraFeed::longestWait() const
+{
+    return (room() - 1) * m_clock.period();
+}
+
 void CameraFeed::offer(const PicturePointer& picture)
 {
     if (std::int64_t(m_waiting.size()) >= room()) {
@@ -254,6 +301,7 @@ void CameraFeed::standIn()
     m_needsKey = true;
     m_ticks = 0;
     m_taken = 0;
+    m_isWaitingForFirst = true;
     ++m_counts.standIns;
     offer(m_standIn);
 }

@@ -18,13 +18,17 @@
 namespace uvc {
 
 /// Between start() and stop() a picture becomes ready whenever one is due. A host that is too far behind, by a part of
-/// a second, gets the newest; of pictures that need those before them the next that needs none. A source that has
+/// a second, gets the newest; of pictures that need those before them the next that needs none. A feed that is late
+/// itself, by kMostMadeUp of usb/isochronous_pacer.h at the most, catches up in the same way: the film is then where it
+/// would be without that, as long as its source can give pictures faster than they are shown. A source that has
 /// brought nothing for a while is stood in for by its last picture, dimmed and with "no signal" on it. On the event
 /// loop's thread.
 class CameraFeed
 {
 public:
     using Ready = std::function<void()>;
+    /// Monotonic.
+    using Clock = std::function<PictureClock::Time()>;
 
     struct Counts
     {
@@ -33,7 +37,8 @@ public:
     };
 
     /// Both are used as long as the feed lives; `ready` may take().
-    CameraFeed(const CameraSetup& setup, const ProcessingUnit& processing, Ready ready);
+    CameraFeed(const CameraSetup& setup, const ProcessingUnit& processing, Ready ready,
+               Clock clock = std::chrono::steady_clock::now);
     ~CameraFeed();
 
     void start();
@@ -48,12 +53,17 @@ public:
     /// The picture that is ready, null when there is none.
     PicturePointer take();
 
+    /// Deals with what is due; a timer calls it, too. Returns how long it may wait.
+    std::chrono::milliseconds turn();
+
     const Counts& counts() const { return m_counts; }
     bool showsStandIn() const { return m_showsStandIn; }
 
 private:
-    void tick();
-    bool produce(PictureClock::Time now);
+    PictureClock::Time beginTurn();
+    bool produce(PictureClock::Time now, bool isTooLate);
+    void beginAnewIfLate(PictureClock::Time now);
+    void show(const PicturePointer& picture, bool isTooLate);
     PicturePointer nextFresh();
     PicturePointer takeAtSourceRate();
     PicturePointer takeNewest();
@@ -62,6 +72,7 @@ private:
     PicturePointer keep(MediaItem&& item);
     void offer(const PicturePointer& picture);
     std::int64_t room() const;
+    std::chrono::nanoseconds longestWait() const;
     bool isGroupsFirst(const PicturePointer& picture) const;
     void forgetSchedule();
     void standIn();
@@ -70,6 +81,7 @@ private:
     const CameraSetup& m_setup;
     const ProcessingUnit& m_processing;
     const Ready m_ready;
+    const Clock m_now;
     SourcePlayer* m_player = nullptr;
     bool m_isLive = false;
     bool m_isPaused = false;
@@ -79,9 +91,11 @@ private:
     PictureClock m_clock;
     bool m_isWaitingForFirst = true; ///< picture of the schedule
     PictureClock::Time m_lastFresh;
+    PictureClock::Time m_lastTurn;
     std::int64_t m_ticks = 0;             ///< pictures shown since the source's schedule began
     std::int64_t m_taken = 0;             ///< pictures of the source that they needed
     std::deque<PicturePointer> m_waiting; ///< for the host; one, or inter-coded ones
+    PicturePointer m_newest;              ///< of those of this turn that are too late
     std::vector<PicturePointer> m_last;   ///< the last picture, behind those that it needs; empty: not known
     std::size_t m_lastBytes = 0;
     Counts m_counts;

@@ -156,7 +156,8 @@ void AudioTest::answersRequests()
     struct Recorder final : AudioFunction<DeviceFunction>
     {
         explicit Recorder(ClassVersion version)
-            : AudioFunction(identity(), {Direction::ToHost, version, {2, 48000}}, AudioStream::Clock())
+            : AudioFunction(identity(), {Direction::ToHost, version, {2, 48000}}, AudioStream::Clock(),
+                            usb::kMostMadeUp)
         {}
         QString run(const QString&) override { return {}; }
         QString status() const override { return {}; }

@@ -31,6 +31,8 @@ private slots:
     void takesCommands();
     void dropsWhatIsLateOnlyInRealTime_data();
     void dropsWhatIsLateOnlyInRealTime();
+    void makesUpForALateHostUnlessItDrops_data() { dropsWhatIsLateOnlyInRealTime_data(); }
+    void makesUpForALateHostUnlessItDrops();
     void keepsAStoreOfALiveSource_data();
     void keepsAStoreOfALiveSource();
     void takesUpDrift_data();
@@ -220,6 +222,36 @@ void MicrophoneTest::dropsWhatIsLateOnlyInRealTime()
         QVERIFY2(between >= 48000 * 4 / 10, qPrintable(QString::number(between)));
     else
         QCOMPARE(between, 0);
+}
+
+/// 40 ms of sound for a host that is 400 ms late, on a clock of the test: there after 20 ms, or after 40.
+void MicrophoneTest::makesUpForALateHostUnlessItDrops()
+{
+    using namespace std::chrono_literals;
+    QFETCH(bool, isRealTime);
+    std::chrono::nanoseconds now = 5s;
+    MicrophoneSettings settings;
+    settings.isRealTime = isRealTime;
+    Microphone microphone({}, settings, [&now] { return now; });
+    FunctionHost host(microphone);
+    host.configure();
+    const auto submit = [&](const char* setup) {
+        host.control(QString::fromLatin1(setup));
+        return host.isochronousIn(kInEndpoint, 40, audio::streamEndpoint(microphone.descriptors()).maxPacketSize);
+    };
+    submit("010b010001000000");
+    now += 400ms + 40ms;
+    const std::uint32_t late = host.isochronousIn(kInEndpoint, 40, 0);
+    now += 20ms;
+    QTest::qWait(60); // the timer's time is not this clock's
+    QCOMPARE(host.isDone(late), !isRealTime);
+    submit("010b000001000000");
+    const std::uint32_t other = submit("010b010001000000"); // another stream is not late
+    now += 20ms;
+    QTest::qWait(60);
+    QVERIFY(!host.isDone(other));
+    now += 20ms;
+    QTRY_VERIFY(host.isDone(other));
 }
 
 namespace {

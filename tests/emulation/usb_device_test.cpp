@@ -3,6 +3,7 @@
 #include "tests/emulation/scripted_function.h"
 #include "tests/support/suite_registry.h"
 
+#include <QRandomGenerator>
 #include <QtTest>
 
 #include <array>
@@ -26,6 +27,7 @@ private slots:
     void takesTransfersBackBeforeASettingChanges();
     void survivesALateCompletion();
     void pacesIsochronousTransfers();
+    void pacesALateHostForTenMinutes();
 
 private:
     QString request(const QString& setup, const QByteArray& data = {});
@@ -340,9 +342,53 @@ void UsbDeviceTest::pacesIsochronousTransfers()
     pacer.cancelled(*taken);
     seenAt(5s + 16ms, "");
     seenAt(5s + 25ms, "3");
-    submit(4, 2); // after a pause: from now on
-    seenAt(5s + 26ms, "");
-    seenAt(5s + 27ms, "4");
+    submit(4, 2); // 5 ms late: at twice the speed
+    submit(5, 8); // whose end, at 30 ms, is the schedule's again
+    seenAt(5s + 25999us, "");
+    seenAt(5s + 26ms, "4");
+    seenAt(5s + 29999us, "");
+    seenAt(5s + 30ms, "5");
+    submit(6, 4); // later than anything is made up for: from now on
+    seenAt(now, "");
+    now += usb::kMostMadeUp + 5ms;
+    const std::chrono::nanoseconds late = now;
+    submit(7, 2);
+    seenAt(late, "6");
+    seenAt(late + 1999us, "");
+    seenAt(late + 2ms, "7");
+    pacer.cancelled(*submit(8, 8)); // until 10 ms
+    now = late + 20ms;
+    submit(9, 2); // whoever paused is not late
+    seenAt(late + 21999us, "");
+    seenAt(late + 22ms, "9");
+}
+
+/// A host that is late again and again, sometimes by seconds, gets its packets at the same rate as one that never is.
+void UsbDeviceTest::pacesALateHostForTenMinutes()
+{
+    using namespace std::chrono_literals;
+    constexpr auto kTransfer = 40ms;
+    const std::chrono::nanoseconds begin = 7s;
+    std::chrono::nanoseconds now = begin;
+    int handedOut = 0;
+    usb::IsochronousPacer pacer(
+        1ms, [&](const usb::TransferPointer&) { ++handedOut; }, [&] { return now; });
+    usb::Transfer::Request request;
+    request.packets.resize(kTransfer / 1ms);
+    const auto turn = [&](std::chrono::nanoseconds late) {
+        now += late;
+        pacer.handOut();
+        while (pacer.queued() < 2)
+            pacer.submit(std::make_shared<usb::Transfer>(request, [](const usb::Transfer&) {}));
+        return handedOut * kTransfer <= now - begin;
+    };
+    QRandomGenerator random(1);
+    turn(0ms);
+    while (now < begin + 600s)
+        QVERIFY(turn(random.bounded(2000) == 0 ? 2000ms : random.bounded(100) * 1ms));
+    while (now < begin + 610s) // the last seconds are made up for, too
+        turn(10ms);
+    QVERIFY(now - begin - handedOut * kTransfer <= kTransfer);
 }
 
 PLUGBOARD_SUITE(UsbDeviceTest)

@@ -1,8 +1,8 @@
 #include "tests/media/media_files.h"
 #include "tests/support/suite_registry.h"
 #include "tests/video/camera_host.h"
+#include "tests/video/film_packets.h"
 
-#include <QRegularExpression>
 #include <QtTest>
 
 /// A camera by itself, whose host is the test.
@@ -19,9 +19,6 @@ private slots:
     void answersRequests();
     void sendsPicturesWhole_data();
     void sendsPicturesWhole();
-    void keepsTheSpeedOfTheSource_data();
-    void keepsTheSpeedOfTheSource();
-    void slowHostGetsTheNewest();
     void pauseRepeatsThePicture();
     void takesCommands_data();
     void takesCommands();
@@ -32,22 +29,6 @@ namespace {
 constexpr int kMjpeg = 7;
 constexpr int kH264 = 27;
 constexpr int kPatience = 60000; // ms
-
-/// The packets of a file's video stream.
-std::vector<QByteArray> packetsOf(const QString& path)
-{
-    std::vector<QByteArray> packets;
-    AVFormatContext* opened = nullptr;
-    if (avformat_open_input(&opened, path.toUtf8().constData(), nullptr, nullptr) < 0)
-        return packets;
-    const ffmpeg::FormatContext input(opened);
-    const ffmpeg::Packet packet(av_packet_alloc());
-    while (av_read_frame(input.get(), packet.get()) >= 0) {
-        packets.emplace_back(reinterpret_cast<const char*>(packet->data), packet->size);
-        av_packet_unref(packet.get());
-    }
-    return packets;
-}
 
 } // namespace
 
@@ -176,61 +157,6 @@ void CameraTest::sendsPicturesWhole()
     QCOMPARE(host.fault, QString());
     for (std::size_t i = 0; i < 35; ++i)
         QVERIFY2(host.pictures[i].bytes == packets[i % packets.size()], qPrintable(QString::number(i)));
-}
-
-void CameraTest::keepsTheSpeedOfTheSource_data()
-{
-    QTest::addColumn<int>("rate");
-    QTest::newRow("pictures twice") << 50;
-    QTest::newRow("pictures left out") << 10;
-}
-
-/// The film has 25 pictures a second and each is brighter by 7 than the one before.
-void CameraTest::keepsTheSpeedOfTheSource()
-{
-    QFETCH(int, rate);
-    CameraHost host(cameraDescription(mediaFile("brighter.mkv"), 0, 0, 160, 120, rate), 16384);
-    host.start(4);
-    const auto count = std::size_t(rate);
-    QTRY_VERIFY_WITH_TIMEOUT(host.pictures.size() >= count, kPatience);
-    host.stop();
-    int distance = 0;
-    for (std::size_t i = 1; i < count; ++i) {
-        const auto number = [&](std::size_t at) {
-            return (std::uint8_t(host.pictures[at].bytes[119 * 160 + 80]) - 20 + 3) / 7;
-        };
-        const int step = number(i) - number(i - 1);
-        distance += step < 0 ? step + 30 : step;
-    }
-    const double expected = 25.0 * double(count - 1) / rate;
-    QVERIFY2(std::abs(distance - expected) <= 4, qPrintable(QString::number(distance)));
-}
-
-/// What it missed is gone; what it gets is whole, and not what was oldest.
-void CameraTest::slowHostGetsTheNewest()
-{
-    const QString film = mediaFile("mjpeg.avi");
-    CameraHost host(cameraDescription(film, kMjpeg, -1, 160, 120, 25), 16384);
-    const std::vector<QByteArray> packets = packetsOf(film);
-    host.start(1);
-    QTRY_VERIFY_WITH_TIMEOUT(host.pictures.size() >= 2, kPatience);
-    host.take(false);
-    const auto dropped = [&] {
-        static const QRegularExpression number(QStringLiteral("(\\d+) dropped"));
-        return number.match(host.camera().status()).captured(1).toInt();
-    };
-    QTRY_VERIFY_WITH_TIMEOUT(dropped() > 0, kPatience);
-    QVERIFY2(dropped() <= 24, qPrintable(QString::number(dropped()))); // half a second is 12
-    const std::size_t before = host.pictures.size();
-    host.take(true);
-    QTRY_VERIFY_WITH_TIMEOUT(host.pictures.size() >= before + 10, kPatience);
-    const auto number = [&](std::size_t i) {
-        return std::find(packets.begin(), packets.end(), host.pictures[i].bytes) - packets.begin();
-    };
-    for (std::size_t i = before; i < before + 10; ++i)
-        QVERIFY(number(i) < 30);
-    QVERIFY((number(before) - number(before - 1) + 30) % 30 > 1);
-    QCOMPARE(host.fault, QString());
 }
 
 void CameraTest::pauseRepeatsThePicture()

@@ -16,7 +16,7 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tests/h
 from camera_client import CameraClient # pylint: disable=wrong-import-position
 from camera_test import camera
 from clips import make_clip
-from device_process import DeviceProcess
+from device_process import DeviceProcess, megabytes_of
 from host_test import PROGRAMS
 
 SIZE = "1920x1080"
@@ -28,11 +28,6 @@ WARM_UP = 3 # seconds
 def seconds_of(process):
     fields = pathlib.Path(f"/proc/{process}/stat").read_text().rsplit(")", 1)[1].split()
     return (int(fields[11]) + int(fields[12])) / TICKS
-
-
-def megabytes_of(process):
-    status = pathlib.Path(f"/proc/{process}/status").read_text()
-    return int(status.split("VmRSS:")[1].split()[0]) / 1024
 
 
 def peer_seconds(clip, pictures):
@@ -54,11 +49,11 @@ def tell(name, unit, ours, limit, peer=None):
 def measure(name, parameters, seconds, clip=None):
     with DeviceProcess(parameters, PROGRAMS) as device:
         client = CameraClient(device.port(), 3072 if parameters[12] == "1" else 0)
-        client.watch(WARM_UP)
+        sum(1 for _ in client.watch(WARM_UP))
         client.stamps.clear()
         process = device.process.pid
         memory, used, begin = megabytes_of(process), seconds_of(process), time.monotonic()
-        pictures = len(client.watch(seconds))
+        pictures = sum(1 for _ in client.watch(seconds))
         used, took, memory = seconds_of(process) - used, time.monotonic() - begin, megabytes_of(process) - memory
         client.close()
     tell(f"{name} rate", "pictures/s", client.rate(), "29.7 to 30.3")

@@ -2,6 +2,8 @@
 # host.sh [NAME...]: makes the host machine of the tests, a stock Linux kernel in QEMU that judges the devices, and runs
 # the host tests, or those whose name contains a NAME. The last line is "N passed, N failed".
 # host.sh --windows: the same for the Windows programs that scripts/windows.sh built; below with_wine.sh.
+# host.sh --long [NAME...]: the tests that take ten minutes each, or as long as PLUGBOARD_HOST_SECONDS says; on a machine with
+# nothing else to do.
 # host.sh --machine: only makes the machine and builds the programs that run in it.
 # host.sh --shell FILE: runs a shell script in the machine, with the programs in /host/tmp/app, and prints its output.
 . "$(dirname "$0")/lib.sh"
@@ -60,13 +62,13 @@ case "${1:-}" in
     build_programs
     exec /usr/bin/python3 tests/host/shell.py "$file"
     ;;
--*)
-    echo "usage: host.sh [--windows | --machine | --shell FILE | NAME...]" >&2
-    exit 2
-    ;;
-*)
+--long | [!-]* | "")
     bring_machine
     build_programs
     exec /usr/bin/python3 tests/host/run.py "$@"
+    ;;
+*)
+    echo "usage: host.sh [--windows | --machine | --shell FILE | [--long] NAME...]" >&2
+    exit 2
     ;;
 esac

@@ -1,30 +1,17 @@
-"""camera_client.py: takes the pictures of a camera over USB/IP without a guest, as fast as they come: a host that is never
-what a rate is limited by."""
-import socket
+"""camera_client.py: takes the pictures of a camera over USB/IP without a guest, as fast as they come."""
 import struct
 import time
 
-HEADER = struct.Struct(">5I")
-SUBMIT = struct.Struct(">IIIiI8s")
-RETURN = struct.Struct(">5IiIIiI8x")
-PACKET = struct.Struct(">IIIi")
-IN = 1
+from usbip_client import UsbipClient
+
 PACKETS = 32 # of an isochronous transfer
 
 
-class CameraClient:
+class CameraClient(UsbipClient):
     def __init__(self, port, iso_bytes=0):
         """`iso_bytes`: of a packet; 0 takes pictures in bulk."""
-        self.stream = socket.create_connection(("127.0.0.1", port))
-        self.stream.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
-        self.stream.sendall(struct.pack(">HHI32s", 0x0111, 0x8003, 0, b"1-1"))
-        status = struct.unpack(">HHI", self._read(8))[2]
-        if status:
-            raise AssertionError(f"The device is not given away: {status}")
-        bus, number = struct.unpack_from(">II", self._read(312), 288)
-        self.device = bus << 16 | number
-        self.iso_bytes, self.sequence, self.stamps = iso_bytes, 0, []
-        self._control("0009010000000000")
+        super().__init__(port, iso_bytes)
+        self.stamps = []
         agreed = self._control("A181000101001A00")
         self._control("2101000101001A00", agreed)
         self._control("2101000201001A00", self._control("A181000101001A00"))
@@ -36,50 +23,9 @@ class CameraClient:
         """The smallest setting that has room for what was agreed on; high speed."""
         return next(number for number, size in enumerate((0, 128, 256, 512, 1024, 2048, 3072)) if size >= self.largest)
 
-    def _read(self, size):
-        data = bytearray()
-        while len(data) < size:
-            part = self.stream.recv(size - len(data))
-            if not part:
-                raise AssertionError("The device has gone.")
-            data += part
-        return bytes(data)
-
-    def _submit(self, endpoint, length, setup=bytes(8), data=b"", is_in=True, packets=0):
-        self.sequence += 1
-        table = b"".join(PACKET.pack(n * (length // packets), length // packets, 0, 0) for n in range(packets))
-        self.stream.sendall(HEADER.pack(1, self.sequence, self.device, IN if is_in else 0, endpoint)
-                            + SUBMIT.pack(0, length, 0, packets or -1, 0, setup) + data + table)
-
-    def _reply(self, is_in=True):
-        """The status and the payloads of the next answer."""
-        _, _, _, _, _, status, length, _, packets, _ = RETURN.unpack(self._read(48))
-        data = self._read(length) if is_in and length else b""
-        if packets <= 0 or not self.iso_bytes:
-            return status, [data]
-        table, at, parts = self._read(16 * packets), 0, []
-        for number in range(packets):
-            size = PACKET.unpack_from(table, 16 * number)[2]
-            parts.append(data[at:at + size])
-            at += size
-        return status, [part for part in parts if part]
-
-    def _control(self, setup, data=b""):
-        setup = bytes.fromhex(setup)
-        is_in = bool(setup[0] & 0x80)
-        self._submit(0, struct.unpack_from("<H", setup, 6)[0], setup, data, is_in)
-        status, (answer,) = self._reply_of_control(is_in)
-        if status:
-            raise AssertionError(f"{setup.hex()}: {status}")
-        return answer
-
-    def _reply_of_control(self, is_in):
-        _, _, _, _, _, status, length, _, _, _ = RETURN.unpack(self._read(48))
-        return status, [self._read(length) if is_in and length else b""]
-
     def watch(self, seconds, waiting=8):
-        """Pictures that came whole; `stamps` says when each did."""
-        pictures, current, payload, end = [], [], b"", time.monotonic() + seconds
+        """Yields each picture that came whole; `stamps` says when each did."""
+        current, payload, end = [], b"", time.monotonic() + seconds
         length = self.iso_bytes * PACKETS if self.iso_bytes else 16384
         for _ in range(waiting):
             self._submit(1, length, packets=PACKETS if self.iso_bytes else 0)
@@ -92,15 +38,11 @@ class CameraClient:
                     continue
                 current.append(payload[12:])
                 if payload[1] & 2:
-                    pictures.append(b"".join(current))
                     self.stamps.append(time.monotonic())
+                    yield b"".join(current)
                     current = []
                 payload = b""
-        return pictures
 
     def rate(self):
         """Of the pictures that came, from the first to the last."""
         return (len(self.stamps) - 1) / (self.stamps[-1] - self.stamps[0])
-
-    def close(self):
-        self.stream.close()

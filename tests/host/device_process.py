@@ -24,6 +24,12 @@ def parameter_message(parameters, public_key):
     return subprocess.run(["openssl", "base64", "-A"], input=block, stdout=subprocess.PIPE, check=True).stdout + b"\n"
 
 
+def megabytes_of(process):
+    """Memory of a process that is not swapped out."""
+    status = pathlib.Path(f"/proc/{process}/status").read_text()
+    return int(status.split("VmRSS:")[1].split()[0]) / 1024
+
+
 class DeviceProcess:
     """One device process of `programs`, the folder of a build's programs, in a folder of its own. Windows programs run
     under Wine."""

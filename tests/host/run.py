@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""run.py [--windows] [NAME...]: runs the host tests of the native programs, or with --windows those of the Windows
-programs, two files at a time; all, or those whose name contains one of the NAMEs. Prints a line for each, with its time
+"""run.py [--windows | --long] [NAME...]: runs the host tests of the native programs, or with --windows those of the Windows
+programs, or with --long those that take as long as PLUGBOARD_HOST_SECONDS says (600), two files at a time; all, or those whose name contains one of the NAMEs. Prints a line for each, with its time
 and what it found out, and for each file the processor time that it took, which does not depend on what else the machine
 does; the last line is "N passed, N failed"."""
 import concurrent.futures
@@ -74,8 +74,9 @@ def main():
         run_file(sys.argv[2], sys.argv[3:])
         return 0
     windows = sys.argv[1:2] == ["--windows"]
-    wanted = sys.argv[2 if windows else 1:]
-    names = sorted(path.stem for path in HERE.glob("*_test.py")
+    is_long = sys.argv[1:2] == ["--long"]
+    wanted = sys.argv[2 if windows or is_long else 1:]
+    names = sorted(path.stem for path in HERE.glob("*_long.py" if is_long else "*_test.py")
                    if path.stem != "host_test" and path.stem.startswith("windows_") == windows)
     names = [name for name in names if chosen_of(name, wanted)]
     names.sort(key=lambda name: LONG.index(name) if name in LONG else len(LONG))

@@ -6,6 +6,7 @@
 #include "fido2/file/fido2_environment.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QEventLoop>
 #include <QTimer>
 
@@ -13,19 +14,24 @@
 
 namespace {
 
-constexpr int kTurnMs = 5;
+constexpr int kShortestTurnMs = 5;
+constexpr int kLongestTurnMs = 100;
 constexpr int kStartMs = 120000; // a process that fails ends at once, so only a hung one, or a busy machine, takes long
 constexpr int kNodesMs = 5000;
 constexpr int kEndMs = 1000;
 
-/// Looks at `isDone` every few milliseconds of the event loop. Whether it held before the time was over.
+/// Looks at `isDone` between turns of the event loop, each a tenth of the time that was waited so far: a look reads
+/// files, and the devices need the processor. Whether it held before the time was over.
 bool turnUntil(const std::function<bool()>& isDone, const QDeadlineTimer& deadline)
 {
+    QElapsedTimer waited;
+    waited.start();
     while (!isDone()) {
         if (deadline.hasExpired())
             return false;
         QEventLoop turn;
-        QTimer::singleShot(kTurnMs, &turn, &QEventLoop::quit);
+        const qint64 length = std::clamp<qint64>(waited.elapsed() / 10, kShortestTurnMs, kLongestTurnMs);
+        QTimer::singleShot(int(length), &turn, &QEventLoop::quit);
         turn.exec();
     }
     return true;

@@ -39,6 +39,9 @@ void LabFileTest::reads_data()
     row("no JSON", "{'devices':\n [}", "Line 2: object is missing after a comma.");
     row("another value", "[]", "A lab is an object with the member 'devices'.");
     row("nothing in it", "{'devices': []}", "devices: A lab has an array of 1 to 100 devices.");
+    QTest::newRow("too many") << R"({"devices": [)" + QByteArray(R"({"type": "mouse"},)").repeated(100) +
+                                     R"({"type": "mouse"}]})"
+                              << QStringLiteral("devices: A lab has an array of 1 to 100 devices.");
     row("an unknown member of the file", "{'devices': [], 'name': 1}", "Unknown member 'name'; there are devices.");
     row("a device that is no object", "{'devices': ['mouse']}", "devices[0]: A device is an object.");
     row("an unknown member of a device", "{'devices': [{'type': 'mouse'}, {'typ': 'mouse'}]}",

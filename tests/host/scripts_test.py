@@ -3,6 +3,7 @@ import json
 import os
 import pathlib
 import re
+import shlex
 import shutil
 import subprocess
 import tempfile
@@ -28,6 +29,7 @@ NODES = {
     "usbip": HID,
 }
 WAIT = "120" # seconds; only a lost host makes a run this long
+EVENT = 24 # bytes of one event of an input device
 ROUNDS = 10   # in the guest, each of which takes seconds
 ROUNDS_HERE = 100
 # Starts and ends a device of type $2 $3 times by the program $1.
@@ -47,7 +49,7 @@ class ScriptsTest(HostTest):
         cls.addClassCleanup(cls.guest.close)
         relay = cls.guest.command("/usr/bin/python3", str(RELAY), str(PORT), "10.0.2.2", str(cls.served.port()))
         cls.guest.check(f"({relay} >/run/relay 2>&1 &)")
-        cls.guest.wait("grep -q listening /run/relay")
+        cls.guest.wait("grep -q listening /run/relay", 300)
 
     def tearDown(self):
         self.guest.program("plugboard", "--delete", "all")
@@ -116,6 +118,32 @@ class ScriptsTest(HostTest):
         self.assertEqual("", guest.check(f"find {SHARE}{FOLDER} -name 'device_*'; pidof usb-daemon.exe || true"))
         self.note(f"{ROUNDS} rounds in each shell")
         self.assert_quiet(guest, USUAL_OF_CAMERAS)
+
+    def test_container_starts_devices_and_uses_a_node(self):
+        """By the kernel's own namespaces, as container engines use them."""
+        guest = self.guest
+        start = guest.command("plugboard", "--start", "keyboard", "--wait", "0")
+        status, output = guest.run(f"""unshare -m sh -c {shlex.quote(f'mount -o remount,bind,ro {SHARE}/sys; {start}')}""")
+        self.assertEqual(4, status, output)
+        device, = guest.devices()
+        self.assertEqual(("server", "the virtual host controller may not be written"),
+                         (device["host"]["way"], device["host"]["note"]))
+        guest.program("plugboard", "--delete", "all")
+
+        start = guest.command("plugboard", "--start", "keyboard", "--wait", WAIT)
+        device = json.loads(guest.check(f"unshare -m -n -i {start}", 180))
+        self.assertEqual("kernel", device["host"]["way"])
+        node = next(node for node in device["nodes"] if "event" in node)
+        guest.check(f"""set -e
+            mkdir -p /tmp/container/bin /tmp/container/dev
+            cp /bin/busybox /tmp/container/bin/
+            : >/tmp/container/dev/event
+            mount --bind {node} /tmp/container/dev/event
+            unshare -m -n -i -p -f chroot /tmp/container /bin/busybox head -c {EVENT} /dev/event >/tmp/container/read &
+            echo $! >/tmp/container/reader""")
+        guest.wait("ls -l /proc/[0-9]*/fd | grep -q /dev/event$")
+        guest.send(device, "key a")
+        guest.wait(f"[ $(wc -c </tmp/container/read) = {EVENT} ]")
 
 
 class ScriptsHereTest(HostTest):

@@ -18,11 +18,12 @@ constexpr double kNoPeer = std::numeric_limits<double>::quiet_NaN();
 constexpr int kJoins = 20;
 constexpr double kMostSeconds = 20;
 
+/// Of 25 pictures a second, with 50 from one key picture to the next where there are any between.
 struct Stream
 {
     const char* name;
-    const char* encoder; ///< ffmpeg's arguments, 50 pictures between key pictures where there are any
-    const char* format;
+    const char* encoder; ///< ffmpeg's arguments, or for RTSP GStreamer's elements
+    const char* format;  ///< of what goes over HTTP; null: RTSP
     const char* limit;
 };
 
@@ -31,6 +32,10 @@ const Stream kStreams[] = {
     {"H.265, transport stream over HTTP", "-c:v libx265 -preset ultrafast -x265-params log-level=none:keyint=50",
      "mpegts", "3 s"},
     {"MJPEG over HTTP", "-c:v mjpeg -q:v 4 -pix_fmt yuvj420p", "mpjpeg", "1.04 s"},
+    {"H.264 over RTSP", "x264enc tune=zerolatency speed-preset=ultrafast key-int-max=50 ! rtph264pay", nullptr, "3 s"},
+    {"H.265 over RTSP", "x265enc tune=zerolatency speed-preset=ultrafast key-int-max=50 ! rtph265pay", nullptr, "3 s"},
+    {"VP8 over RTSP", "vp8enc deadline=1 keyframe-max-dist=50 ! rtpvp8pay", nullptr, "3 s"},
+    {"MJPEG over RTSP", "jpegenc ! rtpjpegpay", nullptr, "1.04 s"},
 };
 
 const char kPictures[] = "testsrc2=size=320x240:rate=25";
@@ -124,7 +129,7 @@ double join(const QString& url)
     return seconds;
 }
 
-void measure(const Stream& stream, const QString& url)
+void measureJoins(const Stream& stream, const QString& url)
 {
     const QuietOutput quiet;
     std::mt19937 random(20);
@@ -137,15 +142,46 @@ void measure(const Stream& stream, const QString& url)
     report((std::string("live_join ") + stream.name).c_str(), "s", longest, nullptr, kNoPeer, stream.limit);
 }
 
+void measureHttp(const Stream& stream)
+{
+    const HttpStream server(stream);
+    measureJoins(stream, server.url());
+}
+
+/// Somebody watches all the time: the server encodes for its clients only.
+void measureRtsp(const Stream& stream, const QString& program)
+{
+    Program server(
+        QStringLiteral("/usr/bin/python3"),
+        {program, QStringLiteral("( videotestsrc is-live=true ! "
+                                 "video/x-raw,format=I420,width=320,height=240,framerate=25/1 ! %1 name=pay0 )")
+                      .arg(QLatin1String(stream.encoder))});
+    while (!server.process.canReadLine() && server.process.waitForReadyRead())
+        ;
+    const int port = server.process.readLine().trimmed().toInt();
+    if (port == 0) {
+        std::fprintf(stderr, "%s: no server: %s\n", stream.name, server.process.readAllStandardError().constData());
+        std::exit(1);
+    }
+    const QString url = QStringLiteral("rtsp://127.0.0.1:%1/live").arg(port);
+    const Program watcher(
+        QStringLiteral("ffmpeg"),
+        words(QStringLiteral("-nostdin -v quiet -rtsp_transport tcp -i %1 -c copy -f null -").arg(url)));
+    measureJoins(stream, url);
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
     av_log_set_level(AV_LOG_QUIET);
+    const QString rtspServer = QStringLiteral(PLUGBOARD_RTSP_SERVER);
     for (const Stream& stream : kStreams) {
-        const HttpStream server(stream);
-        measure(stream, server.url());
+        if (stream.format)
+            measureHttp(stream);
+        else
+            measureRtsp(stream, rtspServer);
     }
     return 0;
 }

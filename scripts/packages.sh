@@ -8,7 +8,8 @@ build=(g++ cmake ninja-build pkg-config ccache qtbase5-dev qttools5-dev qttools5
     nlohmann-json3-dev libfido2-dev ffmpeg python3 procps fonts-dejavu-core fonts-noto-cjk)
 display=(xvfb xauth libqt5gui5 fonts-noto-cjk)
 checks=(clang-format-14 python3 git ffmpeg tshark dosfstools mtools)
-bench=(ffmpeg tshark)
+bench=(ffmpeg tshark python3-gi gir1.2-gst-rtsp-server-1.0 gstreamer1.0-plugins-base gstreamer1.0-plugins-good
+    gstreamer1.0-plugins-bad gstreamer1.0-plugins-ugly)
 guide=(imagemagick)
 fuzz=(clang-14 libclang-rt-14-dev)
 windows=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64 xvfb xauth xz-utils python3 nsis osslsigncode

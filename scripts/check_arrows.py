@@ -10,7 +10,7 @@ ARROWS = {
     "ui": set(),
     "driver": set(),
     "devices": {"runtime"},
-    "media": set(),
+    "media": {"runtime"},
     "capture/channel": {"runtime"},
     "capture/decode": {"capture/channel"},
     "capture/file": {"capture/channel", "capture/decode"},

@@ -197,8 +197,9 @@ void UsbIPCaptureClient::onConnected()
 {
     {
         const QMutexLocker lock(&m_mutex);
-        if (m_serverProcess && localServerProcess(m_socket.socketDescriptor()) != m_serverProcess)
-            return refuseServer();
+        const QString fault = faultOfServer(m_socket.socketDescriptor(), m_socket.serverName(), m_serverProcess);
+        if (!fault.isEmpty())
+            return refuseServer(fault);
         m_connected = true;
         m_reconnectTimer.stop();
         qCInfo(captureLog) << "Connected to" << m_socket.serverName();
@@ -207,15 +208,15 @@ void UsbIPCaptureClient::onConnected()
 }
 
 // Nothing was sent to it or read from it. It is looked for again: the process may take its name back.
-void UsbIPCaptureClient::refuseServer()
+void UsbIPCaptureClient::refuseServer(const QString& fault)
 {
-    m_warnings.warn("Another process serves", m_serverName);
+    m_warnings.warn(qUtf8Printable(fault));
     m_refused = true;
     m_socket.abort();
     m_refused = false;
     m_reconnectTimer.start();
     emit serverRefused();
-    emit connectionError(QStringLiteral("Another process serves %1").arg(m_serverName));
+    emit connectionError(fault);
 }
 
 void UsbIPCaptureClient::onDisconnected()

@@ -37,7 +37,7 @@ public:
 
     /// "UsbIPCaptureServer_" and the process id.
     static QString serverNameOf(qint64 processId);
-    /// Whoever serves this name is talked to.
+    /// Whatever process of this user serves the name is talked to.
     void setServerName(const QString& name);
     /// Connects to the server of this process, and to nobody else who has taken its name.
     void setServerProcess(qint64 processId);
@@ -82,7 +82,7 @@ signals:
     void packetCaptured(uint32_t deviceId, UsbIPPacketInfo packet);
     void statsUpdated(CaptureStats stats);
     void deviceConfigReceived(QJsonObject config);
-    /// Somebody else serves the name of the process; connectionError() follows.
+    /// Another user, or another process, serves the name; connectionError() follows.
     void serverRefused();
 
 private slots:
@@ -94,7 +94,7 @@ private slots:
 
 private:
     void readUntil(const QDeadlineTimer& end);
-    void refuseServer();
+    void refuseServer(const QString& fault);
     bool sendWhenConnected(const QString& name);
     void processBinaryBuffer();
     void handleBinaryMessage(uint8_t messageType, const QByteArray& messageData);

@@ -2,6 +2,7 @@
 
 #include "emulation/channels/capture_packet.h"
 #include "emulation/channels/configuration_json.h"
+#include "emulation/channels/local_service.h"
 
 #include <QDateTime>
 #include <QJsonDocument>
@@ -11,9 +12,8 @@
 
 namespace {
 
-constexpr int kStatsInterval = 1000;         // ms
-constexpr qint64 kMostWaiting = 1024 * 1024; // bytes for one client
-constexpr int kLongestCommand = 64 * 1024;   // bytes
+constexpr int kStatsInterval = 1000;       // ms
+constexpr int kLongestCommand = 64 * 1024; // bytes
 constexpr int kHeaderSize = 8;
 
 /// Types of the messages to clients.
@@ -60,7 +60,6 @@ CaptureServer::CaptureServer(qint64 processId, std::uint32_t deviceId, const Exp
     , m_deviceId(deviceId)
     , m_device(device)
 {
-    m_server.setSocketOptions(QLocalServer::UserAccessOption);
     connect(&m_server, &QLocalServer::newConnection, this, &CaptureServer::acceptClients);
     connect(&m_statsTimer, &QTimer::timeout, this, &CaptureServer::sendStats);
     m_statsTimer.setInterval(kStatsInterval);
@@ -74,18 +73,17 @@ CaptureServer::~CaptureServer()
 
 QString CaptureServer::start()
 {
-    QLocalServer::removeServer(m_name); // left by a killed process that had this id
-    return m_server.listen(m_name) ? QString() : m_server.errorString();
+    return listenLocally(m_server, m_name);
 }
 
 void CaptureServer::acceptClients()
 {
-    while (QLocalSocket* socket = m_server.nextPendingConnection()) {
+    while (QLocalSocket* socket = nextLocalClient(m_server)) {
+        socket->setReadBufferSize(kLongestCommand + kHeaderSize);
         Client& client = m_clients.emplace_back(Client{socket, {}});
         connect(socket, &QLocalSocket::readyRead, this, [this, &client] { readCommands(client); });
         connect(socket, &QLocalSocket::disconnected, this, [this, socket] {
             m_clients.remove_if([socket](const Client& gone) { return gone.socket == socket; });
-            socket->deleteLater();
             if (m_clients.empty())
                 stopCapture();
         });
@@ -95,6 +93,8 @@ void CaptureServer::acceptClients()
 // A line of text, which unknown commands come as, is no frame: its first bytes make an impossible length.
 void CaptureServer::readCommands(Client& client)
 {
+    if (client.socket->bytesToWrite() > 2 * kMostWaitingForClient) // asks on and reads no answer
+        return client.socket->abort();
     client.received += client.socket->readAll();
     while (client.received.size() >= kHeaderSize) {
         const auto length = qFromLittleEndian<quint32>(client.received.constData() + 4);
@@ -176,7 +176,7 @@ QJsonObject CaptureServer::configurationObject() const
 void CaptureServer::broadcast(const QByteArray& frames)
 {
     for (Client& client : m_clients) {
-        if (client.socket->bytesToWrite() < kMostWaiting)
+        if (client.socket->bytesToWrite() < kMostWaitingForClient)
             client.socket->write(frames);
     }
 }

@@ -1,6 +1,7 @@
 #include "emulation/channels/command_server.h"
 
 #include "devices/device_commands.h"
+#include "emulation/channels/local_service.h"
 
 #include <QLocalSocket>
 #include <QPointer>
@@ -13,7 +14,6 @@ constexpr qint64 kLongestCommand = 64 * 1024; // bytes
 
 CommandServer::CommandServer(qint64 processId, Run run) : m_name(deviceCommandServer(processId)), m_run(std::move(run))
 {
-    m_server.setSocketOptions(QLocalServer::UserAccessOption);
     connect(&m_server, &QLocalServer::newConnection, this, &CommandServer::acceptClients);
 }
 
@@ -26,20 +26,15 @@ CommandServer::~CommandServer()
 
 QString CommandServer::start()
 {
-    QLocalServer::removeServer(m_name); // left by a killed process that had this id
-    return m_server.listen(m_name)
-               ? QString()
-               : QStringLiteral("The server \"%1\" does not listen: %2").arg(m_name, m_server.errorString());
+    return listenLocally(m_server, m_name);
 }
 
 void CommandServer::acceptClients()
 {
-    while (QLocalSocket* client = m_server.nextPendingConnection()) {
+    while (QLocalSocket* client = nextLocalClient(m_server)) {
+        client->setReadBufferSize(kLongestCommand + 1);
         connect(client, &QLocalSocket::readyRead, this, [this, client] { readCommand(*client); });
-        connect(client, &QLocalSocket::disconnected, this, [this, client] {
-            m_waiting.erase(client);
-            client->deleteLater();
-        });
+        connect(client, &QLocalSocket::disconnected, this, [this, client] { m_waiting.erase(client); });
     }
 }
 
@@ -66,6 +61,8 @@ void CommandServer::answer(QLocalSocket& client, const QString& line)
 {
     if (m_waiting.erase(&client) == 0)
         return;
+    if (client.bytesToWrite() > kMostWaitingForClient)
+        return client.abort();
     client.write(line.toUtf8() + '\n');
     // The next line, if it is there already: not from within the answer to this one.
     QMetaObject::invokeMethod(

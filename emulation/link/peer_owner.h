@@ -1,15 +1,9 @@
 // peer_owner.h: whose program is at the other end of a connection within this machine.
 #pragma once
 
-#include <QHostAddress>
+#include "runtime/local_peer.h"
 
-enum class PeerOwner
-{
-    SameUser,
-    Administrator, ///< root, an elevated administrator, or the system itself
-    Other,
-    Unknown, ///< cannot be looked up
-};
+#include <QHostAddress>
 
 /// The owner of the socket that has `peer` as its own address and `local` as its peer's; IPv4 addresses. Implemented
 /// per system.

@@ -1,6 +1,7 @@
 #include "emulation/securitykey/request_command.h"
 
 #include "emulation/securitykey/request_server.h"
+#include "runtime/local_peer.h"
 
 #include <QJsonDocument>
 #include <QLocalSocket>
@@ -44,9 +45,16 @@ int runRequestCommand(const QStringList& arguments)
         return kUsageError;
     }
     QLocalSocket device;
-    device.connectToServer(ctap::RequestServer::name(arguments.first().toLongLong()));
+    const qint64 processId = arguments.first().toLongLong();
+    const QString name = ctap::RequestServer::name(processId);
+    device.connectToServer(name);
     if (!device.waitForConnected(kConnectTimeoutMs)) {
         std::fprintf(stderr, "usb-daemon: no security key runs as process %s\n", qUtf8Printable(arguments.first()));
+        return 1;
+    }
+    const QString fault = faultOfServer(device.socketDescriptor(), name, processId);
+    if (!fault.isEmpty()) {
+        std::fprintf(stderr, "usb-daemon: %s\n", qUtf8Printable(fault));
         return 1;
     }
     device.write(QJsonDocument(*command).toJson(QJsonDocument::Compact) + '\n');

@@ -1,5 +1,6 @@
 #include "emulation/securitykey/request_server.h"
 
+#include "emulation/channels/local_service.h"
 #include "emulation/securitykey/crypto.h"
 #include "emulation/securitykey/key_pair.h"
 #include "emulation/securitykey/make_credential.h"
@@ -55,20 +56,18 @@ RequestServer::RequestServer(const KeyStore& store, Fido2Server& channel, qint64
     , m_channel(channel)
     , m_name(name(processId))
 {
-    m_server.setSocketOptions(QLocalServer::UserAccessOption);
     connect(&m_server, &QLocalServer::newConnection, this, &RequestServer::takeCommand);
 }
 
 QString RequestServer::listen()
 {
-    QLocalServer::removeServer(m_name);
-    return m_server.listen(m_name) ? QString() : QStringLiteral("The server \"%1\" does not listen.").arg(m_name);
+    return listenLocally(m_server, m_name);
 }
 
 void RequestServer::takeCommand()
 {
-    while (QLocalSocket* caller = m_server.nextPendingConnection()) {
-        connect(caller, &QLocalSocket::disconnected, caller, &QObject::deleteLater);
+    while (QLocalSocket* caller = nextLocalClient(m_server)) {
+        caller->setReadBufferSize(kLongestCommand + 1);
         connect(caller, &QLocalSocket::readyRead, this, [this, caller] {
             if (caller->canReadLine())
                 runCommand(caller, QJsonDocument::fromJson(caller->readLine(kLongestCommand)).object());

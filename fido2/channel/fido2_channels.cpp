@@ -34,7 +34,7 @@ void Fido2Channels::add(qint64 processId)
                 emit confirmationRequested(processId, operation, data);
             });
     m_clients.insert(processId, client);
-    if (!client->connectToServer(QStringLiteral("Fido2Server_%1").arg(processId)))
+    if (!client->connectToServer(QStringLiteral("Fido2Server_%1").arg(processId), processId))
         client->handleDisconnected();
 }
 

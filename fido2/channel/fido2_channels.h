@@ -19,7 +19,8 @@ public:
     ~Fido2Channels() override;
 
     /// Drops the client that there may be for this process id (ids are reused, and an old client must not answer a new
-    /// process) and connects a new one to "Fido2Server_PID". Blocks up to 5 s; a failure starts the reconnection.
+    /// process) and connects a new one to "Fido2Server_PID", which that very process must serve. Blocks up to 5 s; a
+    /// failure starts the reconnection.
     void add(qint64 processId);
 
     /// Disconnects and forgets the client; does nothing when there is none.

@@ -3,6 +3,7 @@
 #include "devices/one_write.h"
 #include "fido2/channel/fido2_message.h"
 #include "fido2/file/log.h"
+#include "runtime/local_peer.h"
 
 #include <QDateTime>
 #include <QJsonDocument>
@@ -24,11 +25,12 @@ Fido2Client::Fido2Client(QObject* parent, int reconnectIntervalMs) : QObject(par
     connect(&m_reconnectTimer, &QTimer::timeout, this, &Fido2Client::attemptReconnect);
 }
 
-bool Fido2Client::connectToServer(const QString& serverName)
+bool Fido2Client::connectToServer(const QString& serverName, std::optional<qint64> process)
 {
     if (m_connected)
         return true;
     m_serverName = serverName;
+    m_serverProcess = process;
     if (!m_socket)
         createSocket();
     m_socket->connectToServer(serverName, QIODevice::ReadWrite);
@@ -69,8 +71,23 @@ bool Fido2Client::sendMessage(const QJsonObject& message)
     return written;
 }
 
+/// Nothing was sent to it or read from it; the attempts go on, as if nobody had answered.
+bool Fido2Client::refusesServer()
+{
+    const QString fault = faultOfServer(m_socket->socketDescriptor(), m_serverName, m_serverProcess);
+    if (fault.isEmpty())
+        return false;
+    qCWarning(fido2Log).noquote() << fault;
+    m_isRefusing = true;
+    m_socket->abort();
+    m_isRefusing = false;
+    return true;
+}
+
 void Fido2Client::handleConnected()
 {
+    if (refusesServer())
+        return;
     qCDebug(fido2Log) << "Connected to" << m_serverName;
     m_connected = true;
     m_reconnectAttempts = 0;
@@ -86,6 +103,8 @@ void Fido2Client::handleConnected()
 
 void Fido2Client::handleDisconnected()
 {
+    if (m_isRefusing)
+        return;
     m_connected = false;
     emit connectionStatusChanged(false);
     if (!m_stopping && m_reconnectAttempts < kMostAttempts)
@@ -122,5 +141,5 @@ void Fido2Client::attemptReconnect()
         ++m_reconnectAttempts;
     qCDebug(fido2Log) << "Attempt" << m_reconnectAttempts << "to reach" << m_serverName << "again";
     if (m_reconnectAttempts < kMostAttempts)
-        connectToServer(m_serverName);
+        connectToServer(m_serverName, m_serverProcess);
 }

@@ -8,6 +8,7 @@
 #include <QTimer>
 
 #include <cstdint>
+#include <optional>
 
 class OneWriteReader;
 
@@ -27,8 +28,9 @@ public:
     explicit Fido2Client(QObject* parent = nullptr, int reconnectIntervalMs = kReconnectIntervalMs);
 
     /// Blocks up to 5 s. True when connected now. A failure emits nothing and starts no reconnection; a caller who
-    /// wants one calls handleDisconnected().
-    bool connectToServer(const QString& serverName);
+    /// wants one calls handleDisconnected(). Whoever serves the name but is another user's, or not the process that is
+    /// expected, is left at once and logged.
+    bool connectToServer(const QString& serverName, std::optional<qint64> process = {});
 
     /// For good: nothing reconnects any more. Blocks up to 1 s. Of a connection that was open it reports the end twice.
     void disconnectFromServer();
@@ -56,13 +58,16 @@ public slots:
 
 private:
     void createSocket();
+    bool refusesServer();
     void handleMessage(const QByteArray& bytes);
 
     QLocalSocket* m_socket = nullptr;   ///< child, made by the first connection
     OneWriteReader* m_reader = nullptr; ///< child of the socket
     QTimer m_reconnectTimer;
     QString m_serverName;
+    std::optional<qint64> m_serverProcess; ///< that must serve the name
     std::int32_t m_reconnectAttempts = 0;
     bool m_connected = false;
     bool m_stopping = false;
+    bool m_isRefusing = false; ///< while a connection to somebody else is given up
 };

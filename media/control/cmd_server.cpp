@@ -1,8 +1,8 @@
 #include "media/control/cmd_server.h"
 
 #include "media/control/server_names.h"
-#include "media/control/socket_place.h"
 #include "media/log.h"
+#include "runtime/local_peer.h"
 
 #include <QCoreApplication>
 #include <QMutexLocker>
@@ -93,9 +93,11 @@ bool CmdServer::listen(const QString& name)
     const bool connected =
         connect(m_server, &QLocalServer::newConnection, this, &CmdServer::HandleNewConnection, Qt::QueuedConnection);
     bool listening = false;
-    if (connected && !isNameServed(name) && isPlaceFree(name)) {
-        QLocalServer::removeServer(name); // Left by a program that crashed: nobody answers there.
-        listening = m_server->listen(name);
+    if (connected && !isNameServed(name)) {
+        const QString fault = claimServerName(name);
+        if (!fault.isEmpty())
+            qCWarning(mediaLog, "The name \"%s\" is not free: %s.", qUtf8Printable(name), qUtf8Printable(fault));
+        listening = fault.isEmpty() && m_server->listen(name);
     }
     if (!listening) {
         delete std::exchange(m_server, nullptr);
@@ -180,6 +182,12 @@ void CmdServer::HandleNewConnection()
     QLocalSocket* pending = m_server ? m_server->nextPendingConnection() : nullptr;
     if (!pending)
         return;
+    if (const QString fault = faultOfClient(pending->socketDescriptor(), m_name); !fault.isEmpty()) {
+        qCWarning(mediaLog, "%s.", qUtf8Printable(fault));
+        pending->abort();
+        pending->deleteLater();
+        return;
+    }
     if (m_client) {
         refuse(*pending);
         return;

@@ -52,7 +52,7 @@ private:
 
 namespace {
 
-constexpr qint64 kProcessId = 918;
+const qint64 kProcessId = QCoreApplication::applicationPid(); // who serves its channel is checked
 
 void click(const QDialog& dialog, const char* name)
 {
@@ -83,6 +83,11 @@ QJsonObject response(QLocalSocket* socket)
         return message.value(QStringLiteral("type")) == QStringLiteral("user_confirmation_response");
     });
     return came ? message : QJsonObject();
+}
+
+QByteArray notConnected()
+{
+    return QByteArray("FIDO2 client for process ") + QByteArray::number(kProcessId) + " not available or not connected";
 }
 
 struct Device
@@ -246,7 +251,7 @@ void Fido2DeskTest::requestsAreAskedAndAnsweredInTurn()
     whenOpens(kConfirmation, [&](QDialog& first) {
         QVERIFY(asksFor(first, "first.example"));
         QCOMPARE(first.findChild<QLabel*>(QStringLiteral("asker"))->text(),
-                 QStringLiteral("Asked by the key Key (S1), process 918"));
+                 QStringLiteral("Asked by the key Key (S1), process %1").arg(kProcessId));
         QSignalSpy arrived(window.findChild<Fido2Client*>(), &Fido2Client::userConfirmationRequestReceived);
         send(socket.get(), question("second.example")); // while the first dialog is open
         QTRY_COMPARE(arrived.size(), 1);
@@ -285,7 +290,7 @@ void Fido2DeskTest::saysWhichKeyIsWaitedFor()
         int tables = 0;
     } painted;
     qApp->installEventFilter(&painted);
-    const QString text = QStringLiteral("Connecting to the security key Key (S1), process 918 ...");
+    const QString text = QStringLiteral("Connecting to the security key Key (S1), process %1 ...").arg(kProcessId);
     MainWindowServices counting = services();
     int snapshots = 0;
     counting.takeSnapshot = [&snapshots, take = counting.takeSnapshot] {
@@ -357,7 +362,7 @@ void Fido2DeskTest::aDeviceMayVanishWhileItsDialogIsOpen()
         device.reset();
         auto* client = window.findChild<Fido2Client*>();
         QTRY_VERIFY(!client->isConnected());
-        QTest::ignoreMessage(QtWarningMsg, "FIDO2 client for process 918 not available or not connected");
+        QTest::ignoreMessage(QtWarningMsg, notConnected().constData());
         click(dialog, "confirm");
         answered = true;
     });
@@ -387,7 +392,7 @@ void Fido2DeskTest::requestsOfAnEndedProcessAreForgotten()
         const auto* confirm = dialog.findChild<QPushButton*>(QStringLiteral("confirm"));
         QTRY_VERIFY(!confirm->isEnabled());
         QVERIFY(dialog.findChild<QLabel*>(QStringLiteral("asker"))->text().contains(QStringLiteral("has ended")));
-        QTest::ignoreMessage(QtWarningMsg, "FIDO2 client for process 918 not available or not connected");
+        QTest::ignoreMessage(QtWarningMsg, notConnected().constData());
         click(dialog, "deny");
     });
     send(device->accept(), question("a.example"));

@@ -312,7 +312,7 @@ void Fido2ClientTest::stopsForGood()
 
 void Fido2ClientTest::channelsAnswerByProcessId()
 {
-    const qint64 processId = uniqueProcessId();
+    const qint64 processId = QCoreApplication::applicationPid(); // who serves it is checked
     Server server(serverName(processId));
     Fido2Channels channels;
     channels.add(processId);
@@ -340,7 +340,7 @@ void Fido2ClientTest::channelsAnswerByProcessId()
 
 void Fido2ClientTest::channelsReplaceTheClientOfAReusedId()
 {
-    const qint64 processId = uniqueProcessId();
+    const qint64 processId = QCoreApplication::applicationPid(); // who serves it is checked
     Server server(serverName(processId));
     Fido2Channels channels;
     QSignalSpy asked(&channels, &Fido2Channels::confirmationRequested);
@@ -361,7 +361,7 @@ void Fido2ClientTest::channelsReplaceTheClientOfAReusedId()
 
 void Fido2ClientTest::channelsRetryADeviceThatListensLate()
 {
-    const qint64 processId = uniqueProcessId();
+    const qint64 processId = QCoreApplication::applicationPid(); // who serves it is checked
     Fido2Channels channels(nullptr, 4 * kShortInterval);
     QSignalSpy connectedDevices(&channels, &Fido2Channels::deviceConnected);
     QSignalSpy lostDevices(&channels, &Fido2Channels::deviceDisconnected);

@@ -22,6 +22,7 @@ private slots:
     void anAnswerThatComesTooLateIsNobodys();
     void aWithdrawnQuestionIsNotAnsweredByTheNextConnection();
     void commandsAnswerInsteadOfTheUser();
+    void aSecondProgramWaitsForItsTurn();
     void choicesAreRemembered_data();
     void choicesAreRemembered();
 
@@ -121,6 +122,27 @@ void ConfirmationDeskTest::anAnswerThatComesTooLateIsNobodys()
     answer(*program, false);
     QCOMPARE(second.verdicts, QList<Verdict>{Verdict::Denied});
     QCOMPARE(first.verdicts.size(), 1);
+}
+
+void ConfirmationDeskTest::aSecondProgramWaitsForItsTurn()
+{
+    auto first = connected();
+    QVERIFY(first);
+    const auto second = connected();
+    second->write(QJsonDocument(QJsonObject{{QStringLiteral("type"), QStringLiteral("ping")}}).toJson());
+    QByteArray read;
+    QTRY_VERIFY((read += second->readAll()).contains("pong"));
+    Answers answers;
+    m_desk->ask(QStringLiteral("reset"), {}, into(answers));
+    QTRY_VERIFY(first->bytesAvailable() > 0);
+    answer(*second, true); // it was not asked
+    QCOMPARE(answers.verdicts, QList<Verdict>());
+    QCOMPARE(first->state(), QLocalSocket::ConnectedState);
+    first.reset();
+    QTRY_VERIFY_WITH_TIMEOUT(second->bytesAvailable() > 0, 30000);
+    QVERIFY(second->readAll().contains("reset"));
+    answer(*second, true);
+    QCOMPARE(answers.verdicts, QList<Verdict>{Verdict::Confirmed});
 }
 
 void ConfirmationDeskTest::aWithdrawnQuestionIsNotAnsweredByTheNextConnection()

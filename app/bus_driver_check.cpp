@@ -1,6 +1,7 @@
 #include "app/bus_driver_check.h"
 
 #include "app/log.h"
+#include "driver/sealed_package.h"
 
 #include <QCoreApplication>
 
@@ -11,6 +12,17 @@ struct BusDriverCheck
     Q_DECLARE_TR_FUNCTIONS(BusDriverCheck)
 };
 
+/// For a window that may change the system itself: it checks what the elevated program would check.
+std::optional<int> installHere(driver::BusDriverSetup& setup, const std::wstring& hash)
+{
+    const driver::HeldPackage package(setup.infPath());
+    if (package.hash() != hash) {
+        qCWarning(driverLog) << "The driver package was changed while the user was asked: nothing was installed";
+        return static_cast<int>(driver::kFailure);
+    }
+    return static_cast<int>(setup.install());
+}
+
 } // namespace
 
 bool ensureBusDriver(driver::BusDriverSetup& setup, const ElevatedDriver& elevated, Prompter& prompter)
@@ -20,6 +32,8 @@ bool ensureBusDriver(driver::BusDriverSetup& setup, const ElevatedDriver& elevat
         return true;
     }
     qCInfo(driverLog) << "The bus driver is not installed";
+    // Taken before the question: whoever changes the package while the user reads changes nothing that is installed.
+    const std::wstring hash = driver::HeldPackage(setup.infPath()).hash();
     if (!prompter.question(
             nullptr, BusDriverCheck::tr("Error"),
             BusDriverCheck::tr(
@@ -28,7 +42,9 @@ bool ensureBusDriver(driver::BusDriverSetup& setup, const ElevatedDriver& elevat
         return false;
     // Whether the user refused the rights makes no difference: only what the checks find counts.
     const std::optional<int> result =
-        elevated ? elevated(driver::joinArgumentVectors(setup.commands())) : static_cast<int>(setup.install());
+        elevated
+            ? elevated(driver::sealedArguments(hash, setup.infPath(), driver::joinArgumentVectors(setup.commands())))
+            : installHere(setup, hash);
     if (result)
         qCInfo(driverLog) << "The installation ended with result" << *result;
     else

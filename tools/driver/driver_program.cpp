@@ -5,6 +5,7 @@
 #include "driver/extras.h"
 #include "driver/output.h"
 #include "driver/platform/system_platform.h"
+#include "driver/sealed_package.h"
 
 namespace {
 
@@ -27,6 +28,12 @@ int runDriverProgram(const std::vector<std::wstring>& arguments, const std::file
     const bool simulated = PLUGBOARD_TREE_VARIABLE && !treeFile.empty();
     const auto platform = simulated ? driver::simulatedPlatform(treeFile) : driver::systemPlatform(programFolder);
     driver::ArgumentVector others = arguments;
+    const driver::Seal seal = driver::takeSeal(others); // holds the package until the end
+    if (seal.isBroken) {
+        driver::systemOutput().write(driver::Stream::Error, L"The driver package is not the one that the user was "
+                                                            L"asked about, or cannot be read: nothing was done.\n");
+        return static_cast<int>(driver::kFailure);
+    }
     const driver::Extras extras = driver::takeExtras(others);
     auto vectors = driver::splitArgumentVectors(others);
     if (asked == L"--help" || asked == L"-h")

@@ -1,5 +1,7 @@
 #include "media/av_decoder.h"
 
+#include "media/limits.h"
+
 #include <algorithm>
 #include <array>
 
@@ -115,6 +117,7 @@ bool AVDecoder::openDecoder(const AVCodecParameters* parameters)
     context->thread_type = FF_THREAD_SLICE; // Threads by frame would hold one picture back for each thread.
     context->thread_count = m_threadCount;
     context->skip_frame = kDiscardBeforeJoining;
+    context->max_pixels = kMostPixels;
     if (avcodec_open2(context.get(), m_decoder, nullptr) < 0)
         return false;
     if (lowDelayLosesOrder(m_codecId) && context->has_b_frames > 0)

@@ -1,6 +1,10 @@
 #include "media/media_input.h"
 
+#include "media/limits.h"
+
+#include <string>
 #include <utility>
+#include <vector>
 
 extern "C" {
 #include <libavutil/mem.h>
@@ -27,6 +31,7 @@ int MediaInput::open()
     options.set("rtsp_transport", "tcp");
     options.set("probesize", "32"); // Bytes: only what names the streams is read before playing starts.
     options.set("analyzeduration", "1000");
+    options.set("max_streams", std::to_string(kMostStreams).c_str());
     options.set("fflags", "nobuffer");
     options.set("flags", "low_delay");
 
@@ -48,7 +53,13 @@ int MediaInput::open()
 int MediaInput::findStreamInformation()
 {
     const MediaInterrupt::Call call(m_interrupt);
-    return avformat_find_stream_info(m_context.get(), nullptr);
+    std::vector<AVDictionary*> options(m_context->nb_streams); // for the decoders that it opens by itself
+    for (AVDictionary*& option : options)
+        av_dict_set_int(&option, "max_pixels", kMostPixels, 0);
+    const int result = avformat_find_stream_info(m_context.get(), options.empty() ? nullptr : options.data());
+    for (AVDictionary*& option : options)
+        av_dict_free(&option);
+    return result;
 }
 
 int MediaInput::read(AVPacket* packet)

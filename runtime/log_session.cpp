@@ -71,6 +71,7 @@ LogSession::LogSession(const QString& folder, const QString& program, const QStr
 LogSession::~LogSession()
 {
     const std::lock_guard lock(current().mutex);
+    tellLeftOut();
     qInstallMessageHandler(m_before);
     current().session = nullptr;
     QLoggingCategory::setFilterRules(QString());
@@ -84,8 +85,8 @@ void LogSession::handle(QtMsgType type, const QMessageLogContext& context, const
         const std::lock_guard lock(current().mutex);
         if (!current().session)
             return;
-        current().session->take(type, context.category, kept);
-        before = current().session->m_before;
+        if (current().session->take(type, context.category, kept))
+            before = current().session->m_before;
     }
     if (type != QtDebugMsg && type != QtInfoMsg && before)
         before(type, context, kept);
@@ -93,7 +94,30 @@ void LogSession::handle(QtMsgType type, const QMessageLogContext& context, const
         std::abort(); // Qt would end the process now, on Windows without a trace
 }
 
-void LogSession::take(QtMsgType type, const char* category, const QString& text)
+bool LogSession::take(QtMsgType type, const char* category, const QString& text)
+{
+    constexpr int kPeriod = 10000; // ms
+    if (!m_since.isValid() || m_since.hasExpired(kPeriod)) {
+        tellLeftOut();
+        m_since.start();
+        m_lines = 0;
+    }
+    if (++m_lines > kMostLines && type != QtFatalMsg) {
+        ++m_leftOut;
+        return false;
+    }
+    write(type, category, text);
+    return true;
+}
+
+void LogSession::tellLeftOut()
+{
+    if (m_leftOut > 0)
+        write(QtWarningMsg, "default", QStringLiteral("%1 more lines were left out").arg(m_leftOut));
+    m_leftOut = 0;
+}
+
+void LogSession::write(QtMsgType type, const char* category, const QString& text)
 {
     const QString line = QStringLiteral("%1 %2 %3 [%4] %5\n")
                              .arg(QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd hh:mm:ss.zzz")),

@@ -24,6 +24,7 @@ private slots:
     void deviceThatCannotDecodeLeavesItToSoftware_data();
     void deviceThatCannotDecodeLeavesItToSoftware();
     void decoderThatDidNotOpenRefusesPackets();
+    void refusesPicturesThatAreTooLarge();
     void stopsWhenTheChainRefuses();
     void encodesForStreaming_data();
     void encodesForStreaming();
@@ -310,6 +311,36 @@ void CodecTest::decoderThatDidNotOpenRefusesPackets()
     QVERIFY(!unknown.open(nullptr));
     QVERIFY(!unknown.pushPacket(stream.packet.get()));
     QVERIFY(!unknown.flush());
+}
+
+/// Some kilobytes of PNG become as many pixels as they say.
+void CodecTest::refusesPicturesThatAreTooLarge()
+{
+    constexpr int kWidth = 8192;
+    for (const int height : {4320, 4321}) {
+        const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_PNG);
+        if (!codec)
+            QSKIP("this FFmpeg has no encoder of PNG");
+        ffmpeg::CodecContext context(avcodec_alloc_context3(codec));
+        context->width = kWidth;
+        context->height = height;
+        context->pix_fmt = AV_PIX_FMT_GRAY8;
+        context->time_base = {1, 25};
+        QVERIFY(avcodec_open2(context.get(), codec, nullptr) >= 0);
+        const ffmpeg::Frame frame = makePicture(AV_PIX_FMT_GRAY8, kWidth, height);
+        std::memset(frame->data[0], 0, std::size_t(frame->linesize[0]) * std::size_t(height));
+        const ffmpeg::Packet packet(av_packet_alloc());
+        QVERIFY(avcodec_send_frame(context.get(), frame.get()) >= 0);
+        QVERIFY(avcodec_receive_packet(context.get(), packet.get()) >= 0);
+
+        AVDecoder decoder(AV_CODEC_ID_PNG);
+        StageProbe pictures;
+        decoder.chain(pictures);
+        QVERIFY(decoder.open(nullptr));
+        decoder.pushPacket(packet.get());
+        decoder.flush();
+        QCOMPARE(pictures.frames, height == 4320 ? 1 : 0);
+    }
 }
 
 void CodecTest::stopsWhenTheChainRefuses()

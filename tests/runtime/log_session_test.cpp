@@ -17,6 +17,7 @@ private slots:
     void oneMessageIsOneLine();
     void warningsStillReachWhoListenedBefore();
     void everyThreadMayLog();
+    void aFloodIsCutShort();
 
 private:
     static QStringList linesOf(const LogSession& session);
@@ -94,6 +95,22 @@ void LogSessionTest::everyThreadMayLog()
     QCOMPARE(lines.size(), 1000);
     for (const QString& line : lines)
         QVERIFY2(line.contains(QStringLiteral("] line ")), qPrintable(line));
+}
+
+void LogSessionTest::aFloodIsCutShort()
+{
+    const QTemporaryDir folder;
+    QString path;
+    {
+        const LogSession session(folder.path(), QStringLiteral("p"), logRules({}).rules);
+        path = session.path();
+        for (int number = 0; number < 5000; ++number)
+            qCInfo(ownLog) << "line" << number;
+        QCOMPARE(linesOf(session).size(), LogSession::kMostLines);
+    }
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QVERIFY(file.readAll().endsWith("4000 more lines were left out\n"));
 }
 
 PLUGBOARD_SUITE(LogSessionTest)

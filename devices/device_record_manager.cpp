@@ -3,6 +3,7 @@
 #include "devices/device_launcher.h"
 #include "devices/device_type.h"
 #include "devices/log.h"
+#include "runtime/local_peer.h"
 #include "runtime/whole_file.h"
 
 #include <QCoreApplication>
@@ -55,8 +56,9 @@ DeviceRecordManager::DeviceRecordManager(const QString& folder, TakeProcessSnaps
 
 QStringList DeviceRecordManager::listRecords() const
 {
-    return QDir(m_folder).entryList({QStringLiteral("device_*.json")}, QDir::Files | QDir::CaseSensitive,
-                                    QDir::Unsorted);
+    return QDir(m_folder)
+        .entryList({QStringLiteral("device_*.json")}, QDir::Files | QDir::CaseSensitive, QDir::Unsorted)
+        .mid(0, kMostRecords);
 }
 
 DeviceRecord DeviceRecordManager::loadRecord(const QString& fileName) const
@@ -97,7 +99,10 @@ void DeviceRecordManager::removeStaleRecords() const
 
 std::vector<DeviceRecord> DeviceRecordManager::loadCurrentRecords() const
 {
+    removeLeftSavesOfRecords();
     const QStringList fileNames = listRecords();
+    if (fileNames.size() == kMostRecords)
+        qCWarning(devicesLog) << "No more than" << kMostRecords << "device records are listed";
     std::vector<DeviceRecord> loaded;
     for (const QString& fileName : fileNames)
         loaded.push_back(loadRecord(fileName));
@@ -109,12 +114,23 @@ std::vector<DeviceRecord> DeviceRecordManager::loadCurrentRecords() const
     std::vector<DeviceRecord> current;
     for (std::size_t i = 0; i < loaded.size(); ++i) {
         const QString& fileName = fileNames[static_cast<int>(i)];
-        if (!mayBeStale(loaded[i]) || snapshot.contains(loaded[i].processId) || !remove(fileName))
+        if (!mayBeStale(loaded[i]) || snapshot.contains(loaded[i].processId) || !remove(fileName)) {
             current.push_back(std::move(loaded[i]));
-        else
+        } else {
             qCInfo(devicesLog).noquote() << "Record removed, its process has ended:" << fileName;
+            if (snapshot.valid()) // else it may run
+                removeLeftSockets(loaded[i].processId);
+        }
     }
     return current;
+}
+
+void DeviceRecordManager::removeLeftSavesOfRecords() const
+{
+    const QStringList saves = QDir(m_folder).entryList({QStringLiteral("device_*.json.??????")},
+                                                       QDir::Files | QDir::CaseSensitive, QDir::Unsorted);
+    for (const QString& save : saves)
+        removeLeftSaves(pathOf(save.left(save.lastIndexOf(QLatin1Char('.')))));
 }
 
 bool DeviceRecordManager::remove(const QString& fileName) const

@@ -28,7 +28,10 @@ public:
         const QString& folder, TakeProcessSnapshot takeSnapshot, QObject* parent = nullptr,
         Clock now = [] { return QDateTime::currentDateTime(); });
 
-    /// File names (not paths) of all records, in the order in which the file system returns them.
+    static constexpr int kMostRecords = 10'000;
+
+    /// File names (not paths) of all records, in the order in which the file system returns them; the first 10,000 of
+    /// more.
     QStringList listRecords() const;
 
     /// The record in that file; a default one when the file cannot be read, is larger than 1 MiB or holds no JSON
@@ -42,8 +45,8 @@ public:
     /// cannot be a file name in the folder (by the rules of Windows, on every system) fails as an unwritable file does.
     void saveRecord(const DeviceRecord& record) const;
 
-    /// Deletes the records whose process does not run; all with a process id of at least 1 when no snapshot can be
-    /// taken. One snapshot serves them all.
+    /// Deletes the records whose process does not run, with its sockets and what it left of a save; all with a process
+    /// id of at least 1 when no snapshot can be taken. One snapshot serves them all.
     void removeStaleRecords() const;
 
     bool isProcessRunning(qint64 processId) const;
@@ -72,6 +75,8 @@ public:
 private:
     /// Reads every record once, deletes the stale ones and returns the others.
     std::vector<DeviceRecord> loadCurrentRecords() const;
+
+    void removeLeftSavesOfRecords() const;
 
     /// Whether the file is gone.
     bool remove(const QString& fileName) const;

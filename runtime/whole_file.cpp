@@ -2,8 +2,12 @@
 
 #include "runtime/log.h"
 
+#include <QDateTime>
 #include <QDeadlineTimer>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QRegularExpression>
 #include <QSaveFile>
 #include <QThread>
 
@@ -58,8 +62,23 @@ bool overwriteFile(const QString& path, const QByteArray& bytes, QString& reason
 
 } // namespace
 
+void removeLeftSaves(const QString& path)
+{
+    constexpr int kYoungest = 60; // s; a younger one may be under way
+    static const QRegularExpression kSuffix(QStringLiteral("\\.(?=.*[A-Z])(?=.*[a-z])[A-Za-z]{6}\\z"));
+    const QFileInfo file(path);
+    const QFileInfoList found = file.dir().entryInfoList({file.fileName() + QStringLiteral(".??????")},
+                                                         QDir::Files | QDir::NoSymLinks | QDir::CaseSensitive);
+    for (const QFileInfo& left : found) {
+        if (kSuffix.match(left.fileName()).hasMatch() &&
+            left.lastModified().secsTo(QDateTime::currentDateTime()) >= kYoungest)
+            QFile::remove(left.filePath());
+    }
+}
+
 QString writeWholeFile(const QString& path, const QByteArray& bytes)
 {
+    removeLeftSaves(path);
     QString reason;
     switch (replaceFile(path, bytes, reason)) {
     case Outcome::Written:

@@ -4,10 +4,15 @@
 #include <QByteArray>
 #include <QString>
 
+/// Removes what saves of this file left beside it when their process was killed a minute ago or longer: "PATH." and six
+/// letters, large and small.
+void removeLeftSaves(const QString& path);
+
 /// Makes `bytes` the content of the file, through a new file that then replaces the old one: an interruption or a full
 /// disk leaves the old file as it was. The file is readable and writable by its owner only. Only where the folder
 /// refuses the new file or the replacement (another process holds the old one open on Windows, say) is the old file
-/// overwritten in place, and its old bytes are put back when the new ones do not fit. Makes no folder. Any thread.
+/// overwritten in place, and its old bytes are put back when the new ones do not fit. Makes no folder. What interrupted
+/// saves left is removed. Any thread.
 /// Empty, or the system's reason why nothing was written.
 QString writeWholeFile(const QString& path, const QByteArray& bytes);
 

@@ -16,6 +16,8 @@ private slots:
     void init();
     void cleanup();
     void listsRecordsOnly();
+    void listsTenThousandRecords();
+    void removesWhatInterruptedSavesLeft();
     void loadsOrGivesADefaultRecord();
     void savesWhole();
     void refusesNames_data();
@@ -109,6 +111,32 @@ void DeviceRecordManagerTest::listsRecordsOnly()
     listed.sort();
     QCOMPARE(listed, QStringList({QStringLiteral("device_.json"), QStringLiteral("device_a_1.json"),
                                   QStringLiteral("device_b.txt.json")}));
+}
+
+void DeviceRecordManagerTest::listsTenThousandRecords()
+{
+    for (int number = 0; number <= 10'000; ++number)
+        put(QStringLiteral("device_%1.json").arg(number), {});
+    QCOMPARE(manager().listRecords().size(), 10'000);
+}
+
+/// Of processes that were killed while they saved. What may still be under way stays, and what a user called like that.
+void DeviceRecordManagerTest::removesWhatInterruptedSavesLeft()
+{
+    const auto putOld = [this](const char* name) {
+        put(QString::fromLatin1(name), "{");
+        QFile file(path(QString::fromLatin1(name)));
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        QVERIFY(file.setFileTime(QDateTime::currentDateTime().addSecs(-90), QFileDevice::FileModificationTime));
+    };
+    putOld("device_a_101.json.AbcDef");
+    putOld("device_a_101.json.backup");
+    putOld("device_a_101.json.AbcDefg");
+    put(QStringLiteral("device_b_7.json.ZyxWvu"), "{");
+    manager({ProcessSnapshot(Ids{7})}).removeStaleRecords();
+    QCOMPARE(fileNames(),
+             (QStringList{QStringLiteral("device_a_101.json.AbcDefg"), QStringLiteral("device_a_101.json.backup"),
+                          QStringLiteral("device_b_7.json.ZyxWvu")}));
 }
 
 void DeviceRecordManagerTest::loadsOrGivesADefaultRecord()

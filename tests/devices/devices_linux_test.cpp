@@ -30,6 +30,7 @@ private slots:
     void zombieDoesNotRun();
     void fullDiskLeavesTheOldRecord();
     void pipeIsNoRecord();
+    void socketsOfEndedProcessesGoWithTheirRecords();
 };
 
 namespace {
@@ -168,6 +169,28 @@ void DevicesLinuxTest::pipeIsNoRecord()
     QTest::ignoreMessage(QtWarningMsg, qPrintable(QStringLiteral("Failed to load device record from: ") + link));
     // Reading the pipe would block here for ever.
     QVERIFY(DeviceRecordManager(folder.path(), &ProcessSnapshot::take).restoreDevices().isEmpty());
+}
+
+void DevicesLinuxTest::socketsOfEndedProcessesGoWithTheirRecords()
+{
+    const std::uint32_t ended = 4'000'000'000U + std::uint32_t(getpid()) % 1'000'000U;
+    const QTemporaryDir folder;
+    std::vector<QByteArray> sockets;
+    for (const std::uint32_t process : {ended, ended + 1}) {
+        DeviceRecord record;
+        record.deviceName = QStringLiteral("Key");
+        record.processId = process;
+        DeviceRecordManager(folder.path(), [] { return ProcessSnapshot::failed(); }).saveRecord(record);
+        const QString name = QStringLiteral("Fido2Server_%1").arg(process);
+        sockets.push_back(QFile::encodeName(QDir(QDir::tempPath()).filePath(name)));
+        QCOMPARE(mknod(sockets.back().constData(), S_IFSOCK | 0600, 0), 0);
+    }
+    DeviceRecordManager(folder.path(), [&] {
+        return ProcessSnapshot(std::vector<std::uint32_t>{ended + 1});
+    }).removeStaleRecords();
+    struct stat found = {};
+    QVERIFY(lstat(sockets.front().constData(), &found) != 0);
+    QCOMPARE(unlink(sockets.back().constData()), 0);
 }
 
 PLUGBOARD_SUITE(DevicesLinuxTest)

@@ -45,8 +45,16 @@ QString claimServerName(const QString& name)
 {
     // Nothing is left of a pipe whose process has ended. One that is there has a server, which Qt would join.
     const QString path = QStringLiteral("\\\\.\\pipe\\") + name;
-    const HANDLE pipe = CreateFileW(reinterpret_cast<const wchar_t*>(path.utf16()), GENERIC_READ, 0, nullptr,
-                                    OPEN_EXISTING, SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION, nullptr);
+    const auto open = [&path] {
+        return CreateFileW(reinterpret_cast<const wchar_t*>(path.utf16()), GENERIC_READ, 0, nullptr, OPEN_EXISTING,
+                           SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION, nullptr);
+    };
+    HANDLE pipe = open();
+    constexpr int kMostWaits = 50; // of 10 ms: the last connections of an earlier server of ours may be ending
+    for (int wait = 0; pipe == INVALID_HANDLE_VALUE && GetLastError() == ERROR_PIPE_BUSY && wait < kMostWaits; ++wait) {
+        Sleep(10);
+        pipe = open();
+    }
     if (pipe == INVALID_HANDLE_VALUE) {
         if (GetLastError() == ERROR_FILE_NOT_FOUND)
             return {};

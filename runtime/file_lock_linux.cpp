@@ -2,9 +2,16 @@
 
 #include <QFile>
 
+#include <cerrno>
+
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
+
+bool reachesDisk(int descriptor)
+{
+    return ::fsync(descriptor) == 0 || errno == EINVAL || errno == ENOTSUP || errno == EROFS; // or has none
+}
 
 void FileLock::open(const QString& lockFile)
 {

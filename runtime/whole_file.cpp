@@ -31,10 +31,14 @@ Outcome replaceFile(const QString& path, const QByteArray& bytes, QString& reaso
     } else {
         file.setPermissions(kOwnerOnly);
         // Flushed here, as commit() alone would put a file in place whose last bytes could not be written.
-        if (file.write(bytes) != bytes.size() || !file.flush())
+        if (file.write(bytes) != bytes.size() || !file.flush()) {
             outcome = Outcome::Failed;
-        else if (!file.commit())
+        } else if (!reachesDisk(file.handle())) { // commit() alone takes no notice
+            reason = qt_error_string();
+            return Outcome::Failed;
+        } else if (!file.commit()) {
             outcome = file.error() == QFileDevice::WriteError ? Outcome::Failed : Outcome::Refused;
+        }
     }
     reason = file.errorString();
     return outcome;

@@ -16,6 +16,10 @@ void removeLeftSaves(const QString& path);
 /// Empty, or the system's reason why nothing was written.
 QString writeWholeFile(const QString& path, const QByteArray& bytes);
 
+/// Whether what was written to this descriptor has reached the disk, as far as the system says; the reason is the last
+/// error. Implemented per system.
+bool reachesDisk(int descriptor);
+
 /// Holds back every other process that asks for the lock of the same file, between reading and writing it. The lock is
 /// that of the file "PATH.lock", which stays behind empty; the system releases it when a process ends however it ends.
 /// A folder that takes no lock file gives none: the holder goes on without. Nor does a lock that is not released in

@@ -1,13 +1,13 @@
 #include "dialogs/camera_setting_dialog.h"
 
 #include "devices/camera_limits.h"
+#include "dialogs/camera_source_rows.h"
 #include "dialogs/field_patterns.h"
 #include "dialogs/network_row.h"
 #include "dialogs/source_preview.h"
 #include "runtime/last_used.h"
 #include "ui/file_drop.h"
 #include "ui/form_rows.h"
-#include "ui/path_edit.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -17,7 +17,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QRadioButton>
 #include <QRegularExpressionValidator>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -70,7 +69,7 @@ void CameraSettingDialog::layOut()
     auto* layout = new QVBoxLayout(this);
     m_form = new QFormLayout;
     layout->addLayout(m_form);
-    addSourceRows();
+    addSource();
     addVideoRows();
     addIdentityRows();
     m_isoActive = named("isoActive", new QCheckBox(tr("ISO Active Mode Transfer"), this));
@@ -83,7 +82,7 @@ void CameraSettingDialog::layOut()
     connect(m_isoActive, &QCheckBox::toggled, this, &CameraSettingDialog::showBusLimit);
     m_preview = named("preview", new SourcePreview(this));
     addFormRow(m_form, tr("Preview:"), m_preview);
-    connect(m_path, &QLineEdit::textChanged, m_preview, &SourcePreview::forget);
+    connect(m_source, &CameraSourceRows::pathChanged, m_preview, &SourcePreview::forget);
     layout->addStretch();
 
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
@@ -95,42 +94,23 @@ void CameraSettingDialog::layOut()
     lastUsed->setEnabled(!lastUsedSettings(kLastUsed).isEmpty());
     connect(lastUsed, &QPushButton::clicked, this, &CameraSettingDialog::onLastUsed);
     layout->addWidget(buttons);
-    takeDroppedFile(*this, [this](const QString& path) { onDropped(path); });
+    takeDroppedFile(*this, [this](const QString& path) {
+        m_source->chooseFile(path);
+        takeOver(path);
+    });
 
     // The width that every row needs, so that another source does not change it.
     const int width = sizeHint().width();
-    showSourceRow(false);
+    m_source->showOneRow();
     resize(width, sizeHint().height());
 }
 
-void CameraSettingDialog::addSourceRows()
+void CameraSettingDialog::addSource()
 {
-    m_file = named("file", new QRadioButton(tr("Video File"), this));
-    m_ipCamera = named("ipCamera", new QRadioButton(tr("IP Camera"), this));
-    m_droidCam = named("droidCam", new QRadioButton(tr("DroidCam"), this));
-    m_file->setChecked(true);
-    m_droidCam->setEnabled(false);
-    for (QRadioButton* button : {m_file, m_ipCamera, m_droidCam})
-        connect(button, &QRadioButton::toggled, this, &CameraSettingDialog::onSourceToggled);
-    addFormRow(m_form, tr("Input Source:"), {m_file, m_ipCamera, m_droidCam});
-
-    m_path = named("path", new PathEdit(this));
-    m_browse = named("browse", new QPushButton(tr("Browse..."), this));
-    connect(m_browse, &QPushButton::clicked, this, &CameraSettingDialog::onBrowse);
-    m_pathLabel = addFormRow(m_form, tr("Video File Path:"), {m_path, m_browse}, m_path);
-
-    m_network = new NetworkRow(this);
-    connect(m_network, &NetworkRow::testRequested, this, &CameraSettingDialog::onTest);
-    m_form->addRow(m_network);
-}
-
-void CameraSettingDialog::showSourceRow(bool isStream)
-{
-    constexpr int kIndex = 1; // below the choice of the source
-    setRowVisible(m_form, kIndex, m_pathLabel, m_path->parentWidget(), !isStream);
-    m_path->setVisible(!isStream);
-    m_browse->setVisible(!isStream);
-    setRowVisible(m_form, kIndex, nullptr, m_network, isStream);
+    m_source = new CameraSourceRows(this, m_form, m_prompter);
+    connect(m_source, &CameraSourceRows::sourceToggled, this, &CameraSettingDialog::onSourceToggled);
+    connect(m_source, &CameraSourceRows::fileChosen, this, &CameraSettingDialog::takeOver);
+    connect(m_source, &CameraSourceRows::testRequested, this, &CameraSettingDialog::onTest);
 }
 
 void CameraSettingDialog::addVideoRows()
@@ -161,24 +141,13 @@ void CameraSettingDialog::addIdentityRows()
     addFormRow(m_form, tr("Device Name:"), m_deviceName);
 }
 
-CameraSettings::Source CameraSettingDialog::sourceKind() const
-{
-    if (m_ipCamera->isChecked())
-        return CameraSettings::Source::IpCamera;
-    if (m_droidCam->isChecked())
-        return CameraSettings::Source::DroidCam;
-    return m_file->isChecked() ? CameraSettings::Source::File : CameraSettings::Source::None;
-}
-
 CameraSettings CameraSettingDialog::settings() const
 {
     CameraSettings chosen;
     chosen.vid = m_vid->text();
     chosen.pid = m_pid->text();
     chosen.deviceName = m_deviceName->displayText(); // as shown: a pasted line end is still in text()
-    chosen.sourceKind = sourceKind();
-    chosen.path = m_path->displayText();
-    chosen.network = m_network->source();
+    m_source->readInto(chosen);
     chosen.resolution = m_resolution->currentText();
     chosen.frameRate = m_frameRate->currentText();
     chosen.frameFormat = m_frameFormat->currentText();
@@ -188,11 +157,8 @@ CameraSettings CameraSettingDialog::settings() const
     return chosen;
 }
 
-/// Called for the button that goes off as well as for the one that goes on, when both are already in their new state.
-void CameraSettingDialog::onSourceToggled()
+void CameraSettingDialog::onSourceToggled(bool isStream)
 {
-    const bool isStream = m_ipCamera->isChecked() || m_droidCam->isChecked();
-    showSourceRow(isStream);
     m_isoActive->setChecked(isStream);
     m_preview->forget();
 }
@@ -209,29 +175,6 @@ void CameraSettingDialog::showBusLimit()
                 .arg(largestRate(pictures))
                 .arg(largestSize(pictures)));
     setRowVisible(m_form, m_form->rowCount(), nullptr, m_busLimit, isTooMuch);
-}
-
-void CameraSettingDialog::onBrowse()
-{
-    if (m_ipCamera->isChecked() || m_droidCam->isChecked())
-        return;
-    const QString chosen =
-        m_prompter.openFile(this, tr("Select Video File"), QString(),
-                            tr("Video Files (*.mp4 *.avi *.mov *.mkv *.h264 *.h265);;All Files (*)"));
-    if (!chosen.isEmpty())
-        takeFile(chosen);
-}
-
-void CameraSettingDialog::onDropped(const QString& path)
-{
-    m_file->setChecked(true);
-    takeFile(path);
-}
-
-void CameraSettingDialog::takeFile(const QString& path)
-{
-    m_path->setText(path);
-    takeOver(path);
 }
 
 /// Selects size and rate of a source.
@@ -256,10 +199,7 @@ void CameraSettingDialog::onLastUsed()
 
 void CameraSettingDialog::fill(const CameraSettings& settings)
 {
-    const bool isStream = settings.sourceKind == CameraSettings::Source::IpCamera;
-    (isStream ? m_ipCamera : m_file)->setChecked(true);
-    m_path->setText(settings.path);
-    m_network->setSource(settings.network);
+    m_source->fill(settings);
     select(m_resolution, settings.resolution);
     select(m_frameRate, settings.frameRate);
     m_uvcVersion->setCurrentText(settings.uvcChoice);
@@ -274,15 +214,15 @@ void CameraSettingDialog::fill(const CameraSettings& settings)
 void CameraSettingDialog::onTest()
 {
     const CameraSettings chosen = settings();
-    if (!m_network->requireComplete(m_prompter, tr("Warning")))
+    if (!m_source->network().requireComplete(m_prompter, tr("Warning")))
         return;
-    m_network->setTesting(true);
+    m_source->network().setTesting(true);
     if (chosen.sourceKind == CameraSettings::Source::DroidCam) {
         m_droidCamUrl = chosen.streamUrl();
         m_droidCamTest->start();
     } else if (chosen.sourceKind == CameraSettings::Source::IpCamera) {
         const QString useless = takeOver(chosen.streamUrl());
-        m_network->setTesting(false);
+        m_source->network().setTesting(false);
         if (useless.isEmpty())
             m_prompter.information(this, tr("Test Result"), tr("IP Camera connection successful!\n"));
         else
@@ -295,7 +235,7 @@ void CameraSettingDialog::onTest()
 /// That source is not connected to from here: its test always succeeds.
 void CameraSettingDialog::onDroidCamTested()
 {
-    m_network->setTesting(false);
+    m_source->network().setTesting(false);
     m_prompter.information(this, tr("Test Result"), tr("HTTP connection successful!\nURL: %1").arg(m_droidCamUrl));
 }
 
@@ -306,7 +246,7 @@ void CameraSettingDialog::onAccept()
         accept();
         return;
     }
-    if (!m_network->requireComplete(m_prompter, tr("Warning")))
+    if (!m_source->network().requireComplete(m_prompter, tr("Warning")))
         return;
     const QString useless = takeOver(chosen.streamUrl());
     if (useless.isEmpty()) {
@@ -324,7 +264,7 @@ void CameraSettingDialog::done(int result)
 {
     if (m_droidCamTest->isActive()) {
         m_droidCamTest->stop();
-        m_network->setTesting(false);
+        m_source->network().setTesting(false);
     }
     if (result == Accepted)
         rememberLastUsed(kLastUsed, cameraAssignments(settings()));

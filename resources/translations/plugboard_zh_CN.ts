@@ -85,30 +85,6 @@
         <translation>启用等时（ISO）传输模式</translation>
     </message>
     <message>
-        <source>Video File</source>
-        <translation>视频文件</translation>
-    </message>
-    <message>
-        <source>IP Camera</source>
-        <translation>网络摄像头</translation>
-    </message>
-    <message>
-        <source>DroidCam</source>
-        <translation>DroidCam</translation>
-    </message>
-    <message>
-        <source>Input Source:</source>
-        <translation>输入源：</translation>
-    </message>
-    <message>
-        <source>Browse...</source>
-        <translation>浏览...</translation>
-    </message>
-    <message>
-        <source>Video File Path:</source>
-        <translation>视频文件路径：</translation>
-    </message>
-    <message>
         <source>Resolution:</source>
         <translation>分辨率：</translation>
     </message>
@@ -139,14 +115,6 @@
     <message>
         <source>Device Name:</source>
         <translation>设备名称：</translation>
-    </message>
-    <message>
-        <source>Select Video File</source>
-        <translation>选择视频文件</translation>
-    </message>
-    <message>
-        <source>Video Files (*.mp4 *.avi *.mov *.mkv *.h264 *.h265);;All Files (*)</source>
-        <translation>视频文件 (*.mp4 *.avi *.mov *.mkv *.h264 *.h265);;所有文件 (*)</translation>
     </message>
     <message>
         <source>Warning</source>
@@ -203,6 +171,41 @@ Please check IP address, port and network connection.
     <message>
         <source>Fills in the settings of the camera that was created last</source>
         <translation>填入上次创建的摄像头的设置</translation>
+    </message>
+</context>
+<context>
+    <name>CameraSourceRows</name>
+    <message>
+        <source>Video File</source>
+        <translation>视频文件</translation>
+    </message>
+    <message>
+        <source>IP Camera</source>
+        <translation>网络摄像头</translation>
+    </message>
+    <message>
+        <source>DroidCam</source>
+        <translation>DroidCam</translation>
+    </message>
+    <message>
+        <source>Input Source:</source>
+        <translation>输入源：</translation>
+    </message>
+    <message>
+        <source>Browse...</source>
+        <translation>浏览...</translation>
+    </message>
+    <message>
+        <source>Video File Path:</source>
+        <translation>视频文件路径：</translation>
+    </message>
+    <message>
+        <source>Select Video File</source>
+        <translation>选择视频文件</translation>
+    </message>
+    <message>
+        <source>Video Files (*.mp4 *.avi *.mov *.mkv *.h264 *.h265);;All Files (*)</source>
+        <translation>视频文件 (*.mp4 *.avi *.mov *.mkv *.h264 *.h265);;所有文件 (*)</translation>
     </message>
 </context>
 <context>

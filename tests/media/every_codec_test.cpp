@@ -27,6 +27,11 @@ private:
 namespace {
 
 constexpr int kPictures = 30;
+#ifdef _WIN32 // a program's start costs seconds under Wine, and its ways hold nothing that is Windows's own
+constexpr bool kProgramsToo = false;
+#else
+constexpr bool kProgramsToo = true;
+#endif
 constexpr auto kLongest = std::chrono::seconds(60);
 
 VideoFileSettings settingsFor(const QString& path, bool forWindow)
@@ -127,10 +132,10 @@ void EveryCodecTest::allPicturesByEveryWay()
         QSKIP("what this FFmpeg has of its own for AV1 needs hardware");
     QCOMPARE(picturesOfSource(path), kPictures);
     QCOMPARE(picturesOfWindow(path), kPictures);
-#ifndef _WIN32 // a program's start costs seconds under Wine, and its ways hold nothing that is Windows's own
+    if (!kProgramsToo)
+        return;
     QCOMPARE(picturesMeasured(path), kPictures);
     QCOMPARE(picturesWritten(path), kPictures);
-#endif
 }
 
 PLUGBOARD_SUITE(EveryCodecTest)

@@ -26,8 +26,7 @@ private slots:
     void refusesToCreate();
     void createsWithWhatWasTyped();
     void editsInMemoryAndSavesOnRequest();
-    void asksForASelection();
-    void complainsAboutFiles();
+    void saysWhatIsMissing();
     void choosesAFile();
     void keepsWhatOthersWroteMeanwhile();
     void anEditStaysThatCredentials();
@@ -35,7 +34,6 @@ private slots:
     void sortsAndSearches();
     void showsAPartOfManyAndKeepsAll();
     void takesAFileThatIsDropped();
-    void saysWhatASaveWouldReplace();
 };
 
 namespace {
@@ -89,6 +87,17 @@ void Fido2SettingDialogTest::theSerialNumberNamesTheFile()
     QCOMPARE(dialog.parameters().serialNumber, QStringLiteral("mine"));
     part(dialog, "serialNumber")->clear();
     QCOMPARE(dialog.credentialsFilePath(), folder.keyPath(QStringLiteral("_credentials.json")));
+
+    // What a save would replace is told before it.
+    folder.write(folder.keyPath(QStringLiteral("S1_credentials.json")), "{\"credentials\":[1,2,3]}");
+    folder.write(folder.keyPath(QStringLiteral("S2_credentials.json")), "no JSON");
+    const auto state = [&](const QString& serial) {
+        part(dialog, "serialNumber")->setText(serial);
+        return part<QLabel>(dialog, "fileState")->text();
+    };
+    QVERIFY(state(QStringLiteral("S1")).contains(QStringLiteral("exists with 3 credentials, not loaded")));
+    QVERIFY(state(QStringLiteral("S2")).contains(QStringLiteral("cannot be read")));
+    QCOMPARE(state(QStringLiteral("S3")), QString());
     click(dialog, "generate");
     QVERIFY(dialog.credentialsFilePath().contains(QStringLiteral("/FIDO2_20250105143000_")));
 }
@@ -212,29 +221,19 @@ void Fido2SettingDialogTest::editsInMemoryAndSavesOnRequest()
     QCOMPARE(prompter.verify(), QString());
 }
 
-void Fido2SettingDialogTest::asksForASelection()
+void Fido2SettingDialogTest::saysWhatIsMissing()
 {
     const KeyFolder folder;
     ScriptedPrompter prompter;
     Fido2SettingDialog dialog(nullptr, folder.environment(), prompter);
     prompter.expectWarning(kWarning, QStringLiteral("Please select a credential to edit"));
     click(dialog, "edit");
-    prompter.expectWarning(kWarning, QStringLiteral("Please select a credential to delete"));
-    click(dialog, "delete");
     table(dialog)->setRowCount(2); // rows that no credential stands behind
     table(dialog)->selectRow(1);
     prompter.expectWarning(kWarning, QStringLiteral("Invalid row selected"));
     click(dialog, "edit");
     click(dialog, "refresh");
     QCOMPARE(table(dialog)->rowCount(), 0);
-    QCOMPARE(prompter.verify(), QString());
-}
-
-void Fido2SettingDialogTest::complainsAboutFiles()
-{
-    const KeyFolder folder;
-    ScriptedPrompter prompter;
-    Fido2SettingDialog dialog(nullptr, folder.environment(), prompter);
     prompter.expectInformation(
         QStringLiteral("Info"),
         QStringLiteral("No credential files found in: %1").arg(folder.path(QStringLiteral("fido2"))));
@@ -493,21 +492,6 @@ void Fido2SettingDialogTest::takesAFileThatIsDropped()
     }
     QCOMPARE(table(dialog)->rowCount(), 1);
     QVERIFY(!part(dialog, "deviceName")->text().contains(path));
-}
-
-void Fido2SettingDialogTest::saysWhatASaveWouldReplace()
-{
-    const KeyFolder folder;
-    folder.write(folder.keyPath(QStringLiteral("S1_credentials.json")), "{\"credentials\":[1,2,3]}");
-    folder.write(folder.keyPath(QStringLiteral("S2_credentials.json")), "no JSON");
-    Fido2SettingDialog dialog(nullptr, folder.environment());
-    const auto state = [&](const QString& serial) {
-        part(dialog, "serialNumber")->setText(serial);
-        return part<QLabel>(dialog, "fileState")->text();
-    };
-    QVERIFY(state(QStringLiteral("S1")).contains(QStringLiteral("exists with 3 credentials, not loaded")));
-    QVERIFY(state(QStringLiteral("S2")).contains(QStringLiteral("cannot be read")));
-    QCOMPARE(state(QStringLiteral("S3")), QString());
 }
 
 PLUGBOARD_SUITE(Fido2SettingDialogTest)

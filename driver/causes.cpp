@@ -21,7 +21,7 @@ std::wstring shownNumber(ErrorCode error)
 /// The system has no texts for results of the configuration manager; these are the engine's.
 std::wstring configurationText(ErrorCode error)
 {
-    constexpr std::uint32_t kFirst = static_cast<std::uint32_t>(Message::ConfigurationResults);
+    constexpr std::uint32_t kFirst = 62000; // plus the result
     return messageWords(static_cast<Message>(kFirst + (error & ~configuration::kRange)));
 }
 

@@ -23,7 +23,7 @@ Outcome<Guid> classNamed(const CommandContext& context, const std::wstring& name
     return found.guids.empty() ? Outcome<Guid>(Failure{errors::kInvalidClass}) : found.guids.front();
 }
 
-void show(const CommandContext& context, Message heading, const wchar_t* value, const TextList& filters)
+void showFilters(const CommandContext& context, Message heading, const wchar_t* value, const TextList& filters)
 {
     context.printer.message(heading, {context.arguments[0], value});
     for (const std::wstring& filter : filters)
@@ -90,7 +90,7 @@ ResultCode commands::classFilter(const CommandContext& context)
     FilterEdit edit(std::move(*current), [&](const std::wstring& name) { return serviceExists(context, name); });
     if (const ResultCode result = editFilters(context, **key, value, edit, operations); result != kSuccess)
         return result;
-    show(context, edit.changed() ? Message::FiltersChanged : Message::Filters, value, edit.filters());
+    showFilters(context, edit.changed() ? Message::FiltersChanged : Message::Filters, value, edit.filters());
     return edit.changed() ? kRebootNeeded : kSuccess;
 }
 

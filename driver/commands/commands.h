@@ -2,6 +2,8 @@
 #pragma once
 
 #include "driver/command.h"
+#include "driver/display/device_sections.h"
+#include "driver/selection.h"
 
 namespace driver {
 
@@ -11,14 +13,22 @@ namespace commands {
 ResultCode classes(const CommandContext& context);
 ResultCode listClass(const CommandContext& context);
 ResultCode help(const CommandContext& context);
-ResultCode find(const CommandContext& context);
-ResultCode findAll(const CommandContext& context);
-ResultCode status(const CommandContext& context);
-ResultCode resources(const CommandContext& context);
-ResultCode driverFiles(const CommandContext& context);
-ResultCode driverNodes(const CommandContext& context);
-ResultCode hardwareIds(const CommandContext& context);
-ResultCode stack(const CommandContext& context);
+
+/// Prints the selected devices of an enumeration with `flags`, each with these sections.
+ResultCode showSelected(const CommandContext& context, std::uint32_t sections, std::uint32_t flags);
+template<std::uint32_t sections, std::uint32_t flags = kPresentDevices>
+ResultCode showing(const CommandContext& context)
+{
+    return showSelected(context, sections, flags);
+}
+inline constexpr auto* find = showing<0>;
+inline constexpr auto* findAll = showing<0, kAllDevices>;
+inline constexpr auto* status = showing<show::kDescription | show::kStatus>;
+inline constexpr auto* resources = showing<show::kDescription | show::kResources>;
+inline constexpr auto* driverFiles = showing<show::kDescription | show::kDriverFiles>;
+inline constexpr auto* driverNodes = showing<show::kDescription | show::kDriverNodes>;
+inline constexpr auto* hardwareIds = showing<show::kDescription | show::kHardwareIds>;
+inline constexpr auto* stack = showing<show::kDescription | show::kClass | show::kStack>;
 
 // Changing devices.
 ResultCode enable(const CommandContext& context);

@@ -37,7 +37,9 @@ bool showDevice(const CommandContext& context, const Device& device, std::uint32
     return static_cast<bool>(id);
 }
 
-ResultCode showSelected(const CommandContext& context, std::uint32_t sections, std::uint32_t flags = kPresentDevices)
+} // namespace
+
+ResultCode commands::showSelected(const CommandContext& context, std::uint32_t sections, std::uint32_t flags)
 {
     std::uint32_t count = 0;
     const Selected selected = selectDevices(context, context.arguments, flags, [&](const Device& device) {
@@ -51,48 +53,6 @@ ResultCode showSelected(const CommandContext& context, std::uint32_t sections, s
     else
         context.printer.localOrRemote(Message::Found, Message::FoundRemote, context.machine, {std::to_wstring(count)});
     return selected.result;
-}
-
-} // namespace
-
-ResultCode commands::find(const CommandContext& context)
-{
-    return showSelected(context, 0);
-}
-
-ResultCode commands::findAll(const CommandContext& context)
-{
-    return showSelected(context, 0, kAllDevices);
-}
-
-ResultCode commands::status(const CommandContext& context)
-{
-    return showSelected(context, show::kDescription | show::kStatus);
-}
-
-ResultCode commands::resources(const CommandContext& context)
-{
-    return showSelected(context, show::kDescription | show::kResources);
-}
-
-ResultCode commands::driverFiles(const CommandContext& context)
-{
-    return showSelected(context, show::kDescription | show::kDriverFiles);
-}
-
-ResultCode commands::driverNodes(const CommandContext& context)
-{
-    return showSelected(context, show::kDescription | show::kDriverNodes);
-}
-
-ResultCode commands::hardwareIds(const CommandContext& context)
-{
-    return showSelected(context, show::kDescription | show::kHardwareIds);
-}
-
-ResultCode commands::stack(const CommandContext& context)
-{
-    return showSelected(context, show::kDescription | show::kClass | show::kStack);
 }
 
 } // namespace driver

@@ -77,14 +77,14 @@ void addDriverFiles(Json& json, const Device& device)
                       {"files", files ? listOf(*files) : Json()}};
 }
 
-/// `add` puts what the command tells of a device into it.
-template<class Add>
-ResultCode printDevices(const CommandContext& context, Add add)
+/// `add` puts what the command tells of a device into it. When only those with a problem are wanted, it puts that.
+ResultCode printDevices(const CommandContext& context, void (*add)(Json&, const Device&))
 {
     Json devices = Json::array();
     const Selected selected = selectDevices(context, context.arguments, kPresentDevices, [&](const Device& device) {
         Json json = deviceJson(device);
-        if (add(json, device))
+        add(json, device);
+        if (!context.extras.problem || !json["problem"].is_null())
             devices.push_back(std::move(json));
         return kSuccess;
     });
@@ -159,20 +159,13 @@ Json packageJson(const CommandContext& context, const Package& package, const Te
 
 ResultCode commands::json::find(const CommandContext& context)
 {
-    return printDevices(context, [&](Json& json, const Device& device) {
-        if (!context.extras.problem)
-            return true;
-        addStatus(json, device);
-        return !json["problem"].is_null();
-    });
+    return context.extras.problem ? printDevices(context, addStatus)
+                                  : printDevices(context, [](Json&, const Device&) {});
 }
 
 ResultCode commands::json::status(const CommandContext& context)
 {
-    return printDevices(context, [](Json& json, const Device& device) {
-        addStatus(json, device);
-        return true;
-    });
+    return printDevices(context, addStatus);
 }
 
 ResultCode commands::json::hardwareIds(const CommandContext& context)
@@ -180,16 +173,12 @@ ResultCode commands::json::hardwareIds(const CommandContext& context)
     return printDevices(context, [](Json& json, const Device& device) {
         json["hardwareIds"] = listOf(device.texts(DeviceProperty::HardwareIds));
         json["compatibleIds"] = listOf(device.texts(DeviceProperty::CompatibleIds));
-        return true;
     });
 }
 
 ResultCode commands::json::driverFiles(const CommandContext& context)
 {
-    return printDevices(context, [](Json& json, const Device& device) {
-        addDriverFiles(json, device);
-        return true;
-    });
+    return printDevices(context, addDriverFiles);
 }
 
 ResultCode commands::json::classes(const CommandContext& context)

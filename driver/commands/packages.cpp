@@ -33,6 +33,27 @@ Status uninstall(const CommandContext& context, const std::wstring& fileName)
     return (*library)->uninstallOemInf(*procedure, fileName, context.flags & kForceFlag);
 }
 
+/// The path that the argument names, of a file unless `folderToo`; says why there is none.
+std::optional<FullPath> namedInf(const CommandContext& context, bool folderToo)
+{
+    context.ignoreMachine();
+    context.ignoreAfter(1);
+    auto path = context.platform.fullPath(context.arguments[0], limits::kPath);
+    if (path && (folderToo || !path->fileName.empty()))
+        return std::move(*path);
+    context.printer.message(Message::NotAnInf);
+    context.causes.report(path ? errors::kInvalidName : path.error(), context.arguments[0]);
+    return std::nullopt;
+}
+
+/// Says that the system refused a package.
+ResultCode refused(const CommandContext& context, Message message, ErrorCode error, const std::wstring& subject)
+{
+    context.printer.failure(message, error);
+    context.causes.report(error, subject);
+    return kFailure;
+}
+
 void showValue(Printer& printer, const std::optional<std::wstring>& value, Message present, Message missing)
 {
     if (value)
@@ -59,20 +80,12 @@ ResultCode commands::addPackage(const CommandContext& context)
 {
     if (context.arguments.empty())
         return kUsageError;
-    context.ignoreMachine();
-    context.ignoreAfter(1);
-    const auto path = context.platform.fullPath(context.arguments[0], limits::kPath);
-    if (!path) {
-        context.printer.message(Message::NotAnInf);
-        context.causes.report(path.error(), context.arguments[0]);
+    const auto path = namedInf(context, true);
+    if (!path)
         return kFailure;
-    }
     const auto stored = context.platform.copyOemInf(path->path, limits::kPath);
-    if (!stored) {
-        context.printer.failure(Message::PackageNotAdded, stored.error());
-        context.causes.report(stored.error(), path->path);
-        return kFailure;
-    }
+    if (!stored)
+        return refused(context, Message::PackageNotAdded, stored.error(), path->path);
     context.printer.message(Message::PackageAdded, {stored->fileName});
     return kSuccess;
 }
@@ -81,20 +94,11 @@ ResultCode commands::deletePackage(const CommandContext& context)
 {
     if (context.arguments.empty())
         return kUsageError;
-    context.ignoreMachine();
-    context.ignoreAfter(1);
-    const auto path = context.platform.fullPath(context.arguments[0], limits::kPath);
-    if (!path || path->fileName.empty()) {
-        context.printer.message(Message::NotAnInf);
-        context.causes.report(path ? errors::kInvalidName : path.error(), context.arguments[0]);
+    const auto path = namedInf(context, false);
+    if (!path)
         return kFailure;
-    }
-    const Status deleted = uninstall(context, path->fileName);
-    if (!deleted) {
-        context.printer.failure(reasonKept(deleted.error()), deleted.error());
-        context.causes.report(deleted.error(), path->fileName);
-        return kFailure;
-    }
+    if (const Status deleted = uninstall(context, path->fileName); !deleted)
+        return refused(context, reasonKept(deleted.error()), deleted.error(), path->fileName);
     context.printer.message(Message::PackageDeleted, {path->fileName});
     return kSuccess;
 }

@@ -110,6 +110,17 @@ Status createDevice(const CommandContext& context)
     return named ? (*list)->callClassInstaller(InstallFunction::RegisterDevice, *device) : named;
 }
 
+ResultCode updateDriver(const CommandContext& context, bool quietly)
+{
+    if (!usableArguments(context))
+        return kUsageError;
+    const auto path = existingInf(context);
+    if (!path)
+        return conclude(context, Failure{path.error()}, context.arguments[0]);
+    const auto quiet = quietly ? std::make_unique<QuietInstallation>(context) : nullptr;
+    return conclude(context, updateWith(context, *path), context.arguments[1]);
+}
+
 } // namespace
 
 ResultCode commands::install(const CommandContext& context)
@@ -127,23 +138,12 @@ ResultCode commands::install(const CommandContext& context)
 
 ResultCode commands::update(const CommandContext& context)
 {
-    if (!usableArguments(context))
-        return kUsageError;
-    const auto path = existingInf(context);
-    if (!path)
-        return conclude(context, Failure{path.error()}, context.arguments[0]);
-    return conclude(context, updateWith(context, *path), context.arguments[1]);
+    return updateDriver(context, false);
 }
 
 ResultCode commands::updateQuietly(const CommandContext& context)
 {
-    if (!usableArguments(context))
-        return kUsageError;
-    const auto path = existingInf(context);
-    if (!path)
-        return conclude(context, Failure{path.error()}, context.arguments[0]);
-    const QuietInstallation quiet(context);
-    return conclude(context, updateWith(context, *path), context.arguments[1]);
+    return updateDriver(context, true);
 }
 
 } // namespace driver

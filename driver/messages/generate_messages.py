@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """generate_messages.py SOURCE OUTPUT_FOLDER: the texts of messages.txt as a C++ table (message_table.cpp), as a Windows
-message source (driver_messages.mc) and as a string-table resource (driver_strings.rc)."""
+message source (driver_messages.mc) and as a string-table resource (driver_strings.rc); their names as the enumeration of
+driver/messages/message_number.h."""
 import pathlib
 import re
 import sys
@@ -9,16 +10,18 @@ FIRST_MESSAGE = 10000  # smaller numbers are entries of the string table
 
 
 def read(source):
-    """Number to text, each message with one LF at its end, entries of the string table without."""
-    texts = {}
+    """Number to text, each message with one LF at its end, entries of the string table without; name to number."""
+    texts, names = {}, {}
     number = None
     for position, line in enumerate(source.read_text(encoding="ascii").splitlines(), 1):
-        start = re.fullmatch(r"\[(\d+)\]", line)
+        start = re.fullmatch(r"\[(\d+)\](?: (\w+)(?::.*)?)?", line)
         if start:
             number = int(start[1])
             if number in texts:
                 sys.exit(f"{source}:{position}: {number} stands here twice")
             texts[number] = []
+            if start[2] and names.setdefault(start[2], number) != number:
+                sys.exit(f"{source}:{position}: {start[2]} stands here twice")
         elif number is None:
             if line and not line.startswith("#"):
                 sys.exit(f"{source}:{position}: text before the first number")
@@ -32,7 +35,14 @@ def read(source):
         if not text or (number < FIRST_MESSAGE and ("\n" in text or '"' in text or "%" in text)):
             sys.exit(f"{source}: {number} is empty, or no single plain line")
         result[number] = text if number < FIRST_MESSAGE else text + "\n"
-    return dict(sorted(result.items()))
+    return dict(sorted(result.items())), names
+
+
+def enumeration(names):
+    rows = "".join(f"    {name} = {number},\n" for name, number in names.items())
+    return ("// The names of the engine's numbered texts; messages.txt says what their inserts are.\n#pragma once\n\n"
+            "#include <cstdint>\n\nnamespace driver {\n\nenum class Message : std::uint32_t\n{\n"
+            f"    None = 0, ///< prints nothing\n{rows}}};\n\n}} // namespace driver\n")
 
 
 def table(texts):
@@ -60,10 +70,10 @@ def strings(texts):
 
 def main():
     source, folder = map(pathlib.Path, sys.argv[1:])
-    texts = read(source)
-    folder.mkdir(parents=True, exist_ok=True)
+    texts, names = read(source)
+    (folder / "driver" / "messages").mkdir(parents=True, exist_ok=True)
     for name, content in (("message_table.cpp", table(texts)), ("driver_messages.mc", message_source(texts)),
-                          ("driver_strings.rc", strings(texts))):
+                          ("driver_strings.rc", strings(texts)), ("driver/messages/message_number.h", enumeration(names))):
         (folder / name).write_text(content, encoding="ascii")
 
 

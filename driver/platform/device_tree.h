@@ -87,7 +87,6 @@ struct DeviceTree
     const SimulatedDevice* device(std::uint64_t key) const;
     SimulatedClass* setupClass(const Guid& guid);
     const SimulatedClass* setupClass(const Guid& guid) const;
-    SimulatedPackage* package(std::wstring_view name);
     const SimulatedPackage* package(std::wstring_view name) const;
 
     /// Adds it with a key of its own.

@@ -23,10 +23,8 @@ public:
     /// provider, a dated version or a single model (syntax).
     static Outcome<InfPackage> read(std::string_view bytes);
 
-    const InfFile& inf() const { return m_inf; }
     const Guid& setupClass() const { return m_class; }
     std::wstring className() const { return m_inf.value(L"Version", L"Class"); }
-    const std::vector<InfModel>& models() const { return m_models; }
 
     /// The first model that names one of `ids`, the earlier id before the later; null when none does.
     const InfModel* modelFor(const TextList& ids) const;

@@ -1,4 +1,4 @@
-#include "driver/platform/setupapi_store.h"
+#include "driver/platform/setupapi_objects.h"
 
 #include "driver/platform/setupapi_values.h"
 

@@ -2,7 +2,6 @@
 
 #include "driver/class_filters.h"
 #include "driver/messages/message_text.h"
-#include "driver/platform/inf_package.h"
 #include "driver/platform/simulated_device_list.h"
 #include "driver/platform/simulated_store.h"
 
@@ -263,29 +262,24 @@ Outcome<InfClass> SimulatedPlatform::infClass(const std::wstring& infPath, std::
 {
     if (const auto failure = m_system.fails("infClass"))
         return *failure;
-    const auto bytes = readInfBytes(infPath);
-    if (!bytes)
-        return Failure{errors::kFileNotFound};
-    const auto package = InfPackage::read(*bytes);
-    if (!package)
-        return Failure{package.error()};
-    if (package->className().size() >= nameCapacity)
+    const auto file = readPackageFile(infPath);
+    if (!file)
+        return Failure{file.error()};
+    if (file->package.className().size() >= nameCapacity)
         return Failure{errors::kInsufficientBuffer};
-    return InfClass{package->setupClass(), package->className()};
+    return InfClass{file->package.setupClass(), file->package.className()};
 }
 
 Outcome<StoredInf> SimulatedPlatform::copyOemInf(const std::wstring& infPath, std::size_t capacity)
 {
     if (const auto failure = m_system.fails("copyOemInf"))
         return *failure;
-    const auto bytes = readInfBytes(infPath);
-    if (!bytes)
-        return Failure{errors::kFileNotFound};
-    if (const auto package = InfPackage::read(*bytes); !package)
-        return Failure{package.error()};
+    const auto file = readPackageFile(infPath);
+    if (!file)
+        return Failure{file.error()};
     std::wstring name;
     const Status stored = m_system.change([&](DeviceTree& tree) {
-        name = storePackage(tree, *bytes, infPath);
+        name = storePackage(tree, file->bytes, infPath);
         return Status();
     });
     if (!stored)

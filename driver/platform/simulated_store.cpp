@@ -1,7 +1,5 @@
 #include "driver/platform/simulated_store.h"
 
-#include "driver/platform/inf_package.h"
-
 #include <algorithm>
 #include <array>
 #include <fstream>
@@ -14,6 +12,19 @@ namespace {
 constexpr std::array<const wchar_t*, 2> kLibraries{L"newdev.dll", L"setupapi.dll"};
 constexpr std::array<const char*, 4> kProcedures{"UpdateDriverForPlugAndPlayDevicesW", "SetupSetNonInteractiveMode",
                                                  "SetupUninstallOEMInfW", "SetupVerifyInfFileW"};
+
+/// The bytes of an INF of at most InfFile::kLargestFile bytes; nothing when it cannot be read.
+std::optional<std::string> readInfBytes(const std::wstring& path)
+{
+    const std::filesystem::path file = localFile(path);
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(file, error) ||
+        std::filesystem::file_size(file, error) > InfFile::kLargestFile || error)
+        return std::nullopt;
+    std::ifstream stream(file, std::ios::binary);
+    std::string bytes{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    return stream ? std::optional(std::move(bytes)) : std::nullopt;
+}
 
 /// A name such as the store gives.
 bool isStoreName(std::wstring_view name)
@@ -102,21 +113,18 @@ public:
     {
         if (const auto failure = m_system.fails("updateDriver", hardwareId, flags))
             return *failure;
-        const auto bytes = readInfBytes(infPath);
-        if (!bytes)
-            return Failure{errors::kFileNotFound};
-        const auto package = InfPackage::read(*bytes);
-        if (!package)
-            return Failure{package.error()};
+        const auto file = readPackageFile(infPath);
+        if (!file)
+            return Failure{file.error()};
         bool reboot = false;
         const Status changed = m_system.change([&](DeviceTree& tree) {
-            const auto found = installations(tree, *package, hardwareId);
+            const auto found = installations(tree, file->package, hardwareId);
             if (!found)
                 return Status(Failure{found.error()});
-            const std::wstring name = storePackage(tree, *bytes, infPath);
+            const std::wstring name = storePackage(tree, file->bytes, infPath);
             for (const auto& [device, model] : *found) {
-                installOn(tree, *device, *package, *model, name);
-                reboot = reboot || package->needsReboot(*model);
+                installOn(tree, *device, file->package, *model, name);
+                reboot = reboot || file->package.needsReboot(*model);
             }
             return Status();
         });
@@ -199,16 +207,14 @@ std::filesystem::path localFile(const std::wstring& path)
     return local;
 }
 
-std::optional<std::string> readInfBytes(const std::wstring& path)
+Outcome<PackageFile> readPackageFile(const std::wstring& path)
 {
-    const std::filesystem::path file = localFile(path);
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(file, error) ||
-        std::filesystem::file_size(file, error) > InfFile::kLargestFile || error)
-        return std::nullopt;
-    std::ifstream stream(file, std::ios::binary);
-    std::string bytes{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    return stream ? std::optional(std::move(bytes)) : std::nullopt;
+    auto bytes = readInfBytes(path);
+    if (!bytes)
+        return Failure{errors::kFileNotFound};
+    auto package = InfPackage::read(*bytes);
+    return package ? Outcome<PackageFile>(PackageFile{std::move(*bytes), std::move(*package)})
+                   : Failure{package.error()};
 }
 
 std::wstring storePackage(DeviceTree& tree, const std::string& bytes, const std::wstring& infPath)

@@ -1,6 +1,7 @@
 // simulated_store.h: the simulated system's driver store, and the functions of the libraries that the engine loads.
 #pragma once
 
+#include "driver/platform/inf_package.h"
 #include "driver/platform/simulated_system.h"
 #include "driver/platform_objects.h"
 
@@ -9,8 +10,13 @@
 
 namespace driver {
 
-/// The bytes of an INF of at most InfFile::kLargestFile bytes; nothing when it cannot be read.
-std::optional<std::string> readInfBytes(const std::wstring& path);
+/// A driver package's INF, and what it says.
+struct PackageFile
+{
+    std::string bytes;
+    InfPackage package;
+};
+Outcome<PackageFile> readPackageFile(const std::wstring& path);
 
 /// Where a path in the system's form is here: backslashes separate as slashes do.
 std::filesystem::path localFile(const std::wstring& path);

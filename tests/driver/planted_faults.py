@@ -32,7 +32,7 @@ FAULTS = [
     ("a wrong IRQ field", "setupapi_resources_win.cpp", "IRQD_Alloc_Num", "IRQD_Flags", "(IRQD_Flags)"),
     ("a wrong signer field", "setupapi_store_win.cpp", "signer.DigitalSigner}", "signer.CatalogFile}",
      "Signer: (CatalogFile)"),
-    ("re-enumeration of node 0", "setupapi_platform_win.cpp", "CM_Reenumerate_DevNode_Ex(static_cast<DEVINST>(node),",
+    ("re-enumeration of node 0", "system_platform_win.cpp", "CM_Reenumerate_DevNode_Ex(static_cast<DEVINST>(node),",
      "CM_Reenumerate_DevNode_Ex(static_cast<DEVINST>(node) * 0,", "node 0 is not the root"),
 ]
 

@@ -20,6 +20,10 @@ DeviceTree DeviceTree::fresh()
 
 const SimulatedDevice* DeviceTree::device(std::uint64_t key) const
 {
+    // Where nothing between the first device and this one was removed, its place follows from the keys.
+    const std::uint64_t place = devices.empty() ? 0 : key - devices.front().key;
+    if (place < devices.size() && devices[place].key == key)
+        return &devices[place];
     const auto found = std::ranges::lower_bound(devices, key, {}, &SimulatedDevice::key);
     return found != devices.end() && found->key == key ? &*found : nullptr;
 }
@@ -45,11 +49,6 @@ const SimulatedPackage* DeviceTree::package(std::wstring_view name) const
     const auto found = std::ranges::find_if(
         packages, [&](const SimulatedPackage& each) { return equalIgnoringCase(each.name, name); });
     return found == packages.end() ? nullptr : &*found;
-}
-
-SimulatedPackage* DeviceTree::package(std::wstring_view name)
-{
-    return const_cast<SimulatedPackage*>(std::as_const(*this).package(name));
 }
 
 SimulatedDevice& DeviceTree::add(SimulatedDevice device)

@@ -1,3 +1,4 @@
+#include "driver/display/problem_names.h"
 #include "driver/filter_edit.h"
 #include "driver/guid.h"
 #include "driver/hardware_id_edit.h"
@@ -282,6 +283,15 @@ private slots:
         for (const char* broken : {"\xC3", "\xC0\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xFF", "\x80"})
             QVERIFY(fromUtf8(broken).front() == 0xFFFD);
         QCOMPARE(toUtf8(std::wstring(1, static_cast<wchar_t>(0xD800))), std::string("\xEF\xBF\xBD"));
+    }
+
+    void namesProblems()
+    {
+        const std::pair<std::uint32_t, const wchar_t*> names[] = {{0, L"0"},         {1, L"NOT_CONFIGURED"},
+                                                                  {22, L"DISABLED"}, {57, L"GUEST_ASSIGNMENT_FAILED"},
+                                                                  {58, L"58"},       {0xFFFFFFFF, L"4294967295"}};
+        for (const auto& [number, name] : names)
+            QCOMPARE(problemName(number), L"CM_PROB_" + std::wstring(name));
     }
 
     void formatsMessages()

@@ -1,8 +1,17 @@
 """windows_contract.py: every Windows call of the driver engine, against libraries that check it.
 
-The program runs under Wine with setupapi.dll, cfgmgr32.dll and newdev.dll of windows/contract in place of Wine's. They hold
-two devices and answer whatever the engine asks, write down each breach of what the functions' documentation asks for, and make
-a function fail when they are told to. contract_session.txt says what the program prints; its values name the fields that they
+The program runs under Wine with setupapi.dll, cfgmgr32.dll and newdev.dll of windows/contract in place of Wine's; its calls of
+other libraries (registry, services, tokens, files, texts) pass through the first of them too. They write down each breach of
+what the functions' documentation asks for, and make a function fail when they are told to. What Wine has of setup classes, INF
+files and file queues they ask Wine for; the rest they answer themselves, with two devices. That is
+- sets, devices, driver lists and the configuration manager's nodes: Wine has no states, resources, class installers' removals
+  and state changes or installed drivers, and no node of its own sets can have them;
+- SetupQueryInfOriginalFileInformationW: Wine's gives the stored name, so that a wrong field would not show;
+- SetupScanFileQueueW, whose paths must come to the callback, while nothing of Wine's fills a queue;
+- SetupCopyOEMInfW, SetupUninstallOEMInfW, UpdateDriverForPlugAndPlayDevicesW and a restart, which would leave another system to
+  the next command (wine_session.txt runs the first three on Wine's own);
+- SetupSetNonInteractiveMode, SetupVerifyInfFileW and functions for another machine, which Wine has not.
+contract_session.txt says what the program prints; its values name the fields that they
 come from. Then each function fails in turn with each of its errors: the program must say so, breach nothing and leave
 nothing open.
 """
@@ -50,6 +59,21 @@ SETUP_ERRORS = {
     "CM_Connect_MachineW": [47, 49, 51, 52],
     "CM_Locate_DevNode_ExW": [13, 51],
     "CM_Reenumerate_DevNode_Ex": [5, 51],
+    "RegQueryValueExW": [2, 5],
+    "RegDeleteValueW": [2, 5],
+    "OpenSCManagerW": [5, 1722],
+    "OpenServiceW": [5, 1060],
+    "LookupPrivilegeValueW": [1313],
+    "AdjustTokenPrivileges": [5, 1300],
+    "InitiateSystemShutdownExW": [5, 1115],
+    "LoadLibraryExW": [126, 5],
+    "GetProcAddress": [127],
+    "GetFullPathNameW": [123, 5],
+    "GetFileAttributesW": [2, 5],
+    "FindFirstFileW": [2, 3, 5],
+    "FindNextFileW": [18, 5],
+    "FormatMessageW": [317],
+    "LoadStringW": [1814],
 }
 CANNOT_FAIL = ("SetupCloseInfFile", "SetupSetNonInteractiveMode")
 # Closing, putting back, and how a function says that there is nothing (more) of what was asked for.
@@ -59,10 +83,27 @@ SILENT = {("SetupDiOpenDeviceInfoW", 0xE000020B), ("SetupDiEnumDeviceInfo", 259)
           ("SetupDiClassNameFromGuidExW", 0xE0000206), ("SetupDiGetClassDescriptionExW", 0xE0000206),
           ("CM_Get_DevNode_Status", 13), ("CM_Get_DevNode_Status", 37), ("CM_Get_DevNode_Status_Ex", 13),
           ("CM_Get_DevNode_Status_Ex", 37), ("CM_Get_First_Log_Conf", 14), ("CM_Get_First_Log_Conf_Ex", 14),
-          ("CM_Get_Next_Res_Des_Ex", 15)}
-UNHEARD = re.compile("SetupDiDestroy|SetupCloseFileQueue|CM_Free_|CM_Disconnect|SetupDiEnumDeviceInterfaces|"
+          ("CM_Get_Next_Res_Des_Ex", 15), ("RegQueryValueExW", 2), ("RegDeleteValueW", 2), ("FindFirstFileW", 2),
+          ("FindNextFileW", 18), ("FormatMessageW", 317)}
+UNHEARD = re.compile("SetupDiDestroy|RegCloseKey|CloseServiceHandle|CloseHandle|FreeLibrary|FindClose|SetupCloseFileQueue|CM_Free_|CM_Disconnect|SetupDiEnumDeviceInterfaces|"
                      "SetupDiGetDeviceInterfaceDetailW|SetupDiGetClassDevsW")
 
+# What Wine has of a package and of setup classes; more classes than a first list holds. The values that commands delete come
+# back with each program.
+PACKAGE = """[Version]
+Signature="$Windows NT$"
+Class=System
+ClassGUID={4D36E97D-E325-11CE-BFC1-08002BE10318}
+Provider="(Provider)"
+DriverVer=02/28/2026,1.2.3.4
+"""
+CLASSES = "REGEDIT4\n" + "".join(
+    f"""
+[HKEY_LOCAL_MACHINE\\System\\CurrentControlSet\\Control\\Class\\{{{guid}}}]
+@="(class description)"
+"Class"="{name}"
+""" for guid, name in [("4D36E97D-E325-11CE-BFC1-08002BE10318", "System"), ("36FC9E60-C465-11CF-8056-444553540000", "USB")] +
+    [(f"00000000-0000-0000-0000-{number:012}", f"Contract{number}") for number in range(130)])
 
 # Numbers that the libraries put into fields; texts are the fields' names themselves.
 FIELDS = {"fedc00000000": "MD_Alloc_Base", "fedc0000ffff": "MD_Alloc_End", "03f8": "IOD_Alloc_Base", "03ff": "IOD_Alloc_End",
@@ -79,9 +120,10 @@ def with_fields(line):
 
 
 def functions(source_folder):
-    """What the libraries have, which is what the engine can call: their functions are all that it finds there."""
+    """What the libraries judge: their own functions, which are all that the engine finds in them, and others' (of the registry's
+    library all, of the kernel's those that are named)."""
     text = "".join(path.read_text(encoding="utf-8") for path in source_folder.glob("*.cpp"))
-    return re.findall(r'Call call\("(\w+)"\)', text)
+    return re.findall(r'Call(?: call)?\("(\w+)"\)', text)
 
 
 class Contract:
@@ -93,8 +135,10 @@ class Contract:
         self.wine, self.folder, self.log = wine, folder, folder / "calls.txt"
         for file in list(wine.paths.values()) + [libraries / name for name in LIBRARIES] + list(wine.programs.glob("lib*.dll")):
             shutil.copy(file, folder)
-        # What dp_enum finds; the libraries say what is in it.
-        (wine.prefix / "drive_c" / "windows" / "inf" / "oem7.inf").write_text("")
+        for name in ("oem7.inf", "oem8.inf"):
+            (wine.prefix / "drive_c" / "windows" / "inf" / name).write_text(PACKAGE)
+        (folder / "classes.reg").write_text(CLASSES)
+        wine.call("regedit", "/S", wine.windows_path(folder / "classes.reg"))
         self.problems = []
         self.calls = {}  # command line to the functions that it called
         self.succeeded, self.failed = {}, {}
@@ -103,7 +147,7 @@ class Contract:
         """The transcript; notes what the libraries wrote. `fail` is "FUNCTION:ERROR"."""
         self.log.unlink(missing_ok=True)
         environment = {"CONTRACT_LOG": self.wine.windows_path(self.log), "CONTRACT_FAIL": fail,
-                       "WINEDLLOVERRIDES": self.wine.environment["WINEDLLOVERRIDES"] + ";setupapi,cfgmgr32,newdev=n"}
+                       "WINEDLLOVERRIDES": self.wine.environment["WINEDLLOVERRIDES"] + ";setupapi,cfgmgr32,newdev=n,b"}
         text = self.wine.run(line, environment=environment, folder=self.folder)
         lines = self.log.read_text(encoding="utf-8").splitlines() if self.log.exists() else []
         for each in lines:

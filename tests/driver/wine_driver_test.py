@@ -46,9 +46,12 @@ class Wine:
         shutil.rmtree(self.prefix, ignore_errors=True)
         self.prefix.mkdir(parents=True)
         # One server for all: a program that starts just when the last one's server ends fails now and then.
-        for command in (["wineserver", "-p"], ["wine", "wineboot", "--init"]):
-            subprocess.run(command, env=self.environment, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                           timeout=300, check=True)
+        subprocess.run(["wineserver", "-p"], env=self.environment, check=True)
+        self.call("wineboot", "--init")
+
+    def call(self, *command):
+        subprocess.run(["wine", *command], env=self.environment, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                       timeout=300, check=True)
 
     def end(self):
         subprocess.run(["wineserver", "-k"], env=self.environment, stderr=subprocess.DEVNULL)

@@ -3,36 +3,25 @@
 
 #include <newdev.h>
 
-#include <string_view>
 #include <utility>
 
 using namespace contract;
 
 namespace {
 
-constexpr GUID kSystem{0x4D36E97D, 0xE325, 0x11CE, {0xBF, 0xC1, 0x08, 0x00, 0x2B, 0xE1, 0x03, 0x18}};
-
-BOOL guids(Call& call, GUID* list, DWORD size, DWORD* required, DWORD count, PCWSTR, PVOID reserved)
+/// What a list of GUIDs is asked for with.
+void mustBeList(Call& call, const GUID* list, DWORD size, const DWORD* required, const void* reserved)
 {
     call.must((list != nullptr || size == 0) && required != nullptr, "the list or its size is missing");
     call.must(reserved == nullptr, "Reserved is not null");
-    if (call.wanted())
-        return FALSE;
-    *required = count;
-    for (DWORD i = 0; i < size && i < count; ++i)
-        list[i] = kSystem;
-    return size < count ? call.fails(ERROR_INSUFFICIENT_BUFFER) : TRUE;
 }
 
-struct Value
+/// What a text of a class is asked for with; `longest` is the number of characters that hold every one.
+void mustBeText(Call& call, const GUID* guid, DWORD size, DWORD longest, const void* reserved)
 {
-    const wchar_t* key;
-    const wchar_t* fields[2];
-};
-
-constexpr Value kValues[] = {{L"Provider", {L"(Provider)", nullptr}},
-                             {L"ClassGUID", {L"{4D36E97D-E325-11CE-BFC1-08002BE10318}", nullptr}},
-                             {L"DriverVer", {L"02/28/2026", L"1.2.3.4"}}};
+    call.must(guid != nullptr && reserved == nullptr, "the class is missing, or Reserved is not null");
+    call.must(size >= longest, "the buffer does not hold the longest text");
+}
 
 } // namespace
 
@@ -41,7 +30,9 @@ BOOL WINAPI SetupDiClassGuidsFromNameExW(PCWSTR name, GUID* list, DWORD size, PD
 {
     Call call("SetupDiClassGuidsFromNameExW");
     call.name(name, 4096);
-    return guids(call, list, size, required, 1, machine, reserved);
+    mustBeList(call, list, size, required, reserved);
+    return !call.wanted() && call.succeeds(call.wines<decltype(SetupDiClassGuidsFromNameExW)>()(
+                                 name, list, size, required, machine, reserved));
 }
 
 BOOL WINAPI SetupDiBuildClassInfoListExW(DWORD flags, GUID* list, DWORD size, PDWORD required, PCWSTR machine,
@@ -49,38 +40,38 @@ BOOL WINAPI SetupDiBuildClassInfoListExW(DWORD flags, GUID* list, DWORD size, PD
 {
     Call call("SetupDiBuildClassInfoListExW");
     call.must(flags == 0, "classes are left out");
-    return guids(call, list, size, required, 130, machine, reserved); // more than a first list holds
+    mustBeList(call, list, size, required, reserved);
+    return !call.wanted() && call.succeeds(call.wines<decltype(SetupDiBuildClassInfoListExW)>()(
+                                 flags, list, size, required, machine, reserved));
 }
 
-BOOL WINAPI SetupDiClassNameFromGuidExW(const GUID* guid, PWSTR name, DWORD size, PDWORD required, PCWSTR,
+BOOL WINAPI SetupDiClassNameFromGuidExW(const GUID* guid, PWSTR name, DWORD size, PDWORD required, PCWSTR machine,
                                         PVOID reserved)
 {
     Call call("SetupDiClassNameFromGuidExW");
-    call.must(guid != nullptr && reserved == nullptr, "the class is missing, or Reserved is not null");
-    call.must(size >= MAX_CLASS_NAME_LEN, "the buffer holds no longest name");
-    return call.wanted() ? FALSE : call.copies(L"System", name, size, required);
+    mustBeText(call, guid, size, MAX_CLASS_NAME_LEN, reserved);
+    return !call.wanted() && call.succeeds(call.wines<decltype(SetupDiClassNameFromGuidExW)>()(
+                                 guid, name, size, required, machine, reserved));
 }
 
-BOOL WINAPI SetupDiGetClassDescriptionExW(const GUID* guid, PWSTR text, DWORD size, PDWORD required, PCWSTR,
+BOOL WINAPI SetupDiGetClassDescriptionExW(const GUID* guid, PWSTR text, DWORD size, PDWORD required, PCWSTR machine,
                                           PVOID reserved)
 {
     Call call("SetupDiGetClassDescriptionExW");
-    call.must(guid != nullptr && reserved == nullptr, "the class is missing, or Reserved is not null");
-    call.must(size >= LINE_LEN, "the buffer holds no longest description");
-    return call.wanted() ? FALSE : call.copies(L"(class description)", text, size, required);
+    mustBeText(call, guid, size, LINE_LEN, reserved);
+    return !call.wanted() && call.succeeds(call.wines<decltype(SetupDiGetClassDescriptionExW)>()(
+                                 guid, text, size, required, machine, reserved));
 }
 
-HKEY WINAPI SetupDiOpenClassRegKeyExW(const GUID* guid, REGSAM access, DWORD flags, PCWSTR, PVOID reserved)
+HKEY WINAPI SetupDiOpenClassRegKeyExW(const GUID* guid, REGSAM access, DWORD flags, PCWSTR machine, PVOID reserved)
 {
     Call call("SetupDiOpenClassRegKeyExW");
     call.must(guid != nullptr && flags == DIOCR_INSTALLER && reserved == nullptr, "no key of a setup class");
     call.must(access == KEY_READ || access == (KEY_READ | KEY_WRITE), "no known access");
-    HKEY key = nullptr;
-    if (call.wanted() || RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\Contract", 0, nullptr, 0, access, nullptr, &key,
-                                         nullptr) != ERROR_SUCCESS)
+    if (call.wanted())
         return static_cast<HKEY>(INVALID_HANDLE_VALUE);
-    noteKey(key);
-    return key;
+    return call.opens(Kind::Key,
+                      call.wines<decltype(SetupDiOpenClassRegKeyExW)>()(guid, access, flags, machine, reserved));
 }
 
 BOOL WINAPI SetupDiGetINFClassW(PCWSTR path, GUID* guid, PWSTR name, DWORD size, PDWORD required)
@@ -89,10 +80,8 @@ BOOL WINAPI SetupDiGetINFClassW(PCWSTR path, GUID* guid, PWSTR name, DWORD size,
     call.fullPath(path);
     call.must(guid != nullptr && size >= MAX_CLASS_NAME_LEN,
               "the class is missing, or the buffer holds no longest name");
-    if (call.wanted())
-        return FALSE;
-    *guid = kSystem;
-    return call.copies(L"System", name, size, required);
+    return !call.wanted() &&
+           call.succeeds(call.wines<decltype(SetupDiGetINFClassW)>()(path, guid, name, size, required));
 }
 
 BOOL WINAPI SetupCopyOEMInfW(PCWSTR path, PCWSTR location, DWORD type, DWORD style, PWSTR destination, DWORD size,
@@ -108,12 +97,14 @@ BOOL WINAPI SetupCopyOEMInfW(PCWSTR path, PCWSTR location, DWORD type, DWORD sty
     return TRUE;
 }
 
-HINF WINAPI SetupOpenInfFileW(PCWSTR name, PCWSTR setupClass, DWORD style, PUINT)
+HINF WINAPI SetupOpenInfFileW(PCWSTR name, PCWSTR setupClass, DWORD style, PUINT line)
 {
     Call call("SetupOpenInfFileW");
     call.name(name, MAX_PATH - 1);
     call.must(setupClass == nullptr && style == INF_STYLE_WIN4, "no INF of today's style is asked for");
-    return call.wanted() ? INVALID_HANDLE_VALUE : opened<HINF>(Kind::Inf);
+    return call.wanted()
+               ? INVALID_HANDLE_VALUE
+               : call.opens(Kind::Inf, call.wines<decltype(SetupOpenInfFileW)>()(name, setupClass, style, line));
 }
 
 BOOL WINAPI SetupGetInfInformationW(LPCVOID name, DWORD search, PSP_INF_INFORMATION buffer, DWORD size, PDWORD required)
@@ -122,18 +113,8 @@ BOOL WINAPI SetupGetInfInformationW(LPCVOID name, DWORD search, PSP_INF_INFORMAT
     call.name(static_cast<const wchar_t*>(name), MAX_PATH - 1);
     call.must(search == INFINFO_DEFAULT_SEARCH, "the INF is not looked for where the system keeps its own");
     call.must(buffer != nullptr || (size == 0 && required != nullptr), "neither a buffer nor a place for its size");
-    if (call.wanted())
-        return FALSE;
-    constexpr DWORD kSize = 64;
-    if (required != nullptr)
-        *required = kSize;
-    if (buffer == nullptr)
-        return TRUE;
-    if (size < kSize)
-        return call.fails(ERROR_INSUFFICIENT_BUFFER);
-    buffer->InfStyle = INF_STYLE_WIN4;
-    buffer->InfCount = 1;
-    return TRUE;
+    return !call.wanted() &&
+           call.succeeds(call.wines<decltype(SetupGetInfInformationW)>()(name, search, buffer, size, required));
 }
 
 BOOL WINAPI SetupQueryInfOriginalFileInformationW(PSP_INF_INFORMATION information, UINT index,
@@ -152,6 +133,7 @@ void WINAPI SetupCloseInfFile(HINF inf)
 {
     Call call("SetupCloseInfFile");
     call.closes(Kind::Inf, inf);
+    call.wines<decltype(SetupCloseInfFile)>()(inf);
 }
 
 BOOL WINAPI SetupFindFirstLineW(HINF inf, PCWSTR section, PCWSTR key, PINFCONTEXT context)
@@ -159,14 +141,7 @@ BOOL WINAPI SetupFindFirstLineW(HINF inf, PCWSTR section, PCWSTR key, PINFCONTEX
     Call call("SetupFindFirstLineW");
     call.isOpen(Kind::Inf, inf);
     call.must(context != nullptr && section != nullptr, "the section or the place for a line is missing");
-    if (call.wanted())
-        return FALSE;
-    for (UINT i = 0; i < std::size(kValues); ++i)
-        if (std::wstring_view(kValues[i].key) == key) {
-            *context = {inf, inf, 0, i};
-            return TRUE;
-        }
-    return call.fails(ERROR_LINE_NOT_FOUND);
+    return !call.wanted() && call.succeeds(call.wines<decltype(SetupFindFirstLineW)>()(inf, section, key, context));
 }
 
 BOOL WINAPI SetupGetStringFieldW(PINFCONTEXT context, DWORD field, PWSTR buffer, DWORD size, PDWORD required)
@@ -174,10 +149,8 @@ BOOL WINAPI SetupGetStringFieldW(PINFCONTEXT context, DWORD field, PWSTR buffer,
     Call call("SetupGetStringFieldW");
     call.isOpen(Kind::Inf, context->Inf);
     call.must(field >= 1, "field 0 is the key");
-    if (call.wanted())
-        return FALSE;
-    const wchar_t* const text = field <= 2 ? kValues[context->Line].fields[field - 1] : nullptr;
-    return text == nullptr ? call.fails(ERROR_INVALID_PARAMETER) : call.copies(text, buffer, size, required);
+    return !call.wanted() &&
+           call.succeeds(call.wines<decltype(SetupGetStringFieldW)>()(context, field, buffer, size, required));
 }
 
 BOOL WINAPI SetupSetNonInteractiveMode(BOOL on)

@@ -7,8 +7,9 @@ using namespace contract;
 
 namespace {
 
-CONFIGRET idOf(Call& call, DEVINST node, PWSTR buffer, ULONG length, ULONG flags)
+CONFIGRET idOf(Call&& call, DEVINST node, PWSTR buffer, ULONG length, ULONG flags, HMACHINE machine = nullptr)
 {
+    call.machine(machine);
     call.must(isNode(node), "there is no node " + std::to_string(node));
     call.must(buffer != nullptr && flags == 0, "the buffer is missing, or flags are set");
     if (const DWORD error = call.wanted())
@@ -16,8 +17,9 @@ CONFIGRET idOf(Call& call, DEVINST node, PWSTR buffer, ULONG length, ULONG flags
     return call.copies(idOfNode(node), buffer, length, nullptr) ? CR_SUCCESS : CR_BUFFER_SMALL;
 }
 
-CONFIGRET statusOf(Call& call, PULONG status, PULONG problem, DEVINST node, ULONG flags)
+CONFIGRET statusOf(Call&& call, PULONG status, PULONG problem, DEVINST node, ULONG flags, HMACHINE machine = nullptr)
 {
+    call.machine(machine);
     call.must(isNode(node), "there is no node " + std::to_string(node));
     call.must(status != nullptr && problem != nullptr && flags == 0, "a place is missing, or flags are set");
     *status = node == kRoot + 1 ? DN_ROOT_ENUMERATED | DN_STARTED : DN_HAS_PROBLEM;
@@ -25,8 +27,9 @@ CONFIGRET statusOf(Call& call, PULONG status, PULONG problem, DEVINST node, ULON
     return call.wanted();
 }
 
-CONFIGRET firstConfiguration(Call& call, PLOG_CONF handle, DEVINST node, ULONG flags)
+CONFIGRET firstConfiguration(Call&& call, PLOG_CONF handle, DEVINST node, ULONG flags, HMACHINE machine = nullptr)
 {
+    call.machine(machine);
     call.must(isNode(node) && handle != nullptr, "there is no such node, or no place for the handle");
     call.must(flags == ALLOC_LOG_CONF || flags == BOOT_LOG_CONF, "no known kind of configuration");
     if (const DWORD error = call.wanted())
@@ -96,41 +99,32 @@ const Descriptor& descriptorOf(Call& call, RES_DES handle)
 
 CONFIGRET WINAPI CM_Get_Device_IDW(DEVINST node, PWSTR buffer, ULONG length, ULONG flags)
 {
-    Call call("CM_Get_Device_IDW");
-    return idOf(call, node, buffer, length, flags);
+    return idOf(Call("CM_Get_Device_IDW"), node, buffer, length, flags);
 }
 
 CONFIGRET WINAPI CM_Get_Device_ID_ExW(DEVINST node, PWSTR buffer, ULONG length, ULONG flags, HMACHINE machine)
 {
-    Call call("CM_Get_Device_ID_ExW");
-    call.machine(machine);
-    return idOf(call, node, buffer, length, flags);
+    return idOf(Call("CM_Get_Device_ID_ExW"), node, buffer, length, flags, machine);
 }
 
 CONFIGRET WINAPI CM_Get_DevNode_Status(PULONG status, PULONG problem, DEVINST node, ULONG flags)
 {
-    Call call("CM_Get_DevNode_Status");
-    return statusOf(call, status, problem, node, flags);
+    return statusOf(Call("CM_Get_DevNode_Status"), status, problem, node, flags);
 }
 
 CONFIGRET WINAPI CM_Get_DevNode_Status_Ex(PULONG status, PULONG problem, DEVINST node, ULONG flags, HMACHINE machine)
 {
-    Call call("CM_Get_DevNode_Status_Ex");
-    call.machine(machine);
-    return statusOf(call, status, problem, node, flags);
+    return statusOf(Call("CM_Get_DevNode_Status_Ex"), status, problem, node, flags, machine);
 }
 
 CONFIGRET WINAPI CM_Get_First_Log_Conf(PLOG_CONF handle, DEVINST node, ULONG flags)
 {
-    Call call("CM_Get_First_Log_Conf");
-    return firstConfiguration(call, handle, node, flags);
+    return firstConfiguration(Call("CM_Get_First_Log_Conf"), handle, node, flags);
 }
 
 CONFIGRET WINAPI CM_Get_First_Log_Conf_Ex(PLOG_CONF handle, DEVINST node, ULONG flags, HMACHINE machine)
 {
-    Call call("CM_Get_First_Log_Conf_Ex");
-    call.machine(machine);
-    return firstConfiguration(call, handle, node, flags);
+    return firstConfiguration(Call("CM_Get_First_Log_Conf_Ex"), handle, node, flags, machine);
 }
 
 CONFIGRET WINAPI CM_Get_Next_Res_Des_Ex(PRES_DES next, RES_DES from, RESOURCEID resource, PRESOURCEID type, ULONG flags,

@@ -1,8 +1,8 @@
 #include "tests/driver/windows/contract/contract.h"
 
 #include <cstdio>
-#include <map>
-#include <vector>
+#include <set>
+#include <utility>
 
 namespace contract {
 
@@ -10,21 +10,17 @@ namespace {
 
 const char* nameOf(Kind kind)
 {
-    const char* const names[] = {"device set",         "INF", "file queue", "machine", "logical configuration",
-                                 "resource descriptor"};
+    const char* const names[] = {
+        "device set", "INF",   "file queue", "machine", "logical configuration", "resource descriptor", "registry key",
+        "service",    "token", "search",     "library"};
     return names[static_cast<int>(kind)];
 }
 
-std::map<std::uintptr_t, Kind>& openHandles()
+/// One of a library as often as it was loaded.
+std::multiset<std::pair<Kind, std::uintptr_t>>& openHandles()
 {
-    static std::map<std::uintptr_t, Kind> handles;
+    static std::multiset<std::pair<Kind, std::uintptr_t>> handles;
     return handles;
-}
-
-std::vector<HKEY>& keys()
-{
-    static std::vector<HKEY> opened;
-    return opened;
 }
 
 volatile LONG pageReads = 0;
@@ -45,25 +41,50 @@ void note(const std::string& line)
     wchar_t path[MAX_PATH] = {};
     if (GetEnvironmentVariableW(L"CONTRACT_LOG", path, MAX_PATH) == 0)
         return;
+    const DWORD error = GetLastError();
     const HANDLE file =
         CreateFileW(path, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS, 0, nullptr);
     const std::string text = line + "\n";
     DWORD written = 0;
     WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
     CloseHandle(file);
+    SetLastError(error);
 }
 
 std::uintptr_t openHandle(Kind kind)
 {
     static std::uintptr_t last = 0x1000;
     last += 0x10;
-    openHandles()[last] = kind;
+    openHandles().emplace(kind, last);
     return last;
 }
 
-void noteKey(HKEY key)
+bool isKnown(Kind kind, const void* handle)
 {
-    keys().push_back(key);
+    return openHandles().contains({kind, reinterpret_cast<std::uintptr_t>(handle)});
+}
+
+bool isMultiText(const BYTE* bytes, DWORD size)
+{
+    const auto* const text = reinterpret_cast<const wchar_t*>(bytes);
+    const DWORD length = size / sizeof(wchar_t);
+    return size % sizeof(wchar_t) == 0 && length >= 2 && text[length - 1] == 0 && text[length - 2] == 0;
+}
+
+std::wstring besideThis(const wchar_t* name)
+{
+    wchar_t path[MAX_PATH] = {};
+    HMODULE library = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                       reinterpret_cast<const wchar_t*>(&note), &library);
+    GetModuleFileNameW(library, path, MAX_PATH);
+    return std::wstring(path, wcsrchr(path, L'\\') + 1) + name;
+}
+
+FARPROC functionOfWine(const char* name)
+{
+    static const HMODULE library = LoadLibraryW(L"C:\\windows\\system32\\setupapi.dll");
+    return GetProcAddress(library, name);
 }
 
 Call::Call(const char* name) : m_name(name)
@@ -73,9 +94,7 @@ Call::Call(const char* name) : m_name(name)
 
 Call::~Call()
 {
-    const DWORD error = GetLastError();
     note((m_failed ? "failed " : "done ") + std::string(m_name));
-    SetLastError(error);
 }
 
 void Call::must(bool kept, const std::string& what)
@@ -86,14 +105,33 @@ void Call::must(bool kept, const std::string& what)
 
 void Call::isOpen(Kind kind, std::uintptr_t handle)
 {
-    const auto found = openHandles().find(handle);
-    must(found != openHandles().end() && found->second == kind, std::string("the handle is no open ") + nameOf(kind));
+    must(openHandles().contains({kind, handle}), std::string("the handle is no open ") + nameOf(kind));
 }
 
 void Call::closes(Kind kind, std::uintptr_t handle)
 {
     isOpen(kind, handle);
-    openHandles().erase(handle);
+    if (const auto found = openHandles().find({kind, handle}); found != openHandles().end())
+        openHandles().erase(found);
+}
+
+void Call::keep(Kind kind, void* handle)
+{
+    m_failed = handle == nullptr || handle == INVALID_HANDLE_VALUE;
+    if (!m_failed)
+        openHandles().emplace(kind, reinterpret_cast<std::uintptr_t>(handle));
+}
+
+BOOL Call::succeeds(BOOL answer)
+{
+    m_failed = !answer;
+    return answer;
+}
+
+LSTATUS Call::ends(LSTATUS result)
+{
+    m_failed = result != ERROR_SUCCESS;
+    return result;
 }
 
 void Call::machine(HANDLE machine)
@@ -173,14 +211,15 @@ BOOL WINAPI DllMain(HINSTANCE, DWORD reason, void*)
     if (reason == DLL_PROCESS_ATTACH) {
         // What the program loads by name is looked for among what is loaded already.
         LoadLibraryW(L"newdev.dll");
+        judgeSystemCalls();
+        // What a command deletes is there for the next one.
+        RegSetKeyValueW(HKEY_LOCAL_MACHINE,
+                        L"System\\CurrentControlSet\\Control\\Class\\{4D36E97D-E325-11CE-BFC1-08002BE10318}",
+                        L"LowerFilters", REG_MULTI_SZ, L"(class lower filter)\0", 22 * sizeof(wchar_t));
     }
     if (reason == DLL_PROCESS_DETACH) {
-        for (const auto& [handle, kind] : openHandles())
+        for (const auto& [kind, handle] : openHandles())
             note(std::string("open ") + nameOf(kind));
-        for (const HKEY key : keys())
-            if (RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                                 nullptr, nullptr) == ERROR_SUCCESS)
-                note("open registry key");
         note("end");
     }
     return TRUE;

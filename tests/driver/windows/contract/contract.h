@@ -22,7 +22,12 @@ enum class Kind
     FileQueue,
     Machine,
     LogicalConfiguration,
-    ResourceDescriptor
+    ResourceDescriptor,
+    Key,
+    Service,
+    Token,
+    Search,
+    Library
 };
 
 /// Writes lines to the file that CONTRACT_LOG names: "call NAME", "done NAME", "failed NAME", "breach NAME: WHAT" and,
@@ -37,8 +42,20 @@ Handle opened(Kind kind)
     return reinterpret_cast<Handle>(openHandle(kind));
 }
 
-/// The functions write "open ..." for these at the end.
-void noteKey(HKEY key);
+/// Whether a handle of that kind was opened and is not closed.
+bool isKnown(Kind kind, const void* handle);
+
+/// A list of NUL-terminated texts with one more NUL, as bytes.
+bool isMultiText(const BYTE* bytes, DWORD size);
+
+/// Leads the program's calls of other libraries to functions that judge them (system_calls.cpp).
+void judgeSystemCalls();
+
+/// Path of a library beside this one: its name alone may find Wine's.
+std::wstring besideThis(const wchar_t* name);
+
+/// A function of Wine's own library that this one stands in for.
+FARPROC functionOfWine(const char* name);
 
 class Call
 {
@@ -71,6 +88,23 @@ public:
                                                              std::to_string(sizeof(Structure)));
     }
 
+    /// This function as Wine has it.
+    template<class Function>
+    Function* wines() const
+    {
+        return reinterpret_cast<Function*>(reinterpret_cast<std::uintptr_t>(functionOfWine(m_name)));
+    }
+
+    /// What the system answered: whether it succeeded, a handle, an error of the registry.
+    BOOL succeeds(BOOL answer);
+    template<class Handle>
+    Handle opens(Kind kind, Handle handle)
+    {
+        keep(kind, handle);
+        return handle;
+    }
+    LSTATUS ends(LSTATUS result);
+
     /// The error that CONTRACT_FAIL ("NAME:ERROR") wants of this call; 0 for none. It then is the last error too.
     DWORD wanted();
     /// False with that error.
@@ -79,6 +113,8 @@ public:
     BOOL copies(const std::wstring& text, wchar_t* buffer, DWORD size, DWORD* required);
 
 private:
+    void keep(Kind kind, void* handle);
+
     const char* m_name;
     bool m_failed = false;
 };

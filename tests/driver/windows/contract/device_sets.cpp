@@ -61,14 +61,6 @@ void fill(SP_DEVINFO_DATA* data, const Device& device)
     data->Reserved = device.node * 0x100;
 }
 
-/// A list of NUL-terminated texts with one more NUL, as bytes.
-bool isMultiText(const BYTE* bytes, DWORD size)
-{
-    const auto* const text = reinterpret_cast<const wchar_t*>(bytes);
-    const DWORD length = size / sizeof(wchar_t);
-    return size % sizeof(wchar_t) == 0 && length >= 2 && text[length - 1] == 0 && text[length - 2] == 0;
-}
-
 std::wstring propertyText(DWORD property)
 {
     switch (property) {

@@ -106,14 +106,15 @@ BOOL WINAPI SetupDiSetSelectedDriverW(HDEVINFO handle, PSP_DEVINFO_DATA data, PS
 HSPFILEQ WINAPI SetupOpenFileQueue()
 {
     Call call("SetupOpenFileQueue");
-    return call.wanted() ? INVALID_HANDLE_VALUE : opened<HSPFILEQ>(Kind::FileQueue);
+    return call.wanted() ? INVALID_HANDLE_VALUE
+                         : call.opens(Kind::FileQueue, call.wines<decltype(SetupOpenFileQueue)>()());
 }
 
 BOOL WINAPI SetupCloseFileQueue(HSPFILEQ queue)
 {
     Call call("SetupCloseFileQueue");
     call.closes(Kind::FileQueue, queue);
-    return !call.wanted();
+    return call.wines<decltype(SetupCloseFileQueue)>()(queue) && !call.wanted();
 }
 
 BOOL WINAPI SetupScanFileQueueW(HSPFILEQ queue, DWORD flags, HWND, PSP_FILE_CALLBACK_W callback, PVOID context,

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <fstream>
 #include <iterator>
+#include <limits>
 #include <stdexcept>
 #include <type_traits>
 #include <utility>
@@ -169,6 +170,10 @@ private:
         } else if constexpr (std::is_class_v<T> && !kIsText<T>) {
             const Reader reader(json);
             describe(reader, value);
+        } else if constexpr (std::is_unsigned_v<T> && !std::is_same_v<T, bool>) {
+            if (!json.is_number_unsigned() || json.get<std::uint64_t>() > std::numeric_limits<T>::max())
+                throw std::invalid_argument("not such a number");
+            value = json.get<T>();
         } else {
             value = json.get<T>();
         }

@@ -72,7 +72,9 @@ private slots:
         for (const char* text :
              {"", "{", "[]", "null", "{\"devices\":{}}", "{\"devices\":[1]}", "{\"devices\":[{\"id\":1}]}",
               "{\"devices\":[{\"class\":\"x\"}]}", "{\"services\":[1]}", "{\"classes\":[{\"guid\":null}]}",
-              "{\"devices\":[{\"status\":\"x\"}]}", "{\"packages\":[{\"text\":1}]}"})
+              "{\"devices\":[{\"status\":\"x\"}]}", "{\"devices\":[{\"status\":-1}]}",
+              "{\"devices\":[{\"problem\":1e99}]}", "{\"devices\":[{\"problem\":4294967296}]}",
+              "{\"packages\":[{\"text\":1}]}"})
             QTest::newRow(text) << QByteArray(text);
     }
 

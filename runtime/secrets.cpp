@@ -25,11 +25,13 @@ const std::array<Replacement, 6>& replacements()
         {QRegularExpression(QStringLiteral(R"(([a-z][a-z0-9+.-]*://)[^/\s"?#]*@)"), option), QStringLiteral("\\1***@")},
         {QRegularExpression(QStringLiteral(R"(([a-z][a-z0-9+.-]*://[^\s"?#]*\?)[^\s"#]+)"), option),
          QStringLiteral("\\1***")},
-        {QRegularExpression(QStringLiteral(R"(("%1"\s*:\s*)("(?:[^"\\]|\\.)*"?|[^",}\]\s]+))").arg(name), option),
+        // A value that was cut off ends with its line: it must not take the quote that begins the next member.
+        {QRegularExpression(QStringLiteral(R"(("%1"\s*:\s*)("(?:[^"\\\n]|\\.)*"?|[^",}\]\s]+))").arg(name), option),
          QStringLiteral("\\1\"***\"")},
         // The same within a quoted text: each quote has a backslash, each backslash a second one.
         {QRegularExpression(
-             QStringLiteral(R"((\\"%1\\"\s*:\s*)(\\"(?:[^\\"]|\\\\(?:\\.)?)*(?:\\"|$)|[^\\",}\]\s]+))").arg(name),
+             QStringLiteral(R"((\\"%1\\"\s*:\s*)(\\"(?:[^\\"\n]|\\\\(?:\\.)?)*(?:\\"|$|(?=\n))|[^\\",}\]\s]+))")
+                 .arg(name),
              option),
          QStringLiteral("\\1\\\"***\\\"")},
         {QRegularExpression(QStringLiteral(R"((\b%1=)\S+)").arg(name), option), QStringLiteral("\\1***")},

@@ -78,7 +78,8 @@ QString CapturePrinter::finish()
     const QString error = flush();
     if (!m_writer || !error.isEmpty())
         return error;
-    if (m_saves && m_writer->flush() && m_saved.commit())
+    // Flushed here, as commit() alone would put a file in place whose last bytes could not be written.
+    if (m_saves && m_writer->flush() && m_saved.flush() && m_saved.commit())
         return {};
     return QStringLiteral("%1 cannot be written: %2.").arg(m_options.savePath, m_saved.errorString());
 }

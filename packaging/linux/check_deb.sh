@@ -110,6 +110,11 @@ check "a device is created, answers, is listed and deleted" "
     pid=\$(plugboard --list --json | sed -n 's/.*\"processId\": *\"*\\([0-9]*\\).*/\\1/p')
     kill \$window; plugboard --send \$pid status
     plugboard --delete \$pid && ! ls $own/device_*.json" "^OK: keyboard: server 127[.]0[.]0[.]1:[0-9]+, bus id 1-1, not attached"
+ffmpeg -nostdin -v error -f lavfi -i testsrc2=size=640x480:rate=25:duration=1 -c:v mjpeg "$root/tmp/film.avi"
+check "a camera is started, with all that its library needs" "
+    plugboard --start camera --set source=/tmp/film.avi > /dev/null
+    pid=\$(plugboard --list --json | sed -n 's/.*\"processId\": *\"*\\([0-9]*\\).*/\\1/p')
+    plugboard --send \$pid status && plugboard --delete all" "^OK: camera: .*MJPEG 640x480 at 25, bulk, UVC 1[.]0"
 inside sh -c "echo '; changed' >> /usr/lib/plugboard/vusbbus.inf"
 check "the user's copies follow the package" "plugboard --version && tail -n 1 $own/vusbbus.inf" "^; changed"
 check "a security key is created" "

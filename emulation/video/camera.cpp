@@ -207,10 +207,11 @@ void Camera::beginStream()
     m_isStreaming = true;
     m_sent = 0;
     m_sentTimes.clear();
-    if (m_setup.isIsochronous)
+    if (m_setup.isIsochronous) // pictures have a rate of their own: a slow host need not make up for empty packets
         m_pacer = std::make_unique<usb::IsochronousPacer>(
             usb::isochronousInterval(m_descriptors.speed, kIsochronousInterval),
-            [this](const usb::TransferPointer& transfer) { serveIsochronous(transfer); });
+            [this](const usb::TransferPointer& transfer) { serveIsochronous(transfer); },
+            usb::IsochronousPacer::steadyClock(), std::chrono::nanoseconds(0));
     startSource();
     m_feed.start();
 }

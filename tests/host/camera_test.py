@@ -15,6 +15,8 @@ USUAL = [
     # payload has the source's clock.
     r"usb usb\d+: Not yet implemented",
     r"vhci_get_frame_number: \d+ callbacks suppressed",
+    # A stream ends while one of its transfers comes back: it is refused to be sent again (EPERM).
+    r"uvcvideo \d+-[\d.]+:1\.\d: Failed to resubmit video URB \(-1\)\.",
     r"hrtimer: interrupt took \d+ ns", # when this machine was busy
     r"usb \d+-[\d.]+: reset .*-speed USB device number \d+ using vhci_hcd",
 ]

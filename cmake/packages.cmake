@@ -24,6 +24,8 @@ install(FILES packaging/linux/plugboard.metainfo.xml DESTINATION share/metainfo 
 install(FILES resources/icons/logo.png DESTINATION share/icons/hicolor/128x128/apps RENAME plugboard.png)
 install(FILES LICENSE DESTINATION share/doc/plugboard RENAME copyright)
 
+install(FILES docs/guide/examples/job.sh DESTINATION share/doc/plugboard/examples)
+
 # bash looks for a file of the program's name.
 foreach(program plugboard plugboard-capture plugboard-driver plugboard-media)
     install(FILES packaging/linux/completion.bash DESTINATION share/bash-completion/completions RENAME ${program})

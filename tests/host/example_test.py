@@ -10,7 +10,7 @@ PATH = f"PATH={FOLDER}:/usr/sbin:/usr/bin:/sbin:/bin"
 class ExampleTest(HostTest):
     def test_job_signs_in_types_and_reads_a_ticket(self):
         with PlugboardInGuest(IMAGE, PROGRAMS) as guest:
-            status, output = guest.run(guest.command(str(JOB), environment=PATH), 1800)
+            status, output = guest.run(guest.command("/bin/bash", "-x", str(JOB), environment=PATH), 1800)
             self.assertEqual(0, status, output)
             for said in "signed in", "typed", "read the ticket":
                 self.assertIn(said, output.splitlines())

@@ -29,15 +29,19 @@ cat > lab.json <<'END'
 }
 END
 lab=$(plugboard --lab lab.json --wait 60)
-process() { jq ".[] | select(.type == \"$1\").processId" <<< "$lab"; }
-node() { jq -r "first(.[] | select(.type == \"$1\").nodes[] | select(startswith(\"$2\")))" <<< "$lab"; }
+process() { jq -e ".[] | select(.type == \"$1\").processId" <<< "$lab"; }
+node() { jq -er "first(.[] | select(.type == \"$1\").nodes[] | select(startswith(\"$2\")))" <<< "$lab"; }
+key=$(process fido2)
+key_node=$(node fido2 /dev/hidraw)
+keyboard=$(process keyboard)
+camera_node=$(node camera /dev/video)
 
 # Ann registers her key at a shop and signs in with it. Nobody touches it: it approves by itself.
 random() { head -c 32 /dev/urandom | base64 --wrap=0; echo; }
-plugboard --send "$(process fido2)" approve all
-{ random; echo shop.example; echo ann; random; } | fido2-cred -M -o made "$(node fido2 /dev/hidraw)"
+plugboard --send "$key" approve all
+{ random; echo shop.example; echo ann; random; } | fido2-cred -M -o made "$key_node"
 fido2-cred -V -i made -o credential
-{ random; echo shop.example; head -n 1 credential; } | fido2-assert -G -o answer "$(node fido2 /dev/hidraw)"
+{ random; echo shop.example; head -n 1 credential; } | fido2-assert -G -o answer "$key_node"
 tail -n +2 credential > public-key
 fido2-assert -V -p -i answer public-key es256
 echo "signed in"
@@ -45,7 +49,7 @@ echo "signed in"
 # A program on a console of its own asks for a name, which the keyboard types. The last console comes back afterwards.
 openvt --switch --wait -- sh -c 'printf "Name: "; : > asked; read -r name; echo "$name" > name' &
 until [ -e asked ]; do sleep 0.1; done
-plugboard --send "$(process keyboard)" << 'END'
+plugboard --send "$keyboard" << 'END'
 type Ann
 key enter
 END
@@ -54,6 +58,6 @@ wait $!
 echo "typed"
 
 # One picture of the camera, and the code in it.
-ffmpeg -nostdin -v error -f v4l2 -i "$(node camera /dev/video)" -frames:v 1 seen.png
+ffmpeg -nostdin -v error -f v4l2 -i "$camera_node" -frames:v 1 seen.png
 [ "$(zbarimg --quiet --raw seen.png)" = "ticket 4711" ]
 echo "read the ticket"

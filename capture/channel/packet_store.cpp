@@ -87,6 +87,7 @@ UsbIPPacketInfo withoutBytes(const PacketView& view)
 
 bool isToBeNoted(const UsbIPPacketInfo& packet)
 {
+    constexpr char kSetConfiguration = 9;
     constexpr char kSetInterface = 11;
     constexpr char kConfiguration = 2; // type of descriptor
     constexpr char kReport = 0x22;
@@ -94,7 +95,7 @@ bool isToBeNoted(const UsbIPPacketInfo& packet)
         request_type::type(static_cast<std::uint8_t>(packet.setupData.at(0))) != 0)
         return false;
     const char type = packet.setupData.at(3);
-    return packet.setupData.at(1) == kSetInterface ||
+    return packet.setupData.at(1) == kSetInterface || packet.setupData.at(1) == kSetConfiguration ||
            (packet.setupData.at(1) == kGetDescriptor && (type == kConfiguration || type == kReport));
 }
 

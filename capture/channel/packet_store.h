@@ -53,7 +53,8 @@ public:
     UsbIPPacketInfo at(std::size_t number) const;
 
     /// Numbers of the requests that tell of a device's interfaces: for configurations and report descriptors, and those
-    /// that choose alternate settings. Of these, the ones behind the first `known`; at most 100,000 are noted.
+    /// that choose configurations and alternate settings. Of these, the ones behind the first `known`; at most 100,000
+    /// are noted.
     std::vector<std::uint32_t> notedRequests(std::size_t known) const;
 
     struct Usage

@@ -13,6 +13,15 @@ struct InterfaceKind
     std::uint8_t protocol = 0;
 };
 
+/// A terminal or unit that a video or audio function tells of.
+struct UnitKind
+{
+    std::uint8_t interface = 0;
+    std::uint8_t id = 0;
+    std::uint8_t subtype = 0;   ///< of its descriptor
+    std::uint16_t terminal = 0; ///< wTerminalType, of terminals
+};
+
 namespace usb_class {
 
 enum Code : std::uint8_t

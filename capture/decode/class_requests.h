@@ -7,9 +7,11 @@
 
 #include <QByteArray>
 
+#include <optional>
+
 /// "HID SET_IDLE", "Video SET_CUR PROBE"; empty for a class or a request without a name here. `setup`: 8 bytes of a
-/// class request.
-QString classRequestText(const QByteArray& setup, const InterfaceKind& interface);
+/// class request. `unit`: of video or audio, that it is for; nothing when that is not known.
+QString classRequestText(const QByteArray& setup, const InterfaceKind& interface, const std::optional<UnitKind>& unit);
 
 /// The fields of the data of such a request under `parent`, where they are known.
 void addClassRequestData(const QByteArray& setup, const QByteArray& data, const InterfaceKind& interface,

@@ -1,5 +1,5 @@
 // descriptor_forms.h: the fields of descriptors behind their length and type, as tables (USB 2.0 and 3.2 chapter 9,
-// Video 1.1, Audio 1.0 and 2.0, HID 1.11).
+// Video 1.5, Audio 1.0 and 2.0, HID 1.11).
 #pragma once
 
 #include "capture/decode/class_names.h"

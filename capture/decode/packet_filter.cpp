@@ -120,7 +120,7 @@ public:
         if (m_error.isEmpty() && next().kind != Token::End)
             fail(FilterText::tr("\"&&\" or \"||\" is expected here"));
         if (!m_error.isEmpty())
-            return {{}, m_error, m_errorPosition};
+            return {{}, {}, m_error, m_errorPosition};
         return filter;
     }
 
@@ -309,7 +309,7 @@ PacketFilter parsePacketFilter(const QString& text)
         return {};
     Parser parser(text);
     if (!parser.isExpression())
-        return {textWanted(text.trimmed()), {}, -1};
+        return {textWanted(text.trimmed()), text.trimmed(), {}, -1};
     return parser.parse();
 }
 

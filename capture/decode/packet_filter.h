@@ -17,6 +17,7 @@ struct PacketFilter
     using Wants = std::function<bool(const PacketView&)>;
 
     Wants wants;            ///< empty: all packets, and when there is an error. Not for several threads.
+    QString text;           ///< that is looked for, where the filter is no more than that
     QString error;          ///< what is wrong with the text, for the user
     int errorPosition = -1; ///< letters before the place where it is
 };

@@ -43,7 +43,7 @@ QString addReport(const QByteArray& data, const QByteArray& descriptor, HidRepor
 QString addClassRequest(const UsbIPPacketInfo& packet, const PacketContext& context, DetailRow& parent)
 {
     const InterfaceKind& interface = *context.interface;
-    QString text = classRequestText(context.setup, interface);
+    QString text = classRequestText(context.setup, interface, context.unit);
     if (text.isEmpty())
         return text;
     DetailRow& group =

@@ -14,13 +14,14 @@ struct PacketContext
 {
     QByteArray setup;                       ///< of control transfers, of their request; else empty
     std::optional<InterfaceKind> interface; ///< that the transfer is meant for
+    std::optional<UnitKind> unit;           ///< of video and audio, that a class request is meant for
     std::uint8_t pipe = 0;                  ///< of USB Attached SCSI: bPipeID
     QByteArray reportDescriptor;            ///< of HID interfaces
 };
 
-/// Learns configurations, alternate settings and report descriptors from control transfers. What was said last before a
-/// packet goes for it, and for packets before all of that what was said first. Reads as little as it can of the store:
-/// the transfers that the store has noted, and the neighbours of the packet.
+/// Learns configurations, which of them was chosen, alternate settings and report descriptors from control transfers.
+/// What was said last before a packet goes for it, and for packets before all of that what was said first. Reads as
+/// little as it can of the store: the transfers that the store has noted, and the neighbours of the packet.
 class SeenDevices
 {
 public:
@@ -40,8 +41,15 @@ private:
     {
         std::size_t number = 0; // of the packet that told
         QByteArray bytes;
+        std::uint8_t value = 0; // by which a request chooses it
         std::vector<InterfaceKind> interfaces;
+        std::vector<UnitKind> units;
         std::vector<Endpoint> endpoints;
+    };
+    struct Choice
+    {
+        std::size_t number = 0;
+        std::uint8_t value = 0; // of the configuration
     };
     struct Setting
     {
@@ -58,12 +66,15 @@ private:
     struct Device
     {
         std::vector<Configuration> configurations;
+        std::vector<Choice> choices;
         std::vector<Setting> settings;
         std::vector<Report> reports;
     };
 
     void learn();
     bool learnFrom(std::size_t request);
+    static void learnConfiguration(Device& device, const QByteArray& bytes, std::size_t number);
+    static const Configuration* configurationFor(const Device& device, std::size_t number);
     static Configuration configurationOf(const QByteArray& bytes, std::size_t number);
     static void findEndpoint(const Device& device, const Configuration& configuration, std::size_t number,
                              std::uint8_t address, PacketContext& context);

@@ -69,10 +69,19 @@ constexpr Field kExtension[] = {
     {"bmControls", 0, Bytes, nullptr, SizedOnce},
     {"iExtension", 1},
 };
+constexpr Field kEncoding[] = {
+    {"bUnitID", 1},
+    {"bSourceID", 1},
+    {"iEncoding", 1},
+    {"bControlSize", 1, Count},
+    {"bmControls", 0, Bytes, nullptr, SizedOnce},
+    {"bmControlsRuntime", 0, Bytes, nullptr, SizedOnce},
+};
 constexpr DescriptorForm kControl[] = {
     {1, "Video Control Header", kHeader},          {2, "Video Input Terminal", kInputTerminal},
     {3, "Video Output Terminal", kOutputTerminal}, {4, "Video Selector Unit", kSelector},
     {5, "Video Processing Unit", kProcessing},     {6, "Video Extension Unit", kExtension},
+    {7, "Video Encoding Unit", kEncoding},
 };
 
 constexpr Field kInputHeader[] = {
@@ -129,6 +138,77 @@ constexpr Field kFrameBasedFrame[] = {
     {"dwBytesPerLine", 4},
     {"dwFrameInterval", 4, Decimal, nullptr, Range},
 };
+constexpr Field kH264Format[] = {
+    {"bFormatIndex", 1},
+    {"bNumFrameDescriptors", 1},
+    {"bDefaultFrameIndex", 1},
+    {"bMaxCodecConfigDelay", 1},
+    {"bmSupportedSliceModes", 1, Hex},
+    {"bmSupportedSyncFrameTypes", 1, Hex},
+    {"bResolutionScaling", 1},
+    {"Reserved1", 1},
+    {"bmSupportedRateControlModes", 1, Hex},
+    {"wMaxMBperSecOneResolutionNoScalability", 2},
+    {"wMaxMBperSecTwoResolutionsNoScalability", 2},
+    {"wMaxMBperSecThreeResolutionsNoScalability", 2},
+    {"wMaxMBperSecFourResolutionsNoScalability", 2},
+    {"wMaxMBperSecOneResolutionTemporalScalability", 2},
+    {"wMaxMBperSecTwoResolutionsTemporalScalability", 2},
+    {"wMaxMBperSecThreeResolutionsTemporalScalability", 2},
+    {"wMaxMBperSecFourResolutionsTemporalScalability", 2},
+    {"wMaxMBperSecOneResolutionTemporalQualityScalability", 2},
+    {"wMaxMBperSecTwoResolutionsTemporalQualityScalability", 2},
+    {"wMaxMBperSecThreeResolutionsTemporalQualityScalability", 2},
+    {"wMaxMBperSecFourResolutionsTemporalQualityScalability", 2},
+    {"wMaxMBperSecOneResolutionTemporalSpatialScalability", 2},
+    {"wMaxMBperSecTwoResolutionsTemporalSpatialScalability", 2},
+    {"wMaxMBperSecThreeResolutionsTemporalSpatialScalability", 2},
+    {"wMaxMBperSecFourResolutionsTemporalSpatialScalability", 2},
+    {"wMaxMBperSecOneResolutionFullScalability", 2},
+    {"wMaxMBperSecTwoResolutionsFullScalability", 2},
+    {"wMaxMBperSecThreeResolutionsFullScalability", 2},
+    {"wMaxMBperSecFourResolutionsFullScalability", 2},
+};
+constexpr Field kH264Frame[] = {
+    {"bFrameIndex", 1},
+    {"wWidth x wHeight", 4, Extent},
+    {"wSARwidth x wSARheight", 4, Extent},
+    {"wProfile", 2, Hex},
+    {"bLevelIDC", 1},
+    {"wConstrainedToolset", 2, Hex},
+    {"bmSupportedUsages", 4, Hex},
+    {"bmCapabilities", 2, Hex},
+    {"bmSVCCapabilities", 4, Hex},
+    {"bmMVCCapabilities", 4, Hex},
+    {"dwMinBitRate", 4},
+    {"dwMaxBitRate", 4},
+    {"dwDefaultFrameInterval", 4},
+    {"bNumFrameIntervals", 1, Count},
+    {"dwFrameInterval", 4, Decimal, nullptr, Counted},
+};
+constexpr Field kVp8Format[] = {
+    {"bFormatIndex", 1},
+    {"bNumFrameDescriptors", 1},
+    {"bDefaultFrameIndex", 1},
+    {"bMaxCodecConfigDelay", 1},
+    {"bSupportedPartitionCount", 1},
+    {"bmSupportedSyncFrameTypes", 1, Hex},
+    {"bResolutionScaling", 1},
+    {"bmSupportedRateControlModes", 1, Hex},
+    {"wMaxMBperSec", 2},
+};
+constexpr Field kVp8Frame[] = {
+    {"bFrameIndex", 1},
+    {"wWidth x wHeight", 4, Extent},
+    {"bmSupportedUsages", 4, Hex},
+    {"bmCapabilities", 2, Hex},
+    {"bmScalabilityCapabilities", 4, Hex},
+    {"dwMinBitRate", 4},
+    {"dwMaxBitRate", 4},
+    {"dwDefaultFrameInterval", 4},
+    {"bNumFrameIntervals", 1, Count},
+    {"dwFrameInterval", 4, Decimal, nullptr, Counted},
+};
 constexpr Field kTransportStream[] = {
     {"bFormatIndex", 1},
     {"bDataOffset", 1},
@@ -157,6 +237,12 @@ constexpr DescriptorForm kStreaming[] = {
     {16, "Frame Based Format", kUncompressedFormat},
     {17, "Frame Based Frame", kFrameBasedFrame},
     {18, "Stream Based Format", kStreamBased},
+    {19, "H.264 Format", kH264Format},
+    {20, "H.264 Frame", kH264Frame},
+    {21, "H.264 Simulcast Format", kH264Format},
+    {22, "VP8 Format", kVp8Format},
+    {23, "VP8 Frame", kVp8Frame},
+    {24, "VP8 Simulcast Format", kVp8Format},
 };
 
 constexpr Field kInterrupt[] = {{"wMaxTransferSize", 2}};

@@ -295,6 +295,8 @@ void CaptureWindowTest::filtersJumpsAndCopies()
     QVERIFY(!window.jumpToCounterpart()); // filtered out
     window.setFilterText({});
     QCOMPARE(table.topLevelItemCount(), 100);
+    // A text is found in what a packet means, too: no other column knows of it.
+    QVERIFY(window.pane().packets().store()->at(found("bot command", next)).data.startsWith("USBC"));
 }
 
 void CaptureWindowTest::countsWhatIsMissing()

@@ -39,6 +39,20 @@ const char kCamera[] = "ctl 8006000200004800 0902480002010080fa 09040000000e0100
                        "1a240601010001000000000000000000000000000000000000 00\n";
 const char kMicrophone[] = "ctl 8006000200003d00 09023d0002010080fa 090400000001010000 09240100012600 0101 "
                            "090401000001020000 090401010101020000 07240101010100 0b24020101021001 80bb00\n";
+/// Of a device whose first configuration is a keyboard.
+const char kSecondConfiguration[] = "ctl 8006010200001200 09021200010200a032 090400000008065000\n";
+/// Behind an interface with an endpoint: a camera terminal and a processing unit.
+const char kUnits[] = "ctl 800600020000ff00 0902000002010080fa 090400000103000000 092111010001223f00 "
+                      "07058103080004 09040100000e010000 0d240100015a0080c3c9010102 "
+                      "122402010102000000000000000003000000 0b24050201000002000000\n";
+const char kFeatureUnit[] = "ctl 8006000200001b00 09021b0001010080fa 090400000001010000 092406020101030000\n";
+/// VP8 and H.264, a format and a frame each.
+const char kCodecs[] = "ctl 800600020000ff00 0902000001010080fa 09040200000e020000 "
+                       "0d241601010100010001000100 "
+                       "232417018002e001000000000000000000000000000000000000151605000115160500 342413020101 "
+                       "000000000000000000000000000000000000000000000000000000000000000000000000000000000000 "
+                       "00000700 302414018002e0010100010042002800000000000000000000000000000000000000000000 "
+                       "0000151605000115160500\n";
 
 UsbIPPacketInfo packetOf(const QStringList& words, bool isRequest, quint32 sequence)
 {
@@ -126,6 +140,19 @@ void PacketMeaningTest::followsWhatWasSeen_data()
     row("and of a microphone", QLatin1String(kMicrophone) + QLatin1String("ctl 2201000181000300 80bb00"), "|");
     row("an audio control", QLatin1String(kMicrophone) + QLatin1String("ctl a181000200020200 0000"),
         "Audio GET_CUR unit 2 control 0x02|Audio GET_CUR unit 2 control 0x02");
+    row("a unit's control", QLatin1String(kUnits) + QLatin1String("ctl a181000201020200 8000"),
+        "Video GET_CUR Processing Unit 2 BRIGHTNESS|Video GET_CUR Processing Unit 2 BRIGHTNESS");
+    row("a camera's control", QLatin1String(kUnits) + QLatin1String("ctl 2101000401010400 10000000"),
+        "Video SET_CUR Input Terminal 1 EXPOSURE_TIME_ABSOLUTE|Video SET_CUR Input Terminal 1 EXPOSURE_TIME_ABSOLUTE");
+    row("a feature's control", QLatin1String(kFeatureUnit) + QLatin1String("ctl a181000200020200 0000"),
+        "Audio GET_CUR Feature Unit 2 VOLUME|Audio GET_CUR Feature Unit 2 VOLUME");
+    const QString both = QString::fromLatin1(kKeyboard) + QLatin1String(kSecondConfiguration);
+    row("the configuration that was chosen",
+        both + QLatin1String("ctl 0009010000000000\nctl a101000100000800 0000040000000000"),
+        "HID GET_REPORT|HID GET_REPORT");
+    row("another one that was chosen later",
+        both + QLatin1String("ctl 0009010000000000\nctl 0009020000000000\nctl a1fe000000000100 00"),
+        "Mass Storage GET_MAX_LUN|Mass Storage GET_MAX_LUN");
     row("of an interface that nobody told of", QStringLiteral("ctl a101000100000800 00"), "|");
     row("keys", keyboard + QLatin1String("int 81 0200040500000000"), "HID Report: Left Shift, a, b");
     row("no key", keyboard + QLatin1String("int 81 0000000000000000"), "HID Report: all 0");
@@ -200,6 +227,10 @@ void PacketMeaningTest::descriptorsBecomeRows_data()
     row("microphone", QLatin1String(kMicrophone),
         {"Audio Control Header/wTotalLength: 38 @23+2", "Audio Streaming General/wFormatTag: 0x0001 (PCM) @50+2",
          "Audio Format Type/tSamFreq: 48000 @60+3"});
+    row("codecs", QLatin1String(kCodecs),
+        {"VP8 Format/wMaxMBperSec: 1 @29+2", "VP8 Frame/wWidth x wHeight: 640 x 480 @35+4",
+         "VP8 Frame/dwFrameInterval: 333333 @62+4", "H.264 Format/wMaxMBperSecFourResolutionsFullScalability: 7 @116+2",
+         "H.264 Frame/bLevelIDC: 40 @132+1", "H.264 Frame/dwFrameInterval: 333333 @162+4"});
     row("pipes", QLatin1String(kAttachedScsi), {"Pipe Usage Descriptor/bPipeID: 4 (data-out) @83+1"});
     row("probe",
         QLatin1String(kCamera) + QLatin1String("ctl a181000101001a00 "
@@ -221,11 +252,11 @@ void PacketMeaningTest::descriptorsBecomeRows()
 /// Cut at every length, and with each byte made 0 or 255: the rows never point beyond the bytes.
 void PacketMeaningTest::damagedBytesAreOnlyShown()
 {
-    const QStringList traffics{QLatin1String(kKeyboard), QLatin1String(kAttachedScsi), QLatin1String(kCamera),
-                               QLatin1String(kMicrophone), QLatin1String(kKeyboardReport)};
+    const QStringList traffics{QLatin1String(kKeyboard),   QLatin1String(kAttachedScsi),   QLatin1String(kCamera),
+                               QLatin1String(kMicrophone), QLatin1String(kKeyboardReport), QLatin1String(kCodecs)};
     for (const QString& traffic : traffics) {
         UsbIPPacketInfo reply = storeOf(traffic)->at(1);
-        const PacketContext context{storeOf(traffic)->at(0).setupData, {}, 0, {}};
+        const PacketContext context{storeOf(traffic)->at(0).setupData, {}, {}, 0, {}};
         const QByteArray whole = reply.data;
         for (int place = 0; place < 3 * whole.size(); ++place) {
             reply.data = place < whole.size() ? whole.left(place) : whole;

@@ -112,13 +112,13 @@ void CaptureWindow::makeToolBar()
     bar->setMovable(false);
     bar->setToolButtonStyle(Qt::ToolButtonTextOnly);
     m_filter = new FilterEdit(this);
-    connect(m_filter, &FilterEdit::filterChanged, this, [this](const PacketFilter::Wants& wants) {
-        m_wants = wants;
+    connect(m_filter, &FilterEdit::filterChanged, this, [this](const PacketFilter& filter) {
+        m_wants = filter.wants;
         applyFilter();
     });
     m_find = new FilterEdit(this);
     m_find->setPlaceholderText(tr("Find: as in the filter"));
-    connect(m_find, &FilterEdit::filterChanged, this, [this](const PacketFilter::Wants& wants) { m_sought = wants; });
+    connect(m_find, &FilterEdit::filterChanged, this, [this](const PacketFilter& filter) { m_sought = filter; });
     connect(m_find, &QLineEdit::returnPressed, this, [this] { findAgain(PacketSearch::Direction::Next); });
     for (FilterEdit* edit : {m_filter, m_find}) {
         // The hint fits beside the clear button.
@@ -207,14 +207,12 @@ void CaptureWindow::find(const QString& text, PacketSearch::Direction direction)
 void CaptureWindow::findAgain(PacketSearch::Direction direction)
 {
     PacketPane& packets = m_pane->packets();
-    if (!m_sought || packets.isEmpty())
+    if (!m_sought.wants || packets.isEmpty())
         return;
     const bool next = direction == PacketSearch::Direction::Next;
     const std::size_t from = currentRow() ? currentRow()->number() : next ? packets.end() - 1 : packets.first();
-    m_search.start(packets.store(), packets.first(), packets.end(), from, direction,
-                   [this, sought = m_sought](const PacketView& packet) {
-                       return sought(packet) && m_pane->packets().wants(packet);
-                   });
+    m_search.start(packets.store(), packets.first(), packets.end(), from, direction, m_sought,
+                   [this](const PacketView& packet) { return m_pane->packets().wants(packet); });
 }
 
 void CaptureWindow::select(std::size_t number)

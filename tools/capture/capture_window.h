@@ -68,7 +68,7 @@ private:
     FilterEdit* m_filter = nullptr;
     PacketFilter::Wants m_wants; // of the filter; empty for all
     FilterEdit* m_find = nullptr;
-    PacketFilter::Wants m_sought;
+    PacketFilter m_sought;
     PacketSearch m_search;
     QLabel* m_countLabel = nullptr;
     QAction* m_follow = nullptr;

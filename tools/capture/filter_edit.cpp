@@ -24,7 +24,7 @@ void FilterEdit::read()
         colours.setColor(QPalette::Text, Qt::red);
     setPalette(colours);
     if (filter.error.isEmpty())
-        emit filterChanged(filter.wants);
+        emit filterChanged(filter);
     emit explained(filter.error.isEmpty()
                        ? QString()
                        : tr("Filter, letter %1: %2").arg(filter.errorPosition + 1).arg(filter.error));

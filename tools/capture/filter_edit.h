@@ -16,7 +16,7 @@ public:
 
 signals:
     /// The text was changed and makes sense; empty when all packets are wanted.
-    void filterChanged(PacketFilter::Wants wants);
+    void filterChanged(PacketFilter filter);
     /// The text is wrong, or, with an empty explanation, no longer so.
     void explained(QString error);
 

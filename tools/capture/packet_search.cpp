@@ -1,5 +1,7 @@
 #include "tools/capture/packet_search.h"
 
+#include "capture/decode/packet_meaning.h"
+
 #include <QDeadlineTimer>
 
 namespace {
@@ -15,16 +17,29 @@ PacketSearch::PacketSearch()
 }
 
 void PacketSearch::start(std::shared_ptr<const PacketStore> store, std::size_t first, std::size_t end, std::size_t from,
-                         Direction direction, PacketFilter::Wants wants)
+                         Direction direction, PacketFilter sought, PacketFilter::Wants isShown)
 {
+    m_seen = std::make_unique<SeenDevices>(store, first);
     m_reader = std::make_unique<PacketReader>(std::move(store));
-    m_wants = std::move(wants);
+    m_sought = std::move(sought);
+    m_isShown = std::move(isShown);
     m_first = first;
     m_end = end;
     m_place = from;
     m_left = end - first;
     m_direction = direction;
     m_slices.start(0);
+}
+
+bool PacketSearch::fits(const PacketView& packet)
+{
+    return m_isShown(packet) && (m_sought.wants(packet) || (!m_sought.text.isEmpty() && means(packet)));
+}
+
+bool PacketSearch::means(const PacketView& packet)
+{
+    const PacketMeaning meaning = packetMeaning(packet.borrow(), m_seen->contextOf(m_place));
+    return meaning.text.contains(m_sought.text, Qt::CaseInsensitive);
 }
 
 void PacketSearch::workSlice()
@@ -36,7 +51,7 @@ void PacketSearch::workSlice()
                 m_place = m_place + 1 < m_end ? m_place + 1 : m_first;
             else
                 m_place = m_place > m_first ? m_place - 1 : m_end - 1;
-            if (m_wants(m_reader->read(m_place))) {
+            if (fits(m_reader->read(m_place))) {
                 m_slices.stop();
                 emit found(m_place);
                 return;

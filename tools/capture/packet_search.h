@@ -2,6 +2,7 @@
 #pragma once
 
 #include "capture/decode/packet_filter.h"
+#include "capture/decode/seen_devices.h"
 
 #include <QTimer>
 
@@ -22,9 +23,10 @@ public:
     PacketSearch();
 
     /// Looks through the packets from `first` up to `end`, without `end`, beginning beside the packet `from` and going
-    /// on at the other end; ends what it did before.
+    /// on at the other end; ends what it did before. Only packets that are shown count. A text is looked for in what
+    /// they mean, too, which takes several microseconds a packet.
     void start(std::shared_ptr<const PacketStore> store, std::size_t first, std::size_t end, std::size_t from,
-               Direction direction, PacketFilter::Wants wants);
+               Direction direction, PacketFilter sought, PacketFilter::Wants isShown);
     bool isRunning() const { return m_slices.isActive(); }
 
 signals:
@@ -33,9 +35,13 @@ signals:
 
 private:
     void workSlice();
+    bool fits(const PacketView& packet);
+    bool means(const PacketView& packet);
 
     std::unique_ptr<PacketReader> m_reader;
-    PacketFilter::Wants m_wants;
+    std::unique_ptr<SeenDevices> m_seen;
+    PacketFilter m_sought;
+    PacketFilter::Wants m_isShown;
     std::size_t m_first = 0;
     std::size_t m_end = 0;
     std::size_t m_place = 0; // looked at last

@@ -55,7 +55,6 @@ void CameraFeed::stop()
     m_isRunning = false;
     m_timer.stop();
     m_waiting.clear();
-    m_newest.reset();
 }
 
 void CameraFeed::setPlayer(SourcePlayer* player, bool isLive)
@@ -88,17 +87,12 @@ std::chrono::milliseconds CameraFeed::turn()
     bool came = true;
     bool hurries = false;
     while (came && !hurries && m_isRunning && m_clock.due() <= now) {
-        const bool isTooLate = now - m_clock.due() > longestWait();
-        hurries = isTooLate && m_setup.isInterCoded();
-        came = produce(now, isTooLate);
+        hurries = now - m_clock.due() > longestWait(); // more at once would be lost again
+        came = produce(now);
         if (came)
             m_clock.advance();
         if (!m_waiting.empty())
             m_ready();
-    }
-    if (m_newest && m_isRunning) {
-        offer(std::exchange(m_newest, nullptr));
-        m_ready();
     }
     if (!came)
         return kPoll;
@@ -120,7 +114,7 @@ PictureClock::Time CameraFeed::beginTurn()
 }
 
 /// Whether the picture that is due is dealt with.
-bool CameraFeed::produce(PictureClock::Time now, bool isTooLate)
+bool CameraFeed::produce(PictureClock::Time now)
 {
     if (m_isPaused) {
         m_lastFresh = now;
@@ -136,7 +130,7 @@ bool CameraFeed::produce(PictureClock::Time now, bool isTooLate)
         m_isWaitingForFirst = false;
         m_showsStandIn = false;
         m_standIn.reset();
-        show(picture, isTooLate);
+        offer(picture);
         return true;
     }
     if (now - m_lastFresh < std::max<std::chrono::nanoseconds>(kPatience, 3 * m_clock.period()))
@@ -151,17 +145,6 @@ void CameraFeed::beginAnewIfLate(PictureClock::Time now)
 {
     if (now - m_clock.due() > m_clock.period())
         m_clock.restart(now, m_clock.rate());
-}
-
-/// Of pictures that would only be lost again, the newest that there is.
-void CameraFeed::show(const PicturePointer& picture, bool isTooLate)
-{
-    if (std::exchange(m_newest, nullptr))
-        ++m_counts.dropped;
-    if (isTooLate && !m_setup.isInterCoded())
-        m_newest = picture;
-    else
-        offer(picture);
 }
 
 PicturePointer CameraFeed::nextFresh()

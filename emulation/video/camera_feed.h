@@ -19,8 +19,8 @@ namespace uvc {
 
 /// Between start() and stop() a picture becomes ready whenever one is due. A host that is too far behind, by a part of
 /// a second, gets the newest; of pictures that need those before them the next that needs none. A feed that is late
-/// itself, by kMostMadeUp of usb/isochronous_pacer.h at the most, catches up in the same way: the film is then where it
-/// would be without that, as long as its source can give pictures faster than they are shown. A source that has
+/// itself, by kMostMadeUp of usb/isochronous_pacer.h at the most, catches up at twice the speed: the film is then where
+/// it would be without that, as long as its source can give pictures faster than they are shown. A source that has
 /// brought nothing for a while is stood in for by its last picture, dimmed and with "no signal" on it. On the event
 /// loop's thread.
 class CameraFeed
@@ -61,9 +61,8 @@ public:
 
 private:
     PictureClock::Time beginTurn();
-    bool produce(PictureClock::Time now, bool isTooLate);
+    bool produce(PictureClock::Time now);
     void beginAnewIfLate(PictureClock::Time now);
-    void show(const PicturePointer& picture, bool isTooLate);
     PicturePointer nextFresh();
     PicturePointer takeAtSourceRate();
     PicturePointer takeNewest();
@@ -95,7 +94,6 @@ private:
     std::int64_t m_ticks = 0;             ///< pictures shown since the source's schedule began
     std::int64_t m_taken = 0;             ///< pictures of the source that they needed
     std::deque<PicturePointer> m_waiting; ///< for the host; one, or inter-coded ones
-    PicturePointer m_newest;              ///< of those of this turn that are too late
     std::vector<PicturePointer> m_last;   ///< the last picture, behind those that it needs; empty: not known
     std::size_t m_lastBytes = 0;
     Counts m_counts;

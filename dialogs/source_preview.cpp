@@ -18,7 +18,7 @@ SourcePreview::SourcePreview(QWidget* parent) : QLabel(parent)
     setFixedSize(kSize);
     setAlignment(Qt::AlignCenter);
     setWordWrap(true);
-    setFrameShape(QFrame::StyledPanel);
+    setFrameStyle(int(QFrame::Box) | int(QFrame::Sunken));
     m_look.setInterval(kLookIntervalMs);
     connect(&m_look, &QTimer::timeout, this, &SourcePreview::look);
     forget();
@@ -32,7 +32,7 @@ SourcePreview::~SourcePreview()
 void SourcePreview::await(std::shared_ptr<PendingPicture> picture)
 {
     stop();
-    setText(picture ? tr("Waiting for a picture ...") : tr("No picture"));
+    say(picture ? tr("Waiting for a picture ...") : tr("No picture"));
     m_pending = std::move(picture);
     if (!m_pending)
         return;
@@ -43,7 +43,15 @@ void SourcePreview::await(std::shared_ptr<PendingPicture> picture)
 void SourcePreview::forget()
 {
     stop();
-    setText(tr("A picture shows here when the source was looked at"));
+    say(tr("A picture shows here when the source was looked at"));
+}
+
+/// A picture fills the frame, a text keeps away from it.
+void SourcePreview::say(const QString& text)
+{
+    constexpr int kMargin = 8;
+    setMargin(kMargin);
+    setText(text);
 }
 
 void SourcePreview::look()
@@ -53,7 +61,7 @@ void SourcePreview::look()
         return;
     stop();
     if (!picture || picture->width == 0) {
-        setText(tr("No picture"));
+        say(tr("No picture"));
         return;
     }
     constexpr int kBytesPerPixel = 4;
@@ -62,6 +70,7 @@ void SourcePreview::look()
     QImage shown =
         image.scaled(contentsRect().size() * devicePixelRatioF(), Qt::KeepAspectRatio, Qt::SmoothTransformation);
     shown.setDevicePixelRatio(devicePixelRatioF());
+    setMargin(0);
     setPixmap(QPixmap::fromImage(shown));
 }
 

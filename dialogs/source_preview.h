@@ -25,6 +25,7 @@ public:
     void forget();
 
 private:
+    void say(const QString& text);
     void look();
     void stop();
 

@@ -87,6 +87,8 @@ void PictureWindow::pictureChanged()
         resize(m_feed.picture().size() + QSize(0, height() - pictureArea().height()));
     if (windowTitle() == QLatin1String("plugboard-media"))
         setWindowTitle(QStringLiteral("plugboard-media: ") + QString::fromStdString(m_player.description()));
+    if (!m_mark.isEmpty())
+        showStatus(); // no picture bears the mark of the time before it
     update();
 }
 

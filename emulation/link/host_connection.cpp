@@ -67,6 +67,8 @@ QString HostConnection::submit(usbip::Submit&& submit)
         return QStringLiteral("the host used sequence %1 twice").arg(submit.sequence);
     if (m_pending.size() == kMostPending)
         return QStringLiteral("the host has %1 transfers waiting").arg(kMostPending);
+    if (wasTakenBackEarly(submit.sequence))
+        return {};
     const Pending pending{submit.length, submit.endpoint, submit.in, typeOf(submit), configurationOf(submit)};
     m_pending.emplace(submit.sequence, pending);
     m_inFlight += pending.length;
@@ -89,12 +91,30 @@ QString HostConnection::submit(usbip::Submit&& submit)
     return {};
 }
 
+/// Linux sends what is to be submitted and what is to be taken back from two lists, one after the other. A transfer
+/// that is taken back at once can lie in the first when only the second is looked at: its submission comes after its
+/// unlink.
+bool HostConnection::isYetToCome(std::uint32_t sequence) const
+{
+    return !m_newest || static_cast<std::int32_t>(sequence - *m_newest) > 0;
+}
+
+/// Of a submission that has come: nobody waits for its answer, and one would end the connection.
+bool HostConnection::wasTakenBackEarly(std::uint32_t sequence)
+{
+    m_newest = sequence;
+    const bool wasTakenBack = m_takenBackEarly.erase(sequence) != 0;
+    for (auto each = m_takenBackEarly.begin(); each != m_takenBackEarly.end();)
+        each = isYetToCome(*each) ? std::next(each) : m_takenBackEarly.erase(each);
+    return wasTakenBack;
+}
+
 QString HostConnection::unlink(const usbip::Unlink& unlink)
 {
     if (unlink.deviceId != m_deviceId)
         return QStringLiteral("the host took back a transfer of device %1").arg(unlink.deviceId);
     m_victims[unlink.sequence] = unlink.victim;
-    if (m_victims.size() > kMostPending)
+    if (m_victims.size() > kMostPending || m_takenBackEarly.size() == kMostPending)
         return QStringLiteral("the host took back too much at once");
     if (m_tap && m_tap->isOpen()) {
         const auto victim = m_pending.find(unlink.victim);
@@ -102,7 +122,12 @@ QString HostConnection::unlink(const usbip::Unlink& unlink)
         m_tap->passed({usbip::headerOf(unlink), usbip::Command::Unlink, m_deviceId, unlink.sequence, of.endpoint, of.in,
                        of.type, 0, QByteArray(), nullptr});
     }
-    m_device.unlink(unlink);
+    if (isYetToCome(unlink.victim)) {
+        m_takenBackEarly.insert(unlink.victim);
+        reply(usbip::UnlinkReply{unlink.sequence, usbip::status::kConnectionReset});
+    } else {
+        m_device.unlink(unlink);
+    }
     return {};
 }
 

@@ -6,6 +6,8 @@
 #include "emulation/link/traffic_tap.h"
 
 #include <map>
+#include <optional>
+#include <set>
 
 /// Speaks USB/IP with the host over a connected socket for as long as that is open, and keeps within bounds what the
 /// host may ask for: 16 MiB in flight, beyond which submissions fail.
@@ -40,6 +42,8 @@ private:
     QString received(usbip::Message&& message);
     QString submit(usbip::Submit&& submit);
     QString unlink(const usbip::Unlink& unlink);
+    bool isYetToCome(std::uint32_t sequence) const;
+    bool wasTakenBackEarly(std::uint32_t sequence);
     void reply(usbip::SubmitReply reply) override;
     void reply(usbip::UnlinkReply reply) override;
     void forget(std::uint32_t sequence);
@@ -50,6 +54,8 @@ private:
     Events m_events;
     std::map<std::uint32_t, Pending> m_pending;
     std::map<std::uint32_t, std::uint32_t> m_victims; // by the sequence of the unlink
+    std::optional<std::uint32_t> m_newest;            // sequence of a submission; they only grow, and wrap
+    std::set<std::uint32_t> m_takenBackEarly;         // sequences of submissions that have not come yet
     std::size_t m_inFlight = 0;                       // bytes
     MessageChannel m_channel;
 };

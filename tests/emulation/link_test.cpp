@@ -105,8 +105,7 @@ void LinkTest::listsAndImportsOneAtATime()
     m_link->unplug();
     QVERIFY(first.isEnded());
     m_link->plugIn();
-    UsbIpHost again(port());
-    QCOMPARE(again.import(kBusId), usbip::OperationStatus::Ok);
+    QCOMPARE(UsbIpHost(port()).import(kBusId), usbip::OperationStatus::Ok);
 }
 
 void LinkTest::enumeratesAndMovesData()
@@ -146,8 +145,7 @@ void LinkTest::takesBackOrHasAnswered()
     UsbIpHost host(port());
     QCOMPARE(host.import(kBusId), usbip::OperationStatus::Ok);
     host.control("0009010000000000");
-    const std::uint32_t pending = host.submit(transfer(1, true, 64));
-    const std::uint32_t unlink = host.unlink(pending);
+    const std::uint32_t unlink = host.unlink(host.submit(transfer(1, true, 64)));
     const auto taken = std::get<usbip::UnlinkReply>(host.next());
     QCOMPARE(taken.sequence, unlink);
     QCOMPARE(taken.status, usbip::status::kConnectionReset);
@@ -160,6 +158,10 @@ void LinkTest::takesBackOrHasAnswered()
     host.unlink(answered);
     QCOMPARE(std::get<usbip::SubmitReply>(host.next()).sequence, answered);
     QCOMPARE(std::get<usbip::UnlinkReply>(host.next()).status, usbip::status::kOk);
+
+    host.unlinkEarly(tests::controlSubmit("8006000100001200"));
+    QCOMPARE(std::get<usbip::UnlinkReply>(host.next()).status, usbip::status::kConnectionReset);
+    QCOMPARE(host.control("8008000000000100").data, QByteArray(1, 1)); // and no answer to the submission before it
 }
 
 void LinkTest::carriesIsochronousDataWithoutGaps()
@@ -431,8 +433,7 @@ void LinkTest::handsOnAnotherMachinesDevice()
     QCOMPARE(m_function->waiting[0]->request().data, QByteArray(100'000, 'o'));
     m_function->waiting[0]->complete();
     QCOMPARE(std::get<usbip::SubmitReply>(host.next()).actualLength, 100'000U);
-    m_function->waiting[1]->completeIsochronous({{0, 1024, 1, usb::Status::Ok}, {1024, 1024, 2, usb::Status::Ok}},
-                                                "abc");
+    m_function->waiting[1]->completeIsochronous({{0, 1024, 1, {}}, {1024, 1024, 2, {}}}, "abc");
     const auto packets = std::get<usbip::SubmitReply>(host.next());
     QCOMPARE(packets.data, QByteArray("abc"));
     QCOMPARE(packets.packets.at(1).actual, 2U);

@@ -74,6 +74,15 @@ public:
         return m_sequence;
     }
 
+    /// Sends the unlink of a submission, and then the submission.
+    void unlinkEarly(usbip::Submit submit)
+    {
+        submit.sequence = ++m_sequence;
+        submit.deviceId = m_deviceId;
+        unlink(submit.sequence);
+        write(bytesOf(submit));
+    }
+
     /// The next answer, whatever it answers; an UnlinkReply of sequence 0 when none comes.
     usbip::Message next()
     {

@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr QLatin1String kGetConfig("get_device_config");
+const QLatin1String kGetConfig("get_device_config");
 
 constexpr int kReconnectInterval = 2000;   // ms
 constexpr qint64 kReadBuffer = 256 * 1024; // bytes that wait in the socket

@@ -37,6 +37,9 @@ void applyExtra(UsbIPPacketInfo& packet, const QByteArray& extra)
     packet.transferType = static_cast<std::uint8_t>(extra.at(tail + 12));
 }
 
+/// Microseconds until the end of the year 9999: a file may tell of later times, which nothing can show.
+constexpr long double kLatest = 253'402'300'799'999'999;
+
 double microsecondsPerTick(std::uint8_t resolution)
 {
     const int exponent = -(resolution & 0x7F);
@@ -178,7 +181,8 @@ void PcapngReader::addRecord(std::uint32_t interface, quint64 ticks, std::uint32
     if (!m_sink.knows(from.linkType))
         return;
     // Through long double: today's time in ticks has more digits than a double keeps.
-    const auto microseconds = static_cast<qint64>(static_cast<long double>(ticks) * from.microsecondsPerTick);
+    const long double since1970 = static_cast<long double>(ticks) * from.microsecondsPerTick;
+    const auto microseconds = static_cast<qint64>(std::min(since1970, kLatest));
     auto packet = m_sink.decode({from.linkType, bytes, fullSize, microseconds, m_bigEndian});
     if (!packet)
         return;

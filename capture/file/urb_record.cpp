@@ -106,7 +106,7 @@ RawRecord urb_record::encode(const UsbIPPacketInfo& packet, const SubmissionTerm
     raw.bytes = record + body;
     raw.fullSize =
         static_cast<std::uint32_t>(std::min<quint64>(quint64(raw.bytes.size()) + missingBytes(packet), 0x7FFFFFFF));
-    raw.microseconds = packet.timestamp * 1000;
+    raw.microseconds = static_cast<qint64>(static_cast<quint64>(packet.timestamp) * 1000U); // whatever a peer said
     return raw;
 }
 

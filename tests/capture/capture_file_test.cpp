@@ -153,8 +153,14 @@ void CaptureFileTest::recordsOfOthersKeepTheirStatus()
     add(interface, quint16(headerSize == 64 ? 220 : 189));
     add(interface, quint16(0));
     add(interface, quint32(0));
+    QByteArray ofSeconds = interface; // each tick a second, so that the time is far beyond any calendar
+    add(ofSeconds, quint16(9));       // if_tsresol
+    add(ofSeconds, quint16(1));
+    add(ofSeconds, quint32(0));
+    QByteArray late = packet('S', -115);
+    late.replace(12, 8, QByteArray(8, '\xff'));
     QByteArray file = block(0x0A0D0D0A, section) + block(1, interface) + packet('S', -115) + packet('C', -32) +
-                      packet('S', -115) + packet('C', 0);
+                      packet('S', -115) + packet('C', 0) + block(0x0A0D0D0A, section) + block(1, ofSeconds) + late;
     QBuffer buffer(&file);
     buffer.open(QIODevice::ReadOnly);
     const tests::ReadResult result = tests::readCapture(buffer);
@@ -165,8 +171,10 @@ void CaptureFileTest::recordsOfOthersKeepTheirStatus()
     const QString request = QStringLiteral(" INN STD TO_DEV USB_REQUEST_GET_DESCRIPTORUSB_DEVICE_DESCRIPTOR_TYPE");
     QCOMPARE(lines,
              QStringList({QStringLiteral("30005 1") + request, QStringLiteral("30005 1 status=0xffffffe0 len=0x0"),
-                          QStringLiteral("30005 2") + request, QStringLiteral("30005 2 status=0x0 len=0x0")}));
+                          QStringLiteral("30005 2") + request, QStringLiteral("30005 2 status=0x0 len=0x0"),
+                          QStringLiteral("30005 3") + request}));
     QCOMPARE(result.packets[0].timestamp, 1700000000005);
+    QCOMPARE(result.packets.back().timestamp, 253402300799999);
 }
 
 // An address for an id, a status in its place, 32 bytes of data at most, an event that failed.

@@ -49,7 +49,7 @@ void SourcePreview::forget()
 /// A picture fills the frame, a text keeps away from it.
 void SourcePreview::say(const QString& text)
 {
-    constexpr int kMargin = 8;
+    constexpr int kMargin = 4;
     setMargin(kMargin);
     setText(text);
 }

@@ -36,7 +36,8 @@ WaitNotice::WaitNotice(QWidget* window)
 void WaitNotice::say(const QString& text)
 {
     setText(text);
-    resize(size().expandedTo(sizeHint())); // moved seldom, since what it uncovers is painted again
+    const QSize line(fontMetrics().horizontalAdvance(text), fontMetrics().height());
+    resize(size().expandedTo(line + size() - contentsRect().size())); // seldom: what it uncovers is painted again
     const QRect around = isWindow() ? m_window->screen()->availableGeometry() : m_window->rect();
     QRect place = rect();
     place.moveCenter(around.center());

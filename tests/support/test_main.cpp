@@ -56,6 +56,8 @@ int main(int argc, char** argv)
     std::vector<char*> arguments(argv + 1, argv + argc);
     arguments.front() = argv[0];
 #ifdef _WIN32
+    // Wine can hang where a program's first window class is made by a thread other than this one; Qt makes one here.
+    QCoreApplication::processEvents();
     // There QtTest's plain text goes to the debugger; this format goes to standard output.
     char output[] = "-o";
     char format[] = "-,tap";

@@ -1,5 +1,7 @@
 #include "app/device_type_bar.h"
 
+#include "ui/png.h"
+
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
@@ -19,7 +21,7 @@ QWidget* DeviceTypeBar::makeEntry(const DeviceTypeEntry& entry)
 {
     auto* button = new QPushButton;
     button->setFixedSize(56, 56);
-    button->setIcon(QIcon(entry.iconPath));
+    button->setIcon(readPng(entry.iconPath));
     button->setIconSize(QSize(40, 40));
     button->setFlat(true);
     button->setToolTip(entry.label);

@@ -17,11 +17,11 @@
 #include "runtime/start_options.h"
 #include "runtime/stop_request.h"
 #include "ui/chinese_font.h"
-#include "ui/high_dpi.h"
+#include "ui/png.h"
+#include "ui/screen_setup.h"
 
 #include <QApplication>
 #include <QDir>
-#include <QIcon>
 #include <QTimer>
 
 #include <algorithm>
@@ -57,7 +57,7 @@ int runWindow(const WindowRequest& request)
     if (language == Language::SimplifiedChinese)
         preferSimplifiedChinese();
     QDir::setCurrent(QCoreApplication::applicationDirPath());
-    QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/res/logo.png")));
+    QApplication::setWindowIcon(readPng(QStringLiteral(":/icons/res/logo.png")));
     if (!checkBusDriver(request.demo))
         return -1;
 
@@ -132,6 +132,7 @@ std::unique_ptr<QCoreApplication> makeApplication(int& argc, char** argv, Reques
     if (!isForQt && !std::holds_alternative<WindowRequest>(request))
         return std::make_unique<QCoreApplication>(argc, argv);
     scaleWithScreens();
+    paintWithoutOpenGl();
     auto application = std::make_unique<QApplication>(argc, argv);
     if (isForQt)
         request = parseCommandLine(QCoreApplication::arguments());

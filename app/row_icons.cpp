@@ -1,5 +1,7 @@
 #include "app/row_icons.h"
 
+#include "ui/png.h"
+
 #include <QFile>
 #include <QPainter>
 #include <QPixmap>
@@ -32,7 +34,7 @@ QPixmap onPlate(const QPixmap& drawing)
 
 QIcon read(const QString& path)
 {
-    const QIcon drawing(rowDrawing(path));
+    const QIcon drawing(readPng(rowDrawing(path)));
     QIcon icon = drawing;
     for (int density = 1; density <= kDensities && !drawing.isNull(); ++density) {
         const QPixmap plate = onPlate(drawing.pixmap(kRowIconSize * density));

@@ -2,6 +2,7 @@
 
 #include "app/build_date.h"
 #include "ui/plain_tool_tip.h"
+#include "ui/png.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -15,7 +16,7 @@ QLabel* makeLogo(QWidget* parent)
     constexpr int kSize = 30;
     auto* label = new QLabel(parent);
     const qreal ratio = label->devicePixelRatioF();
-    QPixmap logo = QPixmap(QStringLiteral(":/icons/res/logo.png"))
+    QPixmap logo = readPng(QStringLiteral(":/icons/res/logo.png"))
                        .scaled(QSize(kSize, kSize) * ratio, Qt::KeepAspectRatio, Qt::SmoothTransformation);
     logo.setDevicePixelRatio(ratio);
     label->setPixmap(logo);

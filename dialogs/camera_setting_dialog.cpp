@@ -8,12 +8,12 @@
 #include "runtime/last_used.h"
 #include "ui/file_drop.h"
 #include "ui/form_rows.h"
+#include "ui/png.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFormLayout>
-#include <QIcon>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -53,7 +53,7 @@ CameraSettingDialog::CameraSettingDialog(QWidget* parent, Prompter& prompter, So
     , m_check(std::move(check))
 {
     setWindowTitle(tr("Camera Settings"));
-    setWindowIcon(QIcon(QStringLiteral(":/icons/res/camera.png")));
+    setWindowIcon(readPng(QStringLiteral(":/icons/res/camera.png")));
     setWindowFlag(Qt::WindowContextHelpButtonHint, false);
     setMinimumWidth(kLeastWidth);
     layOut();

@@ -5,7 +5,7 @@
 #include "tools/capture/capture_window.h"
 #include "tools/capture/headless_capture.h"
 #include "ui/chinese_font.h"
-#include "ui/high_dpi.h"
+#include "ui/screen_setup.h"
 
 #include <QApplication>
 #include <QFile>
@@ -44,6 +44,7 @@ int runHeadless(int argc, char** argv, const CaptureOptions& options)
 int runWindow(int argc, char** argv, const CaptureOptions& options)
 {
     scaleWithScreens();
+    paintWithoutOpenGl();
     QApplication application(argc, argv);
     const ProgramRun running(kProgram, kVersion, options.start.logRules);
     if (speakAsAsked(options.start.language, application) == Language::SimplifiedChinese)

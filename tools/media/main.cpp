@@ -9,7 +9,7 @@
 #include "tools/media/media_options.h"
 #include "tools/media/picture_window.h"
 #include "tools/media/stop_request.h"
-#include "ui/high_dpi.h"
+#include "ui/screen_setup.h"
 
 #include <QApplication>
 
@@ -121,6 +121,7 @@ int main(int argc, char** argv)
     catchStopRequests();
     if (options.run == MediaOptions::Run::Window) {
         scaleWithScreens();
+        paintWithoutOpenGl();
         QApplication application(argc, argv);
         const ProgramRun run(kProgram, kVersion, options.logRules);
         return showWindow(application, options);

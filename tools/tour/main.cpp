@@ -2,10 +2,10 @@
 #include "tools/tour/tour.h"
 #include "tools/tour/walks.h"
 #include "ui/chinese_font.h"
-#include "ui/high_dpi.h"
+#include "ui/png.h"
+#include "ui/screen_setup.h"
 
 #include <QApplication>
-#include <QIcon>
 #include <QLoggingCategory>
 #include <QTemporaryDir>
 
@@ -14,6 +14,7 @@
 int main(int argc, char** argv)
 {
     scaleWithScreens();
+    paintWithoutOpenGl();
     QApplication application(argc, argv);
     // What the walks choose is not what this user last used.
     const QTemporaryDir userData;
@@ -30,7 +31,7 @@ int main(int argc, char** argv)
         preferSimplifiedChinese();
     const QString folder = QDir(arguments[1]).absolutePath();
     QDir::setCurrent(QCoreApplication::applicationDirPath());
-    QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/res/logo.png")));
+    QApplication::setWindowIcon(readPng(QStringLiteral(":/icons/res/logo.png")));
 
     try {
         QLoggingCategory::setFilterRules(QStringLiteral("plugboard.*.info=false")); // the report says what is done

@@ -1,4 +1,4 @@
-#include "ui/high_dpi.h"
+#include "ui/screen_setup.h"
 
 #include <QGuiApplication>
 
@@ -7,4 +7,11 @@ void scaleWithScreens()
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     QGuiApplication::setHighDpiScaleFactorRoundingPolicy(Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
+}
+
+void paintWithoutOpenGl()
+{
+    constexpr const char* kChoice = "QT_XCB_GL_INTEGRATION";
+    if (!qEnvironmentVariableIsSet(kChoice))
+        qputenv(kChoice, "none");
 }

@@ -53,8 +53,8 @@ int main(int argc, char** argv)
     if (qEnvironmentVariableIsEmpty("PLUGBOARD_USER_DATA"))
         qputenv("PLUGBOARD_USER_DATA", QFile::encodeName(userData.path()));
 #ifndef _WIN32
-    // A socket lies in the folder for temporary files, and one that a killed program left there keeps its name taken: an earlier
-    // run's must not meet a process id that has come round again.
+    // A socket lies in the folder for temporary files, and one that a killed program left there keeps its name taken:
+    // an earlier run's must not meet a process id that has come round again.
     const QTemporaryDir temporaryFiles;
     using std::filesystem::perms;
     std::filesystem::permissions(temporaryFiles.path().toStdString(), perms::all | perms::sticky_bit); // as /tmp itself

@@ -51,7 +51,8 @@ SOUND = [ # for every transfer, its driver asks the controller for a frame numbe
     rf"usb usb{NUMBER}: Not yet implemented",
     rf"vhci_get_frame_number: {NUMBER} callbacks suppressed",
 ]
-USUAL = ATTACH + DETACH + TAKEN_BACK + INPUT + STORAGE + SOUND
+COUNTED = [rf"usb {POSITION}: seqnum max"] # once, at the controller's 65,535th transfer
+USUAL = ATTACH + DETACH + TAKEN_BACK + INPUT + STORAGE + SOUND + COUNTED
 
 
 def unusual(lines, also=()):

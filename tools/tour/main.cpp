@@ -6,6 +6,7 @@
 #include "ui/screen_setup.h"
 
 #include <QApplication>
+#include <QIcon>
 #include <QLoggingCategory>
 #include <QTemporaryDir>
 

@@ -43,7 +43,7 @@ void SourcePreview::await(std::shared_ptr<PendingPicture> picture)
 void SourcePreview::forget()
 {
     stop();
-    say(tr("A picture shows here when the source was looked at"));
+    say(tr("The source's first picture appears here"));
 }
 
 /// A picture fills the frame, a text keeps away from it.

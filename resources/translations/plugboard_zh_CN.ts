@@ -2627,7 +2627,7 @@ Please check IP address, port and network connection.</source>
         <translation>没有画面</translation>
     </message>
     <message>
-        <source>A picture shows here when the source was looked at</source>
+        <source>The source&apos;s first picture appears here</source>
         <translation>检查视频源后在此显示画面</translation>
     </message>
 </context>

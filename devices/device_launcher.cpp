@@ -72,11 +72,12 @@ bool DeviceLauncher::hasProgram() const
 
 std::optional<qint64> DeviceLauncher::launch(const QString& joinedParameters, const Ended& ended) const
 {
+    // Made first: a process waits only two seconds for it, and encrypting takes long where the machine is busy.
+    const ParameterMessage message = parameterMessage(joinedParameters, publicKeyPem());
     DeviceProcess* process = start(m_program, ended);
     if (!process)
         return std::nullopt;
     const qint64 processId = process->processId(); // 0 once it has ended, which it may while the message is written
-    const ParameterMessage message = parameterMessage(joinedParameters, publicKeyPem());
     if (!message.error.isEmpty())
         qCWarning(devicesLog).noquote() << "No parameters for process" << processId << "-" << message.error;
     push(*process, message.bytes);

@@ -24,11 +24,15 @@ void deliver(Delivery& delivery, const LineHandler& handler, InputLine kind, con
             delivery.target, [handler, kind, line] { handler(kind, line); }, Qt::QueuedConnection);
 }
 
-void readLine(const std::shared_ptr<Delivery>& delivery, int longestLine, const LineHandler& handler)
+void readLine(const std::shared_ptr<Delivery>& delivery, int longestLine, QDeadlineTimer deadline,
+              const LineHandler& handler)
 {
     QByteArray line;
     std::array<char, 4096> piece;
-    while (const int size = readStandardInput(piece.data(), int(piece.size()))) {
+    while (waitForStandardInput(deadline)) {
+        const int size = readStandardInput(piece.data(), int(piece.size()));
+        if (size == 0)
+            break;
         const int scanned = line.size();
         line.append(piece.data(), size);
         const int end = line.indexOf('\n', scanned);
@@ -37,11 +41,12 @@ void readLine(const std::shared_ptr<Delivery>& delivery, int longestLine, const 
         if (end >= 0)
             return deliver(*delivery, handler, InputLine::Complete, line.left(end));
     }
+    deliver(*delivery, handler, InputLine::Missing, {});
 }
 
 } // namespace
 
-void readFirstLine(int longestLine, const LineHandler& handler)
+void readFirstLine(int longestLine, QDeadlineTimer deadline, const LineHandler& handler)
 {
     const auto delivery = std::make_shared<Delivery>();
     delivery->target = new QObject(QCoreApplication::instance());
@@ -49,5 +54,5 @@ void readFirstLine(int longestLine, const LineHandler& handler)
         const std::lock_guard lock(delivery->mutex);
         delivery->target = nullptr;
     });
-    std::thread(readLine, delivery, longestLine, handler).detach();
+    std::thread(readLine, delivery, longestLine, deadline, handler).detach();
 }

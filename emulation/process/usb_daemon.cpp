@@ -30,17 +30,14 @@ Outcome<DeviceDescription> readDevice(const QByteArray& message)
 
 UsbDaemon::UsbDaemon()
 {
-    m_messageTimeout.setSingleShot(true);
-    connect(&m_messageTimeout, &QTimer::timeout, this, [this] { become(mouseDescription()); });
-    m_messageTimeout.start(kMessageTimeout);
-    readFirstLine(kLongestMessage, [this](InputLine kind, const QByteArray& message) { takeMessage(kind, message); });
+    readFirstLine(kLongestMessage, QDeadlineTimer(kMessageTimeout),
+                  [this](InputLine kind, const QByteArray& message) { takeMessage(kind, message); });
 }
 
 void UsbDaemon::takeMessage(InputLine kind, const QByteArray& message)
 {
-    if (!m_messageTimeout.isActive())
-        return;
-    m_messageTimeout.stop();
+    if (kind == InputLine::Missing)
+        return become(mouseDescription());
     if (kind == InputLine::TooLong)
         return fail(QStringLiteral("The message is longer than %1 bytes.").arg(kLongestMessage));
     const auto device = readDevice(message);

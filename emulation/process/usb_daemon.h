@@ -5,7 +5,6 @@
 #include "emulation/process/standard_input.h"
 
 #include <QObject>
-#include <QTimer>
 
 /// Waits two seconds for the parameter message and becomes the device that it describes, or the mouse when none comes.
 /// A wrong message ends the process with exit code 1 and a sentence on standard error. The end of standard input means
@@ -22,6 +21,5 @@ private:
     void become(const DeviceDescription& device);
     void fail(const QString& sentence);
 
-    QTimer m_messageTimeout;
     std::unique_ptr<RunningDevice> m_device;
 };

@@ -1,4 +1,4 @@
-// end_request.h: asks a process of a test to end, in the way that the system asks console programs.
+// end_request.h: asks a process of a test to end, in the way that the system asks console programs; holds one up.
 #pragma once
 
 #include <QProcess>
@@ -15,3 +15,7 @@ public:
     /// The process may do what it likes with the request. False when the system did not deliver it.
     bool send(const QProcess& process);
 };
+
+/// A process that is held up runs no more until it is let go on. False when the system did not do it.
+bool holdUp(const QProcess& process);
+bool letGoOn(const QProcess& process);

@@ -10,3 +10,13 @@ bool EndRequest::send(const QProcess& process)
 {
     return kill(pid_t(process.processId()), SIGTERM) == 0;
 }
+
+bool holdUp(const QProcess& process)
+{
+    return kill(pid_t(process.processId()), SIGSTOP) == 0;
+}
+
+bool letGoOn(const QProcess& process)
+{
+    return kill(pid_t(process.processId()), SIGCONT) == 0;
+}

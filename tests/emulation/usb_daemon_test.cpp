@@ -25,6 +25,7 @@ private slots:
     void outlivesTheReaderOfItsOutput();
     void becomesTheMouseWithoutAMessage_data();
     void becomesTheMouseWithoutAMessage();
+    void takesWhatCameWhileItDidNotRun();
     void removesItsRecordWhenAsked();
     void takesCommands();
     void offersItsDeviceToHosts();
@@ -208,6 +209,20 @@ void UsbDaemonTest::becomesTheMouseWithoutAMessage()
     const bool ended = device->waitForFinished(100); // what comes too late changes nothing
     QVERIFY2(!ended, qPrintable(QStringLiteral("exit code %1").arg(device->exitCode())));
     QCOMPARE(recordText(*device), mouseRecord());
+}
+
+/// As on a busy machine, where the message is there in time and the process is not.
+void UsbDaemonTest::takesWhatCameWhileItDidNotRun()
+{
+    QProcess* const device = startDevice();
+    QVERIFY(device);
+    QTest::qWait(500); // its time has begun, or this shows nothing
+    QVERIFY(holdUp(*device));
+    device->write(message(kKeyboard));
+    QTest::qWait(2000);
+    QVERIFY(letGoOn(*device));
+    QTRY_COMPARE_WITH_TIMEOUT(recordsOf(device->processId()).size(), 1, kPatience);
+    QVERIFY(QFile::exists(recordPath(QStringLiteral("Keyboard Device"), device->processId())));
 }
 
 void UsbDaemonTest::removesItsRecordWhenAsked()

@@ -93,12 +93,7 @@ QString DeviceStarts::start(const std::vector<CreationRequest>& requests)
     for (auto request = requests.begin(); request != requests.end() && fault.isEmpty(); ++request)
         fault = launch(*request);
     if (fault.isEmpty()) {
-        const bool inTime = turnUntil(
-            [this] {
-                look();
-                return ended() || allTold();
-            },
-            QDeadlineTimer(kStartMs));
+        const bool inTime = reach(Stage::Told, QDeadlineTimer(kStartMs));
         if (const Started* device = ended())
             fault = endSentence(device->type, device->processId, *device->end);
         else if (!inTime)
@@ -127,17 +122,30 @@ QString DeviceStarts::launch(const CreationRequest& request)
     return {};
 }
 
-void DeviceStarts::look()
+void DeviceStarts::look(Started& device, Stage wanted) const
 {
-    for (const auto& device : m_started) {
-        if (auto record = m_records.recordOf(device->processId))
-            device->record = std::move(record);
-    }
+    if (auto record = m_records.recordOf(device.processId))
+        device.record = std::move(record);
+    if (!device.record)
+        return;
+    device.stage = isConfigured(*device.record) ? Stage::Configured : Stage::Told;
+    if (wanted == Stage::Usable && device.stage == Stage::Configured && hasItsNode(device.type, *device.record))
+        device.stage = Stage::Usable;
 }
 
-bool DeviceStarts::allTold() const
+/// Only at those that are not there yet: a look takes time which the devices need.
+bool DeviceStarts::reach(Stage wanted, const QDeadlineTimer& deadline)
 {
-    return std::all_of(m_started.begin(), m_started.end(), [](const auto& device) { return device->record; });
+    const auto haveReached = [&] {
+        bool all = true;
+        for (const auto& device : m_started) {
+            if (device->stage < wanted)
+                look(*device, wanted);
+            all = all && device->stage >= wanted;
+        }
+        return all || ended();
+    };
+    return turnUntil(haveReached, deadline);
 }
 
 const DeviceStarts::Started* DeviceStarts::ended() const
@@ -163,22 +171,17 @@ void DeviceStarts::endAll()
 
 DeviceStarts::WaitOutcome DeviceStarts::waitForHosts(QDeadlineTimer deadline)
 {
-    const auto each = [this](const auto& holds) {
-        look();
-        return ended() || std::all_of(m_started.begin(), m_started.end(),
-                                      [&](const auto& device) { return holds(device->type, *device->record); });
-    };
-    const auto configured = [](DeviceType, const DeviceRecord& record) { return isConfigured(record); };
-    turnUntil([&] { return each(configured); }, deadline);
-    if (!ended() && each(configured)) {
+    if (reach(Stage::Configured, deadline)) {
         // The drivers come after the configuration, that of a disk after a second. A host may have none.
         const qint64 left = deadline.isForever() ? kNodesMs : std::min<qint64>(deadline.remainingTime(), kNodesMs);
-        turnUntil([&] { return each(hasItsNode); }, QDeadlineTimer(left));
+        reach(Stage::Usable, QDeadlineTimer(left));
     }
+    for (const auto& device : m_started) // the first of them may have lost its host meanwhile
+        look(*device, Stage::Configured);
     if (const Started* device = ended())
         return {Wait::Ended, endSentence(device->type, device->processId, *device->end)};
     for (const auto& device : m_started) {
-        if (!isConfigured(*device->record))
+        if (device->stage < Stage::Configured)
             return {Wait::TimeOver, QStringLiteral("%1: No host has configured the device in time; process %2 goes on.")
                                         .arg(deviceTypeWord(device->type))
                                         .arg(device->processId)};

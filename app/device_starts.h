@@ -41,17 +41,27 @@ public:
     QJsonArray json() const;
 
 private:
+    /// How far a device has come.
+    enum class Stage
+    {
+        Launched,
+        Told,       ///< it has said what it is
+        Configured, ///< by a host
+        Usable      ///< the host's drivers have made its node, where that can be seen from here
+    };
     struct Started
     {
         DeviceType type = DeviceType::Mouse;
         qint64 processId = 0;
+        Stage stage = Stage::Launched;
         std::optional<DeviceEnd> end;
         std::optional<DeviceRecord> record;
     };
 
     QString launch(const CreationRequest& request);
-    void look();
-    bool allTold() const;
+    void look(Started& device, Stage wanted) const;
+    /// Looks until all devices have come that far, or one has ended. Whether they did in time.
+    bool reach(Stage wanted, const QDeadlineTimer& deadline);
     const Started* ended() const;
     void endAll();
 

@@ -8,6 +8,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 
@@ -75,9 +76,14 @@ DeviceRecord DeviceRecordManager::loadRecord(const QString& fileName) const
 
 std::optional<DeviceRecord> DeviceRecordManager::recordOf(qint64 processId) const
 {
-    const QStringList files = QDir(m_folder).entryList({QStringLiteral("device_*_%1.json").arg(processId)},
-                                                       QDir::Files | QDir::CaseSensitive, QDir::Unsorted);
-    for (const QString& file : files) {
+    // Without a name filter, which is a regular expression that is compiled for each call: who starts devices asks
+    // often.
+    const QString end = QStringLiteral("_%1.json").arg(processId);
+    for (QDirIterator files(m_folder, QDir::Files); files.hasNext();) {
+        files.next();
+        const QString file = files.fileName();
+        if (!file.startsWith(QLatin1String("device_")) || !file.endsWith(end))
+            continue;
         DeviceRecord record = loadRecord(file);
         if (record.processId == processId)
             return record;

@@ -1,18 +1,19 @@
 #include "devices/host_nodes.h"
 
-#include <QDirIterator>
 #include <QFile>
-#include <QFileInfo>
 #include <QRegularExpression>
+
+#include <filesystem>
+#include <system_error>
 
 namespace {
 
 const QString kDevices = QStringLiteral("/sys/bus/usb/devices/");
 
 /// The value of "DEVNAME=" in what the kernel says of a device; empty for one without a node.
-QByteArray nodeIn(const QString& ueventFile)
+QByteArray nodeIn(const char* ueventFile)
 {
-    QFile file(ueventFile);
+    QFile file(QString::fromLocal8Bit(ueventFile));
     if (!file.open(QIODevice::ReadOnly))
         return {};
     const QByteArray key = QByteArrayLiteral("DEVNAME=");
@@ -31,10 +32,11 @@ QStringList hostNodes(const QString& busId)
     if (!place.match(busId).hasMatch())
         return {};
     QStringList nodes;
-    QDirIterator files(QFileInfo(kDevices + busId).canonicalFilePath(), {QStringLiteral("uevent")}, QDir::Files,
-                       QDirIterator::Subdirectories);
-    while (files.hasNext()) {
-        const QByteArray node = nodeIn(files.next());
+    std::error_code fault; // a device may go while it is looked at
+    const std::filesystem::path root = std::filesystem::canonical((kDevices + busId).toStdString(), fault);
+    std::filesystem::recursive_directory_iterator file(root, fault);
+    for (const std::filesystem::recursive_directory_iterator end; !fault && file != end; file.increment(fault)) {
+        const QByteArray node = file->path().filename() == "uevent" ? nodeIn(file->path().c_str()) : QByteArray();
         if (!node.isEmpty() && !node.startsWith("bus/"))
             nodes << QStringLiteral("/dev/") + QString::fromLocal8Bit(node);
     }

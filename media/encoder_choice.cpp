@@ -102,11 +102,6 @@ ffmpeg::CodecContext tryEncoder(const AVCodec& encoder, const EncoderSettings& s
 
 } // namespace
 
-int defaultPixelFormat(AVCodecID codec)
-{
-    return codec == AV_CODEC_ID_MJPEG ? AV_PIX_FMT_YUVJ420P : AV_PIX_FMT_YUV420P;
-}
-
 ffmpeg::CodecContext openEncoder(const EncoderSettings& settings)
 {
     for (const Candidate& candidate : candidates()) {

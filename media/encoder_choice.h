@@ -22,7 +22,10 @@ struct EncoderSettings
 };
 
 /// The pixel format an encoder of the codec is given when nothing else is asked for: full range for MJPEG.
-int defaultPixelFormat(AVCodecID codec);
+inline int defaultPixelFormat(AVCodecID codec)
+{
+    return codec == AV_CODEC_ID_MJPEG ? AV_PIX_FMT_YUVJ420P : AV_PIX_FMT_YUV420P;
+}
 
 /// Hardware encoders first, then software. Low latency: no B-frames, a key frame each second, headers in the stream;
 /// the time base is one frame. Null when none opens with these settings.

@@ -14,6 +14,8 @@
 /// doubles with each run that brought nothing. Where the commands have put the picture outlives the runs.
 ///
 /// Lives on a thread with an event loop. take(), recycle() and what is asked about the source may come from any thread.
+/// What a device asks of it is virtual: the device process is not linked with FFmpeg, and gets its players from a
+/// library that it loads when it needs one.
 class SourcePlayer : public QObject
 {
     Q_OBJECT
@@ -30,26 +32,26 @@ public:
     ~SourcePlayer() override;
 
     /// Starts the first run; once.
-    void start();
+    virtual void start();
 
     /// Ends the run and starts no other; waits for its thread.
     void stop();
 
     /// The oldest item that waits, or that comes within `limit`, of this run or the next. Nothing once stopped.
-    std::optional<MediaItem> take(std::chrono::milliseconds limit = {});
-    void recycle(MediaItem&& item);
+    virtual std::optional<MediaItem> take(std::chrono::milliseconds limit = {});
+    virtual void recycle(MediaItem&& item);
 
-    SourceStatus status() const;
+    virtual SourceStatus status() const;
 
     /// As VideoFileSource has them, of the run in progress.
-    std::string description() const;
-    AVRational pictureRate() const;
-    bool isLive() const;
+    virtual std::string description() const;
+    virtual AVRational pictureRate() const;
+    virtual bool isLive() const;
 
     /// One that has ended plays again from there.
-    void seek(std::chrono::milliseconds position);
-    std::chrono::milliseconds position() const;
-    std::chrono::milliseconds duration() const;
+    virtual void seek(std::chrono::milliseconds position);
+    virtual std::chrono::milliseconds position() const;
+    virtual std::chrono::milliseconds duration() const;
 
     /// Of all runs together: runs that were started, and items that were dropped because nobody took them in time.
     int runs() const;

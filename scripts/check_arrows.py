@@ -20,11 +20,12 @@ ARROWS = {
     "fido2/dialogs": {"fido2/file", "fido2/channel", "devices", "runtime", "ui"},
     "dialogs": {"devices", "media", "runtime", "ui"},
     "emulation": {"devices", "fido2/file", "runtime"},
-    # The devices that play media; the rest of the device process does without FFmpeg.
+    # The devices that play media. Only the module is linked with FFmpeg; the rest takes types of media/.
     "emulation/player": {"emulation", "media"},
     "emulation/video": {"emulation", "emulation/player", "devices", "media"},
     "emulation/microphone": {"emulation", "emulation/player", "devices", "media"},
-    "emulation/module": {"emulation", "emulation/microphone", "emulation/video", "devices", "media"},
+    "emulation/process": {"emulation", "emulation/microphone", "emulation/player", "emulation/video", "devices", "media", "runtime"},
+    "emulation/module": {"emulation/process", "emulation/video", "media"},
     "app": {"dialogs", "fido2/file", "fido2/channel", "fido2/dialogs", "capture/view", "devices", "driver", "runtime", "ui"},
 }
 # What needs no widgets says so here: these may not include one. Folder: file name patterns.

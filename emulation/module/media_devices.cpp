@@ -1,32 +1,22 @@
-// media_devices.cpp: makes the devices that play media (emulation/process/media_module.h says what for), and looks at
-// sources for the program's dialogs.
-#include "emulation/microphone/microphone.h"
+// media_devices.cpp: plays sources for cameras and microphones (emulation/process/media_module.h says what for), and
+// looks at sources for the program's dialogs.
 #include "emulation/process/media_module.h"
-#include "emulation/video/camera.h"
 #include "media/source_probe.h"
 
-namespace {
+#include <utility>
 
-Outcome<std::unique_ptr<DeviceFunction>> make(const DeviceContext& context, const usb::DeviceDescriptors& identity)
+extern "C" Q_DECL_EXPORT SourcePlayer* plugboardMakePlayer(VideoFileSettings settings)
 {
-    switch (context.device.type) {
-    case DeviceType::Camera:
-        return uvc::makeCamera(identity, context);
-    case DeviceType::Microphone:
-        return audio::makeMicrophone(identity, context);
-    default:
-        return std::unique_ptr<DeviceFunction>();
-    }
+    av_log_set_level(AV_LOG_FATAL); // the source's state says what is wrong with it
+    return new SourcePlayer(std::move(settings));
 }
 
-} // namespace
-
-extern "C" Q_DECL_EXPORT DeviceFunction*
-plugboardMakeMediaDevice(const DeviceContext& context, const usb::DeviceDescriptors& identity, QString* fault)
+extern "C" Q_DECL_EXPORT void plugboardMakeNoSignal(const uvc::CameraSetup& setup,
+                                                    const std::vector<uvc::PicturePointer>& pictures,
+                                                    uvc::PicturePointer& made)
 {
-    auto made = make(context, identity);
-    *fault = made.fault();
-    return made ? made.take().release() : nullptr;
+    av_log_set_level(AV_LOG_FATAL);
+    made = uvc::makeNoSignal(setup, pictures);
 }
 
 extern "C" Q_DECL_EXPORT SourceProbe* plugboardMakeSourceProbe(std::chrono::milliseconds limit)

@@ -1,11 +1,14 @@
 #include "emulation/player/source_function.h"
 
+#include "emulation/player/make_player.h"
+
 #include <QDir>
 #include <QFileInfo>
 
 namespace {
 
 constexpr double kLongestSeconds = 1e6;
+constexpr std::chrono::seconds kTryInterval(1);
 
 QString secondsText(std::chrono::milliseconds time)
 {
@@ -20,7 +23,10 @@ bool isUrl(const QString& source)
 } // namespace
 
 SourceFunction::SourceFunction(QString source) : m_source(std::move(source))
-{}
+{
+    m_nextTry.setSingleShot(true);
+    QObject::connect(&m_nextTry, &QTimer::timeout, &m_nextTry, [this] { startSource(); });
+}
 
 SourceFunction::~SourceFunction() = default;
 
@@ -29,19 +35,28 @@ bool SourceFunction::isLive(const QString& source)
     return isUrl(source) && !source.startsWith(QLatin1String("file://"));
 }
 
+bool SourceFunction::isThere(const QString& source)
+{
+    return isUrl(source) || (!source.isEmpty() && QFileInfo::exists(source));
+}
+
 void SourceFunction::startSource()
 {
     m_isUsed = true;
     if (m_player || m_source.isEmpty())
         return;
-    m_player = std::make_unique<SourcePlayer>(playerSettings(m_source));
-    m_player->start();
+    if (!isThere(m_source))
+        return m_nextTry.start(kTryInterval);
+    m_player = makePlayer(playerSettings(m_source));
+    if (m_player)
+        m_player->start();
     sourceChanged();
 }
 
 void SourceFunction::stopSource()
 {
     m_isUsed = false;
+    m_nextTry.stop();
     if (!m_player)
         return;
     m_player.reset();
@@ -71,7 +86,7 @@ QString SourceFunction::changeSource(const QString& source)
     }
     m_source = source;
     if (m_isUsed) {
-        m_player.reset();
+        stopSource();
         startSource();
     }
     return commandDone(QStringLiteral("source ") + source);
@@ -116,7 +131,11 @@ QString SourceFunction::sourceStatus() const
     if (m_source.isEmpty())
         return QStringLiteral("no source") + paused;
     if (!m_player)
-        return QStringLiteral("source at rest") + paused;
+        return (m_isUsed ? QStringLiteral("source lost (%1)")
+                               .arg(isThere(m_source) ? QStringLiteral("it cannot be played here")
+                                                      : QStringLiteral("there is no such file"))
+                         : QStringLiteral("source at rest")) +
+               paused;
     const SourceStatus status = m_player->status();
     QString text = QStringLiteral("source ") + QLatin1String(stateName(status.state));
     if (!status.reason.empty())

@@ -4,6 +4,8 @@
 #include "emulation/function/device_function.h"
 #include "media/source_player.h"
 
+#include <QTimer>
+
 #include <chrono>
 #include <memory>
 #include <string>
@@ -21,6 +23,9 @@ public:
     /// A source that gives what it has at a pace of its own, as cameras in the network do, instead of waiting to be
     /// asked.
     static bool isLive(const QString& source);
+
+    /// Whether there is something to open: a URL, or a file that is there. What a player needs is not loaded for less.
+    static bool isThere(const QString& source);
 
 protected:
     /// `source` is a path or a URL; empty: there is none until a command names one.
@@ -61,6 +66,7 @@ private:
     QString sourceStatus() const;
 
     QString m_source;
+    QTimer m_nextTry;      ///< of a file that is not there
     bool m_isUsed = false; ///< between startSource() and stopSource()
     bool m_isPaused = false;
     std::unique_ptr<SourcePlayer> m_player;

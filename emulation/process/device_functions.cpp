@@ -4,9 +4,11 @@
 #include "emulation/audio/speaker.h"
 #include "emulation/hid/keyboard.h"
 #include "emulation/hid/mouse.h"
+#include "emulation/microphone/microphone.h"
 #include "emulation/process/media_module.h"
 #include "emulation/securitykey/security_key_function.h"
 #include "emulation/storage/disk.h"
+#include "emulation/video/camera.h"
 
 namespace {
 
@@ -36,6 +38,20 @@ std::unique_ptr<DeviceFunction> makeSpeaker(const DeviceDescription& device)
     return std::make_unique<audio::Speaker>(identityOf(device), format);
 }
 
+Outcome<std::unique_ptr<DeviceFunction>> makeMediaDevice(const DeviceContext& context)
+{
+    const bool isCamera = context.device.type == DeviceType::Camera;
+    const int source = isCamera ? int(parameter::CameraSource) : int(parameter::MicrophoneSource);
+    const usb::DeviceDescriptors identity = identityOf(context.device);
+    auto made = isCamera ? uvc::makeCamera(identity, context) : audio::makeMicrophone(identity, context);
+    if (made && SourceFunction::isThere(context.device.parameters.value(source))) {
+        const QString fault = loadMediaModule();
+        if (!fault.isEmpty())
+            return Fault{fault};
+    }
+    return made;
+}
+
 } // namespace
 
 Outcome<std::unique_ptr<DeviceFunction>> makeDeviceFunction(const DeviceContext& context)
@@ -53,7 +69,7 @@ Outcome<std::unique_ptr<DeviceFunction>> makeDeviceFunction(const DeviceContext&
         return makeSpeaker(context.device);
     case DeviceType::Camera:
     case DeviceType::Microphone:
-        return makeMediaDevice(context, identityOf(context.device));
+        return makeMediaDevice(context);
     default:
         return std::unique_ptr<DeviceFunction>();
     }

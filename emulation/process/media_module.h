@@ -1,20 +1,18 @@
-// media_module.h: the devices that play media lie in a library of their own, loaded when a process becomes one of them:
-// no other device waits until FFmpeg is loaded, or keeps it in memory.
+// media_module.h: the part of cameras and microphones that needs FFmpeg lies in a library of its own, which is loaded
+// once there is something to play: no other device waits until it is, or keeps it in memory. makePlayer() and
+// uvc::makeNoSignal() are defined here for the device process, as calls of that library.
 #pragma once
 
-#include "devices/media_library.h"
-#include "emulation/channels/device_service.h"
-#include "emulation/function/device_function.h"
-#include "emulation/message/outcome.h"
+#include "emulation/player/make_player.h"
+#include "emulation/video/no_signal.h"
 
-#include <memory>
+/// The functions of the library, which is always of the same build as the program. The caller owns the player.
+using MakePlayer = SourcePlayer* (*)(VideoFileSettings settings);
+using MakeNoSignal = void (*)(const uvc::CameraSetup& setup, const std::vector<uvc::PicturePointer>& pictures,
+                              uvc::PicturePointer& made);
+inline constexpr const char* kMakePlayer = "plugboardMakePlayer";
+inline constexpr const char* kMakeNoSignal = "plugboardMakeNoSignal";
 
-/// The one function of the library, which is always of the same build as the program. The caller owns the device; a
-/// null pointer with an empty `fault` means that the type has no function yet.
-using MakeMediaDevice = DeviceFunction* (*)(const DeviceContext& context, const usb::DeviceDescriptors& identity,
-                                            QString* fault);
-inline constexpr const char* kMakeMediaDevice = "plugboardMakeMediaDevice";
-
-/// A camera or a microphone, made by the library. A fault is a sentence that ends the process.
-Outcome<std::unique_ptr<DeviceFunction>> makeMediaDevice(const DeviceContext& context,
-                                                         const usb::DeviceDescriptors& identity);
+/// Loads the library now, for a device that has a source: its host need not wait for it later. A sentence that ends the
+/// process, or empty.
+QString loadMediaModule();

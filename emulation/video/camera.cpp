@@ -379,7 +379,7 @@ QString Camera::deviceStatus() const
                        .arg(m_setup.isIsochronous ? QStringLiteral("isochronous") : QStringLiteral("bulk"),
                             m_setup.uvcVersion == 0x0100 ? QStringLiteral("1.0") : QStringLiteral("1.5"));
     if (!m_isStreaming)
-        return text + QStringLiteral("no host takes pictures");
+        return text + QStringLiteral("no host takes pictures, %1 dropped so far").arg(m_feed.counts().dropped);
     text += QStringLiteral("%1 pictures in the last second, %2 sent, %3 dropped")
                 .arg(sentInLastSecond())
                 .arg(m_sent)
@@ -399,7 +399,6 @@ Outcome<std::unique_ptr<DeviceFunction>> makeCamera(const usb::DeviceDescriptors
     auto setup = cameraSetup(context.device);
     if (!setup)
         return Fault{setup.fault()};
-    av_log_set_level(AV_LOG_FATAL); // the source's state says what is wrong with it
     return std::unique_ptr<DeviceFunction>(
         std::make_unique<Camera>(identity, setup.value(), context.device.parameters.value(parameter::CameraSource),
                                  QStringLiteral("CmdServer_%1").arg(context.processId)));

@@ -162,7 +162,8 @@ PicturePointer CameraFeed::takeAtSourceRate()
     const AVRational rate = m_player->pictureRate();
     if (rate.num <= 0)
         return nullptr;
-    const std::int64_t needed = av_rescale(m_ticks, rate.num, std::int64_t(rate.den) * m_setup.rate) + 1;
+    const std::int64_t parts = std::int64_t(rate.den) * m_setup.rate;
+    const std::int64_t needed = (m_ticks * rate.num + parts / 2) / parts + 1; // to the nearest
     while (m_taken < needed || m_last.empty()) {
         if (!takeOne())
             return nullptr;

@@ -28,6 +28,7 @@ private slots:
     void givesEverySampleOfItsSource_data();
     void givesEverySampleOfItsSource();
     void playsOnceWhereItShallNotLoop();
+    void playsAFileOnceItIsThere();
     void takesCommands();
     void dropsWhatIsLateOnlyInRealTime_data();
     void dropsWhatIsLateOnlyInRealTime();
@@ -158,6 +159,20 @@ void MicrophoneTest::givesEverySampleOfItsSource()
              qPrintable(recording.microphone->status()));
     const double due = std::chrono::duration<double>(interval).count() * 120 * rate;
     QVERIFY(std::abs(recording.record(120).size() / recording.frameBytes - due) <= 1);
+}
+
+void MicrophoneTest::playsAFileOnceItIsThere()
+{
+    Recording recording({1, 8000}, 1600);
+    recording.host->control(QStringLiteral("0009000000000000"));
+    const QString away = recording.path() + QStringLiteral(".away");
+    QVERIFY(QFile::rename(recording.path(), away));
+    recording.host->configure();
+    recording.host->control(QStringLiteral("010b010001000000"));
+    const QString status = recording.microphone->status();
+    QVERIFY2(status.startsWith(QStringLiteral("source lost (there is no such file); ")), qPrintable(status));
+    QVERIFY(QFile::rename(away, recording.path()));
+    QVERIFY(recording.recordFromItsBegin(8).startsWith(bytesOf(recording.sound).left(16)));
 }
 
 void MicrophoneTest::playsOnceWhereItShallNotLoop()

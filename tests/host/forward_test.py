@@ -8,7 +8,7 @@ import tempfile
 
 from guest import Guest, SHARE
 from host_test import HostTest, IMAGE, PROGRAMS
-from plugboard_in_guest import PlugboardInGuest, position_of
+from plugboard_in_guest import PlugboardInGuest, position_of, ROUNDS
 from storage_test import GIVEN_UP
 
 SIZE = 16 << 20
@@ -62,6 +62,9 @@ class ForwardTest(HostTest):
         self.assertEqual(hashlib.sha256(self.image.read_bytes()).hexdigest(), self.sum_in_guest(node))
         guest.check(f"dd if=/dev/urandom of=/dev/{node} bs=64k count=16 seek=32 conv=fsync 2>/dev/null", 120)
         self.assertEqual(hashlib.sha256(self.image.read_bytes()).hexdigest(), self.sum_in_guest(node))
+        position, = guest.make_rounds([device], "sd[a-z]").values()
+        node = guest.wait_node(position, "sd[a-z]")
+        self.assertEqual(hashlib.sha256(self.image.read_bytes()).hexdigest(), self.sum_in_guest(node))
         self.assert_quiet(guest)
 
         self.exporter.check("kill $(cat /run/usbipd.pid); usbip unbind -b 1-1")
@@ -71,5 +74,5 @@ class ForwardTest(HostTest):
         position, = guest.wait_attached(1, 120).values()
         node = guest.wait_node(position, "sd[a-z]")
         self.assertEqual(hashlib.sha256(self.image.read_bytes()).hexdigest(), self.sum_in_guest(node))
-        self.note(f"{SIZE >> 20} MiB read three times, 1 MiB written; gone with its server and back with it")
+        self.note(f"{SIZE >> 20} MiB read four times, 1 MiB written; {ROUNDS} rounds; gone with its server and back with it")
         self.assert_quiet(guest, GIVEN_UP)

@@ -9,10 +9,9 @@ from camera_test import camera, USUAL as USUAL_OF_CAMERAS
 from clips import make_clip
 from device_process import DeviceProcess, KEYBOARD, MOUSE, SPEAKER, UDISK
 from host_test import HostTest, IMAGE, PROGRAMS
-from plugboard_in_guest import PlugboardInGuest, position_of
+from plugboard_in_guest import PlugboardInGuest, position_of, ROUNDS
 from security_key_in_guest import PARAMETERS as SECURITY_KEY
 
-ROUNDS = 10
 PORT = 3240 # the first that servers take
 TYPES = ["keyboard", "mouse", "udisk"]
 NODE = r"input/event\d+|sd[a-z]"
@@ -67,17 +66,7 @@ class LifetimeTest(HostTest):
     def test_rounds_of_devices_from_the_window(self):
         guest = self.guest
         devices = guest.create(*TYPES)
-        for number in range(ROUNDS):
-            attached = guest.wait_attached(len(TYPES))
-            for position in attached.values():
-                guest.wait_node(position, NODE)
-            if number % 2: # the host lets go of them
-                guest.check("".join(f"usbip detach -p {port}\n" for port in attached))
-            else:
-                guest.send_all(devices, "detach")
-            guest.wait_attached(0)
-            guest.send_all(devices, "attach")
-        guest.wait_attached(len(TYPES))
+        guest.make_rounds(devices, NODE)
         guest.end(*devices)
         guest.wait_attached(0)
         self.note(f"{ROUNDS} rounds of each of {', '.join(TYPES)}")

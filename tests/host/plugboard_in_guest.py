@@ -12,6 +12,7 @@ ENVIRONMENT = ("/usr/bin/env -i PATH=/usr/bin:/bin HOME=/tmp/home LANG=C.UTF-8 X
 DRIVER_PACKAGE = "vusbbus.inf"
 SENDER = pathlib.Path(__file__).resolve().parent / "in_guest/send.py"
 START = 120             # seconds that programs get to come up
+ROUNDS = 10             # in which devices come and go
 
 
 def is_reachable(device):
@@ -103,6 +104,21 @@ class PlugboardInGuest(Guest):
         second."""
         processes = [str(device["processId"]) for device in devices]
         return self.program("/usr/bin/python3", "-S", str(SENDER), command, *processes).splitlines()
+
+    def make_rounds(self, devices, node):
+        """Has all devices come with a node and go ROUNDS times, by the host and by themselves in turns; in the end they are
+        there."""
+        for number in range(ROUNDS):
+            attached = self.wait_attached(len(devices))
+            for position in attached.values():
+                self.wait_node(position, node)
+            if number % 2: # the host lets go of them
+                self.check("".join(f"usbip detach -p {port}\n" for port in attached))
+            else:
+                self.send_all(devices, "detach")
+            self.wait_attached(0)
+            self.send_all(devices, "attach")
+        return self.wait_attached(len(devices))
 
     def end(self, *devices):
         """Ends device processes as a user does."""

@@ -34,6 +34,17 @@ FAULTS = [
      "Signer: (CatalogFile)"),
     ("re-enumeration of node 0", "system_platform_win.cpp", "CM_Reenumerate_DevNode_Ex(static_cast<DEVINST>(node),",
      "CM_Reenumerate_DevNode_Ex(static_cast<DEVINST>(node) * 0,", "node 0 is not the root"),
+    ("a list stored as one text", "system_platform_win.cpp", "name.c_str(), 0, data.type,", "name.c_str(), 0, REG_SZ,",
+     "RegSetValueExW: no list of texts"),
+    ("a library looked for everywhere", "setupapi_store_win.cpp", "LOAD_LIBRARY_SEARCH_SYSTEM32", "0",
+     "LoadLibraryExW: not only the system's folder is searched"),
+    ("force and restart swapped", "system_platform_win.cpp", "request.forceApplicationsClosed, request.reboot,",
+     "request.reboot, request.forceApplicationsClosed,", "InitiateSystemShutdownExW: programs are closed by force"),
+    ("a search closed as a handle", "setupapi_handles.h", "Owner<HANDLE, FindClose>", "Owner<HANDLE, CloseHandle>", "open search"),
+    ("a privilege that is not enabled", "system_platform_win.cpp", "Attributes = SE_PRIVILEGE_ENABLED", "Attributes = 0",
+     "AdjustTokenPrivileges: not one privilege is enabled"),
+    ("inserts of the system's texts", "system_platform_win.cpp", "FORMAT_MESSAGE_IGNORE_INSERTS | ", "",
+     "FormatMessageW: inserts of a text that is not the program's"),
 ]
 
 

@@ -122,9 +122,10 @@ BOOL WINAPI shutdownSystem(LPWSTR machine, LPWSTR text, DWORD seconds, BOOL forc
 
 HMODULE WINAPI loadLibrary(LPCWSTR name, HANDLE file, DWORD flags)
 {
-    if (flags != LOAD_LIBRARY_SEARCH_SYSTEM32) // one of the runtime library's
+    if (wcsstr(name, L"newdev") == nullptr && wcsstr(name, L"setupapi") == nullptr) // one of the runtime library's
         return LoadLibraryExW(name, file, flags);
     Call call("LoadLibraryExW");
+    call.must(flags == LOAD_LIBRARY_SEARCH_SYSTEM32, "not only the system's folder is searched");
     call.must(file == nullptr && std::wstring_view(name).find_first_of(L"\\/:") == std::wstring_view::npos,
               "the library is not looked for by its name");
     return call.wanted() ? nullptr : call.opens(Kind::Library, LoadLibraryW(besideThis(name).c_str()));

@@ -1,3 +1,4 @@
+#include "driver/command_table.h"
 #include "driver/device_interfaces.h"
 #include "driver/engine.h"
 #include "driver/platform/simulated_platform.h"
@@ -13,47 +14,25 @@ using namespace driver;
 
 namespace {
 
-/// One command line each; every row of the command table is among them, with options and a machine where they matter.
-const char* const kCommands[] = {
-    "classfilter system upper",
-    "classfilter system upper @beta +gamma",
-    "classfilter system upper !alpha !beta !alpha",
-    "-m:\\\\LAB classfilter system lower +gamma",
-    "classes",
-    "listclass twin",
-    "find =usb USB\\VID* @USB\\VID*",
-    "findall @ROOT\\SYSTEM\\0000",
-    "driverfiles USB\\VID_*01",
-    "drivernodes USB\\VID_*01",
-    "hwids USB\\VID_*01",
-    "resources USB\\VID_*01",
-    "resources HID\\KEY",
-    "stack USB\\VID_*01",
-    "status USB\\VID_*01",
-    "help find",
-    "enable @HID\\KEY\\1 @ROOT\\SYSTEM\\0000",
-    "disable @ROOT\\SYSTEM\\0000 @HID\\KEY\\1",
-    "-r restart @ROOT\\SLOW\\0000",
-    "remove @ROOT\\SYSTEM\\0000",
-    "sethwid @ROOT\\SYSTEM\\0000 @ROOT\\SLOW\\0000 := +X",
-    "sethwid @ROOT\\SLOW\\0000 := !ROOT\\SLOW",
-    "rescan",
-    "-m:\\\\LAB rescan",
-    "reboot",
-    "install {data}/inf/other.inf ROOT\\CAMERA",
-    "-r update {data}/inf/other.inf ROOT\\SLOW",
-    "updateni {data}/inf/other.inf ROOT\\SLOW",
-    "dp_add {data}/inf/other.inf",
-    "-f dp_delete oem1.inf",
-    "dp_enum",
-    "?",
-};
+const QString kSweep = kTestData + QStringLiteral("/failure_sweep.txt");
 
-ResultCode runFailing(SimulatedPlatform& platform, FailingCall& call, const char* command, std::string& text)
+/// Every row of the command table, with options and a machine where they matter.
+QStringList sweptCommands()
+{
+    QFile file(kSweep);
+    QStringList commands;
+    if (file.open(QIODevice::ReadOnly))
+        for (const QString& line : QString::fromUtf8(file.readAll()).remove(QLatin1Char('\r')).split(QLatin1Char('\n')))
+            if (line.startsWith(QStringLiteral("$ ")))
+                commands << line.mid(2);
+    return commands;
+}
+
+ResultCode runFailing(SimulatedPlatform& platform, FailingCall& call, const QString& command, std::string& text)
 {
     call.watch(platform);
     CapturedOutput output;
-    const ResultCode result = DriverEngine(platform, output).run(argumentsOf(QString::fromLatin1(command)));
+    const ResultCode result = DriverEngine(platform, output).run(argumentsOf(command));
     text = output.take();
     return result;
 }
@@ -74,7 +53,7 @@ private slots:
         QVERIFY(!tree.devices.empty());
         const std::string before = treeText(tree);
         QString actual;
-        for (const char* command : kCommands) {
+        for (const QString& command : sweptCommands()) {
             QMap<QString, QStringList> callsByResult;
             for (FailingCall call{1}; call.failing < 1000; call = {call.failing + 1}) {
                 SimulatedPlatform platform(tree);
@@ -90,11 +69,13 @@ private slots:
                 if (!calls.contains(QString::fromStdString(call.failed)))
                     calls << QString::fromStdString(call.failed);
             }
-            actual += QStringLiteral("$ %1\n").arg(QString::fromLatin1(command));
+            actual += QStringLiteral("$ %1\n").arg(command);
             for (auto each = callsByResult.cbegin(); each != callsByResult.cend(); ++each)
                 actual += QStringLiteral("%1: %2\n").arg(each.key(), each->join(QLatin1Char(' ')));
         }
-        const QString difference = differenceFrom(kTestData + QStringLiteral("/failure_sweep.txt"), actual);
+        for (const Command* row = commandTable(); row->name != nullptr; ++row)
+            QVERIFY2(actual.contains(QLatin1Char(' ') + QString::fromWCharArray(row->name)), "a command is not swept");
+        const QString difference = differenceFrom(kSweep, actual);
         QVERIFY2(difference.isEmpty(), qPrintable(difference));
     }
 
@@ -102,7 +83,7 @@ private slots:
     void memoryRunsOut()
     {
         const DeviceTree tree = standardTree();
-        for (const char* command : kCommands) {
+        for (const QString& command : sweptCommands()) {
             for (FailingCall call{1, true};; call = {call.failing + 1, true}) {
                 SimulatedPlatform platform(tree);
                 std::string text;

@@ -96,13 +96,15 @@ def without_folders(text):
 
 
 def commands(lines):
-    """Each command line of a session with the lines that belong to it."""
+    """Each command line of a session with what it answers: the lines below it, or those below the command after it."""
     result = []
     for line in lines:
         if line[:1] in ("$", "%"):
             result.append((line, []))
         elif result and not line.startswith("#") and (line or result[-1][1][-1:] and result[-1][1][-1][:2] != "= "):
             result[-1][1].append(line)
+    for (_, own), (_, following) in reversed(list(zip(result, result[1:]))):
+        own.extend([] if own else following)
     return result
 
 
@@ -133,20 +135,18 @@ def run_session(run, file):
 
 
 def accept(run, file):
-    result, skipping = [], False
+    result, answer = "", ""
     lines = file.read_text(encoding="utf-8").splitlines()
     before = iter(commands(lines))
     for line in lines:
         if line[:1] in ("$", "%"):
-            skipping = True
-            expected, actual = next(before)[1], run(line)
-            if any(each.startswith("~ ") for each in expected) and agrees(expected, actual.splitlines()):
-                actual = "\n".join(expected) + "\n"
-            result.append(line + "\n" + actual)
-        elif line.startswith("#") or (not line and not skipping):
-            result.append(("" if result and result[-1] == "\n" else "\n" if skipping else "") + line + "\n")
-            skipping = False
-    file.write_text("".join(result), encoding="utf-8")
+            expected, own = next(before)[1], run(line)
+            if any(each.startswith("~ ") for each in expected) and agrees(expected, own.splitlines()):
+                own = "\n".join(expected) + "\n"
+            result, answer = result + ("" if own == answer else answer) + line + "\n", own
+        elif line.startswith("#") or not (line or answer):
+            result, answer = result + answer + ("\n" if answer else "") + line + "\n", ""
+    file.write_text(result + answer, encoding="utf-8")
 
 
 def judge_calls(contract, session):

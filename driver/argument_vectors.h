@@ -8,6 +8,7 @@
 namespace driver {
 
 using ArgumentVector = std::vector<std::wstring>;
+using Arguments = std::span<const std::wstring>;
 
 /// "--each", then the vectors whole, their program names included, with "--then" between two of them. No element of a
 /// vector may itself be "--then".

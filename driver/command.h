@@ -3,19 +3,16 @@
 
 #include "driver/causes.h"
 #include "driver/device_platform.h"
-#include "driver/extras.h"
 #include "driver/messages/printer.h"
+#include "driver/options.h"
 #include "driver/result.h"
 
-#include <span>
 #include <string>
 
 namespace driver {
 
 /// Bit 0 of a command's flags: the option "f".
 inline constexpr std::uint32_t kForceFlag = 1;
-
-using Arguments = std::span<const std::wstring>;
 
 struct CommandContext
 {
@@ -27,6 +24,13 @@ struct CommandContext
     std::uint32_t flags = 0;
     Arguments arguments; ///< those after the command
     Extras extras = {};
+
+    /// What a command that fails returns; tells why.
+    ResultCode failed(ErrorCode error, std::wstring_view subject = {}) const
+    {
+        causes.report(error, subject);
+        return kFailure;
+    }
 
     /// Tells of the arguments after the first `used`, which change nothing.
     void ignoreAfter(std::size_t used) const

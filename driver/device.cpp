@@ -14,6 +14,14 @@ std::wstring Device::shownId() const
     return own ? std::move(*own) : kUnknownId;
 }
 
+Outcome<NodeStatus> Device::status() const
+{
+    const auto read = list.status(index, detail.machine);
+    if (!configuration::isAbsence(read.error()))
+        reportUnless(0, read.error());
+    return read;
+}
+
 Outcome<RegistryData> Device::read(DeviceProperty property) const
 {
     auto data = list.property(index, property);

@@ -26,6 +26,9 @@ struct Device
     /// The id as it is printed.
     std::wstring shownId() const;
 
+    /// That the device is not there is no failure either.
+    Outcome<NodeStatus> status() const;
+
     /// Nothing when the property is missing, cannot be read or is no text.
     std::optional<std::wstring> text(DeviceProperty property) const;
 

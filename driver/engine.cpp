@@ -1,7 +1,6 @@
 #include "driver/engine.h"
 
 #include "driver/command_table.h"
-#include "driver/options.h"
 #include "driver/shutdown.h"
 #include "driver/text.h"
 
@@ -36,10 +35,8 @@ ResultCode runCommand(const Command& command, const CommandContext& context)
     if (!access)
         return runRoutine(routine, context);
     const auto session = context.platform.begin(*access);
-    if (!session) {
-        context.causes.report(session.error());
-        return kFailure;
-    }
+    if (!session)
+        return context.failed(session.error());
     const ResultCode result = runRoutine(routine, context);
     const Status committed = (*session)->commit();
     context.causes.reportUnless(0, committed.error());
@@ -69,18 +66,6 @@ ResultCode DriverEngine::runEach(std::span<const ArgumentVector> vectors)
     for (const ArgumentVector& vector : vectors)
         worst = std::max(worst, run(vector));
     return worst;
-}
-
-ResultCode DriverEngine::run(int count, const wchar_t* const* vector)
-{
-    try {
-        std::vector<std::wstring> arguments;
-        for (int i = 0; i < count; ++i)
-            arguments.emplace_back(vector[i] == nullptr ? L"" : vector[i]);
-        return dispatch(arguments);
-    } catch (const std::exception&) {
-        return kFailure;
-    }
 }
 
 ResultCode DriverEngine::dispatch(std::span<const std::wstring> arguments)

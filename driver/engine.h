@@ -3,7 +3,7 @@
 
 #include "driver/argument_vectors.h"
 #include "driver/device_platform.h"
-#include "driver/extras.h"
+#include "driver/options.h"
 #include "driver/output.h"
 #include "driver/result.h"
 
@@ -25,9 +25,6 @@ public:
 
     /// Several vectors in turn, whatever becomes of each. The highest of their results.
     ResultCode runEach(std::span<const ArgumentVector> vectors);
-
-    /// One vector; a null element counts as empty.
-    ResultCode run(int count, const wchar_t* const* vector);
 
 private:
     ResultCode dispatch(std::span<const std::wstring> arguments);

@@ -7,16 +7,7 @@ namespace driver {
 namespace {
 
 constexpr std::size_t kTextLength = 38;
-
-std::optional<std::uint32_t> hexDigit(wchar_t character)
-{
-    if (character >= L'0' && character <= L'9')
-        return character - L'0';
-    const wchar_t lower = foldCase(character);
-    if (lower >= L'a' && lower <= L'f')
-        return lower - L'a' + 10;
-    return std::nullopt;
-}
+constexpr std::wstring_view kDigits = L"0123456789ABCDEFabcdef";
 
 } // namespace
 
@@ -36,24 +27,16 @@ std::optional<Guid> parseGuid(std::wstring_view text)
 {
     if (text.size() != kTextLength || text.front() != L'{' || text.back() != L'}')
         return std::nullopt;
-    std::array<std::uint32_t, 32> digits{};
-    std::size_t count = 0;
+    std::wstring digits;
     for (std::size_t i = 1; i + 1 < text.size(); ++i) {
         const bool dash = i == 9 || i == 14 || i == 19 || i == 24;
-        if (dash != (text[i] == L'-'))
+        if (text[i] == L'-' ? !dash : dash || kDigits.find(text[i]) == std::wstring_view::npos)
             return std::nullopt;
-        if (dash)
-            continue;
-        const std::optional<std::uint32_t> digit = hexDigit(text[i]);
-        if (!digit)
-            return std::nullopt;
-        digits[count++] = *digit;
+        if (!dash)
+            digits += text[i];
     }
     const auto number = [&](std::size_t first, std::size_t length) {
-        std::uint32_t value = 0;
-        for (std::size_t i = first; i < first + length; ++i)
-            value = value << 4 | digits[i];
-        return value;
+        return static_cast<std::uint32_t>(std::stoul(digits.substr(first, length), nullptr, 16));
     };
     Guid guid{number(0, 8), static_cast<std::uint16_t>(number(8, 4)), static_cast<std::uint16_t>(number(12, 4)), {}};
     for (std::size_t i = 0; i < guid.data4.size(); ++i)

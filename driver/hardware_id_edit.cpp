@@ -13,19 +13,9 @@ constexpr std::size_t kEnd = std::numeric_limits<std::size_t>::max();
 
 IdOperation parseOperation(const std::wstring& argument)
 {
-    using Kind = IdOperation::Kind;
-    switch (argument.empty() ? L'\0' : argument.front()) {
-    case L'=':
-        return {Kind::Replace, argument.substr(1)};
-    case L'+':
-        return {Kind::Front, argument.substr(1)};
-    case L'-':
-        return {Kind::End, argument.substr(1)};
-    case L'!':
-        return {Kind::Delete, argument.substr(1)};
-    default:
-        return {Kind::Here, argument};
-    }
+    const bool hasSign =
+        !argument.empty() && std::wstring_view(L"=+-!").find(argument.front()) != std::wstring_view::npos;
+    return hasSign ? IdOperation{argument.front(), argument.substr(1)} : IdOperation{L'\0', argument};
 }
 
 void removeEqual(TextList& ids, const std::wstring& id)
@@ -59,24 +49,15 @@ TextList editHardwareIds(TextList ids, std::span<const IdOperation> operations)
 {
     std::size_t position = kEnd;
     for (const IdOperation& operation : operations) {
-        switch (operation.kind) {
-        case IdOperation::Kind::Replace:
-            ids.clear();
-            position = insert(ids, operation.id, 0);
-            break;
-        case IdOperation::Kind::Front:
-            position = insert(ids, operation.id, 0);
-            break;
-        case IdOperation::Kind::End:
-            position = insert(ids, operation.id, kEnd);
-            break;
-        case IdOperation::Kind::Delete:
+        if (operation.sign == L'!') {
             removeEqual(ids, operation.id);
-            break;
-        case IdOperation::Kind::Here:
-            position = insert(ids, operation.id, position);
-            break;
+            continue;
         }
+        if (operation.sign == L'=')
+            ids.clear();
+        if (operation.sign != L'\0')
+            position = operation.sign == L'-' ? kEnd : 0;
+        position = insert(ids, operation.id, position);
     }
     return ids;
 }

@@ -8,18 +8,12 @@
 
 namespace driver {
 
-/// One operation: what its first character asks for, and the id after it.
+/// An id, and the character before it that says what becomes of it: "=" makes it the only one, "+" puts it to the
+/// front,
+/// "-" to the end, "!" deletes it; 0, for none of these, puts it where the operation before ended.
 struct IdOperation
 {
-    enum class Kind
-    {
-        Replace, ///< "=": only this id
-        Front,   ///< "+"
-        End,     ///< "-"
-        Delete,  ///< "!"
-        Here     ///< no prefix: where the operation before ended
-    };
-    Kind kind = Kind::Here;
+    wchar_t sign = L'\0';
     std::wstring id;
 };
 

@@ -83,10 +83,8 @@ Selected enumerate(const CommandContext& context, const Query& query, std::uint3
 {
     auto list = openList(context, query, flags);
     const auto detail = list ? (*list)->detail() : Failure{list.error()};
-    if (!detail) {
-        context.causes.report(detail.error(), context.machine);
-        return {kFailure, false};
-    }
+    if (!detail)
+        return {context.failed(detail.error(), context.machine), false};
     const bool all = query.everything || !query.needsSearch();
     const ResultCode result = forEachDevice(context.causes, **list, *detail, [&](const Device& device) {
         return all || anyMatches(query, device) ? callback(device) : kSuccess;
@@ -117,10 +115,8 @@ Selected selectDevices(const CommandContext& context, Arguments arguments, std::
     Query query;
     if (arguments.front().size() > 1 && arguments.front().front() == L'=') {
         const GuidBatch found = context.platform.classGuidsFromName(arguments.front().substr(1), 1, context.machine);
-        if (found.error != 0 && found.error != errors::kInsufficientBuffer) {
-            context.causes.report(found.error, context.machine.empty() ? arguments.front() : context.machine);
-            return {kFailure, false};
-        }
+        if (found.error != 0 && found.error != errors::kInsufficientBuffer)
+            return {context.failed(found.error, context.machine.empty() ? arguments.front() : context.machine), false};
         if (found.guids.empty())
             return {kSuccess, false};
         query.setupClass = found.guids.front();

@@ -29,22 +29,14 @@ char32_t nextCodePoint(std::basic_string_view<Character> text, std::size_t& posi
 
 void appendUtf8(std::string& bytes, char32_t point)
 {
-    const auto tail = [&](int shift) { bytes += static_cast<char>(0x80 | ((point >> shift) & 0x3F)); };
     if (point < 0x80) {
         bytes += static_cast<char>(point);
-    } else if (point < 0x800) {
-        bytes += static_cast<char>(0xC0 | (point >> 6));
-        tail(0);
-    } else if (point < 0x10000) {
-        bytes += static_cast<char>(0xE0 | (point >> 12));
-        tail(6);
-        tail(0);
-    } else {
-        bytes += static_cast<char>(0xF0 | (point >> 18));
-        tail(12);
-        tail(6);
-        tail(0);
+        return;
     }
+    int shift = point < 0x800 ? 6 : point < 0x10000 ? 12 : 18; // six bits in each byte after the first
+    bytes += static_cast<char>((0xFFu << (7 - shift / 6)) | (point >> shift));
+    while ((shift -= 6) >= 0)
+        bytes += static_cast<char>(0x80 | ((point >> shift) & 0x3F));
 }
 
 template<class Text>

@@ -45,7 +45,7 @@ void editIds(const TextList& list, const TextList& arguments)
     if (!operations || operations->empty())
         return;
     const TextList edited = driver::editHardwareIds(list, *operations);
-    const bool deleted = operations->back().kind == driver::IdOperation::Kind::Delete;
+    const bool deleted = operations->back().sign == L'!';
     require(occurrences(edited, operations->back().id) == (deleted ? 0 : 1));
 }
 

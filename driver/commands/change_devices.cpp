@@ -108,10 +108,8 @@ ResultCode changeDevices(const CommandContext& context, const ChangeTexts& texts
     if (!context.machine.empty() || context.arguments.empty())
         return kUsageError;
     auto progress = loadTexts(context.platform, texts.firstText);
-    if (!progress) {
-        context.causes.report(progress.error());
-        return kFailure;
-    }
+    if (!progress)
+        return context.failed(progress.error());
     const auto act = [&](const Device& device) {
         const auto id = device.id();
         if (!id && !skipUnnamed)

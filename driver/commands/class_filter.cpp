@@ -71,10 +71,8 @@ ResultCode commands::classFilter(const CommandContext& context)
     if (context.arguments.size() < 2 || context.arguments[0].empty())
         return kUsageError;
     const auto guid = classNamed(context, context.arguments[0]);
-    if (!guid) {
-        context.causes.report(guid.error(), context.arguments[0]);
-        return kFailure;
-    }
+    if (!guid)
+        return context.failed(guid.error(), context.arguments[0]);
     const wchar_t* const value = valueNamed(context.arguments[1]);
     if (value == nullptr)
         return kUsageError;
@@ -82,10 +80,8 @@ ResultCode commands::classFilter(const CommandContext& context)
     auto key =
         context.platform.openClassKey(*guid, operations.empty() ? kReadAccess : kReadWriteAccess, context.machine);
     auto current = key ? readFilters(**key, value) : Failure{key.error()};
-    if (!current) {
-        context.causes.report(current.error(), context.arguments[0]);
-        return kFailure;
-    }
+    if (!current)
+        return context.failed(current.error(), context.arguments[0]);
 
     FilterEdit edit(std::move(*current), [&](const std::wstring& name) { return serviceExists(context, name); });
     if (const ResultCode result = editFilters(context, **key, value, edit, operations); result != kSuccess)

@@ -26,10 +26,8 @@ ResultCode listDevicesOf(const CommandContext& context, const Guid& guid, const 
 {
     auto list = context.platform.classDevices(guid, kPresentDevices, context.machine);
     const auto detail = list ? (*list)->detail() : Failure{list.error()};
-    if (!detail) {
-        context.causes.report(detail.error(), askedName);
-        return kFailure;
-    }
+    if (!detail)
+        return context.failed(detail.error(), askedName);
     const auto knownName = context.platform.className(guid, context.machine);
     const std::wstring name = knownName ? *knownName : askedName;
     context.causes.reportUnless(errors::kInvalidClass, knownName.error(), name);

@@ -10,9 +10,7 @@ namespace {
 /// Prints a device that has a problem; whether it has one.
 bool showProblem(const CommandContext& context, const Device& device)
 {
-    const auto status = device.list.status(device.index, device.detail.machine);
-    if (!configuration::isAbsence(status.error()))
-        device.reportUnless(0, status.error());
+    const auto status = device.status();
     if (!status || (status->flags & node_status::kHasProblem) == 0)
         return false;
     context.printer.deviceLine(device.shownId(), device.description() + L": " + problemName(status->problem));

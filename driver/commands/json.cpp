@@ -50,9 +50,7 @@ Json deviceJson(const Device& device)
 
 void addStatus(Json& json, const Device& device)
 {
-    const auto status = device.list.status(device.index, device.detail.machine);
-    if (!configuration::isAbsence(status.error()))
-        device.reportUnless(0, status.error());
+    const auto status = device.status();
     const auto flag = [&](std::uint32_t bit) { return status ? Json((status->flags & bit) != 0) : Json(); };
     const bool problem = status && (status->flags & node_status::kHasProblem);
     json["present"] = !configuration::isAbsence(status.error());

@@ -50,8 +50,7 @@ std::optional<FullPath> namedInf(const CommandContext& context, bool folderToo)
 ResultCode refused(const CommandContext& context, Message message, ErrorCode error, const std::wstring& subject)
 {
     context.printer.failure(message, error);
-    context.causes.report(error, subject);
-    return kFailure;
+    return context.failed(error, subject);
 }
 
 void showValue(Printer& printer, const std::optional<std::wstring>& value, Message present, Message missing)

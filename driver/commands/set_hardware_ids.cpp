@@ -50,10 +50,8 @@ ResultCode editDevice(const CommandContext& context, const Device& device, Edit&
 {
     const std::wstring id = device.shownId();
     const auto status = device.list.status(device.index, device.detail.machine);
-    if (!status) {
-        context.causes.report(status.error(), id);
-        return kFailure;
-    }
+    if (!status)
+        return context.failed(status.error(), id);
     if ((status->flags & node_status::kRootEnumerated) == 0) {
         context.printer.text(devicePrefix(id));
         context.printer.message(Message::NotRootEnumerated);
@@ -61,10 +59,8 @@ ResultCode editDevice(const CommandContext& context, const Device& device, Edit&
         return kSuccess;
     }
     const auto ids = editIds(device, edit.operations);
-    if (!ids) {
-        context.causes.report(ids.error(), id);
-        return kFailure;
-    }
+    if (!ids)
+        return context.failed(ids.error(), id);
     context.printer.deviceLine(id, joined(*ids));
     ++edit.modified;
     return kSuccess;

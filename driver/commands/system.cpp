@@ -8,15 +8,11 @@ ResultCode commands::rescan(const CommandContext& context)
     context.ignoreAfter(0);
     const auto machine = context.platform.connectMachine(context.machine);
     const auto root = machine ? (*machine)->locateRoot() : Failure{machine.error()};
-    if (!root) {
-        context.causes.report(root.error(), context.machine);
-        return kFailure;
-    }
+    if (!root)
+        return context.failed(root.error(), context.machine);
     context.printer.localOrRemote(Message::Rescanning, Message::RescanningRemote, context.machine);
-    if (const Status done = (*machine)->reenumerate(*root); !done) {
-        context.causes.report(done.error(), context.machine);
-        return kFailure;
-    }
+    if (const Status done = (*machine)->reenumerate(*root); !done)
+        return context.failed(done.error(), context.machine);
     context.printer.message(Message::Rescanned);
     return kSuccess;
 }

@@ -50,8 +50,7 @@ ResultCode conclude(const CommandContext& context, const Outcome<bool>& rebootNe
 {
     if (!rebootNeeded) {
         context.printer.failure(Message::NotUpdated, rebootNeeded.error());
-        context.causes.report(rebootNeeded.error(), subject);
-        return kFailure;
+        return context.failed(rebootNeeded.error(), subject);
     }
     context.printer.message(Message::Updated);
     return *rebootNeeded ? kRebootNeeded : kSuccess;
@@ -129,8 +128,7 @@ ResultCode commands::install(const CommandContext& context)
         return kUsageError;
     if (const Status created = createDevice(context); !created) {
         context.printer.failure(Message::DeviceNotCreated, created.error());
-        context.causes.report(created.error(), context.arguments[1]);
-        return kFailure;
+        return context.failed(created.error(), context.arguments[1]);
     }
     context.printer.message(Message::DeviceCreated);
     return update(context);

@@ -33,7 +33,7 @@ void hardwareIds(const CommandContext& context, const Device& device);
 void driverNodes(const CommandContext& context, const Device& device);
 
 /// A heading and the entries one step further in; nothing for an empty list. Whether anything was printed.
-bool namedList(Printer& printer, Message heading, const TextList& entries);
+bool namedList(Printer& printer, Message heading, const TextList& entries, const TextList& inserts = {});
 } // namespace sections
 
 } // namespace driver

@@ -63,12 +63,9 @@ void sections::driverFiles(const CommandContext& context, const Device& device)
     }
     const auto files = (*drivers)->files(0);
     device.reportUnless(errors::kNoMoreItems, files.error());
-    const bool any = files && !files->empty();
-    context.printer.message(any ? Message::DriverFiles : Message::DriverWithoutFiles,
-                            {detail->infPath, detail->section}, kIndent);
-    if (any)
-        for (const std::wstring& file : *files)
-            context.printer.text(std::wstring(kIndent) + std::wstring(kIndent) + file + L"\n");
+    const TextList inserts{detail->infPath, detail->section};
+    if (!files || !namedList(context.printer, Message::DriverFiles, *files, inserts))
+        context.printer.message(Message::DriverWithoutFiles, inserts, kIndent);
 }
 
 void sections::driverNodes(const CommandContext& context, const Device& device)

@@ -3,8 +3,6 @@
 #include "driver/messages/message_text.h"
 #include "driver/text.h"
 
-#include <vector>
-
 namespace driver {
 
 namespace {
@@ -16,22 +14,7 @@ std::wstring textOf(Message message, const std::vector<std::wstring>& inserts)
     return message == Message::None ? std::wstring() : messageText(static_cast<std::uint32_t>(message), inserts);
 }
 
-std::wstring withOneLineEnd(std::wstring text)
-{
-    const std::size_t end = text.find_last_not_of(L"\r\n") + 1;
-    if (end < text.size()) {
-        text.resize(end);
-        text += L'\n';
-    }
-    return text;
-}
-
 } // namespace
-
-std::wstring messageLine(Message message, std::initializer_list<std::wstring> inserts)
-{
-    return withOneLineEnd(textOf(message, inserts));
-}
 
 std::wstring messageWords(Message message)
 {
@@ -40,18 +23,14 @@ std::wstring messageWords(Message message)
     return text;
 }
 
-void Printer::message(Message message, std::initializer_list<std::wstring> inserts, std::wstring_view indent)
+void Printer::write(Stream stream, Message message, const std::vector<std::wstring>& inserts, std::wstring_view indent)
 {
-    const std::wstring line = messageLine(message, inserts);
-    if (!line.empty())
-        m_output.write(Stream::Normal, std::wstring(indent) + line);
-}
-
-void Printer::error(Message message, std::initializer_list<std::wstring> inserts)
-{
-    const std::wstring line = messageLine(message, inserts);
-    if (!line.empty())
-        m_output.write(Stream::Error, line);
+    std::wstring line = textOf(message, inserts);
+    if (line.empty())
+        return;
+    if (const std::size_t end = line.find_last_not_of(L"\r\n") + 1; end < line.size())
+        line.replace(end, std::wstring::npos, L"\n");
+    m_output.write(stream, std::wstring(indent) + line);
 }
 
 void Printer::failure(Message message, ErrorCode error)
@@ -60,14 +39,11 @@ void Printer::failure(Message message, ErrorCode error)
 }
 
 void Printer::localOrRemote(Message local, Message remote, const MachineName& machine,
-                            std::initializer_list<std::wstring> inserts)
+                            std::vector<std::wstring> inserts)
 {
-    std::vector<std::wstring> all(inserts);
     if (!machine.empty())
-        all.push_back(machine);
-    const std::wstring line = withOneLineEnd(textOf(machine.empty() ? local : remote, all));
-    if (!line.empty())
-        m_output.write(Stream::Normal, line);
+        inserts.push_back(machine);
+    write(Stream::Normal, machine.empty() ? local : remote, inserts);
 }
 
 void Printer::deviceLine(std::wstring_view instanceId, std::wstring_view text)

@@ -133,12 +133,18 @@ SimulatedDriver InfPackage::driver(const InfModel& model, const std::wstring& in
             m_version, m_date,        files(model)};
 }
 
-const InfFile::Section* InfPackage::installSection(const InfModel& model, std::wstring_view suffix) const
+std::vector<InfFile::Line> InfPackage::installLines(const InfModel& model, std::wstring_view suffix,
+                                                    std::wstring_view key) const
 {
-    for (const std::wstring_view decoration : kDecorations)
-        if (const auto* section = m_inf.section(model.section + std::wstring(decoration) + std::wstring(suffix)))
-            return section;
-    return nullptr;
+    for (const std::wstring_view decoration : kDecorations) {
+        const auto* section = m_inf.section(model.section + std::wstring(decoration) + std::wstring(suffix));
+        if (section == nullptr)
+            continue;
+        std::vector<InfFile::Line> lines = section->lines;
+        std::erase_if(lines, [&](const InfFile::Line& line) { return !equalIgnoringCase(line.key, key); });
+        return lines;
+    }
+    return {};
 }
 
 TextList InfPackage::files(const InfModel& model) const
@@ -151,16 +157,13 @@ TextList InfPackage::files(const InfModel& model) const
         if (!name.empty())
             files.push_back(folderNamed(folder) + name);
     };
-    const InfFile::Section* const section = installSection(model, L"");
-    for (const InfFile::Line& line : section ? section->lines : std::vector<InfFile::Line>()) {
-        if (!equalIgnoringCase(line.key, L"CopyFiles"))
-            continue;
+    for (const InfFile::Line& line : installLines(model, L"", L"CopyFiles")) {
         for (const std::wstring& name : line.fields) {
-            const InfFile::Section* const list = m_inf.section(name);
             if (name.starts_with(L'@'))
                 add(L"DefaultDestDir", name.substr(1));
-            for (const InfFile::Line& file : list ? list->lines : std::vector<InfFile::Line>())
-                add(name, file.fields.front());
+            else if (const InfFile::Section* const list = m_inf.section(name))
+                for (const InfFile::Line& file : list->lines)
+                    add(name, file.fields.front());
         }
     }
     return files;
@@ -168,11 +171,8 @@ TextList InfPackage::files(const InfModel& model) const
 
 std::wstring InfPackage::service(const InfModel& model) const
 {
-    const InfFile::Section* const section = installSection(model, L".Services");
-    if (section == nullptr)
-        return {};
-    for (const InfFile::Line& line : section->lines)
-        if (equalIgnoringCase(line.key, L"AddService") && !line.fields.front().empty())
+    for (const InfFile::Line& line : installLines(model, L".Services", L"AddService"))
+        if (!line.fields.front().empty())
             return line.fields.front();
     return {};
 }
@@ -180,20 +180,17 @@ std::wstring InfPackage::service(const InfModel& model) const
 std::vector<Guid> InfPackage::interfaces(const InfModel& model) const
 {
     std::vector<Guid> result;
-    const InfFile::Section* const section = installSection(model, L".Interfaces");
-    for (const InfFile::Line& line : section ? section->lines : std::vector<InfFile::Line>())
-        if (equalIgnoringCase(line.key, L"AddInterface"))
-            if (const auto guid = parseGuid(line.fields.front()))
-                result.push_back(*guid);
+    for (const InfFile::Line& line : installLines(model, L".Interfaces", L"AddInterface"))
+        if (const auto guid = parseGuid(line.fields.front()))
+            result.push_back(*guid);
     return result;
 }
 
 bool InfPackage::needsReboot(const InfModel& model) const
 {
-    const InfFile::Section* const section = installSection(model, L"");
-    return section != nullptr && std::ranges::any_of(section->lines, [](const InfFile::Line& line) {
-               return line.key.empty() && equalIgnoringCase(line.fields.front(), L"Reboot");
-           });
+    return std::ranges::any_of(installLines(model, L"", L""), [](const InfFile::Line& line) {
+        return equalIgnoringCase(line.fields.front(), L"Reboot");
+    });
 }
 
 } // namespace driver

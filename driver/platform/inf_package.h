@@ -45,7 +45,9 @@ private:
     explicit InfPackage(InfFile inf) : m_inf(std::move(inf)) {}
 
     void readModels();
-    const InfFile::Section* installSection(const InfModel& model, std::wstring_view suffix) const;
+    /// The lines with that key in the model's install section, or in the one of its name and the suffix.
+    std::vector<InfFile::Line> installLines(const InfModel& model, std::wstring_view suffix,
+                                            std::wstring_view key) const;
     TextList files(const InfModel& model) const;
 
     InfFile m_inf;

@@ -90,21 +90,11 @@ public:
 
     Outcome<RegistryData> property(DeviceIndex device, DeviceProperty property) override
     {
-        RegistryData result{0, std::vector<std::uint8_t>(512)};
-        for (;;) {
-            DWORD type = 0;
-            DWORD size = 0;
-            if (SetupDiGetDeviceRegistryPropertyW(m_set.get(), data(device), propertyNumber(property), &type,
-                                                  result.bytes.data(), static_cast<DWORD>(result.bytes.size()),
-                                                  &size)) {
-                result.type = type;
-                result.bytes.resize(std::min<std::size_t>(size, result.bytes.size()));
-                return result;
-            }
-            if (GetLastError() != ERROR_INSUFFICIENT_BUFFER || size <= result.bytes.size())
-                return lastFailure();
-            result.bytes.resize(size);
-        }
+        return readData(ERROR_INSUFFICIENT_BUFFER, [&](std::uint8_t* bytes, DWORD* type, DWORD* size) {
+            return statusOf(SetupDiGetDeviceRegistryPropertyW(m_set.get(), data(device), propertyNumber(property), type,
+                                                              bytes, *size, size))
+                .error();
+        });
     }
 
     Status setProperty(DeviceIndex device, DeviceProperty property, const std::optional<RegistryData>& value) override

@@ -28,18 +28,18 @@ std::wstring classNameOf(const SimulatedDevice& device, const DeviceTree& tree)
     return device.className.empty() && known != nullptr ? known->name : device.className;
 }
 
-/// The lists that can be written; null for every other property.
-TextList* listProperty(SimulatedDevice& device, DeviceProperty property)
+/// The property as a list, which can be written too; null for one that is a text.
+TextList SimulatedDevice::*listProperty(DeviceProperty property)
 {
     switch (property) {
     case DeviceProperty::HardwareIds:
-        return &device.hardwareIds;
+        return &SimulatedDevice::hardwareIds;
     case DeviceProperty::CompatibleIds:
-        return &device.compatibleIds;
+        return &SimulatedDevice::compatibleIds;
     case DeviceProperty::UpperFilters:
-        return &device.upperFilters;
+        return &SimulatedDevice::upperFilters;
     case DeviceProperty::LowerFilters:
-        return &device.lowerFilters;
+        return &SimulatedDevice::lowerFilters;
     default:
         return nullptr;
     }
@@ -207,25 +207,20 @@ Outcome<RegistryData> SimulatedDeviceList::property(DeviceIndex index, DevicePro
     const SimulatedDevice* const found = device(index);
     if (found == nullptr)
         return Failure{errors::kNoSuchDevice};
+    if (TextList SimulatedDevice::*const list = listProperty(property))
+        return listData(found->*list);
     switch (property) {
     case DeviceProperty::Description:
         return textData(found->description);
-    case DeviceProperty::HardwareIds:
-        return listData(found->hardwareIds);
-    case DeviceProperty::CompatibleIds:
-        return listData(found->compatibleIds);
     case DeviceProperty::Service:
         return textData(found->service);
     case DeviceProperty::ClassName:
         return textData(classNameOf(*found, m_system.tree()));
     case DeviceProperty::ClassGuid:
         return textData(found->setupClass ? guidText(*found->setupClass) : std::wstring());
-    case DeviceProperty::UpperFilters:
-        return listData(found->upperFilters);
-    case DeviceProperty::LowerFilters:
-        return listData(found->lowerFilters);
+    default:
+        return Failure{errors::kInvalidData};
     }
-    return Failure{errors::kInvalidData};
 }
 
 Status SimulatedDeviceList::setProperty(DeviceIndex index, DeviceProperty property,
@@ -236,10 +231,10 @@ Status SimulatedDeviceList::setProperty(DeviceIndex index, DeviceProperty proper
         return *failure;
     Listed* const found = listed(index);
     const auto write = [&](SimulatedDevice* device) {
-        TextList* const field = device == nullptr ? nullptr : listProperty(*device, property);
-        if (field == nullptr)
+        TextList SimulatedDevice::*const list = listProperty(property);
+        if (device == nullptr || list == nullptr)
             return Status(Failure{device == nullptr ? errors::kNoSuchDevice : errors::kInvalidParameter});
-        *field = data ? decodeTextList(*data) : TextList();
+        device->*list = data ? decodeTextList(*data) : TextList();
         return Status();
     };
     if (found == nullptr)

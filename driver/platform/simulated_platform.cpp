@@ -3,7 +3,6 @@
 #include "driver/class_filters.h"
 #include "driver/messages/message_text.h"
 #include "driver/platform/simulated_device_list.h"
-#include "driver/platform/simulated_store.h"
 
 #include <algorithm>
 
@@ -15,20 +14,36 @@ constexpr std::uint32_t kWriteAccess = 0x2; // the right to set a value
 constexpr std::uint32_t kPresentOnly = 2;
 constexpr const wchar_t* kWindowsFolder = L"C:\\Windows";
 
-GuidBatch batchOf(std::vector<Guid> guids, std::uint32_t capacity)
+/// The classes of that name, or all of them.
+GuidBatch classGuids(SimulatedSystem& system, const char* call, const std::wstring* name, std::uint32_t capacity,
+                     const MachineName& machine)
 {
-    const auto required = static_cast<std::uint32_t>(guids.size());
-    if (required <= capacity)
-        return {std::move(guids), required, 0};
-    guids.resize(capacity);
-    return {std::move(guids), required, errors::kInsufficientBuffer};
+    if (const auto failure = system.fails(call, capacity))
+        return {{}, 0, failure->code};
+    if (!system.reachable(machine))
+        return {{}, 0, errors::kBadNetworkPath};
+    GuidBatch batch;
+    for (const SimulatedClass& each : system.tree().classes)
+        if (name == nullptr || (!each.name.empty() && equalIgnoringCase(each.name, *name)))
+            batch.guids.push_back(each.guid);
+    batch.required = static_cast<std::uint32_t>(batch.guids.size());
+    if (batch.required > capacity) {
+        batch.guids.resize(capacity);
+        batch.error = errors::kInsufficientBuffer;
+    }
+    return batch;
 }
 
-Outcome<std::wstring> classText(const std::wstring* text, std::size_t capacity)
+Outcome<std::wstring> classText(SimulatedSystem& system, const char* call, const Guid& guid, const MachineName& machine,
+                                std::wstring SimulatedClass::*text, std::size_t capacity)
 {
-    if (text == nullptr || text->empty())
+    if (const auto failure = system.fails(call))
+        return *failure;
+    const SimulatedClass* const found = system.reachable(machine) ? system.tree().setupClass(guid) : nullptr;
+    if (found == nullptr || (found->*text).empty())
         return Failure{errors::kInvalidClass};
-    return text->size() < capacity ? Outcome<std::wstring>(*text) : Failure{errors::kInsufficientBuffer};
+    return (found->*text).size() < capacity ? Outcome<std::wstring>(found->*text)
+                                            : Failure{errors::kInsufficientBuffer};
 }
 
 bool active(const SimulatedDevice& device)
@@ -175,43 +190,23 @@ public:
 GuidBatch SimulatedPlatform::classGuidsFromName(const std::wstring& name, std::uint32_t capacity,
                                                 const MachineName& machine)
 {
-    if (const auto failure = m_system.fails("classGuidsFromName", capacity))
-        return {{}, 0, failure->code};
-    if (!m_system.reachable(machine))
-        return {{}, 0, errors::kBadNetworkPath};
-    std::vector<Guid> guids;
-    for (const SimulatedClass& each : tree().classes)
-        if (!each.name.empty() && equalIgnoringCase(each.name, name))
-            guids.push_back(each.guid);
-    return batchOf(std::move(guids), capacity);
+    return classGuids(m_system, "classGuidsFromName", &name, capacity, machine);
 }
 
 GuidBatch SimulatedPlatform::buildClassList(std::uint32_t capacity, const MachineName& machine)
 {
-    if (const auto failure = m_system.fails("buildClassList", capacity))
-        return {{}, 0, failure->code};
-    if (!m_system.reachable(machine))
-        return {{}, 0, errors::kBadNetworkPath};
-    std::vector<Guid> guids;
-    for (const SimulatedClass& each : tree().classes)
-        guids.push_back(each.guid);
-    return batchOf(std::move(guids), capacity);
+    return classGuids(m_system, "buildClassList", nullptr, capacity, machine);
 }
 
 Outcome<std::wstring> SimulatedPlatform::className(const Guid& guid, const MachineName& machine)
 {
-    if (const auto failure = m_system.fails("className"))
-        return *failure;
-    const SimulatedClass* const found = m_system.reachable(machine) ? tree().setupClass(guid) : nullptr;
-    return classText(found == nullptr ? nullptr : &found->name, limits::kClassName);
+    return classText(m_system, "className", guid, machine, &SimulatedClass::name, limits::kClassName);
 }
 
 Outcome<std::wstring> SimulatedPlatform::classDescription(const Guid& guid, const MachineName& machine)
 {
-    if (const auto failure = m_system.fails("classDescription"))
-        return *failure;
-    const SimulatedClass* const found = m_system.reachable(machine) ? tree().setupClass(guid) : nullptr;
-    return classText(found == nullptr ? nullptr : &found->description, limits::kClassDescription);
+    return classText(m_system, "classDescription", guid, machine, &SimulatedClass::description,
+                     limits::kClassDescription);
 }
 
 Opened<RegistryKey> SimulatedPlatform::openClassKey(const Guid& guid, std::uint32_t access, const MachineName& machine)
@@ -300,16 +295,6 @@ Outcome<std::wstring> SimulatedPlatform::originalInfName(const std::wstring& sto
     return package->originalName;
 }
 
-Opened<InfHandle> SimulatedPlatform::openInf(const std::wstring& name)
-{
-    return openSimulatedInf(m_system, name);
-}
-
-Opened<LoadedLibrary> SimulatedPlatform::loadLibrary(const std::wstring& name)
-{
-    return loadSimulatedLibrary(m_system, name);
-}
-
 Outcome<FullPath> SimulatedPlatform::fullPath(const std::wstring& path, std::size_t capacity)
 {
     if (const auto failure = m_system.fails("fullPath"))
@@ -396,11 +381,6 @@ Outcome<PrivilegeId> SimulatedPlatform::lookupPrivilege(const std::wstring& name
     if (name != L"SeShutdownPrivilege")
         return Failure{errors::kInvalidParameter};
     return static_cast<PrivilegeId>(19);
-}
-
-std::wstring SimulatedPlatform::errorText(ErrorCode error)
-{
-    return SimulatedSystem::errorText(error);
 }
 
 Status SimulatedPlatform::requestShutdown(const ShutdownRequest& request)

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "driver/device_platform.h"
-#include "driver/platform/simulated_system.h"
+#include "driver/platform/simulated_store.h"
 
 #include <filesystem>
 
@@ -48,8 +48,11 @@ public:
     Outcome<InfClass> infClass(const std::wstring& infPath, std::size_t nameCapacity) override;
     Outcome<StoredInf> copyOemInf(const std::wstring& infPath, std::size_t capacity) override;
     Outcome<std::wstring> originalInfName(const std::wstring& storedName) override;
-    Opened<InfHandle> openInf(const std::wstring& name) override;
-    Opened<LoadedLibrary> loadLibrary(const std::wstring& name) override;
+    Opened<InfHandle> openInf(const std::wstring& name) override { return openSimulatedInf(m_system, name); }
+    Opened<LoadedLibrary> loadLibrary(const std::wstring& name) override
+    {
+        return loadSimulatedLibrary(m_system, name);
+    }
     Outcome<FullPath> fullPath(const std::wstring& path, std::size_t capacity) override;
     Outcome<std::wstring> windowsDirectory(std::size_t capacity) override;
     Status fileExists(const std::wstring& path) override;
@@ -60,7 +63,7 @@ public:
     Outcome<std::wstring> loadText(std::uint32_t number, std::size_t capacity) override;
     Opened<ProcessToken> openProcessToken() override;
     Outcome<PrivilegeId> lookupPrivilege(const std::wstring& name) override;
-    std::wstring errorText(ErrorCode error) override;
+    std::wstring errorText(ErrorCode error) override { return SimulatedSystem::errorText(error); }
     Status requestShutdown(const ShutdownRequest& request) override;
 
 private:

@@ -43,21 +43,9 @@ public:
 
     Outcome<RegistryData> value(const std::wstring& name) override
     {
-        RegistryData data{0, std::vector<std::uint8_t>(512)};
-        for (;;) {
-            DWORD type = 0;
-            auto size = static_cast<DWORD>(data.bytes.size());
-            const LSTATUS result =
-                RegQueryValueExW(m_key.get(), name.c_str(), nullptr, &type, data.bytes.data(), &size);
-            if (result == ERROR_SUCCESS) {
-                data.type = type;
-                data.bytes.resize(size);
-                return data;
-            }
-            if (result != ERROR_MORE_DATA || size <= data.bytes.size())
-                return registryFailure(result);
-            data.bytes.resize(size);
-        }
+        return readData(ERROR_MORE_DATA, [&](std::uint8_t* bytes, DWORD* type, DWORD* size) {
+            return static_cast<ErrorCode>(RegQueryValueExW(m_key.get(), name.c_str(), nullptr, type, bytes, size));
+        });
     }
 
     Status setValue(const std::wstring& name, const RegistryData& data) override

@@ -2,7 +2,7 @@
 
 #include "driver/argument_vectors.h"
 #include "driver/engine.h"
-#include "driver/extras.h"
+#include "driver/options.h"
 #include "driver/output.h"
 #include "driver/platform/system_platform.h"
 #include "driver/sealed_package.h"

@@ -4,7 +4,7 @@ namespace driver {
 
 Outcome<std::wstring> Device::id() const
 {
-    return list.id(index, limits::kDeviceId, detail.machine);
+    return list.id(index, limits::kDeviceId);
 }
 
 std::wstring Device::shownId() const
@@ -16,7 +16,7 @@ std::wstring Device::shownId() const
 
 Outcome<NodeStatus> Device::status() const
 {
-    const auto read = list.status(index, detail.machine);
+    const auto read = list.status(index);
     if (!configuration::isAbsence(read.error()))
         reportUnless(0, read.error());
     return read;

@@ -18,7 +18,6 @@ struct Device
     Causes& causes;
     DeviceList& list;
     DeviceIndex index;
-    const ListDetail& detail;
 
     /// Fails too when it has 200 characters or more. Reports nothing.
     Outcome<std::wstring> id() const;

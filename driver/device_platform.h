@@ -39,7 +39,7 @@ public:
 
     virtual Outcome<InfClass> infClass(const std::wstring& infPath, std::size_t nameCapacity) = 0;
     /// Stores the INF and its files from its own folder.
-    virtual Outcome<StoredInf> copyOemInf(const std::wstring& infPath, std::size_t capacity) = 0;
+    virtual Outcome<FullPath> copyOemInf(const std::wstring& infPath, std::size_t capacity) = 0;
     /// Name that the INF of a stored package had where it came from; empty when that is not known.
     virtual Outcome<std::wstring> originalInfName(const std::wstring& storedName) = 0;
     virtual Opened<InfHandle> openInf(const std::wstring& name) = 0;

@@ -56,7 +56,9 @@ public:
 class DeviceList : public PlatformObject
 {
 public:
-    virtual Outcome<ListDetail> detail() = 0;
+    /// Reads what the list is of, its machine too. Comes first: without it the list's devices are sought on this
+    /// machine.
+    virtual Status readDetail() = 0;
     /// Fails past the last device.
     virtual Outcome<DeviceIndex> at(std::uint32_t position) = 0;
     /// Adds the device with that id.
@@ -69,10 +71,9 @@ public:
     virtual Status setProperty(DeviceIndex device, DeviceProperty property,
                                const std::optional<RegistryData>& data) = 0;
     /// An id that does not fit `capacity` characters with its NUL fails.
-    virtual Outcome<std::wstring> id(DeviceIndex device, std::size_t capacity, MachineHandle machine) = 0;
-    virtual Outcome<NodeStatus> status(DeviceIndex device, MachineHandle machine) = 0;
-    virtual Opened<LogicalConfiguration> openConfiguration(DeviceIndex device, ConfigurationKind kind,
-                                                           MachineHandle machine) = 0;
+    virtual Outcome<std::wstring> id(DeviceIndex device, std::size_t capacity) = 0;
+    virtual Outcome<NodeStatus> status(DeviceIndex device) = 0;
+    virtual Opened<LogicalConfiguration> openConfiguration(DeviceIndex device, ConfigurationKind kind) = 0;
     virtual Opened<DriverList> buildDriverList(DeviceIndex device, DriverListKind kind) = 0;
 
     virtual Status setStateChange(DeviceIndex device, StateChange change, std::uint32_t scope) = 0;

@@ -26,11 +26,6 @@ inline constexpr std::size_t kInterfaceDetail = 8192; ///< in bytes
 /// Name of a remote machine, empty for this one.
 using MachineName = std::wstring;
 
-/// A machine's handle as a device list's detail gives it; 0 is this machine. It lives as long as the list.
-enum class MachineHandle : std::uintptr_t
-{
-};
-
 /// Position of a device, an interface or a line within the object that gave it; valid while that object lives.
 enum class DeviceIndex : std::uint32_t
 {
@@ -57,12 +52,6 @@ enum class Access
 {
     Read,
     Change
-};
-
-struct ListDetail
-{
-    Guid classGuid;
-    MachineHandle machine{};
 };
 
 /// GUIDs that fitted, the number there are, and the error (insufficient buffer: `required` did not fit).
@@ -160,12 +149,6 @@ struct Verification
 {
     ErrorCode error = 0;
     std::wstring signer;
-};
-
-struct StoredInf
-{
-    std::wstring path;
-    std::wstring fileName;
 };
 
 enum class InstallFunction : std::uint32_t

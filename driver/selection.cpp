@@ -82,11 +82,10 @@ Selected enumerate(const CommandContext& context, const Query& query, std::uint3
                    const DeviceCallback& callback)
 {
     auto list = openList(context, query, flags);
-    const auto detail = list ? (*list)->detail() : Failure{list.error()};
-    if (!detail)
-        return {context.failed(detail.error(), context.machine), false};
+    if (const Status read = list ? (*list)->readDetail() : Failure{list.error()}; !read)
+        return {context.failed(read.error(), context.machine), false};
     const bool all = query.everything || !query.needsSearch();
-    const ResultCode result = forEachDevice(context.causes, **list, *detail, [&](const Device& device) {
+    const ResultCode result = forEachDevice(context.causes, **list, [&](const Device& device) {
         return all || anyMatches(query, device) ? callback(device) : kSuccess;
     });
     return {result, true};
@@ -94,7 +93,7 @@ Selected enumerate(const CommandContext& context, const Query& query, std::uint3
 
 } // namespace
 
-ResultCode forEachDevice(Causes& causes, DeviceList& list, const ListDetail& detail, const DeviceCallback& callback)
+ResultCode forEachDevice(Causes& causes, DeviceList& list, const DeviceCallback& callback)
 {
     for (std::uint32_t position = 0;; ++position) {
         const auto index = list.at(position);
@@ -102,7 +101,7 @@ ResultCode forEachDevice(Causes& causes, DeviceList& list, const ListDetail& det
             causes.reportUnless(errors::kNoMoreItems, index.error());
             return kSuccess;
         }
-        if (const ResultCode result = callback({causes, list, *index, detail}); result != kSuccess)
+        if (const ResultCode result = callback({causes, list, *index}); result != kSuccess)
             return result;
     }
 }

@@ -29,6 +29,6 @@ Selected selectDevices(const CommandContext& context, Arguments arguments, std::
                        const DeviceCallback& callback);
 
 /// `callback` for each device of an open list. One that cannot be read ends it, and is reported.
-ResultCode forEachDevice(Causes& causes, DeviceList& list, const ListDetail& detail, const DeviceCallback& callback);
+ResultCode forEachDevice(Causes& causes, DeviceList& list, const DeviceCallback& callback);
 
 } // namespace driver

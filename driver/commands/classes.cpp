@@ -25,15 +25,14 @@ ResultCode showBasicLine(const CommandContext& context, const Device& device)
 ResultCode listDevicesOf(const CommandContext& context, const Guid& guid, const std::wstring& askedName)
 {
     auto list = context.platform.classDevices(guid, kPresentDevices, context.machine);
-    const auto detail = list ? (*list)->detail() : Failure{list.error()};
-    if (!detail)
-        return context.failed(detail.error(), askedName);
+    if (const Status read = list ? (*list)->readDetail() : Failure{list.error()}; !read)
+        return context.failed(read.error(), askedName);
     const auto knownName = context.platform.className(guid, context.machine);
     const std::wstring name = knownName ? *knownName : askedName;
     context.causes.reportUnless(errors::kInvalidClass, knownName.error(), name);
     const std::wstring description = descriptionOr(context, guid, name);
     std::uint32_t count = 0;
-    forEachDevice(context.causes, **list, *detail, [&](const Device&) {
+    forEachDevice(context.causes, **list, [&](const Device&) {
         ++count;
         return kSuccess;
     });
@@ -44,8 +43,7 @@ ResultCode listDevicesOf(const CommandContext& context, const Guid& guid, const 
     }
     context.printer.localOrRemote(Message::ListClass, Message::ListClassRemote, context.machine,
                                   {std::to_wstring(count), name, description});
-    return forEachDevice(context.causes, **list, *detail,
-                         [&](const Device& device) { return showBasicLine(context, device); });
+    return forEachDevice(context.causes, **list, [&](const Device& device) { return showBasicLine(context, device); });
 }
 
 ResultCode listNamedClass(const CommandContext& context, const std::wstring& name)

@@ -104,12 +104,12 @@ Json classJson(const CommandContext& context, const Guid& guid)
 Json devicesOf(const CommandContext& context, const Guid& guid)
 {
     const auto list = context.platform.classDevices(guid, kPresentDevices, context.machine);
-    const auto detail = list ? (*list)->detail() : Failure{list.error()};
-    context.causes.reportUnless(0, detail.error(), guidText(guid));
-    if (!detail)
+    const Status read = list ? (*list)->readDetail() : Failure{list.error()};
+    context.causes.reportUnless(0, read.error(), guidText(guid));
+    if (!read)
         return {};
     Json devices = Json::array();
-    forEachDevice(context.causes, **list, *detail, [&](const Device& device) {
+    forEachDevice(context.causes, **list, [&](const Device& device) {
         devices.push_back(deviceJson(device));
         return kSuccess;
     });

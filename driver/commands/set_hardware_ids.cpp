@@ -49,7 +49,7 @@ std::wstring joined(const TextList& ids)
 ResultCode editDevice(const CommandContext& context, const Device& device, Edit& edit)
 {
     const std::wstring id = device.shownId();
-    const auto status = device.list.status(device.index, device.detail.machine);
+    const auto status = device.list.status(device.index);
     if (!status)
         return context.failed(status.error(), id);
     if ((status->flags & node_status::kRootEnumerated) == 0) {

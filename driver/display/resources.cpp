@@ -32,7 +32,7 @@ std::wstring lineOf(const Resource& resource)
 
 Opened<LogicalConfiguration> openConfiguration(const Device& device, ConfigurationKind kind)
 {
-    auto open = device.list.openConfiguration(device.index, kind, device.detail.machine);
+    auto open = device.list.openConfiguration(device.index, kind);
     device.reportUnless(configuration::kNoMoreLogicalConfigurations, open.error());
     return open;
 }

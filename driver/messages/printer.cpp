@@ -28,8 +28,10 @@ void Printer::write(Stream stream, Message message, const std::vector<std::wstri
     std::wstring line = textOf(message, inserts);
     if (line.empty())
         return;
-    if (const std::size_t end = line.find_last_not_of(L"\r\n") + 1; end < line.size())
-        line.replace(end, std::wstring::npos, L"\n");
+    if (const std::size_t end = line.find_last_not_of(L"\r\n") + 1; end < line.size()) {
+        line.resize(end);
+        line += L'\n';
+    }
     m_output.write(stream, std::wstring(indent) + line);
 }
 

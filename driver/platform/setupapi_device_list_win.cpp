@@ -20,11 +20,6 @@ DWORD propertyNumber(DeviceProperty property)
     return kPropertyNumbers[static_cast<std::size_t>(property)];
 }
 
-HMACHINE handleOf(MachineHandle machine)
-{
-    return reinterpret_cast<HMACHINE>(machine);
-}
-
 // The plain functions for this machine: Wine has no working ones that take a machine.
 
 CONFIGRET idOf(DEVINST node, wchar_t* buffer, ULONG length, HMACHINE machine)
@@ -54,13 +49,13 @@ class SetupDeviceList final : public DeviceList
 public:
     explicit SetupDeviceList(HDEVINFO handle) : m_set(handle) {}
 
-    Outcome<ListDetail> detail() override
+    Status readDetail() override
     {
         auto detail = sized<SP_DEVINFO_LIST_DETAIL_DATA_W>();
         if (!SetupDiGetDeviceInfoListDetailW(m_set.get(), &detail))
             return lastFailure();
-        return ListDetail{guidOf(detail.ClassGuid),
-                          static_cast<MachineHandle>(reinterpret_cast<std::uintptr_t>(detail.RemoteMachineHandle))};
+        m_machine = detail.RemoteMachineHandle;
+        return {};
     }
 
     Outcome<DeviceIndex> at(std::uint32_t position) override
@@ -104,31 +99,30 @@ public:
                                                           value ? static_cast<DWORD>(value->bytes.size()) : 0));
     }
 
-    Outcome<std::wstring> id(DeviceIndex device, std::size_t capacity, MachineHandle machine) override
+    Outcome<std::wstring> id(DeviceIndex device, std::size_t capacity) override
     {
         // One character more than is asked for: an id that fills the buffer comes without its NUL.
         std::vector<wchar_t> buffer(capacity + 1);
-        const CONFIGRET result = idOf(node(device), buffer.data(), static_cast<ULONG>(capacity), handleOf(machine));
+        const CONFIGRET result = idOf(node(device), buffer.data(), static_cast<ULONG>(capacity), m_machine);
         if (result != CR_SUCCESS)
             return configurationFailure(result);
         std::wstring id(buffer.data());
         return id.size() < capacity ? Outcome<std::wstring>(std::move(id)) : configurationFailure(CR_BUFFER_SMALL);
     }
 
-    Outcome<NodeStatus> status(DeviceIndex device, MachineHandle machine) override
+    Outcome<NodeStatus> status(DeviceIndex device) override
     {
         ULONG flags = 0;
         ULONG problem = 0;
-        const CONFIGRET result = statusOfNode(&flags, &problem, node(device), handleOf(machine));
+        const CONFIGRET result = statusOfNode(&flags, &problem, node(device), m_machine);
         if (result != CR_SUCCESS)
             return configurationFailure(result);
         return NodeStatus{static_cast<std::uint32_t>(flags), static_cast<std::uint32_t>(problem)};
     }
 
-    Opened<LogicalConfiguration> openConfiguration(DeviceIndex device, ConfigurationKind kind,
-                                                   MachineHandle machine) override
+    Opened<LogicalConfiguration> openConfiguration(DeviceIndex device, ConfigurationKind kind) override
     {
-        return openSetupConfiguration(node(device), kind, handleOf(machine));
+        return openSetupConfiguration(node(device), kind, m_machine);
     }
 
     Opened<DriverList> buildDriverList(DeviceIndex device, DriverListKind kind) override
@@ -198,6 +192,7 @@ private:
     DEVINST node(DeviceIndex device) { return data(device)->DevInst; }
 
     DeviceInfoSet m_set;
+    HMACHINE m_machine = nullptr;          ///< the set's own; null is this machine
     std::deque<SP_DEVINFO_DATA> m_devices; ///< in the order in which they were asked for; driver lists point into it
     std::vector<SP_DEVICE_INTERFACE_DATA> m_interfaces;
 };

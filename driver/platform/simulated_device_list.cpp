@@ -153,11 +153,10 @@ const SimulatedDevice* SimulatedDeviceList::device(DeviceIndex index)
     return found->created ? found->created.get() : m_system.tree().device(found->key);
 }
 
-Outcome<ListDetail> SimulatedDeviceList::detail()
+Status SimulatedDeviceList::readDetail()
 {
-    if (const auto failure = m_system.fails("listDetail"))
-        return *failure;
-    return ListDetail{m_class, static_cast<MachineHandle>(m_remote ? 1 : 0)};
+    const auto failure = m_system.fails("listDetail");
+    return failure ? Status(*failure) : Status();
 }
 
 Outcome<DeviceIndex> SimulatedDeviceList::at(std::uint32_t position)
@@ -244,7 +243,7 @@ Status SimulatedDeviceList::setProperty(DeviceIndex index, DeviceProperty proper
     return m_system.change([&](DeviceTree& tree) { return write(tree.device(found->key)); });
 }
 
-Outcome<std::wstring> SimulatedDeviceList::id(DeviceIndex index, std::size_t capacity, MachineHandle)
+Outcome<std::wstring> SimulatedDeviceList::id(DeviceIndex index, std::size_t capacity)
 {
     if (const auto failure = m_system.fails("deviceId"))
         return *failure;
@@ -256,7 +255,7 @@ Outcome<std::wstring> SimulatedDeviceList::id(DeviceIndex index, std::size_t cap
     return found->id;
 }
 
-Outcome<NodeStatus> SimulatedDeviceList::status(DeviceIndex index, MachineHandle)
+Outcome<NodeStatus> SimulatedDeviceList::status(DeviceIndex index)
 {
     if (const auto failure = m_system.fails("deviceStatus"))
         return *failure;
@@ -268,8 +267,7 @@ Outcome<NodeStatus> SimulatedDeviceList::status(DeviceIndex index, MachineHandle
     return found->status;
 }
 
-Opened<LogicalConfiguration> SimulatedDeviceList::openConfiguration(DeviceIndex index, ConfigurationKind kind,
-                                                                    MachineHandle)
+Opened<LogicalConfiguration> SimulatedDeviceList::openConfiguration(DeviceIndex index, ConfigurationKind kind)
 {
     if (const auto failure = m_system.fails("openConfiguration"))
         return *failure;

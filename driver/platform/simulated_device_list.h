@@ -13,25 +13,20 @@ class SimulatedDeviceList final : public Simulated<DeviceList>
 {
 public:
     /// Empty, for devices of one class or, with a zero one, of any.
-    SimulatedDeviceList(SimulatedSystem& system, const Guid& setupClass, bool remote)
-        : Simulated(system)
-        , m_class(setupClass)
-        , m_remote(remote)
-    {}
+    SimulatedDeviceList(SimulatedSystem& system, const Guid& setupClass) : Simulated(system), m_class(setupClass) {}
 
     void list(const SimulatedDevice& device) { m_devices.push_back({device.key, {}, {}, 0}); }
     void list(const SimulatedInterface& each) { m_interfaces.push_back(each); }
 
-    Outcome<ListDetail> detail() override;
+    Status readDetail() override;
     Outcome<DeviceIndex> at(std::uint32_t position) override;
     Outcome<DeviceIndex> open(const std::wstring& instanceId) override;
     Outcome<DeviceIndex> create(const std::wstring& className, const Guid& setupClass) override;
     Outcome<RegistryData> property(DeviceIndex device, DeviceProperty property) override;
     Status setProperty(DeviceIndex device, DeviceProperty property, const std::optional<RegistryData>& data) override;
-    Outcome<std::wstring> id(DeviceIndex device, std::size_t capacity, MachineHandle machine) override;
-    Outcome<NodeStatus> status(DeviceIndex device, MachineHandle machine) override;
-    Opened<LogicalConfiguration> openConfiguration(DeviceIndex device, ConfigurationKind kind,
-                                                   MachineHandle machine) override;
+    Outcome<std::wstring> id(DeviceIndex device, std::size_t capacity) override;
+    Outcome<NodeStatus> status(DeviceIndex device) override;
+    Opened<LogicalConfiguration> openConfiguration(DeviceIndex device, ConfigurationKind kind) override;
     Opened<DriverList> buildDriverList(DeviceIndex device, DriverListKind kind) override;
     Status setStateChange(DeviceIndex device, StateChange change, std::uint32_t scope) override;
     Status setRemoval(DeviceIndex device, std::uint32_t scope) override;
@@ -63,7 +58,6 @@ private:
     Status registerDevice(Listed& device);
 
     Guid m_class;
-    bool m_remote = false;
     std::vector<Listed> m_devices;
     std::vector<SimulatedInterface> m_interfaces;
 };

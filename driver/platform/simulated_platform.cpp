@@ -225,7 +225,7 @@ Opened<DeviceList> SimulatedPlatform::classDevices(const std::optional<Guid>& se
         return *failure;
     if (!m_system.reachable(machine))
         return Failure{errors::kBadNetworkPath};
-    auto list = std::make_unique<SimulatedDeviceList>(m_system, setupClass.value_or(Guid()), !machine.empty());
+    auto list = std::make_unique<SimulatedDeviceList>(m_system, setupClass.value_or(Guid()));
     for (const SimulatedDevice& device : tree().devices)
         if ((!setupClass || device.setupClass == setupClass) && (device.present || (flags & kPresentOnly) == 0))
             list->list(device);
@@ -238,14 +238,14 @@ Opened<DeviceList> SimulatedPlatform::emptyList(const std::optional<Guid>& setup
         return *failure;
     if (!m_system.reachable(machine))
         return Failure{errors::kBadNetworkPath};
-    return std::make_unique<SimulatedDeviceList>(m_system, setupClass.value_or(Guid()), !machine.empty());
+    return std::make_unique<SimulatedDeviceList>(m_system, setupClass.value_or(Guid()));
 }
 
 Opened<DeviceList> SimulatedPlatform::interfaceDevices(const Guid& interfaceClass, std::uint32_t flags)
 {
     if (const auto failure = m_system.fails("interfaceDevices", guidText(interfaceClass), flags))
         return *failure;
-    auto list = std::make_unique<SimulatedDeviceList>(m_system, Guid(), false);
+    auto list = std::make_unique<SimulatedDeviceList>(m_system, Guid());
     for (const SimulatedDevice& device : tree().devices)
         for (const SimulatedInterface& each : device.interfaces)
             if (each.interfaceClass == interfaceClass && (active(device) || (flags & kPresentOnly) == 0))
@@ -265,7 +265,7 @@ Outcome<InfClass> SimulatedPlatform::infClass(const std::wstring& infPath, std::
     return InfClass{file->package.setupClass(), file->package.className()};
 }
 
-Outcome<StoredInf> SimulatedPlatform::copyOemInf(const std::wstring& infPath, std::size_t capacity)
+Outcome<FullPath> SimulatedPlatform::copyOemInf(const std::wstring& infPath, std::size_t capacity)
 {
     if (const auto failure = m_system.fails("copyOemInf"))
         return *failure;
@@ -279,7 +279,7 @@ Outcome<StoredInf> SimulatedPlatform::copyOemInf(const std::wstring& infPath, st
     });
     if (!stored)
         return Failure{stored.error()};
-    StoredInf result{kSimulatedInfFolder + name, name};
+    FullPath result{kSimulatedInfFolder + name, name};
     if (result.path.size() >= capacity)
         return Failure{errors::kInsufficientBuffer};
     return result;

@@ -46,7 +46,7 @@ public:
     Opened<DeviceList> interfaceDevices(const Guid& interfaceClass, std::uint32_t flags) override;
 
     Outcome<InfClass> infClass(const std::wstring& infPath, std::size_t nameCapacity) override;
-    Outcome<StoredInf> copyOemInf(const std::wstring& infPath, std::size_t capacity) override;
+    Outcome<FullPath> copyOemInf(const std::wstring& infPath, std::size_t capacity) override;
     Outcome<std::wstring> originalInfName(const std::wstring& storedName) override;
     Opened<InfHandle> openInf(const std::wstring& name) override { return openSimulatedInf(m_system, name); }
     Opened<LoadedLibrary> loadLibrary(const std::wstring& name) override

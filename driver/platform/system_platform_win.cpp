@@ -229,14 +229,14 @@ public:
         return InfClass{guidOf(guid), name.data()};
     }
 
-    Outcome<StoredInf> copyOemInf(const std::wstring& infPath, std::size_t capacity) override
+    Outcome<FullPath> copyOemInf(const std::wstring& infPath, std::size_t capacity) override
     {
         std::vector<wchar_t> destination(capacity);
         wchar_t* fileName = nullptr;
         if (!SetupCopyOEMInfW(infPath.c_str(), nullptr, SPOST_PATH, 0, destination.data(),
                               static_cast<DWORD>(destination.size()), nullptr, &fileName))
             return lastFailure();
-        return StoredInf{destination.data(), fileName == nullptr ? destination.data() : fileName};
+        return FullPath{destination.data(), fileName == nullptr ? destination.data() : fileName};
     }
 
     Outcome<std::wstring> originalInfName(const std::wstring& storedName) override

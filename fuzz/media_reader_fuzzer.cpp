@@ -4,19 +4,22 @@
 
 #include <QTemporaryFile>
 
+#include <algorithm>
 #include <iostream>
 
 namespace {
 
 constexpr std::chrono::milliseconds kCallLimit(1000);
 constexpr int kMostItems = 60;
+constexpr int kMostPixels = 16 * 1024 * 1024; // of the pictures of a run, of which one may have more
 
 /// Refuses after a while, which ends the reader's loop.
 struct BoundedSink final : AVSourceSink
 {
-    bool pushFrame(AVFrame*) override { return ++items < kMostItems; }
-    bool pushPacket(AVPacket*) override { return ++items < kMostItems; }
+    bool pushFrame(AVFrame*) override { return ++items < mostItems; }
+    bool pushPacket(AVPacket*) override { return ++items < mostItems; }
     int items = 0;
+    int mostItems = kMostItems;
 };
 
 void run(const std::string& path, AVCodecID codec)
@@ -31,8 +34,8 @@ void run(const std::string& path, AVCodecID codec)
     ScalerSettings scaling;
     scaling.serverName.clear();
     const AVSource* source = reader.videoSource();
-    if (source && (source->width() > 2048 || source->height() > 2048))
-        return; // Large pictures are slow and no different.
+    if (source && source->width() > 0 && source->height() > 0)
+        video.mostItems = std::min(kMostItems, 1 + kMostPixels / source->width() / source->height());
     if (codec == AV_CODEC_ID_NONE)
         reader.buildVideoChain(codec, AV_PIX_FMT_YUV420P, 64, 48, 25, video, scaling);
     else if (source)
@@ -44,7 +47,8 @@ void run(const std::string& path, AVCodecID codec)
 
 } // namespace
 
-/// The bytes are a media file: once through the raw chain, once through the chain that passes packets on.
+/// The bytes are a media file: once through the raw chain, once through the chain that passes packets on. Pictures of
+/// any size that the program decodes come; scripts/fuzz.sh limits the memory.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     av_log_set_level(AV_LOG_QUIET);

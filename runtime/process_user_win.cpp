@@ -81,11 +81,16 @@ LocalPeer userOfProcess(unsigned long processId)
         peer.user = QStringLiteral("the system");
         return peer;
     }
+    const Handle ownToken = tokenOf(GetCurrentProcess());
     const Handle process(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId));
     const Handle token = process ? tokenOf(process.get()) : Handle();
-    const Handle ownToken = tokenOf(GetCurrentProcess());
-    if (!token || !ownToken)
+    if (!token || !ownToken) {
+        // Most often one that was started as administrator, and this one was not: it could be anybody's.
+        if (GetLastError() == ERROR_ACCESS_DENIED)
+            peer.user = QStringLiteral("somebody whom Windows does not name to this program; if you started one of the "
+                                       "two as administrator, start both alike");
         return peer;
+    }
     const std::vector<char> theirs = tokenInformation(token, TokenUser);
     const std::vector<char> ours = tokenInformation(ownToken, TokenUser);
     if (!userOf(theirs) || !userOf(ours))

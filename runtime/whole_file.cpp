@@ -95,6 +95,15 @@ QString writeWholeFile(const QString& path, const QByteArray& bytes)
     return reason;
 }
 
+QString commitWholeFile(QSaveFile& file)
+{
+    if (!file.flush())
+        return file.errorString();
+    if (!reachesDisk(file.handle()))
+        return qt_error_string();
+    return file.commit() ? QString() : file.errorString();
+}
+
 FileLock::FileLock(const QString& path, int timeoutMs)
 {
     open(lockPath(path));

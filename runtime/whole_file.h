@@ -4,6 +4,8 @@
 #include <QByteArray>
 #include <QString>
 
+class QSaveFile;
+
 /// Removes what saves of this file left beside it when their process was killed a minute ago or longer: "PATH." and six
 /// letters, large and small.
 void removeLeftSaves(const QString& path);
@@ -15,6 +17,10 @@ void removeLeftSaves(const QString& path);
 /// saves left is removed. Any thread.
 /// Empty, or the system's reason why nothing was written.
 QString writeWholeFile(const QString& path, const QByteArray& bytes);
+
+/// Puts a new file in place of the old one once its last bytes have reached the disk, of which commit() alone takes no
+/// notice. Empty, or the system's reason why the old file stays.
+QString commitWholeFile(QSaveFile& file);
 
 /// Whether what was written to this descriptor has reached the disk, as far as the system says; the reason is the last
 /// error. Implemented per system.

@@ -13,7 +13,7 @@ ARROWS = {
     "media": {"runtime"},
     "capture/channel": {"runtime"},
     "capture/decode": {"capture/channel"},
-    "capture/file": {"capture/channel", "capture/decode"},
+    "capture/file": {"capture/channel", "capture/decode", "runtime"},
     "capture/view": {"capture/channel", "capture/decode", "capture/file", "ui"},
     "fido2/file": {"runtime"},
     "fido2/channel": {"fido2/file", "devices", "runtime"},

@@ -11,6 +11,7 @@
 #include <QMetaMethod>
 #include <QMutexLocker>
 
+#include <new>
 #include <utility>
 
 namespace {
@@ -330,7 +331,12 @@ void UsbIPCaptureClient::processPacketCapturedMessage(const QByteArray& data)
         return;
     }
     parseProtocolInfo(m_packet);
-    m_store->append(m_packet);
+    try {
+        m_store->append(m_packet);
+    } catch (const std::bad_alloc&) {
+        m_warnings.warn("There is not enough memory for a packet");
+        return emit connectionError(tr("There is not enough memory for more packets."));
+    }
     // Slots may keep the packet longer than its frame stays. Where there are none, its bytes need no copy.
     if (m_packetsWanted)
         emit packetCaptured(m_packet.deviceId, withOwnBytes(m_packet));

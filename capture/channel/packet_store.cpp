@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 namespace {
 
@@ -163,8 +164,13 @@ void PacketStore::append(const UsbIPPacketInfo& packet)
 void PacketStore::noteNext()
 {
     const std::lock_guard lock(m_mutex);
-    if (m_notedRequests.size() < kMostNoted)
+    if (m_notedRequests.size() >= kMostNoted)
+        return;
+    try {
         m_notedRequests.push_back(static_cast<std::uint32_t>(m_size));
+    } catch (const std::bad_alloc&) {
+        // The packet is there already; only the names of its device's interfaces are missing.
+    }
 }
 
 void PacketStore::openPage(std::size_t packetSize)
@@ -174,11 +180,12 @@ void PacketStore::openPage(std::size_t packetSize)
     const std::size_t needed = aligned(packetSize + kPlaceSize);
     page.capacity = static_cast<std::uint32_t>(std::max(kPageSize, needed));
     page.bytes = pageMemory(page.capacity);
-    m_pageBegin = page.bytes.get();
-    m_free = {m_pageBegin, m_pageBegin + page.capacity};
+    const FreeSpace free{page.bytes.get(), page.bytes.get() + page.capacity};
     const std::lock_guard lock(m_mutex);
-    m_memory += page.capacity;
-    m_pages.push_back(std::move(page));
+    m_pages.push_back(std::move(page)); // nothing has changed when there is no memory for it
+    m_pageBegin = free.begin;
+    m_free = free;
+    m_memory += m_pages.back().capacity;
     keepBudget();
 }
 

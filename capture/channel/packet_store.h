@@ -47,6 +47,7 @@ public:
 
     explicit PacketStore(qint64 budget = kDefaultBudget) : m_budget(budget) {}
 
+    /// Throws std::bad_alloc; the packets before it are as they were then.
     void append(const UsbIPPacketInfo& packet);
     std::size_t size() const;
     /// A copy; `number` is below size().

@@ -246,6 +246,10 @@ Please check IP address, port and network connection.
         <source>%1 damaged packets were left out.</source>
         <translation>已略去 %1 个损坏的数据包。</translation>
     </message>
+    <message>
+        <source>There is not enough memory.</source>
+        <translation>内存不足。</translation>
+    </message>
 </context>
 <context>
     <name>CapturePane</name>
@@ -2726,6 +2730,13 @@ Please check IP address, port and network connection.</source>
     <message>
         <source>close</source>
         <translation>关闭</translation>
+    </message>
+</context>
+<context>
+    <name>UsbIPCaptureClient</name>
+    <message>
+        <source>There is not enough memory for more packets.</source>
+        <translation>内存不足，无法接收更多数据包。</translation>
     </message>
 </context>
 <context>

@@ -18,7 +18,7 @@
 
 enum
 {
-    LARGE = 1 << 20, // bytes of a block of memory that counts
+    LARGE = 1 << 19, // bytes of a block of memory that counts
     MOST_FILES = 4096
 };
 
@@ -275,6 +275,13 @@ void* calloc(size_t count, size_t size)
 void* realloc(void* block, size_t size)
 {
     return size >= LARGE && fails("memory") ? NULL : __libc_realloc(block, size);
+}
+
+void* mmap(void* address, size_t size, int protection, int flags, int file, off_t place)
+{
+    if (file == -1 && size >= LARGE && fails("memory"))
+        return MAP_FAILED;
+    return ((void* (*)(void*, size_t, int, int, int, off_t))next("mmap"))(address, size, protection, flags, file, place);
 }
 
 int posix_memalign(void** block, size_t alignment, size_t size)

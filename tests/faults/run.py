@@ -4,7 +4,7 @@
 BUILD is the folder of a build. Each scenario runs once to count its calls of every kind, and then once for each call,
 which fails. Whatever fails, a program ends by itself within a minute and by no signal, leaves every JSON file readable or
 absent, and leaves neither processes nor what a save was to replace. One that saves says so when its bytes did not reach the
-disk. Prints a line a kind; exits with 1 when there were faults.
+disk, one that fails for want of memory says so. Prints a line a kind; exits with 1 when there were faults.
 """
 import argparse
 import collections
@@ -114,7 +114,7 @@ class Start(Scenario):
 
 class Capture(Scenario):
     kinds = FILES
-    tells = ("write",)
+    tells = ("write", "fsync")
 
     def prepare(self):
         lines = ["1 %d S Ci:1:002:0 s 80 06 0100 0000 0012 18 <" % number for number in range(50)]
@@ -123,6 +123,18 @@ class Capture(Scenario):
     def command(self):
         return [self.build / "bin/plugboard-capture", self.folder / "in.txt", "--headless", "1", "--json", "--save",
                 self.folder / "out.pcapng"]
+
+
+class Load(Capture):
+    """A line of text is read into a megabyte, and a record of four into as much."""
+
+    kinds = MEMORY
+    tells = ("memory",)
+
+    def prepare(self):
+        super().prepare()
+        with open(self.folder / "in.txt", "a") as lines:
+            lines.write("1 60 C Bi:1:002:1 0 4 = %s\n" % ("00" * 400_000))
 
 
 class Media(Scenario):
@@ -134,7 +146,7 @@ class Media(Scenario):
 
 
 SCENARIOS = {"driver": Driver, "credentials": Credentials, "key": KeyCredentials, "list": List, "start": Start,
-             "capture": Capture, "media": Media}
+             "capture": Capture, "load": Load, "media": Media}
 
 
 def own_processes(folder):
@@ -190,6 +202,8 @@ def run(make, build, library, kind, number):
             faults = list(faults_of(folder, None))
         else:
             faults = list(faults_of(folder, process.returncode))
+        if kind == "memory" and process.returncode != 0 and b"memory" not in output:
+            faults.append("it does not say why")
         scenario.tidy()
         calls = [int(line) for line in count.read_text().split()] if count.exists() else [0]
         count.unlink(missing_ok=True)

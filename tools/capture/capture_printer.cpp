@@ -2,6 +2,7 @@
 
 #include "capture/channel/usbip_header.h"
 #include "capture/decode/packet_columns.h"
+#include "runtime/whole_file.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -78,8 +79,6 @@ QString CapturePrinter::finish()
     const QString error = flush();
     if (!m_writer || !error.isEmpty())
         return error;
-    // Flushed here, as commit() alone would put a file in place whose last bytes could not be written.
-    if (m_saves && m_writer->flush() && m_saved.flush() && m_saved.commit())
-        return {};
-    return QStringLiteral("%1 cannot be written: %2.").arg(m_options.savePath, m_saved.errorString());
+    const QString reason = m_saves && m_writer->flush() ? commitWholeFile(m_saved) : m_saved.errorString();
+    return reason.isEmpty() ? QString() : QStringLiteral("%1 cannot be written: %2.").arg(m_options.savePath, reason);
 }

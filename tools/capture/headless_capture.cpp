@@ -2,9 +2,25 @@
 
 #include "capture/file/file_job.h"
 
+#include <new>
+
 namespace {
 
 constexpr int kFlushInterval = 200; // ms
+const QString kNoMemory = QStringLiteral("There is not enough memory to print a packet.");
+
+QString printPackets(const std::shared_ptr<PacketStore>& store, CapturePrinter& printer)
+{
+    PacketReader reader(store);
+    const std::size_t count = store->size();
+    try {
+        for (std::size_t number = 0; number < count; ++number)
+            printer.take(reader.read(number));
+    } catch (const std::bad_alloc&) {
+        return kNoMemory;
+    }
+    return printer.finish();
+}
 
 } // namespace
 
@@ -37,8 +53,16 @@ void HeadlessCapture::connectClient()
     connect(&m_client, &UsbIPCaptureClient::serverRefused, this, [this] {
         m_whyNotReached = QStringLiteral("another process serves the name of process %1").arg(m_options.processId);
     });
-    connect(&m_client, &UsbIPCaptureClient::packetCaptured, this,
-            [this] { m_printer.take(m_reader.read(m_client.store()->size() - 1)); });
+    connect(&m_client, &UsbIPCaptureClient::packetCaptured, this, &HeadlessCapture::printLast);
+}
+
+void HeadlessCapture::printLast()
+{
+    try {
+        m_printer.take(m_reader.read(m_client.store()->size() - 1));
+    } catch (const std::bad_alloc&) {
+        finish(kNoMemory);
+    }
 }
 
 void HeadlessCapture::stop()
@@ -79,10 +103,6 @@ QString printFile(const QString& path, const PrintOptions& options, QFileDevice&
     QString error = printer.open();
     if (!error.isEmpty())
         return error;
-    PacketReader reader(store);
-    const std::size_t count = store->size();
-    for (std::size_t number = 0; number < count; ++number)
-        printer.take(reader.read(number));
-    error = printer.finish();
+    error = printPackets(store, printer);
     return error.isEmpty() ? fault : error;
 }

@@ -31,6 +31,7 @@ signals:
 
 private:
     void connectClient();
+    void printLast();
     void end();
     void flush();
     void finish(const QString& error);

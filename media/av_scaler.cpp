@@ -161,9 +161,7 @@ bool AVScaler::convert(const AVFrame& frame, AVFrame& target)
                                target.width,  target.height,  target.format};
     if (!m_scaler || key != m_key) {
         m_scaler.reset();
-        m_scaler.reset(sws_getContext(key.sourceWidth, key.sourceHeight, static_cast<AVPixelFormat>(key.sourceFormat),
-                                      key.width, key.height, static_cast<AVPixelFormat>(key.format), SWS_BILINEAR,
-                                      nullptr, nullptr, nullptr));
+        m_scaler = makeScaler(key.sourceWidth, key.sourceHeight, key.sourceFormat, key.width, key.height, key.format);
         m_key = key;
     }
     return m_scaler && sws_scale(m_scaler.get(), source->data, source->linesize, 0, source->height, target.data,

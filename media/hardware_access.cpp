@@ -1,5 +1,7 @@
 #include "media/hardware_access.h"
 
+#include "media/picture.h"
+
 #include <algorithm>
 
 namespace {
@@ -26,9 +28,7 @@ int convert(AVFrame& to, const AVFrame& from)
     int result = av_frame_get_buffer(&to, 0);
     if (result < 0)
         return result;
-    const ffmpeg::Scaler scaler(sws_getContext(from.width, from.height, static_cast<AVPixelFormat>(from.format),
-                                               to.width, to.height, static_cast<AVPixelFormat>(to.format), SWS_BILINEAR,
-                                               nullptr, nullptr, nullptr));
+    const ffmpeg::Scaler scaler = makeScaler(from.width, from.height, from.format, to.width, to.height, to.format);
     if (!scaler)
         return AVERROR(ENOSYS);
     result = sws_scale(scaler.get(), from.data, from.linesize, 0, from.height, to.data, to.linesize);

@@ -3,7 +3,26 @@
 #include <algorithm>
 #include <cstring>
 
+extern "C" {
+#include <libavutil/cpu.h>
+}
+
 namespace {
+
+/// Loads that gather are slow on AMD's processors, the newest too, of which FFmpeg does not say so. Without them
+/// scaling takes about a quarter less time and makes the same pictures.
+void avoidSlowGathers()
+{
+#if defined(__x86_64__)
+    static const bool s_isSlow = [] {
+        const bool isSlow = __builtin_cpu_is("amd") != 0;
+        if (isSlow)
+            av_force_cpu_flags(av_get_cpu_flags() | AV_CPU_FLAG_SLOW_GATHER);
+        return isSlow;
+    }();
+    (void)s_isSlow;
+#endif
+}
 
 /// How the planes after the first relate to it.
 struct ChromaShape
@@ -131,6 +150,14 @@ void placePicture(AVFrame& destination, const AVFrame& source, int x, int y, int
         return;
     copyRectangle(destination, source, {int(toX), int(toY)}, {int(left), int(top)}, int(copiedWidth),
                   int(copiedHeight));
+}
+
+ffmpeg::Scaler makeScaler(int width, int height, int format, int targetWidth, int targetHeight, int targetFormat)
+{
+    avoidSlowGathers();
+    return ffmpeg::Scaler(sws_getContext(width, height, static_cast<AVPixelFormat>(format), targetWidth, targetHeight,
+                                         static_cast<AVPixelFormat>(targetFormat), SWS_BILINEAR, nullptr, nullptr,
+                                         nullptr));
 }
 
 ffmpeg::Frame makePicture(int format, int width, int height)

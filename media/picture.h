@@ -18,5 +18,8 @@ void copyPicture(AVFrame& destination, const AVFrame& source, int x, int y, int 
 /// halved colour planes are rounded down to even numbers in the halved direction.
 void placePicture(AVFrame& destination, const AVFrame& source, int x, int y, int width, int height);
 
+/// Converts and scales pictures with bilinear filters, set up for this processor; null when FFmpeg cannot.
+ffmpeg::Scaler makeScaler(int width, int height, int format, int targetWidth, int targetHeight, int targetFormat);
+
 /// A picture with aligned, padded rows and all bytes 0; null when the format or size is impossible.
 ffmpeg::Frame makePicture(int format, int width, int height);

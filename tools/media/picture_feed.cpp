@@ -1,5 +1,7 @@
 #include "tools/media/picture_feed.h"
 
+#include "media/picture.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -111,8 +113,7 @@ QImage PictureFeed::convert(const MediaItem& item)
     if (!m_scaler || m_size != image.size() || m_format != item.format) {
         m_size = image.size();
         m_format = item.format;
-        m_scaler.reset(sws_getContext(item.width, item.height, format, item.width, item.height, AV_PIX_FMT_BGRA,
-                                      SWS_BILINEAR, nullptr, nullptr, nullptr));
+        m_scaler = makeScaler(item.width, item.height, item.format, item.width, item.height, AV_PIX_FMT_BGRA);
     }
     std::uint8_t* planes[4] = {};
     int lineSizes[4] = {};

@@ -17,6 +17,7 @@ namespace {
 
 constexpr double kNoPeer = std::numeric_limits<double>::quiet_NaN();
 constexpr int kReactions = 20;
+constexpr double kRateSeconds = 60; // A rate within 0.1 % is one of a minute.
 
 struct Rate
 {
@@ -108,12 +109,12 @@ void measureReaction(const QString& path)
 
 } // namespace
 
-/// The first argument is the time in seconds for which a rate is measured.
+/// The first argument is the time in seconds for which a rate is measured, else it is a minute.
 int main(int argc, char** argv)
 {
     av_log_set_level(AV_LOG_QUIET);
     QApplication application(argc, argv);
-    const double seconds = argc > 1 ? std::atof(argv[1]) : 10;
+    const double seconds = argc > 1 ? std::atof(argv[1]) : kRateSeconds;
     const QuietOutput quiet;
     const QTemporaryDir folder;
     for (const Rate& rate : {Rate{"24", "24", 24}, Rate{"59.94", "60000/1001", 60000.0 / 1001}, Rate{"60", "60", 60},

@@ -22,11 +22,19 @@ bool matchSegments(std::wstring_view text, std::wstring_view subject)
             return subject.size() >= text.size() &&
                    equalIgnoringCase(subject.substr(subject.size() - text.size()), text);
 
-        const auto found = std::ranges::search(subject, text.substr(0, star), {}, foldCase, foldCase);
-        if (found.empty())
-            return false;
-        subject.remove_prefix(static_cast<std::size_t>(found.end() - subject.begin()));
-        text.remove_prefix(star);
+        const std::wstring_view segment = text.substr(0, star);
+        for (;;) {
+            const auto first = std::ranges::find_if(
+                subject, [wanted = foldCase(segment.front())](wchar_t each) { return foldCase(each) == wanted; });
+            if (first == subject.end())
+                return false;
+            subject.remove_prefix(static_cast<std::size_t>(first - subject.begin()));
+            if (equalIgnoringCase(subject.substr(0, segment.size()), segment))
+                break;
+            subject.remove_prefix(1);
+        }
+        subject.remove_prefix(segment.size());
+        text.remove_prefix(segment.size());
     }
 }
 

@@ -6,10 +6,10 @@
 # --run-only runs what an earlier call built. --dist only makes the release, with the key pair that $PLUGBOARD_PARAM_PUBLIC_KEY
 # and $PLUGBOARD_PARAM_PRIVATE_KEY name, or one of its own.
 #
-# The libraries are those of the folder $PLUGBOARD_WINDOWS_SYSROOT, else those of ../shared/windows-sysroot.tar.xz, else they are
-# built from Debian's source packages (packaging/windows/build_dependencies.sh, about an hour on two cores). Results lie in
-# build/windows (programs in bin/, tests.xml, the release in dist/) and build/windows-tour (reports and pictures). The last line is
-# "N passed, N failed".
+# $PLUGBOARD_WINDOWS_SYSROOT names the folder of the libraries, or $PLUGBOARD_WINDOWS_ARCHIVE a packed copy of it. Without either
+# they are built from Debian's source packages (packaging/windows/build_dependencies.sh, about an hour on two cores).
+# Results lie in build/windows (programs in bin/, tests.xml, the release in dist/) and build/windows-tour (reports and pictures).
+# The last line is "N passed, N failed".
 set -euo pipefail
 
 project=$(dirname "$(dirname "$(realpath "$0")")")
@@ -17,7 +17,7 @@ cd "$project"
 windows=packaging/windows
 build=$project/build/windows
 pictures=$project/build/windows-tour
-archive=${PLUGBOARD_WINDOWS_ARCHIVE:-$project/../shared/windows-sysroot.tar.xz}
+archive=${PLUGBOARD_WINDOWS_ARCHIVE:-}
 passed=0 failed=0 started=${PLUGBOARD_STARTED:=$(date +%s)}
 export PLUGBOARD_STARTED
 
@@ -48,7 +48,8 @@ find_sysroot() {
         return
     fi
     sysroot=$project/build/windows-sysroot
-    if [ -e "$archive" ]; then
+    if [ -n "$archive" ]; then
+        [ -f "$archive" ] || { echo "PLUGBOARD_WINDOWS_ARCHIVE=$archive is no file." >&2; exit 1; }
         sum=$(sha256sum < "$archive")
         [ "$(cat "$sysroot/unpacked-from" 2>/dev/null)" = "$sum" ] && return
         step "unpacking $archive"

@@ -3,9 +3,9 @@
 #include "app/fido2_settings.h"
 #include "app/secret_values.h"
 #include "devices/parameter_list.h"
-#include "dialogs/camera_settings.h"
-#include "dialogs/microphone_settings.h"
-#include "dialogs/network_source.h"
+#include "dialogs/settings/camera_settings.h"
+#include "dialogs/settings/microphone_settings.h"
+#include "dialogs/settings/network_source.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "app/fido2_settings.h"
 
-#include "dialogs/field_patterns.h"
+#include "dialogs/settings/field_patterns.h"
 #include "fido2/file/credentials_file.h"
 
 #include <algorithm>

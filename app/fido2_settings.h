@@ -2,7 +2,7 @@
 #pragma once
 
 #include "devices/parameter_list.h"
-#include "dialogs/setting_rules.h"
+#include "dialogs/settings/setting_rules.h"
 #include "fido2/file/fido2_environment.h"
 
 /// In the order in which they take effect.

@@ -1,7 +1,7 @@
 #include "app/secret_values.h"
 
 #include "app/standard_streams.h"
-#include "dialogs/field_patterns.h"
+#include "dialogs/settings/field_patterns.h"
 #include "runtime/shown_text.h"
 
 #include <QFile>

@@ -2,8 +2,8 @@
 
 #include "devices/camera_limits.h"
 #include "dialogs/camera_source_rows.h"
-#include "dialogs/field_patterns.h"
 #include "dialogs/network_row.h"
+#include "dialogs/settings/field_patterns.h"
 #include "dialogs/source_preview.h"
 #include "runtime/last_used.h"
 #include "ui/file_drop.h"

@@ -1,7 +1,7 @@
 // camera_setting_dialog.h: asks what camera to create and looks at its source.
 #pragma once
 
-#include "dialogs/camera_settings.h"
+#include "dialogs/settings/camera_settings.h"
 #include "dialogs/source_check.h"
 #include "ui/prompter.h"
 

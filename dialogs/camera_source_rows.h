@@ -1,7 +1,7 @@
 // camera_source_rows.h: the rows of the camera settings that say where the pictures come from.
 #pragma once
 
-#include "dialogs/camera_settings.h"
+#include "dialogs/settings/camera_settings.h"
 
 #include <QObject>
 

@@ -1,6 +1,6 @@
 #include "dialogs/microphone_device_form.h"
 
-#include "dialogs/field_patterns.h"
+#include "dialogs/settings/field_patterns.h"
 #include "ui/form_rows.h"
 
 #include <QCheckBox>

@@ -1,7 +1,7 @@
 // microphone_device_form.h: the part of the microphone settings that says what the USB device is.
 #pragma once
 
-#include "dialogs/microphone_settings.h"
+#include "dialogs/settings/microphone_settings.h"
 
 #include <QGroupBox>
 

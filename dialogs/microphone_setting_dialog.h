@@ -1,7 +1,7 @@
 // microphone_setting_dialog.h: asks what microphone to create and tests its source in the network.
 #pragma once
 
-#include "dialogs/microphone_settings.h"
+#include "dialogs/settings/microphone_settings.h"
 #include "dialogs/source_check.h"
 #include "ui/prompter.h"
 

@@ -1,7 +1,7 @@
 // network_row.h: the row of both dialogs in which a stream in the network is named and tested.
 #pragma once
 
-#include "dialogs/network_source.h"
+#include "dialogs/settings/network_source.h"
 
 #include <QWidget>
 

@@ -1,8 +1,8 @@
 // values.h: settings as one text, all that a device is created with in its order.
 #pragma once
 
-#include "dialogs/camera_settings.h"
-#include "dialogs/microphone_settings.h"
+#include "dialogs/settings/camera_settings.h"
+#include "dialogs/settings/microphone_settings.h"
 
 inline QString valuesOf(const CameraSettings& s)
 {

@@ -1,9 +1,9 @@
-#include "dialogs/camera_settings.h"
+#include "dialogs/settings/camera_settings.h"
 
 #include "devices/camera_limits.h"
 #include "devices/parameter_list.h"
 
-#include "dialogs/field_patterns.h"
+#include "dialogs/settings/field_patterns.h"
 
 #include <array>
 

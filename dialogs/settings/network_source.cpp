@@ -1,4 +1,4 @@
-#include "dialogs/network_source.h"
+#include "dialogs/settings/network_source.h"
 
 #include <QCoreApplication>
 

@@ -1,4 +1,4 @@
-#include "dialogs/field_patterns.h"
+#include "dialogs/settings/field_patterns.h"
 
 #include <QRegularExpression>
 

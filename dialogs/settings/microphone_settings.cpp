@@ -1,8 +1,8 @@
-#include "dialogs/microphone_settings.h"
+#include "dialogs/settings/microphone_settings.h"
 
 #include "devices/parameter_list.h"
 
-#include "dialogs/field_patterns.h"
+#include "dialogs/settings/field_patterns.h"
 
 #include <QCoreApplication>
 

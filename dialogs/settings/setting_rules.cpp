@@ -1,4 +1,4 @@
-#include "dialogs/setting_rules.h"
+#include "dialogs/settings/setting_rules.h"
 
 #include <QDir>
 

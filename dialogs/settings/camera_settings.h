@@ -1,8 +1,8 @@
 // camera_settings.h: what the user chose for a camera, and the values that a device is created with.
 #pragma once
 
-#include "dialogs/network_source.h"
-#include "dialogs/setting_rules.h"
+#include "dialogs/settings/network_source.h"
+#include "dialogs/settings/setting_rules.h"
 
 #include <QStringList>
 

@@ -1,8 +1,8 @@
 #include "app/device_starts.h"
 
 #include "app/device_json.h"
-#include "app/process_ender.h"
 #include "devices/parameter_list.h"
+#include "devices/process_ender.h"
 #include "fido2/file/fido2_environment.h"
 
 #include <QDir>

@@ -2,8 +2,8 @@
 
 #include "app/device_json.h"
 #include "app/device_rows.h"
-#include "app/process_ender.h"
 #include "devices/device_commands.h"
+#include "devices/process_ender.h"
 #include "runtime/shown_text.h"
 
 #include <QDeadlineTimer>

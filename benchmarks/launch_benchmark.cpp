@@ -1,9 +1,9 @@
 // links: plugboard::app plugboard::resources plugboard::translations
 // launch_benchmark.cpp: CallUsbDaemon, row included, against the bare start of the same process.
 #include "app/main_window.h"
-#include "app/process_ender.h"
 #include "benchmarks/report.h"
 #include "devices/parameter_list.h"
+#include "devices/process_ender.h"
 
 #include <QApplication>
 #include <QDir>

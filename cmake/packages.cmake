@@ -10,7 +10,7 @@ set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)
 
 # The first three keep devices, keys and the device tree beside themselves; packaging/linux/launcher.sh runs them from a
 # folder of the user's own.
-install(TARGETS plugboard plugboard_driver_tool usb_daemon RUNTIME DESTINATION lib/plugboard)
+install(TARGETS plugboard plugboard_driver_program usb_daemon RUNTIME DESTINATION lib/plugboard)
 install(TARGETS plugboard_media_devices LIBRARY DESTINATION lib/plugboard) # beside the device process, which loads it
 # Started by polkit from this place only, which its policy names.
 install(TARGETS plugboard_attach RUNTIME DESTINATION lib/plugboard)

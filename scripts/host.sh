@@ -41,7 +41,7 @@ bring_machine() {
 
 build_programs() {
     local log=build/host/build.log
-    configure_and_build release plugboard plugboard_driver_tool plugboard_attach usb_daemon capture_saver >$log 2>&1 ||
+    configure_and_build release plugboard plugboard_driver_program plugboard_attach usb_daemon capture_saver >$log 2>&1 ||
         { cat $log >&2; exit 1; }
 }
 

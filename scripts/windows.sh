@@ -76,7 +76,7 @@ build_programs() {
     cmake --build --preset windows
     step "building the Linux programs to compare with"
     cmake --preset release > "$build/configure-linux.log" || { cat "$build/configure-linux.log"; exit 1; }
-    cmake --build --preset release --target plugboard plugboard_driver_tool devices_test_child
+    cmake --build --preset release --target plugboard plugboard_driver_program devices_test_child
     $windows/deploy_dlls.py --sysroot "$sysroot" --to "$build/bin" --plugins "$build/plugins" \
         "$build/bin" "$build/tests" "$build/tour"
     # Qt looks for plug-ins beside a program that has Qt's DLLs beside it, and otherwise where the DLLs' parent folder has them.

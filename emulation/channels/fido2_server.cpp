@@ -1,8 +1,8 @@
 #include "emulation/channels/fido2_server.h"
 
-#include "devices/one_write.h"
 #include "emulation/channels/local_service.h"
 #include "runtime/local_peer.h"
+#include "runtime/one_write.h"
 
 #include <QJsonDocument>
 #include <QLocalSocket>

@@ -1,9 +1,9 @@
 #include "fido2/channel/fido2_client.h"
 
-#include "devices/one_write.h"
 #include "fido2/channel/fido2_message.h"
 #include "fido2/file/log.h"
 #include "runtime/local_peer.h"
+#include "runtime/one_write.h"
 
 #include <QDateTime>
 #include <QJsonDocument>

@@ -1,7 +1,7 @@
 // What only a Linux shell can do to the program.
 #include "devices/device_record_manager.h"
 #include "tests/support/bus_driver.h"
-#include "tests/support/program_run.h"
+#include "tests/support/started_program.h"
 #include "tests/support/suite_registry.h"
 
 #include <QProcess>
@@ -39,7 +39,7 @@ void ProgramLinuxTest::asksForNoDriverOfAnotherSystem()
 {
     std::filesystem::remove(deviceTreeBesideTest());
     const QTemporaryDir folder;
-    const ProgramRun run = runWithUser(programBesideTest("plugboard"), {}, {}, folder.path());
+    const RunByUser run = runWithUser(programBesideTest("plugboard"), {}, {}, folder.path());
     const bool wasTouched = std::filesystem::exists(deviceTreeBesideTest());
     QVERIFY(installBusDriverBesideTest());
     QCOMPARE(run.seen, QStringList{QStringLiteral("window Plugboard")});

@@ -1,7 +1,7 @@
 #include "devices/device_record_manager.h"
 #include "devices/process_table.h"
 #include "tests/support/bus_driver.h"
-#include "tests/support/program_run.h"
+#include "tests/support/started_program.h"
 #include "tests/support/suite_registry.h"
 
 #include <QJsonArray>
@@ -70,7 +70,7 @@ void ProgramTest::asksForTheDriverAtTheFirstStart()
     QFETCH(QString, answer);
     std::filesystem::remove(deviceTreeBesideTest());
     const QTemporaryDir folder;
-    const ProgramRun run =
+    const RunByUser run =
         runWithUser(programBesideTest("plugboard"), {QStringLiteral("--demo")}, {answer}, folder.path());
     const bool changed = std::filesystem::exists(deviceTreeBesideTest());
     const auto platform = driver::simulatedPlatform(deviceTreeBesideTest());
@@ -185,7 +185,7 @@ void ProgramTest::windowIsAsLargeAsTheDensityAsks()
     QFETCH(QByteArray, dotsPerInch);
     const QTemporaryDir folder;
     qputenv("QT_FONT_DPI", dotsPerInch);
-    const ProgramRun run =
+    const RunByUser run =
         runWithUser(programBesideTest("plugboard"),
                     {QStringLiteral("-style"), QStringLiteral("fusion"), QStringLiteral("--demo")}, {}, folder.path());
     qunsetenv("QT_FONT_DPI");

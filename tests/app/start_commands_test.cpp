@@ -1,7 +1,7 @@
 #include "app/device_events.h"
 #include "app/device_settings.h"
 #include "app/start_commands.h"
-#include "tests/support/program_run.h"
+#include "tests/support/started_program.h"
 #include "tests/support/suite_registry.h"
 #include "tests/support/usbip_host.h"
 

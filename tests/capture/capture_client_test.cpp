@@ -1,6 +1,6 @@
 #include "capture/channel/capture_client.h"
-#include "tests/capture/capture_server.h"
 #include "tests/capture/packet_bytes.h"
+#include "tests/capture/scripted_capture_server.h"
 #include "tests/support/suite_registry.h"
 
 #include <QJsonDocument>

@@ -2,9 +2,9 @@
 #include "capture/view/details_view.h"
 #include "capture/view/device_config_dialog.h"
 #include "capture/view/packet_details_dialog.h"
-#include "tests/capture/capture_server.h"
 #include "tests/capture/captures.h"
 #include "tests/capture/packet_bytes.h"
+#include "tests/capture/scripted_capture_server.h"
 #include "tests/support/scripted_prompter.h"
 #include "tests/support/suite_registry.h"
 

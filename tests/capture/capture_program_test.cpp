@@ -1,5 +1,5 @@
-#include "tests/capture/capture_server.h"
 #include "tests/capture/packet_bytes.h"
+#include "tests/capture/scripted_capture_server.h"
 #include "tests/emulation/end_request.h"
 #include "tests/support/suite_registry.h"
 #include "tools/capture/headless_capture.h"

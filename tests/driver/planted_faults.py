@@ -61,7 +61,7 @@ def planted(file, before, after):
 
 
 def build(folder):
-    subprocess.run(["cmake", "--build", folder, "--target", "plugboard_driver_tool"], check=True, stdout=subprocess.DEVNULL)
+    subprocess.run(["cmake", "--build", folder, "--target", "plugboard_driver_program"], check=True, stdout=subprocess.DEVNULL)
 
 
 def main():

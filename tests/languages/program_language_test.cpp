@@ -1,5 +1,5 @@
 #include "tests/support/bus_driver.h"
-#include "tests/support/program_run.h"
+#include "tests/support/started_program.h"
 #include "tests/support/suite_registry.h"
 
 #include <QProcess>

@@ -1,5 +1,5 @@
 // program_user.cpp: a plug-in of Qt that acts for the user inside a program which another one has started.
-#include "tests/support/program_run.h"
+#include "tests/support/started_program.h"
 
 #include <QAbstractButton>
 #include <QApplication>

@@ -4,8 +4,8 @@
 #include "media/av_encoder.h"
 #include "media/av_scaler.h"
 #include "media/media_reader.h"
+#include "tools/media/interrupt.h"
 #include "tools/media/packet_file_writer.h"
-#include "tools/media/stop_request.h"
 #include "tools/media/wav_writer.h"
 
 #include <QFile>
@@ -78,7 +78,7 @@ private:
 
 FileRun::FileRun(const MediaOptions& options)
     : m_options(options)
-    , m_interrupt(kInputTimeLimit, &stopRequested())
+    , m_interrupt(kInputTimeLimit, &interrupted())
     , m_reader(options.source.toStdString(), isSound() ? kSelectAudio : kSelectVideo, m_interrupt)
 {}
 

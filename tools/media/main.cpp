@@ -6,9 +6,9 @@
 #include "media/media_reader.h"
 #include "runtime/program_run.h"
 #include "tools/media/file_run.h"
+#include "tools/media/interrupt.h"
 #include "tools/media/media_options.h"
 #include "tools/media/picture_window.h"
-#include "tools/media/stop_request.h"
 #include "ui/screen_setup.h"
 
 #include <QApplication>
@@ -56,7 +56,7 @@ int showWindow(QApplication& application, const MediaOptions& options)
     });
     QTimer poll;
     QObject::connect(&poll, &QTimer::timeout, &application, [&] {
-        if (stopRequested())
+        if (interrupted())
             application.exit();
     });
     poll.start(kPollMilliseconds);
@@ -78,7 +78,7 @@ int showWindow(QApplication& application, const MediaOptions& options)
 /// The command runs beside the event loop, which serves the command server meanwhile.
 int runCommand(QCoreApplication& application, const MediaOptions& options)
 {
-    TestAvArguments testAv{options.source.isEmpty() ? "test.mp4" : options.source.toStdString(), &stopRequested()};
+    TestAvArguments testAv{options.source.isEmpty() ? "test.mp4" : options.source.toStdString(), &interrupted()};
     ResetArguments reset;
     const std::filesystem::path folder = QCoreApplication::applicationDirPath().toStdU16String();
     reset.paths = [folder](const std::wstring&, std::size_t) {
@@ -99,7 +99,7 @@ int runCommand(QCoreApplication& application, const MediaOptions& options)
     worker.join();
     if (!result)
         return failed(QStringLiteral("there is no command '%1'").arg(options.command));
-    if (stopRequested())
+    if (interrupted())
         return kStoppedExit;
     return *result == 0 ? 0 : failed(QStringLiteral("the command '%1' failed").arg(options.command));
 }
@@ -118,7 +118,7 @@ int main(int argc, char** argv)
         return options.exitCode;
     }
     av_log_set_level(options.verbose ? AV_LOG_VERBOSE : AV_LOG_FATAL);
-    catchStopRequests();
+    catchInterrupts();
     if (options.run == MediaOptions::Run::Window) {
         scaleWithScreens();
         paintWithoutOpenGl();

@@ -1,6 +1,5 @@
 // capture_walk.cpp: the tour's walk through packet capture, against real device processes.
 #include "app/main_window.h"
-#include "app/process_ender.h"
 #include "app/script_commands.h"
 #include "capture/decode/packet_columns.h"
 #include "capture/decode/packet_decoder.h"
@@ -9,6 +8,7 @@
 #include "capture/view/details_view.h"
 #include "capture/view/packet_details_dialog.h"
 #include "devices/device_record_manager.h"
+#include "devices/process_ender.h"
 #include "tools/capture/capture_window.h"
 #include "tools/tour/device_host.h"
 #include "tools/tour/tour.h"

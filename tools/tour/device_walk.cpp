@@ -1,9 +1,9 @@
 // device_walk.cpp: the tour's walk through creating, restoring, deleting and refreshing devices.
 #include "app/device_table.h"
 #include "app/main_window.h"
-#include "app/process_ender.h"
 #include "app/script_commands.h"
 #include "devices/device_record_manager.h"
+#include "devices/process_ender.h"
 #include "tools/tour/tour.h"
 #include "tools/tour/walks.h"
 

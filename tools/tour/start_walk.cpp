@@ -2,7 +2,7 @@
 // itself, run to its end by a user of its own.
 #include "driver/bus_driver_setup.h"
 #include "driver/platform/system_platform.h"
-#include "tests/support/program_run.h"
+#include "tests/support/started_program.h"
 #include "tools/tour/tour.h"
 #include "tools/tour/walks.h"
 
@@ -22,7 +22,7 @@ public:
     void run();
 
 private:
-    ProgramRun start(const QString& answer, const QStringList& expected);
+    RunByUser start(const QString& answer, const QStringList& expected);
     void showSeen(const QString& name, int number, const QString& detail);
 
     Tour& m_tour;
@@ -37,14 +37,14 @@ void StartWalk::run()
 {
     std::filesystem::remove(m_tree);
     m_tour.step(QStringLiteral("first-start-refused"), [this] {
-        const ProgramRun run = start(QStringLiteral("No"), {m_question});
+        const RunByUser run = start(QStringLiteral("No"), {m_question});
         showSeen(QStringLiteral("driver-question-no"), 1, QStringLiteral("answered with No"));
         Tour::require(run.exitCode == 255, QStringLiteral("exit code %1").arg(run.exitCode));
         Tour::require(!std::filesystem::exists(m_tree), QStringLiteral("the engine was called"));
         return QStringLiteral("a No ends the program with exit code 255, and nothing was changed");
     });
     m_tour.step(QStringLiteral("first-start-accepted"), [this] {
-        const ProgramRun run = start(QStringLiteral("Yes"), {m_question, QStringLiteral("window Plugboard")});
+        const RunByUser run = start(QStringLiteral("Yes"), {m_question, QStringLiteral("window Plugboard")});
         showSeen(QStringLiteral("driver-question-yes"), 1, QStringLiteral("answered with Yes"));
         showSeen(QStringLiteral("window-after-yes"), 2, QStringLiteral("the window appears"));
         Tour::require(run.exitCode == 0, QStringLiteral("exit code %1").arg(run.exitCode));
@@ -54,19 +54,19 @@ void StartWalk::run()
         return QStringLiteral("a Yes installs the sample package and opens the window");
     });
     m_tour.step(QStringLiteral("second-start"), [this] {
-        const ProgramRun run = start(QStringLiteral("No"), {QStringLiteral("window Plugboard")});
+        const RunByUser run = start(QStringLiteral("No"), {QStringLiteral("window Plugboard")});
         Tour::require(run.exitCode == 0, QStringLiteral("exit code %1").arg(run.exitCode));
         return QStringLiteral("the driver is there: the window appears without a question");
     });
 }
 
 /// Runs the program with an answer to every box and checks which windows it showed.
-ProgramRun StartWalk::start(const QString& answer, const QStringList& expected)
+RunByUser StartWalk::start(const QString& answer, const QStringList& expected)
 {
     const QString program =
         QStandardPaths::findExecutable(QStringLiteral("plugboard"), {QCoreApplication::applicationDirPath()});
     QFile::remove(m_folder.filePath(QString::fromLatin1(kSeenFile)));
-    const ProgramRun run =
+    const RunByUser run =
         runWithUser(program, {QStringLiteral("--demo"), QStringLiteral("--language"), languageWord(m_tour.language())},
                     {answer}, m_folder.path());
     Tour::require(run.seen == expected, QStringLiteral("seen: ") + run.seen.join(QStringLiteral(" | ")));

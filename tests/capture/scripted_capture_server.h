@@ -1,4 +1,4 @@
-// capture_server.h: a capture server that a test drives by hand, on a name of its own.
+// scripted_capture_server.h: a capture server that a test drives by hand, on a name of its own.
 #pragma once
 
 #include "capture/channel/capture_client.h"

@@ -1,4 +1,4 @@
-#include "tests/support/program_run.h"
+#include "tests/support/started_program.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -34,8 +34,8 @@ ProgramOutput runBesideTest(const char* name, const QStringList& arguments, cons
     return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
 }
 
-ProgramRun runWithUser(const QString& program, const QStringList& arguments, const QStringList& answers,
-                       const QString& folder)
+RunByUser runWithUser(const QString& program, const QStringList& arguments, const QStringList& answers,
+                      const QString& folder)
 {
     auto environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("QT_PLUGIN_PATH"),
@@ -45,7 +45,7 @@ ProgramRun runWithUser(const QString& program, const QStringList& arguments, con
     environment.insert(QString::fromLatin1(kUserFolderVariable), folder);
     environment.insert(QStringLiteral("PLUGBOARD_USER_DATA"), folder);
 
-    ProgramRun run;
+    RunByUser run;
     QProcess process;
     process.setProcessEnvironment(environment);
     process.start(program, arguments);

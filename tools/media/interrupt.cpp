@@ -1,4 +1,4 @@
-#include "tools/media/stop_request.h"
+#include "tools/media/interrupt.h"
 
 #include <csignal>
 
@@ -15,13 +15,13 @@ extern "C" void requestStop(int signal)
 
 } // namespace
 
-void catchStopRequests()
+void catchInterrupts()
 {
     std::signal(SIGINT, requestStop);
     std::signal(SIGTERM, requestStop);
 }
 
-std::atomic<bool>& stopRequested()
+std::atomic<bool>& interrupted()
 {
     return g_requested;
 }

@@ -1,4 +1,4 @@
-#include "devices/one_write.h"
+#include "runtime/one_write.h"
 
 #include <QJsonDocument>
 

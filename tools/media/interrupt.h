@@ -1,10 +1,10 @@
-// stop_request.h: Ctrl+C as a flag.
+// interrupt.h: Ctrl+C as a flag.
 #pragma once
 
 #include <atomic>
 
 /// From here on, Ctrl+C and a request to terminate only set the flag; a second one ends the program at once.
-void catchStopRequests();
+void catchInterrupts();
 
 /// True once the user has asked the program to stop.
-std::atomic<bool>& stopRequested();
+std::atomic<bool>& interrupted();

@@ -1,4 +1,4 @@
-// program_run.h: a window program from its start to its end, with someone who answers its boxes.
+// started_program.h: a window program from its start to its end, with someone who answers its boxes.
 #pragma once
 
 #include <QByteArray>
@@ -23,7 +23,7 @@ constexpr const char* kUserFolderVariable = "PLUGBOARD_USER_FOLDER";
 constexpr const char* kSeenFile = "seen.txt";
 constexpr const char* kSeenPicture = "seen-%1.png"; ///< numbered from 1, one for each line of kSeenFile
 
-struct ProgramRun
+struct RunByUser
 {
     int exitCode = 0; ///< as a shell shows it, 0 to 255 on every system; -1 when the program did not end
     QStringList seen; ///< "TITLE: TEXT" of each box, "window TITLE" of the main window
@@ -33,5 +33,5 @@ struct ProgramRun
 /// whatever names no button of the box closes it. The main window is closed as soon as it is there. What was seen, with
 /// pictures, is left in `folder`, which holds the program's settings and logs too. The plug-in that does it lies in
 /// plugins/generic beside the running program.
-ProgramRun runWithUser(const QString& program, const QStringList& arguments, const QStringList& answers,
-                       const QString& folder);
+RunByUser runWithUser(const QString& program, const QStringList& arguments, const QStringList& answers,
+                      const QString& folder);

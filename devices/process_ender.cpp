@@ -1,4 +1,4 @@
-#include "app/process_ender.h"
+#include "devices/process_ender.h"
 
 #include <QProcess>
 

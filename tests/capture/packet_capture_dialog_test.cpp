@@ -1,13 +1,13 @@
 #include "app/packet_capture.h"
 #include "capture/view/capture_dialog.h"
-#include "tests/capture/capture_server.h"
+#include "tests/capture/scripted_capture_server.h"
 #include "tests/support/scripted_prompter.h"
 #include "tests/support/suite_registry.h"
 
 using tests::CaptureServer;
 
 /// What the main window's capture entry does in a build with CAPTURE_WINDOW.
-class PacketCaptureWindowTest : public QObject
+class PacketCaptureDialogTest : public QObject
 {
     Q_OBJECT
 
@@ -16,7 +16,7 @@ private slots:
     void refusesWhatIsNoProcessId();
 };
 
-void PacketCaptureWindowTest::opensOneWindowForEachProcess()
+void PacketCaptureDialogTest::opensOneWindowForEachProcess()
 {
     const CaptureServer server;
     ScriptedPrompter prompter;
@@ -40,7 +40,7 @@ void PacketCaptureWindowTest::opensOneWindowForEachProcess()
     QCOMPARE(prompter.verify(), QString());
 }
 
-void PacketCaptureWindowTest::refusesWhatIsNoProcessId()
+void PacketCaptureDialogTest::refusesWhatIsNoProcessId()
 {
     QWidget window;
     for (const char* processId : {"12 monkeys", "", "-4"}) {
@@ -52,5 +52,5 @@ void PacketCaptureWindowTest::refusesWhatIsNoProcessId()
     }
 }
 
-PLUGBOARD_SUITE(PacketCaptureWindowTest)
-#include "packet_capture_window_test.moc"
+PLUGBOARD_SUITE(PacketCaptureDialogTest)
+#include "packet_capture_dialog_test.moc"

@@ -1,4 +1,4 @@
-#include "devices/one_write.h"
+#include "runtime/one_write.h"
 #include "tests/support/suite_registry.h"
 
 #include <QtTest>

@@ -14,7 +14,7 @@ class OneWriteReader;
 
 /// GUI thread only; connecting and disconnecting block as their comments say. A message is one JSON object in one
 /// write, without length or end mark: what does not arrive as exactly one object in one read is dropped. A larger write
-/// comes in pieces, which devices/one_write.h joins.
+/// comes in pieces, which runtime/one_write.h joins.
 class Fido2Client : public QObject
 {
     Q_OBJECT

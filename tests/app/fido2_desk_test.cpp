@@ -39,7 +39,6 @@ private slots:
     void aDeviceMayVanishWhileItsDialogIsOpen();
     void requestsOfAnEndedProcessAreForgotten();
     void anUnknownSenderIsAnsweredByNoOne();
-    void registersWithARealDevice();
 
 private:
     MainWindowServices services() const;
@@ -415,64 +414,6 @@ void Fido2DeskTest::anUnknownSenderIsAnsweredByNoOne()
                                       Q_ARG(QString, QStringLiteral("reset")),
                                       Q_ARG(QJsonObject, (QJsonObject{{QStringLiteral("rpId"), 1}}))));
     QTRY_VERIFY(answered);
-}
-
-void Fido2DeskTest::registersWithARealDevice()
-{
-    const QString folder = QCoreApplication::applicationDirPath();
-    const QString serial = QStringLiteral("TEST-%1").arg(QCoreApplication::applicationPid());
-    MainWindow window(nullptr, m_prompter);
-    const auto keyRow = [&] {
-        for (int row = 0; row < window.deviceTable().rowCount(); ++row) {
-            if (window.deviceTable().cellTexts(row).at(0) == serial)
-                return row;
-        }
-        return -1;
-    };
-    whenOpens(QStringLiteral("FIDO2 Device Configuration"), [&](QDialog& dialog) {
-        dialog.findChild<QLineEdit*>(QStringLiteral("serialNumber"))->setText(serial);
-        dialog.findChild<QLineEdit*>(QStringLiteral("deviceName"))->setText(serial);
-        click(dialog, "create");
-    });
-    window.onCreateFido2();
-    m_prompter = ScriptedPrompter(); // the box of "Create" is tested elsewhere
-    QVERIFY(keyRow() >= 0);
-    const qint64 processId = window.deviceTable().identityAt(keyRow())->processId.toLongLong();
-
-    auto* channels = window.findChild<Fido2Channels*>();
-    QTRY_VERIFY_WITH_TIMEOUT(channels->clientOf(processId) && channels->clientOf(processId)->isConnected(), 30000);
-    whenOpens(kConfirmation, [](QDialog& dialog) {
-        dialog.findChild<QLineEdit*>(QStringLiteral("description"))->setText(QStringLiteral("mine"));
-        click(dialog, "confirm");
-    });
-    QProcess request;
-    request.start(folder + QStringLiteral("/usb-daemon.exe"),
-                  {QStringLiteral("--request"), QString::number(processId), QStringLiteral("make_credential"),
-                   QStringLiteral("--rp"), QStringLiteral("shop.example"), QStringLiteral("--user"),
-                   QStringLiteral("ann")});
-    QTRY_COMPARE_WITH_TIMEOUT(request.state(), QProcess::NotRunning, 30000);
-    const QByteArray printed = request.readAllStandardOutput();
-    QVERIFY2(printed.contains("\"confirmed\":true"), printed + request.readAllStandardError());
-
-    QFile file(folder + QStringLiteral("/fido2/%1_credentials.json").arg(serial));
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const QJsonArray credentials =
-        QJsonDocument::fromJson(file.readAll()).object().value(QStringLiteral("credentials")).toArray();
-    QCOMPARE(credentials.size(), 1);
-    QCOMPARE(credentials.at(0).toObject().value(QStringLiteral("description")), QJsonValue(QStringLiteral("mine")));
-    QVERIFY(QFile::exists(credentials.at(0).toObject().value(QStringLiteral("privateKeyFile")).toString()));
-
-    m_prompter.expectQuestion(
-        QStringLiteral("Confirm Deletion"),
-        QStringLiteral("Are you sure you want to delete device \"%1\"?\nThis will terminate process ID: %2")
-            .arg(serial, QString::number(processId)),
-        true);
-    m_prompter.expectInformation(QStringLiteral("Success"),
-                                 QStringLiteral("Device \"%1\" has been successfully deleted").arg(serial));
-    window.onTableItemDoubleClicked(window.deviceTable().item(keyRow(), 0));
-    QCOMPARE(m_prompter.verify(), QString());
-    QVERIFY(!channels->clientOf(processId));
-    QDir(folder + QStringLiteral("/fido2")).removeRecursively();
 }
 
 PLUGBOARD_SUITE(Fido2DeskTest)

@@ -1,7 +1,6 @@
 // The main window by its controls: keys, menus, buttons, title bar and edges.
 #include "app/device_type_bar.h"
 #include "app/title_bar.h"
-#include "app/window_body.h"
 #include "app/window_place.h"
 #include "tests/app/main_window_fixture.h"
 #include "tests/support/suite_registry.h"
@@ -10,7 +9,6 @@
 #include <QClipboard>
 #include <QLabel>
 #include <QMenu>
-#include <QPainter>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QtTest>
@@ -29,7 +27,6 @@ private slots:
     void draggingStartsInTheTitleBarOnly();
     void sideMarginsMakeItWider();
     void placeIsRemembered();
-    void bodyHasAShadowAndRoundCorners();
 };
 
 void MainWindowControlsTest::keyboardTakesTheSamePathsAsTheMouse()
@@ -233,19 +230,6 @@ void MainWindowControlsTest::placeIsRemembered()
     QCOMPARE(next.size(), QSize(720, 500));
     restorePlace(next);
     QCOMPARE(next.geometry(), QRect(30, 40, 760, 500));
-}
-
-void MainWindowControlsTest::bodyHasAShadowAndRoundCorners()
-{
-    QImage image(120, 100, QImage::Format_ARGB32);
-    image.fill(Qt::transparent);
-    QPainter painter(&image);
-    paintWindowBody(painter, image.rect());
-    const auto alpha = [&image](int x, int y) { return image.pixelColor(x, y).alpha(); };
-    QCOMPARE(alpha(0, 50), 0);
-    QVERIFY(alpha(1, 50) > 0 && alpha(1, 50) < alpha(3, 50) && alpha(3, 50) < alpha(6, 50));
-    QVERIFY(alpha(8, 8) < 120);
-    QCOMPARE(image.pixelColor(60, 50), QColor(230, 233, 240, 255));
 }
 
 PLUGBOARD_SUITE(MainWindowControlsTest)

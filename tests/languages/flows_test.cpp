@@ -1,17 +1,10 @@
-#include "app/device_rows.h"
-#include "app/device_settings.h"
 #include "app/device_table.h"
 #include "app/main_window.h"
 #include "app/script_commands.h"
-#include "capture/decode/packet_columns.h"
 #include "devices/device_record_manager.h"
 #include "devices/device_type.h"
 #include "dialogs/camera_setting_dialog.h"
-#include "dialogs/microphone_setting_dialog.h"
-#include "fido2/dialogs/credential_edit_dialog.h"
 #include "fido2/dialogs/device_detail_dialog.h"
-#include "fido2/dialogs/fido2_setting_dialog.h"
-#include "fido2/dialogs/fido2_user_confirmation_dialog.h"
 #include "runtime/language.h"
 #include "tests/support/kill_tool.h"
 #include "tests/support/suite_registry.h"
@@ -20,9 +13,7 @@
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QDir>
-#include <QJsonDocument>
 #include <QLineEdit>
-#include <QListWidget>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -97,15 +88,6 @@ Fido2Environment keyEnvironment(const QTemporaryDir& folder)
     return {folder.path(), [] { return QDateTime(QDate(2025, 1, 5), QTime(14, 30)); }};
 }
 
-/// A file's content, with the test's folder replaced, which is another one each time.
-QString contentOf(const QString& path, const QTemporaryDir& folder)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly)
-               ? QString::fromUtf8(file.readAll()).replace(folder.path(), QStringLiteral("~"))
-               : QStringLiteral("no file");
-}
-
 QString linesOf(const QStringList& parameters, const Agreeing& prompter)
 {
     return parameters.join(QLatin1Char('|')) + QLatin1String(prompter.kinds);
@@ -121,54 +103,6 @@ QString cameraFromFile()
     part<QComboBox>(dialog, "uvcVersion").setCurrentIndex(1);
     pressOk(dialog);
     return linesOf(dialog.settings().parameterList(), prompter);
-}
-
-QString microphoneFromFile()
-{
-    Agreeing prompter;
-    MicrophoneSettingDialog dialog(nullptr, prompter, odd);
-    part<QComboBox>(dialog, "uacVersion").setCurrentIndex(1);
-    pressOk(dialog);
-    return linesOf(dialog.settings().parameterList(), prompter);
-}
-
-void fillCredential(const QWidget& editor)
-{
-    for (const char* field : {"id", "rpId", "userName", "userId"})
-        part(editor, field).setText(QStringLiteral("value of ") + QLatin1String(field));
-    click(editor, "save");
-}
-
-QString key()
-{
-    const QTemporaryDir folder;
-    Agreeing prompter;
-    Fido2SettingDialog dialog(nullptr, keyEnvironment(folder), prompter);
-    part(dialog, "serialNumber").setText(QStringLiteral("KEY-1"));
-    part<QComboBox>(dialog, "usbVersion").setCurrentIndex(1);
-    QTimer::singleShot(0, qApp, [] { fillCredential(*QApplication::activeModalWidget()); });
-    click(dialog, "add");
-    click(dialog, "save");
-    click(dialog, "create");
-    return linesOf(dialog.parameters().parameterList(), prompter).replace(folder.path(), QStringLiteral("~")) +
-           contentOf(dialog.credentialsFilePath(), folder);
-}
-
-QString signIn()
-{
-    const QTemporaryDir folder;
-    const char* data = R"({"isPasswordlessLogin":true,"availableCredentials":[{"id":"1"},{"id":"2"}]})";
-    Fido2UserConfirmationDialog dialog(QStringLiteral("get_assertion"), QJsonDocument::fromJson(data).object(), nullptr,
-                                       keyEnvironment(folder));
-    QString answer;
-    QObject::connect(&dialog, &Fido2UserConfirmationDialog::userConfirmed, &dialog,
-                     [&answer](bool confirmed, const QJsonObject& result) {
-                         answer = QString::number(confirmed) +
-                                  QString::fromUtf8(QJsonDocument(result).toJson(QJsonDocument::Compact));
-                     });
-    dialog.findChild<QListWidget*>()->setCurrentRow(1);
-    click(dialog, "confirm");
-    return answer;
 }
 
 void saveRecords(const QString& folder)
@@ -235,14 +169,6 @@ QString scripts()
     return lines.join(QLatin1Char('\n')) + members.join(QLatin1Char('\n')) + deleteDevice(records, 7).error;
 }
 
-QString capture()
-{
-    UsbIPPacketInfo packet;
-    packet.transferType = BulkTransfer;
-    packet.data = "data";
-    return packetRowText(packet);
-}
-
 using Flow = QString (*)();
 
 } // namespace
@@ -257,12 +183,8 @@ void FlowsTest::whatComesOutDoesNotDependOnTheLanguage_data()
         QTest::newRow(name) << flow << QString::fromLatin1(outcome);
     };
     row("camera", cameraFromFile, "/clips/a.mp4|27|-1|1366|768|30|0x0150|0|END");
-    row("microphone", microphoneFromFile, "|1|2.0|0|test_audio.wav|2|48000|1|ENDq");
-    row("security key", key, "|1|KEY-1|");
-    row("sign-in without user name", signIn, "\"selectedCredentialIndex\":1");
     row("main window", mainWindow, "Device 2|102||||FIDO2");
     row("scripts", scripts, "\"label\": \"Camera\"");
-    row("packet", capture, "BLK");
 }
 
 void FlowsTest::whatComesOutDoesNotDependOnTheLanguage()

@@ -76,13 +76,12 @@ void DeviceHost::command(const QByteArray& block, std::uint32_t length)
     }
 }
 
-void DeviceHost::ask(std::uint32_t length, std::uint32_t interval)
+void DeviceHost::ask(std::uint32_t length)
 {
     usbip::Submit in;
     in.endpoint = 1;
     in.in = true;
     in.length = length;
-    in.interval = interval;
     m_host.submit(in);
 }
 

@@ -16,23 +16,9 @@ public:
     /// Reads the first sectors of a disk, one command each, after one that takes what the disk has to tell first.
     void readDisk(int commands);
 
-    /// Takes the reports of a keyboard while it types: `type` has it press that many keys.
-    template<typename Type>
-    void takeReports(int keys, Type type)
-    {
-        for (int report = 0; report < 2 * keys; ++report)
-            ask(kReportSize, kInterval);
-        type();
-        for (int report = 0; report < 2 * keys; ++report)
-            answer();
-    }
-
 private:
-    static constexpr std::uint32_t kReportSize = 8;
-    static constexpr std::uint32_t kInterval = 4; // of an interrupt endpoint; others have none
-
     void command(const QByteArray& block, std::uint32_t length);
-    void ask(std::uint32_t length, std::uint32_t interval = 0);
+    void ask(std::uint32_t length);
     usbip::SubmitReply answer();
 
     tests::UsbIpHost m_host;

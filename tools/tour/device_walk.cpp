@@ -3,7 +3,6 @@
 #include "app/main_window.h"
 #include "app/script_commands.h"
 #include "devices/device_record_manager.h"
-#include "devices/process_ender.h"
 #include "tools/tour/tour.h"
 #include "tools/tour/walks.h"
 
@@ -32,8 +31,6 @@ private:
     void startAgain();
     void openContextMenu();
     void deleteWithDoubleClick();
-    void killBehindItsBack();
-    void refreshByKey();
     void endAllDevices();
 
     QStringList namesInTable() const;
@@ -80,16 +77,6 @@ void DeviceWalk::run()
         deleteWithDoubleClick();
         m_tour.picture(*m_window);
         return QStringLiteral("the keyboard's process and row are gone, ten rows remain");
-    });
-    m_tour.step(QStringLiteral("killed-behind-its-back"), [this] {
-        killBehindItsBack();
-        m_tour.picture(*m_window);
-        return QStringLiteral("the speaker's row is dimmed, and the status line counts it");
-    });
-    m_tour.step(QStringLiteral("refresh-after-it"), [this] {
-        refreshByKey();
-        m_tour.picture(*m_window);
-        return QStringLiteral("a refresh drops the speaker and its record");
     });
     m_tour.step(QStringLiteral("end-devices"), [this] {
         endAllDevices();
@@ -199,24 +186,6 @@ void DeviceWalk::deleteWithDoubleClick()
     Tour::waitUntil([&] { return !m_records.isProcessRunning(processId.toLongLong()); }, QStringLiteral("its end"));
     Tour::require(rowOf(QStringLiteral("Keyboard Device")) < 0, QStringLiteral("the row is still there"));
     Tour::require(table().rowCount() == 10, QStringLiteral("not ten rows"));
-}
-
-void DeviceWalk::killBehindItsBack()
-{
-    const int row = rowOf(QStringLiteral("Speaker Device"));
-    Tour::require(row >= 0, QStringLiteral("the speaker has no row"));
-    const qint64 processId = table().cellTexts(row)[DeviceTable::kPidColumn].toLongLong();
-    Tour::require(endProcess(killCommand(processId)).exitCode == 0, QStringLiteral("it could not be killed"));
-    Tour::waitUntil([&] { return table().isEnded(row); }, QStringLiteral("its end"));
-}
-
-void DeviceWalk::refreshByKey()
-{
-    activateWindow();
-    QTest::keyClick(m_window.get(), Qt::Key_F5);
-    Tour::require(rowOf(QStringLiteral("Speaker Device")) < 0, QStringLiteral("the row is still there"));
-    const QStringList left = m_records.listRecords().filter(QStringLiteral("Speaker"));
-    Tour::require(left.isEmpty(), QStringLiteral("its record is still there"));
 }
 
 void DeviceWalk::endAllDevices()

@@ -1,5 +1,4 @@
-// media_walk.cpp: the tour's walk through playing a source: a session with the command server, in this program and in
-// plugboard-media.
+// media_walk.cpp: the tour's walk through playing a source: in a window, and in plugboard-media by its command server.
 #include "tools/media/picture_window.h"
 #include "tools/tour/tour.h"
 #include "tools/tour/walks.h"
@@ -37,12 +36,6 @@ QRect litArea(const QImage& image)
             area |= QRect(first, row, last - first + 1, 1);
     }
     return area;
-}
-
-/// What of an area of the target litArea() can see.
-QRect visible(const QRect& area)
-{
-    return area & QRect(0, kBelowOverlay, kWidth, kHeight - kBelowOverlay);
 }
 
 QString words(const QRect& area)
@@ -86,54 +79,21 @@ private:
     QByteArray m_received;
 };
 
-/// One command of the session, and where the picture is then.
-struct Command
-{
-    const char* step;
-    const char* line;
-    const char* reply;
-    QRect area;
-};
-
-const Command kCommands[] = {
-    {"mode-stretch", "imgm,0", "OK: Scale mode set to STRETCH", {0, 0, kWidth, kHeight}},
-    {"mode-padding", "imgm,padding", "OK: Scale mode set to PADDING", {0, 0, 320, 180}},
-    {"position-x", "imgx,200", "OK: Image X position set to 200", {200, 0, 320, 180}},
-    {"position-y", "imgy,150", "OK: Image Y position set to 150", {200, 150, 320, 180}},
-    {"move-x", "ImgMX , -100", "OK: Image X position moved by -100 to 100", {100, 150, 320, 180}},
-    {"move-y", "imgmy,50", "OK: Image Y position moved by 50 to 200", {100, 200, 320, 180}},
-    {"move-repeated", "", "OK: Image Y position moved by 50 to 250", {100, 250, 320, 180}},
-    {"width-scale",
-     "imgws,1.504",
-     "OK: Image width scale set to 1.504 (adjusted from 481 to 482 pixels for alignment)",
-     {100, 250, 482, 180}},
-    {"height-scale", "imghs,1.5", "OK: Image height scale set to 1.5", {100, 250, 482, 270}},
-    {"mode-aspect-fit", "imgm,aspect_fit", "OK: Scale mode set to ASPECT_FIT", {100, 280, 1444, 810}},
-};
-
 class MediaWalk
 {
 public:
-    explicit MediaWalk(Tour& tour)
-        : m_tour(tour)
-        , m_server(QStringLiteral("PlugboardTour_%1").arg(QCoreApplication::applicationPid()))
-    {}
+    explicit MediaWalk(Tour& tour) : m_tour(tour) {}
 
     void run();
 
 private:
     void play();
-    void connectClient();
-    QString command(const Command& command);
     QString programWithServer();
     QString clip(const char* name) const;
-    void waitForArea(const QRect& area);
 
     Tour& m_tour;
-    const QString m_server;
     QTemporaryDir m_folder;
     std::unique_ptr<PictureWindow> m_window;
-    std::unique_ptr<Client> m_client;
 };
 
 void MediaWalk::run()
@@ -143,14 +103,6 @@ void MediaWalk::run()
         play();
         return m_window->windowTitle();
     });
-    m_tour.step(QStringLiteral("media-client"), [this] {
-        connectClient();
-        return QStringLiteral("greeted; what is sent comes back until it is told not to");
-    });
-    for (const Command& one : kCommands) {
-        m_tour.step(QStringLiteral("media-") + QString::fromLatin1(one.step), [&] { return command(one); });
-    }
-    m_client.reset();
     m_window.reset();
     m_tour.step(QStringLiteral("media-program"), [this] { return programWithServer(); });
 }
@@ -164,39 +116,18 @@ void MediaWalk::play()
     settings.height = kHeight;
     settings.frameRate = kPlayingRate;
     settings.overflow = AVMediaSink::Overflow::Block;
-    settings.scaling.serverName = m_server;
     settings.scaling.appliesPlacement = true;
     m_window = std::make_unique<PictureWindow>(settings);
     m_window->show();
-    waitForArea({0, 30, kWidth, 540});
+    const QRect played = QRect(0, 30, kWidth, 540) & QRect(0, kBelowOverlay, kWidth, kHeight - kBelowOverlay);
+    Tour::waitUntil([&] { return litArea(m_window->picture()) == played; }, QStringLiteral("the picture"));
     m_tour.picture(*m_window);
 }
 
-void MediaWalk::connectClient()
-{
-    m_client = std::make_unique<Client>(m_server);
-    m_client->receive(QStringLiteral("OK: Command server ready"));
-    m_client->send(QStringLiteral("Echo,off"));
-    m_client->receive(QStringLiteral("Echo,off\r\nOK: Echo disabled"));
-}
-
-QString MediaWalk::command(const Command& command)
-{
-    const QString line = QString::fromLatin1(command.line);
-    const QString reply = QString::fromLatin1(command.reply);
-    Tour::require(m_window && m_client, QStringLiteral("nothing plays"));
-    const QRect before = litArea(m_window->picture());
-    m_client->send(line);
-    m_client->receive(reply);
-    waitForArea(command.area);
-    m_tour.picture(*m_window);
-    return QStringLiteral("\"%1\": %2; from %3 to %4").arg(line, reply, words(before), words(visible(command.area)));
-}
-
-/// The program itself, moved from this one; its last picture shows it.
+/// The picture is placed by commands from this process; the last one shows it.
 QString MediaWalk::programWithServer()
 {
-    const QString server = m_server + QStringLiteral("_program");
+    const QString server = QStringLiteral("PlugboardTour_%1").arg(QCoreApplication::applicationPid());
     const QString snapshot = m_folder.filePath(QStringLiteral("snapshot.png"));
     QProcess program;
     program.setProcessChannelMode(QProcess::MergedChannels);
@@ -232,12 +163,6 @@ QString MediaWalk::clip(const char* name) const
     if (!QFile::exists(path))
         Tour::require(QFile::copy(QStringLiteral(":/clips/") + QString::fromLatin1(name), path), path);
     return path;
-}
-
-void MediaWalk::waitForArea(const QRect& area)
-{
-    Tour::waitUntil([&] { return litArea(m_window->picture()) == visible(area); },
-                    QStringLiteral("the picture at ") + words(visible(area)));
 }
 
 } // namespace

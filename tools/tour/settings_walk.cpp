@@ -1,4 +1,4 @@
-// settings_walk.cpp: the tour's walk through the settings of cameras and microphones, from files and from streams.
+// settings_walk.cpp: the tour's walk through the settings of cameras and microphones.
 #include "app/device_table.h"
 #include "app/main_window.h"
 #include "app/script_commands.h"
@@ -25,10 +25,8 @@ public:
 private:
     void cameraFromFile();
     void cameraFromStream();
-    void cameraOutOfReach();
     void testWhileItRuns();
     void microphoneFromFile();
-    void microphoneFromStream();
     void create(const char* slot, const QString& step, const std::function<QString(QWidget&)>& fill);
     QString created(const QString& name, const QString& parameters);
     void answerTest(const QString& step, const QString& text);
@@ -52,11 +50,6 @@ void SettingsWalk::run()
                        QStringLiteral("1|0x1234|0x5678|Film|0|%1|27|-1|1366|768|30|0x0150|0|END")
                            .arg(m_clips.path("bars_1366x768.mkv")));
     });
-    m_tour.step(QStringLiteral("camera-out-of-reach"), [this] {
-        cameraOutOfReach();
-        Tour::require(m_records.restoreDevices().size() == 1, QStringLiteral("a camera was created"));
-        return QStringLiteral("a camera that cannot be reached is not created");
-    });
     m_tour.step(QStringLiteral("camera-testing"), [this] {
         testWhileItRuns();
         return QStringLiteral("the button says so while the source is opened");
@@ -69,12 +62,6 @@ void SettingsWalk::run()
         microphoneFromFile();
         return created(QStringLiteral("Tape"),
                        QStringLiteral("3|1d6b|0002|Tape|1|2.0|1|%1|2|48000|1|END").arg(m_clips.path("tone.opus")));
-    });
-    m_tour.step(QStringLiteral("microphone-from-stream"), [this] {
-        microphoneFromStream();
-        Tour::require(m_records.restoreDevices().size() == 4, QStringLiteral("not four devices run"));
-        m_tour.picture(m_window);
-        return QStringLiteral("four devices run");
     });
     m_tour.step(QStringLiteral("end-cameras-and-microphones"), [this] {
         endAllDevices();
@@ -103,22 +90,6 @@ void SettingsWalk::cameraFromFile()
         });
         pressOk(dialog);
         return QStringLiteral("accepted");
-    });
-}
-
-void SettingsWalk::cameraOutOfReach()
-{
-    create("onCreateCamera", QStringLiteral("camera-settings-unreachable"), [this](QWidget& dialog) {
-        click(dialog, "ipCamera");
-        type(dialog, "port", QStringLiteral("9"));
-        m_tour.picture(dialog);
-        m_tour.answerBox(QStringLiteral("camera-not-reached"), QStringLiteral("Error"),
-                         QStringLiteral("Failed to connect to IP Camera!\nPlease check IP address, port and network "
-                                        "connection.\n"),
-                         QMessageBox::Ok);
-        pressOk(dialog);
-        Tour::require(!dialog.isVisible(), QStringLiteral("the dialog is still open"));
-        return QStringLiteral("rejected");
     });
 }
 
@@ -175,24 +146,6 @@ void SettingsWalk::microphoneFromFile()
         pressOk(dialog);
         return QStringLiteral("accepted");
     });
-}
-
-void SettingsWalk::microphoneFromStream()
-{
-    const LoopbackServer server = m_clips.serve("audio/ogg", "tone.opus");
-    const QUrl url(server.url("http", "/audio.aac"));
-    create("onCreateMicrophone", QStringLiteral("microphone-settings-network"), [&](QWidget& dialog) {
-        click(dialog, "ipCam");
-        type(dialog, "port", QString::number(url.port()));
-        type(dialog, "deviceName", QStringLiteral("Radio"));
-        answerTest(QStringLiteral("microphone-test"),
-                   QStringLiteral("IP Audio Stream connection successful!\nIP: 127.0.0.1 Port: %1").arg(url.port()));
-        click(dialog, "testNetwork");
-        m_tour.picture(dialog);
-        pressOk(dialog);
-        return QStringLiteral("accepted");
-    });
-    created(QStringLiteral("Radio"), QStringLiteral("3|1d6b|0002|Radio|0|1.0|0|%1|2|48000|1|END").arg(url.toString()));
 }
 
 void SettingsWalk::create(const char* slot, const QString& step, const std::function<QString(QWidget&)>& fill)

@@ -9,14 +9,14 @@ void walkFirstStart(Tour& tour);
 /// Creating, restoring, deleting and refreshing devices.
 void walkDevices(Tour& tour);
 
-/// A security key from its settings to its deletion: sign-in, registration, denial, PIN, clearing.
+/// A security key from its settings to its clearing: sign-in, registration, PIN.
 void walkSecurityKey(Tour& tour);
 
 /// Cameras and microphones from files and streams, through their dialogs.
 void walkSettings(Tour& tour);
 
-/// Playing a source, moving its picture by commands, writing its sound and its pictures into files.
+/// Playing a source, placing its picture by commands.
 void walkMedia(Tour& tour);
 
-/// Packet capture of real device processes: live traffic, filter, details, configuration, files, loss and return.
+/// Packet capture of a device process: live traffic, filter, details, configuration, files.
 void walkPacketCapture(Tour& tour);

@@ -32,7 +32,7 @@ bool ensureBusDriver(driver::BusDriverSetup& setup, const ElevatedDriver& elevat
         return true;
     }
     qCInfo(driverLog) << "The bus driver is not installed";
-    // Taken before the question: whoever changes the package while the user reads changes nothing that is installed.
+    // Taken before the question, so that a change to the package while the user reads is not installed.
     const std::wstring hash = driver::HeldPackage(setup.infPath()).hash();
     if (!prompter.question(
             nullptr, BusDriverCheck::tr("Error"),

@@ -8,7 +8,7 @@
 #include <map>
 #include <vector>
 
-/// Looks at the records and processes whenever it is asked; whoever asks seldom sees only what is left of changes.
+/// Looks at the records and processes whenever it is asked. Changes that cancel out between two looks are not seen.
 class DeviceEvents
 {
 public:

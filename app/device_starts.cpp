@@ -42,7 +42,7 @@ bool isConfigured(const DeviceRecord& record)
     return record.host[QStringLiteral("configured")].toBool();
 }
 
-/// How the nodes begin of which the drivers of such a device make one at the least.
+/// Beginning of a node's name: the drivers of this type make at least one such node.
 QString nodeOf(DeviceType type)
 {
     switch (type) {

@@ -67,5 +67,5 @@ private:
 
     const DeviceLauncher& m_launcher;
     const DeviceRecordManager& m_records;
-    std::vector<std::shared_ptr<Started>> m_started; ///< shared with whoever tells of their ends
+    std::vector<std::shared_ptr<Started>> m_started; ///< shared with the callbacks that report their ends
 };

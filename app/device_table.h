@@ -20,8 +20,8 @@ public:
 
     explicit DeviceTable(QWidget* parent = nullptr);
 
-    /// Fills the first row whose first cell is missing or empty, else a new one, and gives back which. Texts beyond the
-    /// columns are dropped, and so is what a text has beyond 1,000 letters; each cell has its text as tool tip; the
+    /// Fills the first row whose first cell is missing or empty, else a new one, and returns its number. Texts beyond
+    /// the columns are dropped, and so is what a text has beyond 1,000 letters; each cell has its text as tool tip; the
     /// icon, if any, goes into the first cell. The type is shown by its caption in the window's language (see
     /// deviceTypeCaption()), and no text shows characters that would change how its row reads (see shownText()).
     int addDevice(const QStringList& cells, const QIcon& icon = {});
@@ -73,7 +73,7 @@ protected:
     /// Shows tool tips letter by letter: a device's name may look like markup.
     bool viewportEvent(QEvent* event) override;
 
-    /// Who goes from cell to cell by keyboard sees the tool tip of each whose text is cut, as the pointer would.
+    /// Shows the tool tip of a cell whose text is cut when the keyboard reaches the cell, too.
     void keyPressEvent(QKeyEvent* event) override;
 
 private:

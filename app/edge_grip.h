@@ -1,4 +1,4 @@
-// edge_grip.h: the side margin of a window without a frame of the system's, by which it can be made wider.
+// edge_grip.h: the side margin of a window without the system's frame; dragging it makes the window wider.
 #pragma once
 
 #include <QRect>

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// The file's own values, as far as they are there. False when it cannot be read.
+/// Takes the values that the file has. False when it cannot be read.
 bool readCredentials(Fido2Parameters& key, const QString& value)
 {
     key.credentialsPath = sourceFromScript(value);

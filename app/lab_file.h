@@ -15,7 +15,7 @@ struct LabReading
     QString error; ///< empty when there are devices
 };
 
-/// Reads the JSON of a lab (see the guide). `folder` is that of its file, from which relative sources count.
+/// Reads the JSON of a lab (see the guide). Relative sources count from `folder`, where its file lies.
 LabReading parseLab(const QByteArray& json, const QString& folder);
 
 /// The same of a file; the error begins with its path.

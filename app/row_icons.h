@@ -1,4 +1,4 @@
-// row_icons.h: the icons of table rows and menu entries, each read once, however many show it.
+// row_icons.h: the icons of table rows and menu entries, each read once and shared.
 #pragma once
 
 #include <QHash>

@@ -2,7 +2,7 @@
 
 namespace {
 
-/// Backslashes are taken as they are, but for those in front of a quotation mark, of which every two count as one.
+/// Backslashes stand for themselves, except in front of a quotation mark: there every two count as one.
 std::wstring quoted(const std::wstring& argument)
 {
     if (!argument.empty() && argument.find_first_of(L" \t\n\v\"") == std::wstring::npos)

@@ -1,4 +1,4 @@
-// camera_limits.h: which pictures a USB bus carries how often, for all who make cameras and the one that is a camera.
+// camera_limits.h: which pictures a USB bus carries how often, for dialogs, scripts and the camera itself.
 #pragma once
 
 #include <QString>

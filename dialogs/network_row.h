@@ -17,7 +17,7 @@ class NetworkRow : public QWidget
 public:
     explicit NetworkRow(QWidget* parent = nullptr);
 
-    /// The texts as they were typed; a port that a program set is not checked.
+    /// The texts as typed; a port that a program set is not checked.
     NetworkSource source() const;
 
     void setSource(const NetworkSource& source);

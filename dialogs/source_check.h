@@ -6,7 +6,7 @@
 #include <chrono>
 #include <functional>
 
-/// Looks at a path or URL and blocks meanwhile. Dialogs take one as a constructor argument.
+/// Looks at a path or URL, and blocks until it knows. Dialogs take one as a constructor argument.
 using SourceCheck = std::function<SourceProbeResult(const QString& source, SourceProbe::Kind kind)>;
 
 /// How a check asks its probe.

@@ -97,7 +97,7 @@ void writeNote(const char* what, DWORD code, const CONTEXT& context)
 LONG WINAPI onException(EXCEPTION_POINTERS* exception)
 {
     writeNote("exception", exception->ExceptionRecord->ExceptionCode, *exception->ContextRecord);
-    // Whoever started the program such that the system shows no box for a crash gets none.
+    // A parent may have asked for no box at a crash; then there is none.
     return ::GetErrorMode() & SEM_NOGPFAULTERRORBOX ? EXCEPTION_EXECUTE_HANDLER : EXCEPTION_CONTINUE_SEARCH;
 }
 

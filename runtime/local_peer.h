@@ -1,4 +1,4 @@
-// local_peer.h: who is at the other end of a local socket, and whose its name is.
+// local_peer.h: which process is at the other end of a local socket, and which user owns the socket's name.
 #pragma once
 
 #include <QString>

@@ -22,7 +22,7 @@ QString userText(uid_t user)
     return QStringLiteral("the user with the number %1").arg(user);
 }
 
-/// Who connected, or who listened when the connection was made.
+/// The process that connected, or that listened when the connection was made.
 LocalPeer peerOf(qintptr socketDescriptor)
 {
     ucred peer{};

@@ -38,7 +38,7 @@ PSID userOf(const std::vector<char>& information)
     return information.empty() ? nullptr : reinterpret_cast<const TOKEN_USER*>(information.data())->User.Sid;
 }
 
-/// Whether the token is the system's own or that of an administrator who is elevated now.
+/// Whether the token belongs to the system, or to an administrator who is elevated now.
 bool isAdministrator(const Handle& token, PSID user)
 {
     if (IsWellKnownSid(user, WinLocalSystemSid))

@@ -1,4 +1,4 @@
-// process_user_win.h: the user whose process it is, on Windows.
+// process_user_win.h: the user who runs a process, on Windows.
 #pragma once
 
 #include "runtime/local_peer.h"

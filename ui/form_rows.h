@@ -21,7 +21,7 @@ Widget* named(const char* name, Widget* widget)
 /// Adds a row; the label names `field` to assistive tools. It is returned for rows that come and go.
 QLabel* addFormRow(QFormLayout* form, const QString& text, QWidget* field);
 
-/// The same for several widgets side by side, of which the first gets the label and `stretched` the width.
+/// The same for several widgets side by side: the first gets the label, `stretched` gets the width.
 QLabel* addFormRow(QFormLayout* form, const QString& text, const QList<QWidget*>& fields, QWidget* stretched = nullptr);
 
 /// Shows a row at `index`, or hides its widgets and takes it out: a form keeps the spacing of a row that is only

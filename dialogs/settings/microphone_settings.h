@@ -34,7 +34,7 @@ struct MicrophoneSettings
 
     /// The path, or the URL of the stream that the device plays.
     QString source() const;
-    /// The stream by which the source is tested: the same server offers it in another format than source() names.
+    /// The stream that the test opens: the same server offers it in another format than source() names.
     QString testedUrl() const { return network.url(QStringLiteral("audio.opus")); }
 
     /// The creation parameter list.

@@ -66,7 +66,7 @@ SettingsReading<Settings> applyRules(const std::vector<SettingRule<Settings>>& r
     return {std::move(settings), {}};
 }
 
-/// The texts of which `reads` accepts each for itself: what a dialog lets through but a script may not give is left
+/// The texts that `reads` accepts, each for itself. A value that a dialog accepts and a script may not give is left
 /// out.
 template<typename Reads>
 QStringList readableAssignments(const Assignments& values, Reads reads)
@@ -89,5 +89,5 @@ bool take(QString& field, const QString& value, bool isValid);
 /// "on" or "off" into `flag`; false for anything else.
 bool readSwitch(const QString& value, bool& flag);
 
-/// A path as a script gives it: relative to the folder in which it runs. URLs and an empty text stay as they are.
+/// Makes a script's path absolute, from the folder in which it runs. URLs and an empty text stay as they are.
 QString sourceFromScript(const QString& value);

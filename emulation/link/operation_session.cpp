@@ -66,7 +66,7 @@ void OperationSession::answerImport(const QString& busId)
     }
     if (!send(usbip::importReply(*found)))
         return end({});
-    stopReading(); // whoever takes the socket listens to it from now on
+    stopReading(); // the new owner of the socket reads from now on
     m_server.imported(std::move(m_socket));
     end({});
 }

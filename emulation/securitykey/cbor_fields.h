@@ -11,7 +11,7 @@
 
 namespace ctap {
 
-/// Reads members one after the other; the first fault is kept, and whoever reads asks for it once, at the end. What is
+/// Reads members one after the other; the first fault is kept, and the caller asks for it once, at the end. What is
 /// missing or of another type is read as empty.
 class CborFields
 {

@@ -10,7 +10,7 @@
 
 namespace ctap {
 
-/// Who may use a credential, the extension credProtect (CTAP 2.1, 12.1).
+/// Under which conditions a credential may be used: the extension credProtect (CTAP 2.1, 12.1).
 enum class Protection : int
 {
     Optional = 1,         ///< anyone who is present

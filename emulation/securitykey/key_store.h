@@ -24,7 +24,7 @@ struct PinRecord
     int mostRetries = 8;
 };
 
-/// Who signs the certificates of this key.
+/// The authority that signs the certificates of this key.
 struct Authority
 {
     openssl::Certificate certificate;

@@ -82,7 +82,7 @@ Outcome<ImageFile::Pointer> ImageFile::open(const QString& path)
 
 Outcome<ImageFile::Pointer> ImageFile::create(const QString& path)
 {
-    // Whoever made it may give it another name while it is open.
+    // The caller may rename it while it is open.
     const HANDLE handle =
         openFile(path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, CREATE_NEW, 0);
     if (handle == INVALID_HANDLE_VALUE)

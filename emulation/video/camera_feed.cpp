@@ -29,7 +29,7 @@ CameraFeed::CameraFeed(const CameraSetup& setup, const ProcessingUnit& processin
     m_timer.setTimerType(Qt::PreciseTimer);
     QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] {
         const std::chrono::milliseconds wait = turn();
-        if (m_isRunning) // whoever took a picture may have stopped
+        if (m_isRunning) // taking a picture may have stopped it
             m_timer.start(wait);
     });
     m_threads.setMaxThreadCount(1);

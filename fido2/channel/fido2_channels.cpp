@@ -12,7 +12,7 @@ Fido2Channels::Fido2Channels(QObject* parent, int reconnectIntervalMs)
 
 Fido2Channels::~Fido2Channels()
 {
-    // Whoever listened is being destroyed as well: no reports.
+    // The listeners are being destroyed as well: no reports.
     for (Fido2Client* client : qAsConst(m_clients)) {
         client->disconnect();
         delete client;

@@ -8,7 +8,7 @@
 /// What is asked, in one line.
 QString confirmationHeading(const QString& operation);
 
-/// Who asks whom for what; empty for operations other than "make_credential" and "get_assertion".
+/// Which site asks which user for what; empty except for "make_credential" and "get_assertion".
 QString confirmationDetails(const QString& operation, const QJsonObject& data);
 
 /// One entry of the list of credentials to sign in with.

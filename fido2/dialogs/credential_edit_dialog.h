@@ -30,7 +30,7 @@ public:
     /// above its range, a list) unless the user changes that field.
     void setCredential(const QJsonObject& credential);
 
-    /// Comparable ids (fido2/file/credential_ids.h) of the others in the file, of which the user is told while typing.
+    /// Comparable ids (fido2/file/credential_ids.h) of the others in the file; the user is warned of a repeated one.
     void setOtherIds(const QSet<QString>& ids);
 
     /// The edited object, after the dialog was accepted.

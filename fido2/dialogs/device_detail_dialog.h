@@ -33,7 +33,7 @@ private:
     void load();
     void showDevice();
     void complain(const QString& text);
-    /// Shows what the key's process has changed in the file meanwhile, such as the attempts left.
+    /// Shows what the key's process has changed in the file since, such as the attempts left.
     void reload();
 
     CredentialsFile m_file;

@@ -50,7 +50,7 @@ public slots:
     void onSelectCredentialsFile();
     /// Reads the file and takes its deviceInfo and credentials; a file that cannot be read changes nothing.
     void loadDeviceInfoFromCredentialsFile();
-    /// Takes `deviceInfo` of a credentials file's root into the form, as far as it is there and usable.
+    /// Puts the usable members of `deviceInfo` in a credentials file's root into the form.
     void extractDeviceInfoFromCredential(const QJsonObject& credential);
     void onTableItemDoubleClicked(QTableWidgetItem* item);
     void onCreateDevice();

@@ -26,7 +26,7 @@ public:
     KeyIdentity identity() const;
 
     void setSerialNumber(const QString& serial);
-    /// Takes what a credentials file says of its key, as far as it is there and usable.
+    /// Takes over the usable values that a credentials file has of its key.
     void take(const QJsonObject& deviceInfo);
 
     struct Fault

@@ -13,8 +13,6 @@ public:
     ProgramRun(const QString& program, const QString& version, const QString& rules);
     ~ProgramRun();
 
-    QString logPath() const { return m_log.path(); }
-
 private:
     LogSession m_log;
 };

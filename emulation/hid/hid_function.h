@@ -51,7 +51,6 @@ protected:
     virtual QByteArray outputState() const { return {}; }
 
     bool isConfigured() const { return m_configured; }
-    bool isBootProtocol() const { return m_bootProtocol; }
     InputPipe& input() { return m_input; }
     const InputPipe& input() const { return m_input; }
     /// A sentence when no host uses the device, or it has not fetched what was sent before, so that `reports` more have

@@ -29,7 +29,6 @@ public:
     std::string description() const { return m_player.description(); }
     std::int64_t shownPictures() const { return m_feed.shown(); }
     std::int64_t latePictures() const { return m_feed.late(); }
-    std::uint64_t droppedPictures() const { return m_player.dropped(); }
 
 signals:
     /// A file, which no waiting brings back, has ended by itself; `reason` is for people.

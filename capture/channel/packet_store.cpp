@@ -4,6 +4,8 @@
 #include "capture/channel/log.h"
 #include "capture/channel/page_memory.h"
 
+#include <QThreadPool>
+
 #include <algorithm>
 #include <cstring>
 #include <new>
@@ -11,79 +13,13 @@
 namespace {
 
 constexpr std::size_t kPageSize = 512 * 1024; // bytes; a packet that is larger has a page of its own
-constexpr std::size_t kAlignment = 8;
 constexpr std::size_t kPlaceSize = sizeof(std::uint32_t);
 constexpr std::size_t kMostNoted = 100'000; // requests
-
-/// The fixed part of a packet in a page; its texts and bytes follow in the order of their sizes here.
-struct Head
-{
-    std::int64_t timestamp;
-    std::uint32_t deviceId;
-    std::uint32_t sequenceNumber;
-    std::uint32_t transferLength;
-    std::uint32_t infoSize;
-    std::uint32_t detailsSize;
-    std::uint32_t dataSize;
-    std::uint32_t setupSize;
-    std::uint32_t headerSize;
-    bool isRequest;
-    bool isUnlink;
-    std::uint8_t endpoint;
-    std::uint8_t direction;
-    std::uint8_t command;
-    std::uint8_t transferType;
-};
 
 /// Where the place of a page's packet is kept: a uint32 each, from the page's end towards its front.
 std::size_t slotOf(std::uint32_t capacity, std::size_t index)
 {
     return capacity - (index + 1) * kPlaceSize;
-}
-
-std::size_t aligned(std::size_t size)
-{
-    return (size + kAlignment - 1) / kAlignment * kAlignment;
-}
-
-template<typename Bytes>
-void put(char*& end, const Bytes& bytes)
-{
-    std::memcpy(end, bytes.constData(), static_cast<std::size_t>(bytes.size()));
-    end += bytes.size();
-}
-
-QByteArray copied(std::string_view bytes)
-{
-    return {bytes.data(), static_cast<int>(bytes.size())};
-}
-
-QByteArray borrowed(std::string_view bytes)
-{
-    return bytes.empty() ? QByteArray() : QByteArray::fromRawData(bytes.data(), static_cast<int>(bytes.size()));
-}
-
-QString textOf(std::string_view bytes)
-{
-    return QString::fromUtf8(bytes.data(), static_cast<int>(bytes.size()));
-}
-
-UsbIPPacketInfo withoutBytes(const PacketView& view)
-{
-    UsbIPPacketInfo packet;
-    packet.timestamp = view.timestamp;
-    packet.deviceId = view.deviceId;
-    packet.sequenceNumber = view.sequenceNumber;
-    packet.isRequest = view.isRequest;
-    packet.isUnlink = view.isUnlink;
-    packet.endpoint = view.endpoint;
-    packet.direction = view.direction;
-    packet.command = view.command;
-    packet.transferLength = view.transferLength;
-    packet.transferType = view.transferType;
-    packet.protocolInfo = textOf(view.protocolInfo);
-    packet.parsedDetails = textOf(view.parsedDetails);
-    return packet;
 }
 
 bool isToBeNoted(const UsbIPPacketInfo& packet)
@@ -102,57 +38,22 @@ bool isToBeNoted(const UsbIPPacketInfo& packet)
 
 } // namespace
 
-UsbIPPacketInfo PacketView::copy() const
+/// To give half a gigabyte back takes the system 50 ms, which no window is to feel.
+PacketStore::~PacketStore()
 {
-    UsbIPPacketInfo packet = withoutBytes(*this);
-    packet.data = copied(data);
-    packet.setupData = copied(setupData);
-    packet.usbipHeader = copied(usbipHeader);
-    return packet;
-}
-
-UsbIPPacketInfo PacketView::borrow() const
-{
-    UsbIPPacketInfo packet = withoutBytes(*this);
-    packet.data = borrowed(data);
-    packet.setupData = borrowed(setupData);
-    packet.usbipHeader = borrowed(usbipHeader);
-    return packet;
+    constexpr std::size_t kManyPages = 32;
+    if (m_pages.size() > kManyPages)
+        QThreadPool::globalInstance()->start([pages = std::move(m_pages)]() mutable { pages.clear(); });
 }
 
 void PacketStore::append(const UsbIPPacketInfo& packet)
 {
-    const QByteArray info = packet.protocolInfo.isEmpty() ? QByteArray() : packet.protocolInfo.toUtf8();
-    const QByteArray details = packet.parsedDetails.isEmpty() ? QByteArray() : packet.parsedDetails.toUtf8();
-    const auto sizeOf = [](const QByteArray& bytes) { return static_cast<std::uint32_t>(bytes.size()); };
-    const Head head{packet.timestamp,
-                    packet.deviceId,
-                    packet.sequenceNumber,
-                    packet.transferLength,
-                    sizeOf(info),
-                    sizeOf(details),
-                    sizeOf(packet.data),
-                    sizeOf(packet.setupData),
-                    sizeOf(packet.usbipHeader),
-                    packet.isRequest,
-                    packet.isUnlink,
-                    packet.endpoint,
-                    packet.direction,
-                    packet.command,
-                    packet.transferType};
-    const std::size_t size =
-        aligned(sizeof head + head.infoSize + head.detailsSize + head.dataSize + head.setupSize + head.headerSize);
+    const PackedPacket packed(packet);
+    const std::size_t size = packed.size();
     if (static_cast<std::size_t>(m_free.end - m_free.begin) < size + kPlaceSize)
         openPage(size);
     const auto place = static_cast<std::uint32_t>(m_free.begin - m_pageBegin);
-    char* end = m_free.begin;
-    std::memcpy(end, &head, sizeof head);
-    end += sizeof head;
-    put(end, info);
-    put(end, details);
-    put(end, packet.data);
-    put(end, packet.setupData);
-    put(end, packet.usbipHeader);
+    packed.write(m_free.begin);
     m_free.begin += size;
     m_free.end -= kPlaceSize;
     std::memcpy(m_free.end, &place, kPlaceSize);
@@ -177,8 +78,7 @@ void PacketStore::openPage(std::size_t packetSize)
 {
     Page page;
     page.first = m_size;
-    const std::size_t needed = aligned(packetSize + kPlaceSize);
-    page.capacity = static_cast<std::uint32_t>(std::max(kPageSize, needed));
+    page.capacity = static_cast<std::uint32_t>(std::max(kPageSize, packetSize + kPlaceSize));
     page.bytes = pageMemory(page.capacity);
     const FreeSpace free{page.bytes.get(), page.bytes.get() + page.capacity};
     const std::lock_guard lock(m_mutex);
@@ -264,29 +164,7 @@ PacketView PacketReader::read(std::size_t number)
     const char* bytes = page.bytes.get();
     std::uint32_t place = 0;
     std::memcpy(&place, bytes + slotOf(page.capacity, number - page.first), sizeof place);
-    Head head;
-    std::memcpy(&head, bytes + place, sizeof head);
-    const char* part = bytes + place + sizeof head;
-    const auto take = [&part](std::uint32_t size) { return std::string_view(std::exchange(part, part + size), size); };
-    PacketView view{head.timestamp,
-                    head.deviceId,
-                    head.sequenceNumber,
-                    head.transferLength,
-                    head.isRequest,
-                    head.isUnlink,
-                    head.endpoint,
-                    head.direction,
-                    head.command,
-                    head.transferType,
-                    {},
-                    {},
-                    {},
-                    {},
-                    {}};
-    view.protocolInfo = take(head.infoSize);
-    view.parsedDetails = take(head.detailsSize);
-    view.data = take(head.dataSize);
-    view.setupData = take(head.setupSize);
-    view.usbipHeader = take(head.headerSize);
+    PacketView view = PackedPacket::read(bytes + place, m_header);
+    view.number = number;
     return view;
 }

@@ -1,43 +1,17 @@
 // packet_store.h: the packets of one capture, in order of arrival.
 #pragma once
 
-#include "capture/channel/capture_types.h"
+#include "capture/channel/packed_packet.h"
 #include "capture/channel/spill_file.h"
 
 #include <atomic>
 #include <memory>
 #include <mutex>
-#include <string_view>
 #include <vector>
 
-/// A packet where it lies in a store. Refers to memory that the PacketReader which gave it keeps until its next read.
-struct PacketView
-{
-    std::int64_t timestamp; ///< these as in UsbIPPacketInfo
-    std::uint32_t deviceId;
-    std::uint32_t sequenceNumber;
-    std::uint32_t transferLength;
-    bool isRequest;
-    bool isUnlink;
-    std::uint8_t endpoint;
-    std::uint8_t direction;
-    std::uint8_t command;
-    std::uint8_t transferType;
-    std::string_view protocolInfo; ///< UTF-8
-    std::string_view parsedDetails;
-    std::string_view data;
-    std::string_view setupData;
-    std::string_view usbipHeader;
-
-    /// The packet with bytes of its own.
-    UsbIPPacketInfo copy() const;
-    /// The packet with bytes that refer to the store's: for as long as this view is valid.
-    UsbIPPacketInfo borrow() const;
-};
-
-/// Packets are bytes in pages of half a megabyte, about 60 bytes beside what a packet carries. They are never changed
-/// or removed. Pages beyond the budget of memory go to a temporary file, oldest first, and come back when they are
-/// read.
+/// Packets are bytes in pages of half a megabyte, about 36 bytes beside what a packet carries (PackedPacket). They are
+/// never changed or removed. Pages beyond the budget of memory go to a temporary file, oldest first, and come back when
+/// they are read.
 ///
 /// One thread appends. Any thread may read what was there when it asked for the size, by a PacketReader of its own.
 class PacketStore
@@ -46,6 +20,9 @@ public:
     static constexpr qint64 kDefaultBudget = 512 * 1024 * 1024; ///< bytes
 
     explicit PacketStore(qint64 budget = kDefaultBudget) : m_budget(budget) {}
+    ~PacketStore();
+    PacketStore(const PacketStore&) = delete;
+    PacketStore& operator=(const PacketStore&) = delete;
 
     /// Throws std::bad_alloc; the packets before it are as they were then.
     void append(const UsbIPPacketInfo& packet);
@@ -128,4 +105,5 @@ public:
 private:
     std::shared_ptr<const PacketStore> m_store;
     PacketStore::ReadPage m_read;
+    PackedPacket::HeaderBytes m_header{}; // of the last view
 };

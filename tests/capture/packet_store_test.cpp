@@ -1,4 +1,5 @@
 #include "capture/channel/packet_store.h"
+#include "capture/channel/usbip_header.h"
 #include "tests/support/suite_registry.h"
 
 #include <QTemporaryFile>
@@ -44,6 +45,13 @@ std::shared_ptr<PacketStore> filled(qint64 budget)
     return store;
 }
 
+QByteArray swapped(QByteArray words)
+{
+    for (int place = 0; place < words.size(); place += 4)
+        std::reverse(words.data() + place, words.data() + place + 4);
+    return words;
+}
+
 quint32 wrongPackets(const std::shared_ptr<const PacketStore>& store, quint32 step)
 {
     PacketReader reader(store);
@@ -84,6 +92,22 @@ void PacketStoreTest::packetsComeBackAsTheyWere()
     QCOMPARE(back.protocolInfo + back.parsedDetails, packet.protocolInfo + packet.parsedDetails);
     QCOMPARE(back.setupData + back.usbipHeader + back.data, packet.setupData + packet.usbipHeader + packet.data);
     QCOMPARE(store.at(2).deviceId, 8U);
+
+    // Headers of devices, in either order of bytes, and with every byte made wrong.
+    for (const QByteArray& bytes : {usbip_header::make(packet, 5), swapped(usbip_header::make(packet, 5))}) {
+        packet = packetOf(9);
+        packet.setupData = "12345678";
+        packet.isRequest = true;
+        for (int place = -1; place < bytes.size(); ++place) {
+            packet.usbipHeader = bytes;
+            if (place >= 0)
+                packet.usbipHeader[place] = char(~packet.usbipHeader[place]);
+            store.append(packet);
+            const UsbIPPacketInfo kept = store.at(store.size() - 1);
+            QCOMPARE(kept.usbipHeader.toHex(' '), packet.usbipHeader.toHex(' '));
+            QCOMPARE(kept.setupData + kept.data, packet.setupData + packet.data);
+        }
+    }
 }
 
 void PacketStoreTest::oldestPacketsMoveToAFile()
@@ -95,7 +119,14 @@ void PacketStoreTest::oldestPacketsMoveToAFile()
     QVERIFY2(usage.file > 10 << 20, qPrintable(QString::number(usage.file)));
     QCOMPARE(wrongPackets(store, 1), 0U);
     quint32 wrongElsewhere = kCount;
-    std::thread other([&] { wrongElsewhere = wrongPackets(store, 101); }); // in no order, while packets come
+    std::thread other([&] { // while packets come: the newest ones, then all in no order
+        quint32 wrong = 0;
+        PacketReader reader(store);
+        for (quint32 last = kCount; last < kCount + kCount / 4 - 1;
+             wrong += isPacket(reader.read(last), last % kCount) ? 0 : 1)
+            last = quint32(store->size()) - 1;
+        wrongElsewhere = wrong + wrongPackets(store, 101);
+    });
     for (quint32 number = 0; number < kCount / 4; ++number)
         store->append(packetOf(number));
     other.join();

@@ -26,7 +26,8 @@ FileJob::Work withinMemory(FileJob::Work work)
 QString write(PacketReader reader, std::size_t first, std::size_t end, const QString& path, JobProgress& progress)
 {
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
+    // The writer collects bytes itself; behind another buffer the reason of a full disk would be lost.
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
         return file.errorString();
     file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
     const auto writer = CaptureWriter::forPath(path, file);

@@ -1,5 +1,6 @@
 #include "capture/channel/usbip_header.h"
 #include "capture/decode/packet_columns.h"
+#include "capture/file/file_job.h"
 #include "tests/capture/captures.h"
 #include "tests/support/suite_registry.h"
 
@@ -9,6 +10,13 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QtTest>
+
+#ifdef Q_OS_LINUX
+#include "tests/support/file_size_limit_linux.h"
+#endif
+
+#include <cerrno>
+#include <cstring>
 
 using tests::Packets;
 using tests::sessionPackets;
@@ -22,7 +30,7 @@ class CaptureFileTest : public QObject
 private slots:
     void fileThatCannotBeReadSaysWhy_data();
     void fileThatCannotBeReadSaysWhy();
-    void fullDiskFailsTheWritingAndSaysWhy();
+    void fullDiskFailsTheSavingAndSaysWhy();
     void recordsOfOthersKeepTheirStatus_data();
     void recordsOfOthersKeepTheirStatus();
     void kernelsTextIsRead();
@@ -74,24 +82,26 @@ void CaptureFileTest::fileThatCannotBeReadSaysWhy()
     QTEST(int(result.packets.size()), "packets");
 }
 
-void CaptureFileTest::fullDiskFailsTheWritingAndSaysWhy()
+// Found out before or after the last bytes were handed over; an old file stays as it was.
+void CaptureFileTest::fullDiskFailsTheSavingAndSaysWhy()
 {
-    struct FullDisk : QIODevice // takes what fits, and says why when it is asked for more, as systems do
-    {
-        qint64 room = 5000;
-        qint64 readData(char*, qint64) override { return -1; }
-        qint64 writeData(const char*, qint64 size) override
-        {
-            const qint64 taken = std::min(size, room);
-            room -= taken;
-            if (taken == 0)
-                setErrorString(QStringLiteral("No space left on device"));
-            return taken > 0 ? taken : -1;
-        }
-    } disk;
-    disk.open(QIODevice::WriteOnly | QIODevice::Unbuffered);
-    QVERIFY(!writeCapture(disk, sessionPackets(QStringLiteral("camera"), 200)));
-    QCOMPARE(disk.errorString(), QStringLiteral("No space left on device"));
+#ifdef Q_OS_LINUX
+    const QTemporaryDir folder;
+    QFile old(folder.filePath(QStringLiteral("a.pcapng")));
+    QVERIFY(old.open(QIODevice::WriteOnly) && old.write("old") == 3);
+    old.close();
+    for (const int count : {2, 2000}) {
+        const auto work =
+            savingWork(tests::storeOf(sessionPackets(QStringLiteral("camera"), count)), 0, old.fileName());
+        const tests::FileSizeLimit limit(100);
+        JobProgress progress;
+        QCOMPARE(work(progress), QString::fromLocal8Bit(strerror(EFBIG)));
+    }
+    QVERIFY(old.open(QIODevice::ReadOnly));
+    QCOMPARE(old.readAll(), QByteArray("old"));
+#else
+    QSKIP("the disk of one process cannot be made full");
+#endif
 }
 
 // Records as the kernel writes them: an address for an id, no block of ours, either byte order and size of header.

@@ -3,6 +3,7 @@
 #include "devices/device_record_manager.h"
 #include "devices/parameter_encryptor.h"
 #include "tests/devices/device_children.h"
+#include "tests/support/file_size_limit_linux.h"
 #include "tests/support/suite_registry.h"
 #include "tests/support/test_key.h"
 
@@ -10,10 +11,8 @@
 #include <QtTest>
 
 #include <cerrno>
-#include <csignal>
 
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -41,27 +40,6 @@ int openDescriptors()
         .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot)
         .size();
 }
-
-/// Files of this process end at `bytes` while this lives.
-class FileSizeLimit
-{
-public:
-    explicit FileSizeLimit(rlim_t bytes) : m_handler(std::signal(SIGXFSZ, SIG_IGN))
-    {
-        getrlimit(RLIMIT_FSIZE, &m_old);
-        const rlimit limit{bytes, m_old.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FileSizeLimit()
-    {
-        setrlimit(RLIMIT_FSIZE, &m_old);
-        std::signal(SIGXFSZ, m_handler);
-    }
-
-private:
-    sighandler_t m_handler;
-    rlimit m_old{};
-};
 
 } // namespace
 
@@ -151,7 +129,7 @@ void DevicesLinuxTest::fullDiskLeavesTheOldRecord()
     const DeviceRecord old = manager.loadRecord(deviceRecordFileName(record));
     record.deviceType = 5;
     for (const rlim_t bytes : {0, 100}) {
-        const FileSizeLimit limit(bytes);
+        const tests::FileSizeLimit limit(bytes);
         QTest::ignoreMessage(QtWarningMsg, qPrintable(QStringLiteral("Failed to save device record to: ") + path));
         manager.saveRecord(record);
     }

@@ -1,13 +1,12 @@
 #include "tests/emulation/disk_host.h"
 #include "tests/emulation/storage_files.h"
+#include "tests/support/file_size_limit_linux.h"
 #include "tests/support/suite_registry.h"
 
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include <csignal>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 /// The volume that a disk is made with, as the programs of others see it, and what becomes of it on a full disk.
@@ -36,27 +35,6 @@ private:
 
     std::unique_ptr<QTemporaryDir> m_folder;
 };
-
-namespace {
-
-/// No file of this process may become larger, which stands for a full disk.
-class FileSizeLimit
-{
-public:
-    explicit FileSizeLimit(rlim_t bytes)
-    {
-        std::signal(SIGXFSZ, SIG_IGN);
-        ::getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit limit{bytes, m_before.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FileSizeLimit() { ::setrlimit(RLIMIT_FSIZE, &m_before); }
-
-private:
-    rlimit m_before = {};
-};
-
-} // namespace
 
 void Fat32VolumeLinuxTest::save(int mebibytes)
 {
@@ -166,7 +144,7 @@ void Fat32VolumeLinuxTest::tellsTheHostOfAFullDisk()
     DiskHost host(disk);
     host.settle();
     {
-        const FileSizeLimit limit(32 * 512);
+        const tests::FileSizeLimit limit(32 * 512);
         QCOMPARE(host.run("2a 00 0000001e 00 0004 00", 2048, DiskHost::Out, QByteArray(2048, 'x'), 512),
                  QByteArray("failed 1024"));
         QCOMPARE(host.sense(), QByteArray("03 0c00"));
@@ -180,7 +158,7 @@ void Fat32VolumeLinuxTest::savesNothingOnAFullDisk()
     numberedFile(path("target"), 1, 0);
     storage::Disk disk(diskIdentity(), numberedMedium(path("disk"), 64));
     QString answer;
-    const FileSizeLimit limit(32 * 512);
+    const tests::FileSizeLimit limit(32 * 512);
     disk.carryOut(QStringLiteral("save ") + path("target"), [&](const QString& given) { answer = given; });
     QTRY_VERIFY(!answer.isEmpty());
     QVERIFY2(answer.startsWith(QLatin1String("ERROR: ") + path("target")), qPrintable(answer));

@@ -39,6 +39,8 @@ const std::array<QString, 12> kOperators{
     QStringLiteral("!"),  QStringLiteral("("),  QStringLiteral(")"),  QStringLiteral("="),
 };
 
+const QString kMeaning = QStringLiteral("meaning");
+
 /// The operator at this place; empty when there is none.
 QString operatorAt(const QString& text, int position)
 {
@@ -111,7 +113,10 @@ std::function<bool(Value, Value)> comparisonOf(const QString& sign)
 class Parser
 {
 public:
-    explicit Parser(const QString& text) : m_tokens(tokensOf(text)) {}
+    Parser(const QString& text, PacketFilter::MeaningOf meaning)
+        : m_tokens(tokensOf(text))
+        , m_meaning(std::move(meaning))
+    {}
 
     PacketFilter parse()
     {
@@ -120,7 +125,8 @@ public:
         if (m_error.isEmpty() && next().kind != Token::End)
             fail(FilterText::tr("\"&&\" or \"||\" is expected here"));
         if (!m_error.isEmpty())
-            return {{}, {}, m_error, m_errorPosition};
+            return {{}, {}, m_error, m_errorPosition, false};
+        filter.asksMeaning = m_asksMeaning;
         return filter;
     }
 
@@ -201,6 +207,8 @@ private:
                 return numberComparison(name, found->second, contains);
             if (const auto found = bytes.find(name); found != bytes.end())
                 return bytesComparison(found->second);
+            if (name == kMeaning)
+                return bytesComparison(meaningField());
             return fail(FilterText::tr("There is no field \"%1\"").arg(subject.text));
         }
         if (sign.kind == Token::Operator && sign.text == QLatin1String("=")) {
@@ -211,6 +219,17 @@ private:
         if (const auto found = flags.find(name); subject.kind == Token::Word && found != flags.end())
             return found->second;
         return textWanted(subject.text);
+    }
+
+    /// The text of the packet that was asked for last is kept: a filter is for one thread.
+    filter_fields::BytesField meaningField()
+    {
+        m_asksMeaning = true;
+        const auto value = [meaning = m_meaning, text = std::make_shared<std::string>()](const PacketView& packet) {
+            *text = meaning ? meaning(packet).toStdString() : std::string();
+            return std::string_view(*text);
+        };
+        return {value, true};
     }
 
     Wants numberComparison(const QString& name, const filter_fields::NumberField& field, bool contains)
@@ -296,6 +315,8 @@ private:
     }
 
     std::vector<Token> m_tokens;
+    const PacketFilter::MeaningOf m_meaning;
+    bool m_asksMeaning = false;
     std::size_t m_place = 0;
     QString m_error;
     int m_errorPosition = -1;
@@ -303,19 +324,19 @@ private:
 
 } // namespace
 
-PacketFilter parsePacketFilter(const QString& text)
+PacketFilter parsePacketFilter(const QString& text, PacketFilter::MeaningOf meaning)
 {
     if (text.trimmed().isEmpty())
         return {};
-    Parser parser(text);
+    Parser parser(text, std::move(meaning));
     if (!parser.isExpression())
-        return {textWanted(text.trimmed()), text.trimmed(), {}, -1};
+        return {textWanted(text.trimmed()), text.trimmed(), {}, -1, false};
     return parser.parse();
 }
 
 QStringList packetFilterWords()
 {
-    QStringList words{QStringLiteral("contains")};
+    QStringList words{QStringLiteral("contains"), kMeaning};
     for (const auto& [name, field] : filter_fields::numbers()) {
         words << name;
         for (const auto& [symbol, value] : field.symbols)

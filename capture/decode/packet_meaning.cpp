@@ -114,3 +114,8 @@ PacketMeaning packetMeaning(const UsbIPPacketInfo& packet, const PacketContext& 
         meaning.text = addInterrupt(packet, context, meaning.rows);
     return meaning;
 }
+
+QString meaningText(const PacketView& packet, SeenDevices& seen)
+{
+    return packetMeaning(packet.borrow(), seen.contextOf(packet.number)).text;
+}

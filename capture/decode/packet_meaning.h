@@ -14,3 +14,6 @@ struct PacketMeaning
 };
 
 PacketMeaning packetMeaning(const UsbIPPacketInfo& packet, const PacketContext& context);
+
+/// The line alone, for a packet of the store that `seen` reads. Several microseconds.
+QString meaningText(const PacketView& packet, SeenDevices& seen);

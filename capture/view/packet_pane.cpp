@@ -87,8 +87,9 @@ void PacketPane::rebuild()
         m_table->scrollToNewest();
 }
 
-void PacketPane::setFilter(Filter filter)
+void PacketPane::setFilter(Filter filter, bool isSlow)
 {
+    m_rows->setFilterIsSlow(isSlow);
     m_filter = std::move(filter);
     rebuild();
 }

@@ -48,8 +48,8 @@ public:
     /// Shows the packet at end(), which the store has.
     void addNext();
 
-    /// An empty filter wants all.
-    void setFilter(Filter filter);
+    /// An empty filter wants all. `isSlow`: it takes several microseconds a packet.
+    void setFilter(Filter filter, bool isSlow = false);
     /// Whether the packet has a row, or would have.
     bool wants(const PacketView& packet) const { return isShown(packet); }
     /// Whether a packet that arrives scrolls the table to the bottom; it does unless switched off.

@@ -11,9 +11,11 @@
 namespace {
 
 constexpr std::size_t kPacketsAtOnce = 50'000; // whose rows are there when a call returns
-constexpr int kRowsAtOnce = 50'000;            // that are deleted before a call returns
-constexpr int kSliceTime = 8;                  // ms
-constexpr int kBatch = 256;                    // rows or packets between two looks at the clock
+constexpr std::size_t kSlowPacketsAtOnce = 2'000;
+constexpr int kRowsAtOnce = 50'000; // that are deleted before a call returns
+constexpr int kSliceTime = 8;       // ms
+constexpr int kBatch = 256;         // rows or packets between two looks at the clock
+constexpr int kSlowBatch = 16;
 
 } // namespace
 
@@ -62,7 +64,7 @@ void PacketRows::dropRows()
 void PacketRows::rebuild()
 {
     dropRows();
-    m_withoutRows = m_end - std::min(m_end - m_first, kPacketsAtOnce);
+    m_withoutRows = m_end - std::min(m_end - m_first, m_filterIsSlow ? kSlowPacketsAtOnce : kPacketsAtOnce);
     QList<QTreeWidgetItem*> rows;
     for (std::size_t number = m_withoutRows; number < m_end; ++number) {
         if (m_filter(m_reader.read(number)))
@@ -91,7 +93,7 @@ bool PacketRows::workOnce()
     if (m_table.retiredRows() > 0)
         m_table.deleteRetiredRows(kBatch);
     else if (m_withoutRows > m_first)
-        for (int count = 0; count < kBatch && m_withoutRows > m_first; ++count)
+        for (int count = 0; count < (m_filterIsSlow ? kSlowBatch : kBatch) && m_withoutRows > m_first; ++count)
             addOlderRow();
     else
         return false;

@@ -12,9 +12,9 @@
 class PacketItem;
 class PacketTable;
 
-/// Keeps, in the table, a row for each packet that the filter shows. The newest 50,000 packets have their rows when a
-/// call returns; what a longer capture takes more (rows of older packets, deleting rows) follows in slices of 8 ms, one
-/// in each turn of the event loop, newest rows first.
+/// Keeps, in the table, a row for each packet that the filter shows. The newest 50,000 packets, 2,000 where the filter
+/// is a slow one, have their rows when a call returns; what a longer capture takes more (rows of older packets,
+/// deleting rows) follows in slices of 8 ms, one in each turn of the event loop, newest rows first.
 class PacketRows : public QObject
 {
     Q_OBJECT
@@ -35,6 +35,8 @@ public:
     /// Takes up the packet at end(), which the store has; its row is in the table when this returns.
     void addNext();
     void rebuild();
+    /// For filters that take several microseconds a packet.
+    void setFilterIsSlow(bool slow) { m_filterIsSlow = slow; }
     /// The row of the packet with this number, null when it is filtered out. Completes the table if need be.
     PacketItem* rowOf(std::size_t number);
     /// Whether slices are still to come.
@@ -56,6 +58,7 @@ private:
 
     PacketTable& m_table;
     Filter m_filter;
+    bool m_filterIsSlow = false;
     std::shared_ptr<PacketStore> m_store = std::make_shared<PacketStore>();
     PacketReader m_reader{m_store};
     std::size_t m_first = 0;

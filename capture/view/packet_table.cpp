@@ -121,7 +121,7 @@ QString PacketTable::textAt(std::size_t number, int column) const
         return packetColumnText(packetAt(number).borrow(), column);
     const auto analysis = static_cast<AnalysisColumn>(column - PacketColumnCount);
     if (analysis == AnalysisColumn::Meaning)
-        return packetMeaning(packetAt(number).copy(), contextOf(number)).text;
+        return meaningText(packetAt(number), m_seen);
     return analysisColumnText(m_reader, m_first, number, analysis);
 }
 

@@ -206,10 +206,16 @@ void CaptureWindowTest::livePacketsStayOutOfAnOpenedFile()
     window.pane().client().receive(stream);
     QCOMPARE(window.table().topLevelItemCount(), 2);
 
-    // A file that is being read while the capture is cleared or the window closed.
+    // A file that is being read, which is cancelled, while the capture is cleared or the window closed.
+    auto* cancel = window.pane().findChildren<QPushButton*>().at(3);
     prompter.expectQuestion(QStringLiteral("Unsaved Packets"),
                             QStringLiteral("Captured packets are in no file yet. Open another capture all the same?"),
                             true);
+    window.openCapture(file.fileName());
+    QVERIFY(cancel->text().startsWith(QLatin1String("Cancel Opening (")));
+    cancel->click();
+    QTRY_COMPARE(window.pane().findChild<QLabel*>()->text(), QStringLiteral("Opening cancelled"));
+    QCOMPARE(window.table().topLevelItemCount(), 2);
     window.openCapture(file.fileName());
     window.pane().onCleared();
     QTRY_VERIFY(window.pane().showsFile());
@@ -297,6 +303,10 @@ void CaptureWindowTest::filtersJumpsAndCopies()
     QCOMPARE(table.topLevelItemCount(), 100);
     // A text is found in what a packet means, too: no other column knows of it.
     QVERIFY(window.pane().packets().store()->at(found("bot command", next)).data.startsWith("USBC"));
+    window.setFilterText(QStringLiteral("meaning contains \"bot command\""));
+    const int commands = table.topLevelItemCount();
+    window.setFilterText(QStringLiteral("data contains \"USBC\""));
+    QVERIFY(commands > 0 && commands == table.topLevelItemCount());
 }
 
 void CaptureWindowTest::countsWhatIsMissing()

@@ -5,8 +5,8 @@
 
 #include <QtTest>
 
-/// Traffic as lines: "ctl SETUP DATA", a request and its reply, or "int 81 DATA" and "blk 02 DATA", the leg of such a
-/// transfer that carries data. All of one device.
+/// Traffic as lines: "ctl SETUP DATA", a request and its reply, "ref SETUP DATA", one that the device refused, or "int
+/// 81 DATA" and "blk 02 DATA", the leg of such a transfer that carries data. All of one device.
 class PacketMeaningTest : public QObject
 {
     Q_OBJECT
@@ -63,7 +63,8 @@ UsbIPPacketInfo packetOf(const QStringList& words, bool isRequest, quint32 seque
     packet.sequenceNumber = sequence;
     packet.command = isRequest ? usbip_header::Submit : usbip_header::SubmitReply;
     packet.direction = quint8(second.at(0)) >> 7;
-    if (words[0] == QLatin1String("ctl")) {
+    const bool refused = words[0] == QLatin1String("ref");
+    if (refused || words[0] == QLatin1String("ctl")) {
         packet.setupData = isRequest ? second : QByteArray();
     } else {
         packet.transferType = words[0] == QLatin1String("int") ? InterruptTransfer : BulkTransfer;
@@ -71,7 +72,7 @@ UsbIPPacketInfo packetOf(const QStringList& words, bool isRequest, quint32 seque
     }
     if (isRequest == (packet.direction == 0))
         packet.data = data;
-    packet.usbipHeader = usbip_header::make(packet, 0);
+    packet.usbipHeader = usbip_header::make(packet, refused ? -32 : 0);
     return packet;
 }
 
@@ -83,9 +84,9 @@ std::shared_ptr<PacketStore> storeOf(const QString& traffic)
         const QStringList words = line.split(QLatin1Char(' '), Qt::SkipEmptyParts);
         ++sequence;
         const UsbIPPacketInfo request = packetOf(words, true, sequence);
-        if (words[0] == QLatin1String("ctl") || request.direction == 0)
+        if (request.transferType == ControlTransfer || request.direction == 0)
             packets.push_back(request);
-        if (words[0] == QLatin1String("ctl") || request.direction != 0)
+        if (request.transferType == ControlTransfer || request.direction != 0)
             packets.push_back(packetOf(words, false, sequence));
     }
     return tests::storeOf(packets);
@@ -153,6 +154,9 @@ void PacketMeaningTest::followsWhatWasSeen_data()
     row("another one that was chosen later",
         both + QLatin1String("ctl 0009010000000000\nctl 0009020000000000\nctl a1fe000000000100 00"),
         "Mass Storage GET_MAX_LUN|Mass Storage GET_MAX_LUN");
+    row("a configuration that was refused",
+        both + QLatin1String("ctl 0009010000000000\nref 0009020000000000\nctl a101000100000800 0000040000000000"),
+        "HID GET_REPORT|HID GET_REPORT");
     row("of an interface that nobody told of", QStringLiteral("ctl a101000100000800 00"), "|");
     row("keys", keyboard + QLatin1String("int 81 0200040500000000"), "HID Report: Left Shift, a, b");
     row("no key", keyboard + QLatin1String("int 81 0000000000000000"), "HID Report: all 0");
@@ -184,8 +188,11 @@ void PacketMeaningTest::followsWhatWasSeen_data()
     row("sense unit", units + QLatin1String("blk 81 0300000700000200 0000000000000012 7000"),
         "UAS Sense IU: CHECK CONDITION");
     row("data that look like a unit", units + QLatin1String("blk 83 0300000700000200 0000000000000012"), "");
-    row("data before the setting was chosen",
-        QLatin1String(kAttachedScsi) + QLatin1String("blk 81 0300000700000200 0000000000000012"), "");
+    const QString unit = QStringLiteral("blk 81 0300000700000200 0000000000000012");
+    row("data before the setting was chosen", QLatin1String(kAttachedScsi) + unit, "");
+    row("data after the setting was refused",
+        QLatin1String(kAttachedScsi) + QLatin1String("ref 010b010000000000\n") + unit, "");
+    row("data after the configuration was chosen anew", units + QLatin1String("ctl 0009010000000000\n") + unit, "");
 }
 
 void PacketMeaningTest::followsWhatWasSeen()

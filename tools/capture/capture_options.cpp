@@ -78,11 +78,10 @@ CaptureOptions parseCaptureOptions(const QStringList& arguments)
     options.print.deviceId = parser.value(device).toUInt(&valid, 0);
     if (!valid)
         return mistake(QStringLiteral("'%1' is not a device id.").arg(parser.value(device)));
-    options.filterText = parser.value(filter);
-    const PacketFilter wanted = parsePacketFilter(options.filterText);
+    options.print.filter = parser.value(filter);
+    const PacketFilter wanted = parsePacketFilter(options.print.filter);
     if (!wanted.error.isEmpty())
         return mistake(QStringLiteral("--filter, letter %1: %2").arg(wanted.errorPosition + 1).arg(wanted.error));
-    options.print.wants = wanted.wants;
     options.print.savePath = parser.value(save);
     options.print.json = parser.isSet(json);
     if (!parser.isSet(headless))

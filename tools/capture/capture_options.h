@@ -24,8 +24,7 @@ struct CaptureOptions
     qint64 processId = 0; ///< 0: a file
     QString filePath;
     double seconds = 0; ///< of Run::Headless
-    PrintOptions print; ///< of Run::Headless; its device of Run::Window too
-    QString filterText; ///< of Run::Window
+    PrintOptions print; ///< of Run::Headless; its device and filter of Run::Window too
     StartOptions start;
 };
 

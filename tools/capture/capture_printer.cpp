@@ -2,13 +2,18 @@
 
 #include "capture/channel/usbip_header.h"
 #include "capture/decode/packet_columns.h"
+#include "capture/decode/packet_meaning.h"
 #include "runtime/whole_file.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
 
-CapturePrinter::CapturePrinter(PrintOptions options, QFileDevice& output)
+CapturePrinter::CapturePrinter(PrintOptions options, std::shared_ptr<const PacketStore> store, QFileDevice& output)
     : m_options(std::move(options))
+    , m_seen(std::move(store))
+    , m_wants(
+          parsePacketFilter(m_options.filter, [this](const PacketView& packet) { return meaningText(packet, m_seen); })
+              .wants)
     , m_file(output)
     , m_output(&output)
 {
@@ -20,7 +25,7 @@ QString CapturePrinter::open()
     if (m_options.savePath.isEmpty())
         return {};
     m_saved.setFileName(m_options.savePath);
-    if (!m_saved.open(QIODevice::WriteOnly))
+    if (!m_saved.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
         return QStringLiteral("%1 cannot be written: %2.").arg(m_options.savePath, m_saved.errorString());
     m_saved.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
     m_writer = CaptureWriter::forPath(m_options.savePath, m_saved);
@@ -29,7 +34,7 @@ QString CapturePrinter::open()
 
 void CapturePrinter::take(const PacketView& view)
 {
-    if ((m_options.deviceId != 0 && m_options.deviceId != view.deviceId) || (m_options.wants && !m_options.wants(view)))
+    if ((m_options.deviceId != 0 && m_options.deviceId != view.deviceId) || (m_wants && !m_wants(view)))
         return;
     const UsbIPPacketInfo packet = view.borrow();
     m_saves = m_saves && (!m_writer || m_writer->add(packet));

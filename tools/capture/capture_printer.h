@@ -2,6 +2,7 @@
 #pragma once
 
 #include "capture/decode/packet_filter.h"
+#include "capture/decode/seen_devices.h"
 #include "capture/file/capture_writer.h"
 
 #include <QFileDevice>
@@ -12,17 +13,18 @@
 
 struct PrintOptions
 {
-    uint32_t deviceId = 0;     ///< 0: packets of all devices
-    PacketFilter::Wants wants; ///< empty: all packets
-    bool json = false;         ///< an object a line
-    QString savePath;          ///< also written there, in the form of its ending, by who ends it with finish()
+    uint32_t deviceId = 0; ///< 0: packets of all devices
+    QString filter;        ///< without mistakes: see parsePacketFilter()
+    bool json = false;     ///< an object a line
+    QString savePath;      ///< also written there, in the form of its ending, by who ends it with finish()
 };
 
 /// Prints the packets that are wanted. Errors are for people, not translated; empty when there are none.
 class CapturePrinter
 {
 public:
-    CapturePrinter(PrintOptions options, QFileDevice& output);
+    /// The packets that it is handed are those of this store.
+    CapturePrinter(PrintOptions options, std::shared_ptr<const PacketStore> store, QFileDevice& output);
 
     QString open();
     void take(const PacketView& packet);
@@ -35,6 +37,8 @@ private:
     void printJson(const UsbIPPacketInfo& packet);
 
     const PrintOptions m_options;
+    SeenDevices m_seen;
+    const PacketFilter::Wants m_wants; // empty: all packets
     QFileDevice& m_file;
     QTextStream m_output;
     QSaveFile m_saved;

@@ -2,6 +2,7 @@
 
 #include "capture/decode/counterpart.h"
 #include "capture/decode/packet_columns.h"
+#include "capture/decode/timing_columns.h"
 #include "capture/view/details_view.h"
 
 #include <QAction>
@@ -22,6 +23,7 @@
 namespace {
 
 constexpr int kLossInterval = 500; // ms between updates of the count
+constexpr int kMeaningColumn = PacketColumnCount + static_cast<int>(AnalysisColumn::Meaning);
 
 } // namespace
 
@@ -111,12 +113,16 @@ void CaptureWindow::makeToolBar()
     QToolBar* bar = addToolBar(tr("Packets"));
     bar->setMovable(false);
     bar->setToolButtonStyle(Qt::ToolButtonTextOnly);
-    m_filter = new FilterEdit(this);
+    // A search may go on in packets that are no longer shown.
+    const auto meaning = [this](const PacketView& packet) {
+        return packet.number < m_pane->packets().end() ? table().textAt(packet.number, kMeaningColumn) : QString();
+    };
+    m_filter = new FilterEdit(meaning, this);
     connect(m_filter, &FilterEdit::filterChanged, this, [this](const PacketFilter& filter) {
-        m_wants = filter.wants;
+        m_wanted = filter;
         applyFilter();
     });
-    m_find = new FilterEdit(this);
+    m_find = new FilterEdit(meaning, this);
     m_find->setPlaceholderText(tr("Find: as in the filter"));
     connect(m_find, &FilterEdit::filterChanged, this, [this](const PacketFilter& filter) { m_sought = filter; });
     connect(m_find, &QLineEdit::returnPressed, this, [this] { findAgain(PacketSearch::Direction::Next); });
@@ -191,10 +197,11 @@ void CaptureWindow::applyFilter()
 {
     const uint32_t device = m_target.deviceId;
     if (device == 0)
-        return m_pane->packets().setFilter(m_wants);
-    m_pane->packets().setFilter([wants = m_wants, device](const PacketView& packet) {
+        return m_pane->packets().setFilter(m_wanted.wants, m_wanted.asksMeaning);
+    const auto wants = [wants = m_wanted.wants, device](const PacketView& packet) {
         return packet.deviceId == device && (!wants || wants(packet));
-    });
+    };
+    m_pane->packets().setFilter(wants, m_wanted.asksMeaning);
 }
 
 void CaptureWindow::find(const QString& text, PacketSearch::Direction direction)

@@ -66,7 +66,7 @@ private:
     DetailsView* m_details = nullptr;
     QDockWidget* m_detailsDock = nullptr;
     FilterEdit* m_filter = nullptr;
-    PacketFilter::Wants m_wants; // of the filter; empty for all
+    PacketFilter m_wanted; // by the filter
     FilterEdit* m_find = nullptr;
     PacketFilter m_sought;
     PacketSearch m_search;

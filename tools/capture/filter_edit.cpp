@@ -4,7 +4,10 @@
 #include <QCompleter>
 #include <QKeyEvent>
 
-FilterEdit::FilterEdit(QWidget* parent) : QLineEdit(parent), m_words(new QCompleter(packetFilterWords(), this))
+FilterEdit::FilterEdit(PacketFilter::MeaningOf meaning, QWidget* parent)
+    : QLineEdit(parent)
+    , m_meaning(std::move(meaning))
+    , m_words(new QCompleter(packetFilterWords(), this))
 {
     setClearButtonEnabled(true);
     setPlaceholderText(tr("A text, or status != 0"));
@@ -18,7 +21,7 @@ FilterEdit::FilterEdit(QWidget* parent) : QLineEdit(parent), m_words(new QComple
 
 void FilterEdit::read()
 {
-    const PacketFilter filter = parsePacketFilter(text());
+    const PacketFilter filter = parsePacketFilter(text(), m_meaning);
     QPalette colours;
     if (!filter.error.isEmpty())
         colours.setColor(QPalette::Text, Qt::red);

@@ -12,7 +12,7 @@ class FilterEdit : public QLineEdit
     Q_OBJECT
 
 public:
-    explicit FilterEdit(QWidget* parent = nullptr);
+    explicit FilterEdit(PacketFilter::MeaningOf meaning, QWidget* parent = nullptr);
 
 signals:
     /// The text was changed and makes sense; empty when all packets are wanted.
@@ -29,5 +29,6 @@ private:
     void insertWord(const QString& word);
     int wordBegin() const;
 
+    const PacketFilter::MeaningOf m_meaning;
     QCompleter* m_words;
 };

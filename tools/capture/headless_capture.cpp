@@ -26,7 +26,7 @@ QString printPackets(const std::shared_ptr<PacketStore>& store, CapturePrinter& 
 
 HeadlessCapture::HeadlessCapture(const Options& options, QFileDevice& output)
     : m_options(options)
-    , m_printer(options.print, output)
+    , m_printer(options.print, m_client.store(), output)
     , m_whyNotReached(QStringLiteral("there is no capture server of process %1").arg(options.processId))
 {
     connectClient();
@@ -99,7 +99,7 @@ QString printFile(const QString& path, const PrintOptions& options, QFileDevice&
     auto store = std::make_shared<PacketStore>();
     JobProgress progress;
     const QString fault = loadingWork(store, path)(progress);
-    CapturePrinter printer(options, output);
+    CapturePrinter printer(options, store, output);
     QString error = printer.open();
     if (!error.isEmpty())
         return error;

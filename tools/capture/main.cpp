@@ -50,7 +50,7 @@ int runWindow(int argc, char** argv, const CaptureOptions& options)
     if (speakAsAsked(options.start.language, application) == Language::SimplifiedChinese)
         preferSimplifiedChinese();
     CaptureWindow window({options.processId, options.print.deviceId});
-    window.setFilterText(options.filterText);
+    window.setFilterText(options.print.filter);
     if (!options.filePath.isEmpty())
         window.openCapture(options.filePath);
     window.show();

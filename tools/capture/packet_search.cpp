@@ -33,13 +33,8 @@ void PacketSearch::start(std::shared_ptr<const PacketStore> store, std::size_t f
 
 bool PacketSearch::fits(const PacketView& packet)
 {
-    return m_isShown(packet) && (m_sought.wants(packet) || (!m_sought.text.isEmpty() && means(packet)));
-}
-
-bool PacketSearch::means(const PacketView& packet)
-{
-    const PacketMeaning meaning = packetMeaning(packet.borrow(), m_seen->contextOf(m_place));
-    return meaning.text.contains(m_sought.text, Qt::CaseInsensitive);
+    const auto means = [&] { return meaningText(packet, *m_seen).contains(m_sought.text, Qt::CaseInsensitive); };
+    return m_isShown(packet) && (m_sought.wants(packet) || (!m_sought.text.isEmpty() && means()));
 }
 
 void PacketSearch::workSlice()

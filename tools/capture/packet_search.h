@@ -36,7 +36,6 @@ signals:
 private:
     void workSlice();
     bool fits(const PacketView& packet);
-    bool means(const PacketView& packet);
 
     std::unique_ptr<PacketReader> m_reader;
     std::unique_ptr<SeenDevices> m_seen;

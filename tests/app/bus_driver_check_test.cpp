@@ -12,19 +12,6 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-class BusDriverCheckTest : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void onlyWhatTheChecksFindCounts_data();
-    void onlyWhatTheChecksFindCounts();
-    void withoutRightsBothCommandsGoThroughOnePrompt();
-    void whatTheUserWasNotAskedAboutIsNotInstalled_data();
-    void whatTheUserWasNotAskedAboutIsNotInstalled();
-    void hashesAreSha256();
-};
-
 namespace {
 
 const QString kQuestion =
@@ -103,118 +90,125 @@ std::optional<int> runDriverTool(const Fixture& fixture, const std::vector<std::
 
 } // namespace
 
-void BusDriverCheckTest::onlyWhatTheChecksFindCounts_data()
+class BusDriverCheckTest : public QObject
 {
-    QTest::addColumn<bool>("hasPackage");
-    QTest::addColumn<QString>("boxes"); ///< question and failure
-    QTest::addColumn<bool>("isThere");
-    QTest::addColumn<int>("sleeps");
-    const auto row = [](const char* name, bool hasPackage, const char* boxes, bool isThere, int sleeps) {
-        QTest::newRow(name) << hasPackage << QString::fromLatin1(boxes) << isThere << sleeps;
-    };
-    row(kPresent, true, "", true, 0);
-    row("a failed installation costs three checks", false, "qf", false, 3);
-    row(kLate, false, "q", true, 1);
-    row(kRefused, true, "qf", false, 3);
-}
+    Q_OBJECT
 
-void BusDriverCheckTest::onlyWhatTheChecksFindCounts()
-{
-    QFETCH(bool, hasPackage);
-    QFETCH(QString, boxes);
-    const QByteArray name = QTest::currentDataTag();
-    Fixture fixture(hasPackage);
-    auto setup = fixture.setup();
-    if (name == kPresent)
-        setup.install();
-    if (name == kLate)
-        fixture.whileAsleep = [&] {
-            QFile::copy(QStringLiteral(SAMPLE_DRIVER_PACKAGE), fixture.folder.filePath(QStringLiteral("vusbbus.inf")));
-            setup.install();
+private slots:
+    void onlyWhatTheChecksFindCounts_data()
+    {
+        QTest::addColumn<bool>("hasPackage");
+        QTest::addColumn<QString>("boxes"); ///< question and failure
+        QTest::addColumn<bool>("isThere");
+        QTest::addColumn<int>("sleeps");
+        const auto row = [](const char* name, bool hasPackage, const char* boxes, bool isThere, int sleeps) {
+            QTest::newRow(name) << hasPackage << QString::fromLatin1(boxes) << isThere << sleeps;
         };
-    if (boxes.contains(QLatin1Char('q')))
-        fixture.prompter.expectQuestion(QStringLiteral("Error"), kQuestion, true);
-    if (boxes.contains(QLatin1Char('f')))
-        fixture.prompter.expectInformation(QStringLiteral("Error"), QStringLiteral("Driver installation failed!"));
-    const LogLines log;
-    const ElevatedDriver refusal = [](const auto&) { return std::nullopt; };
-    QTEST(ensureBusDriver(setup, name == kRefused ? refusal : ElevatedDriver(), fixture.prompter), "isThere");
-    QCOMPARE(fixture.prompter.verify(), QString());
-    QTEST(fixture.sleeps, "sleeps");
-    QVERIFY2(hasPackage || log.text().contains(QLatin1String("The driver package could not be added")),
-             "the log must tell why an installation failed");
-    if (name == kRefused)
-        QVERIFY2(!std::filesystem::exists(fixture.tree), "the system was changed");
-}
-
-/// In a folder whose name needs quoting.
-void BusDriverCheckTest::withoutRightsBothCommandsGoThroughOnePrompt()
-{
-    Fixture fixture(true);
-    auto setup = fixture.setup();
-    std::vector<std::vector<std::wstring>> calls;
-    const ElevatedDriver elevated = [&](const std::vector<std::wstring>& arguments) {
-        calls.push_back(arguments);
-        return runDriverTool(fixture, arguments);
-    };
-    fixture.prompter.expectQuestion(QStringLiteral("Error"), kQuestion, true);
-    QVERIFY(ensureBusDriver(setup, elevated, fixture.prompter));
-    QCOMPARE(fixture.prompter.verify(), QString());
-    QCOMPARE(fixture.sleeps, 0);
-
-    const std::wstring inf = fixture.folder.path().toStdWString() + L"\\vusbbus.inf";
-    const std::vector<std::wstring> expected{L"--sealed", driver::HeldPackage(inf).hash(),
-                                             inf,         L"--each",
-                                             L"usbredir", L"dp_add",
-                                             inf,         L"--then",
-                                             L"usbredir", L"install",
-                                             inf,         L"root\\VUBUS"};
-    QVERIFY2(calls == decltype(calls){expected},
-             "the elevated program was not handed both commands, whole, in one call");
-}
-
-/// Somebody who writes into the folder while the user reads the question, or the system's prompt.
-void BusDriverCheckTest::whatTheUserWasNotAskedAboutIsNotInstalled_data()
-{
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<bool>("inThisProcess");
-    QTest::newRow("another INF") << QStringLiteral("vusbbus.inf") << false;
-    QTest::newRow("a catalogue that was not there") << QStringLiteral("vusbbus.CAT") << false;
-    QTest::newRow("another INF, in a window with all rights") << QStringLiteral("vusbbus.inf") << true;
-}
-
-void BusDriverCheckTest::whatTheUserWasNotAskedAboutIsNotInstalled()
-{
-    QFETCH(QString, file);
-    QFETCH(bool, inThisProcess);
-    Fixture fixture(true);
-    auto setup = fixture.setup();
-    const auto change = [&] {
-        QFile changed(fixture.folder.filePath(file));
-        return changed.open(QIODevice::Append) && changed.write("; more\n") > 0;
-    };
-    std::optional<int> result;
-    const ElevatedDriver elevated = [&](const std::vector<std::wstring>& arguments) {
-        return result = change() ? runDriverTool(fixture, arguments) : 0;
-    };
-    fixture.prompter.expectQuestion(QStringLiteral("Error"), kQuestion, true);
-    fixture.prompter.expectInformation(QStringLiteral("Error"), QStringLiteral("Driver installation failed!"));
-    SlowPrompter user(fixture.prompter, [&] { QVERIFY(!inThisProcess || change()); });
-    QVERIFY(!ensureBusDriver(setup, inThisProcess ? ElevatedDriver() : elevated, user));
-    QCOMPARE(fixture.prompter.verify(), QString());
-    QVERIFY2(!std::filesystem::exists(fixture.tree), "the system was changed");
-    QCOMPARE(result, inThisProcess ? std::optional<int>() : std::optional<int>(2));
-}
-
-/// One block, a length that makes a second one, and the published sum of "abc".
-void BusDriverCheckTest::hashesAreSha256()
-{
-    for (const int size : {0, 3, 55, 56, 64, 119, 1000}) {
-        const QByteArray bytes = size == 3 ? QByteArray("abc") : QByteArray(size, 'x');
-        QCOMPARE(QString::fromStdWString(driver::sha256Text({bytes.constData(), std::size_t(bytes.size())})),
-                 QString::fromLatin1(QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex()));
+        row(kPresent, true, "", true, 0);
+        row("a failed installation costs three checks", false, "qf", false, 3);
+        row(kLate, false, "q", true, 1);
+        row(kRefused, true, "qf", false, 3);
     }
-}
+
+    void onlyWhatTheChecksFindCounts()
+    {
+        QFETCH(bool, hasPackage);
+        QFETCH(QString, boxes);
+        const QByteArray name = QTest::currentDataTag();
+        Fixture fixture(hasPackage);
+        auto setup = fixture.setup();
+        if (name == kPresent)
+            setup.install();
+        if (name == kLate)
+            fixture.whileAsleep = [&] {
+                QFile::copy(QStringLiteral(SAMPLE_DRIVER_PACKAGE),
+                            fixture.folder.filePath(QStringLiteral("vusbbus.inf")));
+                setup.install();
+            };
+        if (boxes.contains(QLatin1Char('q')))
+            fixture.prompter.expectQuestion(QStringLiteral("Error"), kQuestion, true);
+        if (boxes.contains(QLatin1Char('f')))
+            fixture.prompter.expectInformation(QStringLiteral("Error"), QStringLiteral("Driver installation failed!"));
+        const LogLines log;
+        const ElevatedDriver refusal = [](const auto&) { return std::nullopt; };
+        QTEST(ensureBusDriver(setup, name == kRefused ? refusal : ElevatedDriver(), fixture.prompter), "isThere");
+        QCOMPARE(fixture.prompter.verify(), QString());
+        QTEST(fixture.sleeps, "sleeps");
+        QVERIFY2(hasPackage || log.text().contains(QLatin1String("The driver package could not be added")),
+                 "the log must tell why an installation failed");
+        if (name == kRefused)
+            QVERIFY2(!std::filesystem::exists(fixture.tree), "the system was changed");
+    }
+
+    /// In a folder whose name needs quoting.
+    void withoutRightsBothCommandsGoThroughOnePrompt()
+    {
+        Fixture fixture(true);
+        auto setup = fixture.setup();
+        std::vector<std::vector<std::wstring>> calls;
+        const ElevatedDriver elevated = [&](const std::vector<std::wstring>& arguments) {
+            calls.push_back(arguments);
+            return runDriverTool(fixture, arguments);
+        };
+        fixture.prompter.expectQuestion(QStringLiteral("Error"), kQuestion, true);
+        QVERIFY(ensureBusDriver(setup, elevated, fixture.prompter));
+        QCOMPARE(fixture.prompter.verify(), QString());
+        QCOMPARE(fixture.sleeps, 0);
+
+        const std::wstring inf = fixture.folder.path().toStdWString() + L"\\vusbbus.inf";
+        const std::vector<std::wstring> expected{L"--sealed", driver::HeldPackage(inf).hash(),
+                                                 inf,         L"--each",
+                                                 L"usbredir", L"dp_add",
+                                                 inf,         L"--then",
+                                                 L"usbredir", L"install",
+                                                 inf,         L"root\\VUBUS"};
+        QVERIFY2(calls == decltype(calls){expected},
+                 "the elevated program was not handed both commands, whole, in one call");
+    }
+
+    /// Somebody who writes into the folder while the user reads the question, or the system's prompt.
+    void whatTheUserWasNotAskedAboutIsNotInstalled_data()
+    {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<bool>("inThisProcess");
+        QTest::newRow("another INF") << QStringLiteral("vusbbus.inf") << false;
+        QTest::newRow("a catalogue that was not there") << QStringLiteral("vusbbus.CAT") << false;
+        QTest::newRow("another INF, in a window with all rights") << QStringLiteral("vusbbus.inf") << true;
+    }
+
+    void whatTheUserWasNotAskedAboutIsNotInstalled()
+    {
+        QFETCH(QString, file);
+        QFETCH(bool, inThisProcess);
+        Fixture fixture(true);
+        auto setup = fixture.setup();
+        const auto change = [&] {
+            QFile changed(fixture.folder.filePath(file));
+            return changed.open(QIODevice::Append) && changed.write("; more\n") > 0;
+        };
+        std::optional<int> result;
+        const ElevatedDriver elevated = [&](const std::vector<std::wstring>& arguments) {
+            return result = change() ? runDriverTool(fixture, arguments) : 0;
+        };
+        fixture.prompter.expectQuestion(QStringLiteral("Error"), kQuestion, true);
+        fixture.prompter.expectInformation(QStringLiteral("Error"), QStringLiteral("Driver installation failed!"));
+        SlowPrompter user(fixture.prompter, [&] { QVERIFY(!inThisProcess || change()); });
+        QVERIFY(!ensureBusDriver(setup, inThisProcess ? ElevatedDriver() : elevated, user));
+        QCOMPARE(fixture.prompter.verify(), QString());
+        QVERIFY2(!std::filesystem::exists(fixture.tree), "the system was changed");
+        QCOMPARE(result, inThisProcess ? std::optional<int>() : std::optional<int>(2));
+    }
+
+    /// One block, a length that makes a second one, and the published sum of "abc".
+    void hashesAreSha256()
+    {
+        for (const int size : {0, 3, 55, 56, 64, 119, 1000}) {
+            const QByteArray bytes = size == 3 ? QByteArray("abc") : QByteArray(size, 'x');
+            QCOMPARE(QString::fromStdWString(driver::sha256Text({bytes.constData(), std::size_t(bytes.size())})),
+                     QString::fromLatin1(QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex()));
+        }
+    }
+};
 
 PLUGBOARD_SUITE(BusDriverCheckTest)
 #include "bus_driver_check_test.moc"

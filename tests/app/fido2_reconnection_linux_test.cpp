@@ -10,18 +10,89 @@
 
 #include <memory>
 
+namespace {
+
+constexpr int kDeviceLimitMs = 30000;
+
+} // namespace
+
 class Fido2ReconnectionLinuxTest : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-    void aStoppedDeviceIsServedWhenItGoesOn();
-    void aDeviceThatIsStartedAgainHasAChannelOfItsOwn();
+    void init()
+    {
+        m_asked.clear();
+        m_channels = std::make_unique<Fido2Channels>();
+        connect(m_channels.get(), &Fido2Channels::confirmationRequested, this, [this](qint64 processId) {
+            m_asked << processId;
+            m_channels->answer(processId, true, {});
+        });
+        start();
+        QTRY_VERIFY_WITH_TIMEOUT(isConnected(), kDeviceLimitMs);
+    }
+
+    void cleanup()
+    {
+        m_channels.reset();
+        const QDir folder(QCoreApplication::applicationDirPath());
+        if (m_processId > 0)
+            signal("-KILL");
+        for (const qint64 processId : qAsConst(m_started)) {
+            for (const QString& record : folder.entryList({QStringLiteral("device_*_%1.json").arg(processId)}))
+                QFile::remove(folder.filePath(record));
+        }
+        m_started.clear();
+        for (const QString& file :
+             QDir(folder.filePath(QStringLiteral("fido2"))).entryList({m_serial + QLatin1Char('*')}))
+            QFile::remove(folder.filePath(QStringLiteral("fido2/") + file));
+    }
+
+    void aStoppedDeviceIsServedWhenItGoesOn()
+    {
+        signal("-STOP");
+        QProcess asking;
+        request(asking);
+        m_channels->add(m_processId); // a refresh; the system takes the connection in the device's place
+        QVERIFY(isConnected());
+        signal("-CONT");
+        QVERIFY(answerTo(asking).contains("\"confirmed\":true"));
+        QVERIFY(isConnected());
+    }
+
+    void aDeviceThatIsStartedAgainHasAChannelOfItsOwn()
+    {
+        const qint64 ended = m_processId;
+        QSignalSpy lost(m_channels.get(), &Fido2Channels::deviceDisconnected);
+        signal("-KILL");
+        m_processId = 0;
+        QTRY_COMPARE(lost, QList<QVariantList>{{ended}});
+        QVERIFY(!m_channels->clientOf(ended)->isConnected());
+        QTest::ignoreMessage(
+            QtWarningMsg,
+            qPrintable(QStringLiteral("FIDO2 client for process %1 not available or not connected").arg(ended)));
+        m_channels->answer(ended, true, {});
+
+        start();
+        QTRY_VERIFY_WITH_TIMEOUT(isConnected(), kDeviceLimitMs);
+        QProcess asking;
+        request(asking);
+        QVERIFY(answerTo(asking).contains("\"confirmed\":true"));
+        QCOMPARE(m_asked, QList<qint64>{m_processId});
+        QVERIFY(!m_channels->clientOf(ended)->isConnected());
+    }
 
 private:
-    void start();
+    void start()
+    {
+        const auto processId = DeviceLauncher().launch(securityKeyParameters(m_serial));
+        QVERIFY(processId);
+        m_processId = *processId;
+        m_started << m_processId;
+        m_channels->add(m_processId);
+    }
+
     void signal(const char* name) const;
     bool isConnected() const { return m_channels->clientOf(m_processId)->isConnected(); }
     void request(QProcess& process) const;
@@ -33,48 +104,6 @@ private:
     QList<qint64> m_asked; ///< process ids of the requests that arrived, all of which are confirmed
     qint64 m_processId = 0;
 };
-
-namespace {
-
-constexpr int kDeviceLimitMs = 30000;
-
-} // namespace
-
-void Fido2ReconnectionLinuxTest::init()
-{
-    m_asked.clear();
-    m_channels = std::make_unique<Fido2Channels>();
-    connect(m_channels.get(), &Fido2Channels::confirmationRequested, this, [this](qint64 processId) {
-        m_asked << processId;
-        m_channels->answer(processId, true, {});
-    });
-    start();
-    QTRY_VERIFY_WITH_TIMEOUT(isConnected(), kDeviceLimitMs);
-}
-
-void Fido2ReconnectionLinuxTest::cleanup()
-{
-    m_channels.reset();
-    const QDir folder(QCoreApplication::applicationDirPath());
-    if (m_processId > 0)
-        signal("-KILL");
-    for (const qint64 processId : qAsConst(m_started)) {
-        for (const QString& record : folder.entryList({QStringLiteral("device_*_%1.json").arg(processId)}))
-            QFile::remove(folder.filePath(record));
-    }
-    m_started.clear();
-    for (const QString& file : QDir(folder.filePath(QStringLiteral("fido2"))).entryList({m_serial + QLatin1Char('*')}))
-        QFile::remove(folder.filePath(QStringLiteral("fido2/") + file));
-}
-
-void Fido2ReconnectionLinuxTest::start()
-{
-    const auto processId = DeviceLauncher().launch(securityKeyParameters(m_serial));
-    QVERIFY(processId);
-    m_processId = *processId;
-    m_started << m_processId;
-    m_channels->add(m_processId);
-}
 
 void Fido2ReconnectionLinuxTest::signal(const char* name) const
 {
@@ -91,40 +120,6 @@ QByteArray Fido2ReconnectionLinuxTest::answerTo(QProcess& process) const
 {
     const bool ended = QTest::qWaitFor([&process] { return process.state() == QProcess::NotRunning; }, kDeviceLimitMs);
     return ended ? process.readAllStandardOutput() : QByteArray("no answer");
-}
-
-void Fido2ReconnectionLinuxTest::aStoppedDeviceIsServedWhenItGoesOn()
-{
-    signal("-STOP");
-    QProcess asking;
-    request(asking);
-    m_channels->add(m_processId); // a refresh; the system takes the connection in the device's place
-    QVERIFY(isConnected());
-    signal("-CONT");
-    QVERIFY(answerTo(asking).contains("\"confirmed\":true"));
-    QVERIFY(isConnected());
-}
-
-void Fido2ReconnectionLinuxTest::aDeviceThatIsStartedAgainHasAChannelOfItsOwn()
-{
-    const qint64 ended = m_processId;
-    QSignalSpy lost(m_channels.get(), &Fido2Channels::deviceDisconnected);
-    signal("-KILL");
-    m_processId = 0;
-    QTRY_COMPARE(lost, QList<QVariantList>{{ended}});
-    QVERIFY(!m_channels->clientOf(ended)->isConnected());
-    QTest::ignoreMessage(
-        QtWarningMsg,
-        qPrintable(QStringLiteral("FIDO2 client for process %1 not available or not connected").arg(ended)));
-    m_channels->answer(ended, true, {});
-
-    start();
-    QTRY_VERIFY_WITH_TIMEOUT(isConnected(), kDeviceLimitMs);
-    QProcess asking;
-    request(asking);
-    QVERIFY(answerTo(asking).contains("\"confirmed\":true"));
-    QCOMPARE(m_asked, QList<qint64>{m_processId});
-    QVERIFY(!m_channels->clientOf(ended)->isConnected());
 }
 
 PLUGBOARD_SUITE(Fido2ReconnectionLinuxTest)

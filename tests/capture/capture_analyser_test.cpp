@@ -9,17 +9,6 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-/// Files that the analyser's own tools made of ours, cut, merged and damaged among them: what is read from them beside
-/// what the analyser says of them, field by field. docs/guide/capture.md tells where both differ.
-class CaptureAnalyserTest : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void agreesFieldByField_data();
-    void agreesFieldByField();
-};
-
 namespace {
 
 using tests::Packets;
@@ -174,73 +163,81 @@ bool writeFile(const QString& path, const Packets& packets)
 
 } // namespace
 
-void CaptureAnalyserTest::agreesFieldByField_data()
+/// Files that the analyser's own tools made of ours, cut, merged and damaged among them: what is read from them beside
+/// what the analyser says of them, field by field. docs/guide/capture.md tells where both differ.
+class CaptureAnalyserTest : public QObject
 {
-    QTest::addColumn<QString>("form");
-    QTest::addColumn<QString>("command"); ///< %1 the file, %2 another one, %3 what becomes of them
-    QTest::addColumn<QString>("error");   ///< of reading, %1 a number
-    QTest::addColumn<QStringList>("leftOut");
-    const auto row = [](const char* name, const char* form, const char* command, const char* error = "",
-                        const QStringList& leftOut = {}) {
-        QTest::newRow(name) << form << command << error << leftOut;
-    };
-    row("as written", "a.pcapng", "");
-    row("pcap", "a.pcap", "");
-    row("Windows", "a.usbpcap", "");
-    row("converted to pcap", "a.pcapng", "editcap -F pcap %1 %3");
-    row("nanoseconds", "a.pcapng", "editcap -F nsecpcap %1 %3");
-    row("a part", "a.pcapng", "editcap -r %1 %3 3-60");
-    row("later", "a.pcapng", "editcap -t 3600.5 %1 %3");
-    row("merged by time", "a.pcapng", "mergecap -w %3 %1 %2");
-    row("one behind the other", "a.pcap", "mergecap -a -F pcap -w %3 %1 %2");
-    row("merged forms", "a.usbpcap", "mergecap -a -w %3 %1 %2");
-    row("without most of the data", "a.pcapng", "editcap -s 84 %1 %3");
-    row("damaged", "a.pcapng", "editcap --seed 5 -E 0.02 %1 %3", "",
-        {QStringLiteral("usb.urb_type"), QStringLiteral("frame.cap_len"), QStringLiteral("usb.bmRequestType"),
-         QStringLiteral("usb.setup.bRequest"), QStringLiteral("usb.setup.wLength")});
-    row("ends within a packet", "a.pcap", "head -c -3 %1", "The file ends within a packet.");
-}
+    Q_OBJECT
 
-void CaptureAnalyserTest::agreesFieldByField()
-{
-    QFETCH(QString, form);
-    QFETCH(QString, command);
-    QFETCH(QString, error);
-    QFETCH(QStringList, leftOut);
-    for (const char* tool : {"tshark", "editcap", "mergecap"}) {
-        if (QStandardPaths::findExecutable(QLatin1String(tool)).isEmpty())
-            QSKIP("the analyser is not installed");
+private slots:
+    void agreesFieldByField_data()
+    {
+        QTest::addColumn<QString>("form");
+        QTest::addColumn<QString>("command"); ///< %1 the file, %2 another one, %3 what becomes of them
+        QTest::addColumn<QString>("error");   ///< of reading, %1 a number
+        QTest::addColumn<QStringList>("leftOut");
+        const auto row = [](const char* name, const char* form, const char* command, const char* error = "",
+                            const QStringList& leftOut = {}) {
+            QTest::newRow(name) << form << command << error << leftOut;
+        };
+        row("as written", "a.pcapng", "");
+        row("pcap", "a.pcap", "");
+        row("Windows", "a.usbpcap", "");
+        row("converted to pcap", "a.pcapng", "editcap -F pcap %1 %3");
+        row("nanoseconds", "a.pcapng", "editcap -F nsecpcap %1 %3");
+        row("a part", "a.pcapng", "editcap -r %1 %3 3-60");
+        row("later", "a.pcapng", "editcap -t 3600.5 %1 %3");
+        row("merged by time", "a.pcapng", "mergecap -w %3 %1 %2");
+        row("one behind the other", "a.pcap", "mergecap -a -F pcap -w %3 %1 %2");
+        row("merged forms", "a.usbpcap", "mergecap -a -w %3 %1 %2");
+        row("without most of the data", "a.pcapng", "editcap -s 84 %1 %3");
+        row("damaged", "a.pcapng", "editcap --seed 5 -E 0.02 %1 %3", "",
+            {QStringLiteral("usb.urb_type"), QStringLiteral("frame.cap_len"), QStringLiteral("usb.bmRequestType"),
+             QStringLiteral("usb.setup.bRequest"), QStringLiteral("usb.setup.wLength")});
+        row("ends within a packet", "a.pcap", "head -c -3 %1", "The file ends within a packet.");
     }
-    QTemporaryDir folder;
-    const QString path = folder.filePath(form);
-    const QString other = folder.filePath(QStringLiteral("other.pcapng"));
-    const QString made = folder.filePath(QStringLiteral("made"));
-    QVERIFY(writeFile(path, everything()));
-    QVERIFY(writeFile(other, tests::sessionPackets(QStringLiteral("keyboard"), 50)));
-    QStringList words = command.split(QLatin1Char(' '), Qt::SkipEmptyParts);
-    for (QString& word : words)
-        word = word.replace(QLatin1String("%1"), path)
-                   .replace(QLatin1String("%2"), other)
-                   .replace(QLatin1String("%3"), made);
-    if (!words.isEmpty()) {
-        QProcess maker;
-        if (!command.contains(QLatin1String("%3")))
-            maker.setStandardOutputFile(made);
-        maker.start(words[0], words.mid(1));
-        QVERIFY(maker.waitForFinished());
-        QCOMPARE(maker.exitCode(), 0);
+
+    void agreesFieldByField()
+    {
+        QFETCH(QString, form);
+        QFETCH(QString, command);
+        QFETCH(QString, error);
+        QFETCH(QStringList, leftOut);
+        for (const char* tool : {"tshark", "editcap", "mergecap"}) {
+            if (QStandardPaths::findExecutable(QLatin1String(tool)).isEmpty())
+                QSKIP("the analyser is not installed");
+        }
+        QTemporaryDir folder;
+        const QString path = folder.filePath(form);
+        const QString other = folder.filePath(QStringLiteral("other.pcapng"));
+        const QString made = folder.filePath(QStringLiteral("made"));
+        QVERIFY(writeFile(path, everything()));
+        QVERIFY(writeFile(other, tests::sessionPackets(QStringLiteral("keyboard"), 50)));
+        QStringList words = command.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+        for (QString& word : words)
+            word = word.replace(QLatin1String("%1"), path)
+                       .replace(QLatin1String("%2"), other)
+                       .replace(QLatin1String("%3"), made);
+        if (!words.isEmpty()) {
+            QProcess maker;
+            if (!command.contains(QLatin1String("%3")))
+                maker.setStandardOutputFile(made);
+            maker.start(words[0], words.mid(1));
+            QVERIFY(maker.waitForFinished());
+            QCOMPARE(maker.exitCode(), 0);
+        }
+        QFile file(words.isEmpty() ? path : made);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const tests::ReadResult result = tests::readCapture(file);
+        const Packets packets = tests::transfersOf(result.packets);
+        const std::vector<Fields> theirs = analysed(file.fileName());
+        QCOMPARE(result.error, error);
+        QVERIFY(theirs.size() > 50);
+        QCOMPARE(packets.size(), theirs.size());
+        const QStringList lines = differences(packets, theirs, leftOut);
+        QVERIFY2(lines.isEmpty(), qPrintable(lines.mid(0, 30).join(QLatin1Char('\n'))));
     }
-    QFile file(words.isEmpty() ? path : made);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const tests::ReadResult result = tests::readCapture(file);
-    const Packets packets = tests::transfersOf(result.packets);
-    const std::vector<Fields> theirs = analysed(file.fileName());
-    QCOMPARE(result.error, error);
-    QVERIFY(theirs.size() > 50);
-    QCOMPARE(packets.size(), theirs.size());
-    const QStringList lines = differences(packets, theirs, leftOut);
-    QVERIFY2(lines.isEmpty(), qPrintable(lines.mid(0, 30).join(QLatin1Char('\n'))));
-}
+};
 
 PLUGBOARD_SUITE(CaptureAnalyserTest)
 #include "capture_analyser_test.moc"

@@ -6,18 +6,6 @@
 #include <QDir>
 #include <QtTest>
 
-/// Every file of cases/ is a packet and the texts expected of it: lines of hexadecimal bytes, blank-separated, with
-/// comments from '#' to the line's end, then "=== line", the one-line decoding, "=== tree" and the detail view, two
-/// blanks more for each level. Times are left out: they depend on the zone. A payload that is no packet says "refused".
-class DecoderCasesTest : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void decodes_data();
-    void decodes();
-};
-
 namespace {
 
 QString treeText(const DetailRow& row, int level)
@@ -52,29 +40,38 @@ QString describe(const QByteArray& payload)
 
 } // namespace
 
-void DecoderCasesTest::decodes_data()
+/// Every file of cases/ is a packet and the texts expected of it: lines of hexadecimal bytes, blank-separated, with
+/// comments from '#' to the line's end, then "=== line", the one-line decoding, "=== tree" and the detail view, two
+/// blanks more for each level. Times are left out: they depend on the zone. A payload that is no packet says "refused".
+class DecoderCasesTest : public QObject
 {
-    QTest::addColumn<QString>("path");
-    const QDir folder(QStringLiteral(PLUGBOARD_TEST_DATA "/cases"));
-    for (const QString& name : folder.entryList({QStringLiteral("*.txt")}, QDir::Files, QDir::Name))
-        QTest::newRow(qPrintable(name.section(QLatin1Char('.'), 0, 0).replace(QLatin1Char('_'), QLatin1Char(' '))))
-            << folder.filePath(name);
-}
+    Q_OBJECT
 
-void DecoderCasesTest::decodes()
-{
-    QFETCH(QString, path);
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadOnly | QIODevice::Text));
-    const QString text = QString::fromUtf8(file.readAll());
-    const QString mark = QStringLiteral("=== line\n");
-    const int split = text.indexOf(mark);
-    QVERIFY(split > 0);
-    const QString seen = describe(bytesOf(text.left(split)));
-    if (qEnvironmentVariableIsSet("PLUGBOARD_SHOW_CASES"))
-        qInfo().noquote() << path << '\n' << seen;
-    QCOMPARE(seen, text.mid(split + mark.size()));
-}
+private slots:
+    void decodes_data()
+    {
+        QTest::addColumn<QString>("path");
+        const QDir folder(QStringLiteral(PLUGBOARD_TEST_DATA "/cases"));
+        for (const QString& name : folder.entryList({QStringLiteral("*.txt")}, QDir::Files, QDir::Name))
+            QTest::newRow(qPrintable(name.section(QLatin1Char('.'), 0, 0).replace(QLatin1Char('_'), QLatin1Char(' '))))
+                << folder.filePath(name);
+    }
+
+    void decodes()
+    {
+        QFETCH(QString, path);
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly | QIODevice::Text));
+        const QString text = QString::fromUtf8(file.readAll());
+        const QString mark = QStringLiteral("=== line\n");
+        const int split = text.indexOf(mark);
+        QVERIFY(split > 0);
+        const QString seen = describe(bytesOf(text.left(split)));
+        if (qEnvironmentVariableIsSet("PLUGBOARD_SHOW_CASES"))
+            qInfo().noquote() << path << '\n' << seen;
+        QCOMPARE(seen, text.mid(split + mark.size()));
+    }
+};
 
 PLUGBOARD_SUITE(DecoderCasesTest)
 #include "decoder_cases_test.moc"

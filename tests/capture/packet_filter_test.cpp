@@ -6,20 +6,6 @@
 
 #include <QtTest>
 
-/// Filters over five packets: 1 a control request, 2 its stalled reply, 3 a bulk request OUT on endpoint 1 with data,
-/// 4 an interrupt reply IN on endpoint 1, 5 an unlink command.
-class PacketFilterTest : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void leavesPackets_data();
-    void leavesPackets();
-    void saysWhatIsWrongAndWhere_data();
-    void saysWhatIsWrongAndWhere();
-    void repliesTellStatusAndTime();
-};
-
 namespace {
 
 QByteArray header(qint32 status, quint32 length)
@@ -59,85 +45,93 @@ std::shared_ptr<PacketStore> fivePackets()
 
 } // namespace
 
-void PacketFilterTest::leavesPackets_data()
+/// Filters over five packets: 1 a control request, 2 its stalled reply, 3 a bulk request OUT on endpoint 1 with data,
+/// 4 an interrupt reply IN on endpoint 1, 5 an unlink command.
+class PacketFilterTest : public QObject
 {
-    QTest::addColumn<QString>("filter");
-    QTest::addColumn<QString>("left");
-    const auto row = [](const char* filter, const char* left) { QTest::newRow(filter) << filter << left; };
-    row("", "12345");
-    row("transfer == bulk", "3");
-    row("endpoint == 0x81", "4");
-    row("endpoint == 1", "34");
-    row("endpoint != 0x81 && endpoint == 1", "3");
-    row("status != 0", "2");
-    row("status == -32 || status == 0", "24");
-    row("!(status == 0)", "1235");
-    row("not unlink and kind == request", "13");
-    row("unlink", "5");
-    row("data contains 12 01", "3");
-    row("data contains 1201", "3");
-    row("data contains \"USBC\"", "3");
-    row("data == 55:53:42:43:12:01:02:00", "3");
-    row("data contains 01 12", "");
-    row("details contains device_desc", "1");
-    row("request == 6 && value == 0x0100", "1");
-    row("length >= 31 && length < 32", "3");
-    row("device == 0x10001", "5");
-    row("usb_device", "1");
-    row("12 01 02", "3");
-    row("USB_DEVICE || \"12 01\"", "13");
-    row("epipe", "2");
-    row("INT", "45");
-    row("nowhere", "");
-    row("(transfer == control || transfer == bulk) && kind == request", "13");
-}
+    Q_OBJECT
 
-void PacketFilterTest::leavesPackets()
-{
-    QFETCH(QString, filter);
-    const PacketFilter parsed = parsePacketFilter(filter);
-    QCOMPARE(parsed.error, QString());
-    PacketReader reader(fivePackets());
-    QString left;
-    for (std::size_t number = 0; number < 5; ++number) {
-        if (!parsed.wants || parsed.wants(reader.read(number)))
-            left += QString::number(number + 1);
+private slots:
+    void leavesPackets_data()
+    {
+        QTest::addColumn<QString>("filter");
+        QTest::addColumn<QString>("left");
+        const auto row = [](const char* filter, const char* left) { QTest::newRow(filter) << filter << left; };
+        row("", "12345");
+        row("transfer == bulk", "3");
+        row("endpoint == 0x81", "4");
+        row("endpoint == 1", "34");
+        row("endpoint != 0x81 && endpoint == 1", "3");
+        row("status != 0", "2");
+        row("status == -32 || status == 0", "24");
+        row("!(status == 0)", "1235");
+        row("not unlink and kind == request", "13");
+        row("unlink", "5");
+        row("data contains 12 01", "3");
+        row("data contains 1201", "3");
+        row("data contains \"USBC\"", "3");
+        row("data == 55:53:42:43:12:01:02:00", "3");
+        row("data contains 01 12", "");
+        row("details contains device_desc", "1");
+        row("request == 6 && value == 0x0100", "1");
+        row("length >= 31 && length < 32", "3");
+        row("device == 0x10001", "5");
+        row("usb_device", "1");
+        row("12 01 02", "3");
+        row("USB_DEVICE || \"12 01\"", "13");
+        row("epipe", "2");
+        row("INT", "45");
+        row("nowhere", "");
+        row("(transfer == control || transfer == bulk) && kind == request", "13");
     }
-    QTEST(left, "left");
-}
 
-void PacketFilterTest::saysWhatIsWrongAndWhere_data()
-{
-    QTest::addColumn<QString>("error");
-    const auto row = [](const char* filter, const char* error) { QTest::newRow(filter) << error; };
-    row("colour == red", "0 There is no field \"colour\"");
-    row("transfer == bulky", "12 Expected here: bulk, control, interrupt, isochronous");
-    row("status == ", "10 A number is expected here");
-    row("status = 0", "7 \"==\" is expected here");
-    row("data contains 1", "14 Pairs of hexadecimal digits or a text in quotes are expected here");
-    row("data < 12", "5 Bytes and texts are compared with ==, != or contains");
-    row("unlink &&", "9 A field or a text is expected here");
-    row("(unlink || status == 0", "22 \")\" is missing");
-    row("unlink) && unlink", "6 \"&&\" or \"||\" is expected here");
-}
-
-void PacketFilterTest::saysWhatIsWrongAndWhere()
-{
-    const PacketFilter parsed = parsePacketFilter(QString::fromLatin1(QTest::currentDataTag()));
-    QVERIFY(!parsed.wants);
-    QTEST(QStringLiteral("%1 %2").arg(parsed.errorPosition).arg(parsed.error), "error");
-}
-
-void PacketFilterTest::repliesTellStatusAndTime()
-{
-    PacketReader reader(fivePackets());
-    QStringList texts;
-    for (std::size_t number = 0; number < 4; ++number) {
-        for (int column = 0; column < kAnalysisColumnCount; ++column)
-            texts << analysisColumnText(reader, 0, number, static_cast<AnalysisColumn>(column));
+    void leavesPackets()
+    {
+        QFETCH(QString, filter);
+        const PacketFilter parsed = parsePacketFilter(filter);
+        QCOMPARE(parsed.error, QString());
+        PacketReader reader(fivePackets());
+        QString left;
+        for (std::size_t number = 0; number < 5; ++number) {
+            if (!parsed.wants || parsed.wants(reader.read(number)))
+                left += QString::number(number + 1);
+        }
+        QTEST(left, "left");
     }
-    QCOMPARE(texts.join(QLatin1Char('|')), QStringLiteral("||||-32 EPIPE|10|10||||10||0||10|"));
-}
+
+    void saysWhatIsWrongAndWhere_data()
+    {
+        QTest::addColumn<QString>("error");
+        const auto row = [](const char* filter, const char* error) { QTest::newRow(filter) << error; };
+        row("colour == red", "0 There is no field \"colour\"");
+        row("transfer == bulky", "12 Expected here: bulk, control, interrupt, isochronous");
+        row("status == ", "10 A number is expected here");
+        row("status = 0", "7 \"==\" is expected here");
+        row("data contains 1", "14 Pairs of hexadecimal digits or a text in quotes are expected here");
+        row("data < 12", "5 Bytes and texts are compared with ==, != or contains");
+        row("unlink &&", "9 A field or a text is expected here");
+        row("(unlink || status == 0", "22 \")\" is missing");
+        row("unlink) && unlink", "6 \"&&\" or \"||\" is expected here");
+    }
+
+    void saysWhatIsWrongAndWhere()
+    {
+        const PacketFilter parsed = parsePacketFilter(QString::fromLatin1(QTest::currentDataTag()));
+        QVERIFY(!parsed.wants);
+        QTEST(QStringLiteral("%1 %2").arg(parsed.errorPosition).arg(parsed.error), "error");
+    }
+
+    void repliesTellStatusAndTime()
+    {
+        PacketReader reader(fivePackets());
+        QStringList texts;
+        for (std::size_t number = 0; number < 4; ++number) {
+            for (int column = 0; column < kAnalysisColumnCount; ++column)
+                texts << analysisColumnText(reader, 0, number, static_cast<AnalysisColumn>(column));
+        }
+        QCOMPARE(texts.join(QLatin1Char('|')), QStringLiteral("||||-32 EPIPE|10|10||||10||0||10|"));
+    }
+};
 
 PLUGBOARD_SUITE(PacketFilterTest)
 #include "packet_filter_test.moc"

@@ -15,20 +15,6 @@
 
 #include <aclapi.h>
 
-class DevicesWinTest : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void recordHeldOpenByItsDevice_data();
-    void recordHeldOpenByItsDevice();
-    void folderThatMayOnlyBeRead();
-    void folderPathWithAnySeparator_data();
-    void folderPathWithAnySeparator();
-    void programFolderWithSpacesAndOtherLetters();
-    void processTableFollowsTheKillTool();
-};
-
 namespace {
 
 const QString kFileName = QStringLiteral("device_a_77.json");
@@ -97,129 +83,137 @@ bool setRights(const QString& path, DWORD denied)
 
 } // namespace
 
-void DevicesWinTest::recordHeldOpenByItsDevice_data()
+class DevicesWinTest : public QObject
 {
-    QTest::addColumn<int>("sharing");
-    QTest::addColumn<bool>("rewritten");
-    QTest::addColumn<bool>("deleted");
-    QTest::newRow("nothing shared: neither rewritten nor deleted") << 0 << false << false;
-    QTest::newRow("reading shared: neither rewritten nor deleted") << FILE_SHARE_READ << false << false;
-    QTest::newRow("as the C library opens: rewritten in place, not deleted")
-        << (FILE_SHARE_READ | FILE_SHARE_WRITE) << true << false;
-    QTest::newRow("everything shared: rewritten and deleted")
-        << (FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE) << true << true;
-}
+    Q_OBJECT
 
-void DevicesWinTest::recordHeldOpenByItsDevice()
-{
-    QFETCH(int, sharing);
-    QFETCH(bool, rewritten);
-    QFETCH(bool, deleted);
-    const QTemporaryDir folder;
-    const DeviceRecordManager manager = managerOf(folder.path());
-    manager.saveRecord(record(4));
-    const QString path = folder.filePath(kFileName);
-    FileHandle held(CreateFileW(wide(path), GENERIC_READ, DWORD(sharing), nullptr, OPEN_EXISTING, 0, nullptr));
-    QVERIFY(held.get() != INVALID_HANDLE_VALUE);
-
-    if (!rewritten)
-        expectWarning("Failed to save device record to:", folder.path());
-    manager.saveRecord(record(8));
-    held.reset();
-    QCOMPARE(manager.loadRecord(kFileName).deviceType, rewritten ? 8 : 4);
-    QCOMPARE(QDir(folder.path()).entryList(QDir::Files | QDir::Hidden), QStringList{kFileName});
-
-    held.reset(CreateFileW(wide(path), GENERIC_READ, DWORD(sharing), nullptr, OPEN_EXISTING, 0, nullptr));
-    QVERIFY(held.get() != INVALID_HANDLE_VALUE);
-    if (!(sharing & FILE_SHARE_READ)) {
-        // What cannot be read tells no process id, so it cannot be stale.
-        expectWarning("Failed to load device record from:", folder.path());
-    } else if (!deleted) {
-        expectWarning("Failed to delete device record:", folder.path());
+private slots:
+    void recordHeldOpenByItsDevice_data()
+    {
+        QTest::addColumn<int>("sharing");
+        QTest::addColumn<bool>("rewritten");
+        QTest::addColumn<bool>("deleted");
+        QTest::newRow("nothing shared: neither rewritten nor deleted") << 0 << false << false;
+        QTest::newRow("reading shared: neither rewritten nor deleted") << FILE_SHARE_READ << false << false;
+        QTest::newRow("as the C library opens: rewritten in place, not deleted")
+            << (FILE_SHARE_READ | FILE_SHARE_WRITE) << true << false;
+        QTest::newRow("everything shared: rewritten and deleted")
+            << (FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE) << true << true;
     }
-    manager.removeStaleRecords();
-    held.reset();
-    QCOMPARE(QFile::exists(path), !deleted);
-}
 
-void DevicesWinTest::folderThatMayOnlyBeRead()
-{
-    const QTemporaryDir folder;
-    const DeviceRecordManager manager = managerOf(folder.path());
-    manager.saveRecord(record(4));
-    const QString path = folder.filePath(kFileName);
-    QVERIFY(setRights(path, kWriting));
-    QVERIFY(setRights(folder.path(), kWriting));
+    void recordHeldOpenByItsDevice()
+    {
+        QFETCH(int, sharing);
+        QFETCH(bool, rewritten);
+        QFETCH(bool, deleted);
+        const QTemporaryDir folder;
+        const DeviceRecordManager manager = managerOf(folder.path());
+        manager.saveRecord(record(4));
+        const QString path = folder.filePath(kFileName);
+        FileHandle held(CreateFileW(wide(path), GENERIC_READ, DWORD(sharing), nullptr, OPEN_EXISTING, 0, nullptr));
+        QVERIFY(held.get() != INVALID_HANDLE_VALUE);
 
-    expectWarning("Failed to save device record to:", folder.path());
-    manager.saveRecord(record(8));
-    QCOMPARE(manager.loadRecord(kFileName).deviceType, 4);
-    expectWarning("Failed to delete device record:", folder.path());
-    manager.removeStaleRecords();
-    QVERIFY(QFile::exists(path));
+        if (!rewritten)
+            expectWarning("Failed to save device record to:", folder.path());
+        manager.saveRecord(record(8));
+        held.reset();
+        QCOMPARE(manager.loadRecord(kFileName).deviceType, rewritten ? 8 : 4);
+        QCOMPARE(QDir(folder.path()).entryList(QDir::Files | QDir::Hidden), QStringList{kFileName});
 
-    QVERIFY(setRights(folder.path(), 0));
-    QVERIFY(setRights(path, 0));
-    manager.removeStaleRecords();
-    QVERIFY(!QFile::exists(path));
-}
+        held.reset(CreateFileW(wide(path), GENERIC_READ, DWORD(sharing), nullptr, OPEN_EXISTING, 0, nullptr));
+        QVERIFY(held.get() != INVALID_HANDLE_VALUE);
+        if (!(sharing & FILE_SHARE_READ)) {
+            // What cannot be read tells no process id, so it cannot be stale.
+            expectWarning("Failed to load device record from:", folder.path());
+        } else if (!deleted) {
+            expectWarning("Failed to delete device record:", folder.path());
+        }
+        manager.removeStaleRecords();
+        held.reset();
+        QCOMPARE(QFile::exists(path), !deleted);
+    }
 
-void DevicesWinTest::folderPathWithAnySeparator_data()
-{
-    QTest::addColumn<QString>("below");
-    for (const char* below : {"/in/side", "\\in\\side", "/in\\side", "\\in/side/", "\\in\\side\\"})
-        QTest::newRow(below) << QString::fromLatin1(below);
-}
+    void folderThatMayOnlyBeRead()
+    {
+        const QTemporaryDir folder;
+        const DeviceRecordManager manager = managerOf(folder.path());
+        manager.saveRecord(record(4));
+        const QString path = folder.filePath(kFileName);
+        QVERIFY(setRights(path, kWriting));
+        QVERIFY(setRights(folder.path(), kWriting));
 
-void DevicesWinTest::folderPathWithAnySeparator()
-{
-    QFETCH(QString, below);
-    const QTemporaryDir folder;
-    QVERIFY(QDir(folder.path()).mkpath(QStringLiteral("in/side")));
-    const DeviceRecordManager manager = managerOf(folder.path() + below);
-    manager.saveRecord(record(4));
-    QCOMPARE(manager.listRecords(), QStringList{kFileName});
-    QCOMPARE(manager.loadRecord(kFileName).deviceType, 4);
-    manager.removeStaleRecords();
-    QCOMPARE(manager.listRecords(), QStringList());
-}
+        expectWarning("Failed to save device record to:", folder.path());
+        manager.saveRecord(record(8));
+        QCOMPARE(manager.loadRecord(kFileName).deviceType, 4);
+        expectWarning("Failed to delete device record:", folder.path());
+        manager.removeStaleRecords();
+        QVERIFY(QFile::exists(path));
 
-void DevicesWinTest::programFolderWithSpacesAndOtherLetters()
-{
-    const QTemporaryDir folder;
-    const QString programs = folder.path() + QStringLiteral("/Plug board (\u00e4\u6444)/x & y");
-    QVERIFY(QDir().mkpath(programs));
-    QVERIFY(
-        QFile::copy(QStringLiteral(TEST_CHILD_FOLDER "/usb-daemon.exe"), programs + QStringLiteral("/usb-daemon.exe")));
-    DeviceChildren children;
-    const qint64 id = DeviceLauncher(programs).launch(QStringLiteral("x")).value_or(0);
-    children.add(id);
-    QVERIFY(children.waitForReport(id, "message"));
+        QVERIFY(setRights(folder.path(), 0));
+        QVERIFY(setRights(path, 0));
+        manager.removeStaleRecords();
+        QVERIFY(!QFile::exists(path));
+    }
 
-    const DeviceRecordManager manager = managerOf(programs);
-    manager.saveRecord(record(4));
-    QCOMPARE(manager.loadRecord(manager.listRecords().value(0)).deviceType, 4);
-}
+    void folderPathWithAnySeparator_data()
+    {
+        QTest::addColumn<QString>("below");
+        for (const char* below : {"/in/side", "\\in\\side", "/in\\side", "\\in/side/", "\\in\\side\\"})
+            QTest::newRow(below) << QString::fromLatin1(below);
+    }
 
-void DevicesWinTest::processTableFollowsTheKillTool()
-{
-    const ProcessSnapshot own = ProcessSnapshot::take();
-    QVERIFY(own.valid());
-    QVERIFY(own.contains(QCoreApplication::applicationPid()));
-    QVERIFY2(own.contains(QCoreApplication::applicationPid() + (1LL << 32)), "ids are compared as 32-bit values");
+    void folderPathWithAnySeparator()
+    {
+        QFETCH(QString, below);
+        const QTemporaryDir folder;
+        QVERIFY(QDir(folder.path()).mkpath(QStringLiteral("in/side")));
+        const DeviceRecordManager manager = managerOf(folder.path() + below);
+        manager.saveRecord(record(4));
+        QCOMPARE(manager.listRecords(), QStringList{kFileName});
+        QCOMPARE(manager.loadRecord(kFileName).deviceType, 4);
+        manager.removeStaleRecords();
+        QCOMPARE(manager.listRecords(), QStringList());
+    }
 
-    QProcess child;
-    child.start(QStringLiteral("cmd"), {});
-    QVERIFY(child.waitForStarted());
-    const qint64 id = child.processId();
-    const FileHandle handle(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, DWORD(id)));
-    QVERIFY(ProcessSnapshot::take().contains(id));
-    const KillCommand kill = killCommand(id);
-    QVERIFY2(QFileInfo(kill.program).isAbsolute(), "a file of that name beside the program would be started instead");
-    QCOMPARE(QProcess::execute(kill.program, kill.arguments), 0);
-    QVERIFY(child.waitForFinished());
-    QVERIFY2(!ProcessSnapshot::take().contains(id), "an ended process of which someone holds a handle does not run");
-}
+    void programFolderWithSpacesAndOtherLetters()
+    {
+        const QTemporaryDir folder;
+        const QString programs = folder.path() + QStringLiteral("/Plug board (\u00e4\u6444)/x & y");
+        QVERIFY(QDir().mkpath(programs));
+        QVERIFY(QFile::copy(QStringLiteral(TEST_CHILD_FOLDER "/usb-daemon.exe"),
+                            programs + QStringLiteral("/usb-daemon.exe")));
+        DeviceChildren children;
+        const qint64 id = DeviceLauncher(programs).launch(QStringLiteral("x")).value_or(0);
+        children.add(id);
+        QVERIFY(children.waitForReport(id, "message"));
+
+        const DeviceRecordManager manager = managerOf(programs);
+        manager.saveRecord(record(4));
+        QCOMPARE(manager.loadRecord(manager.listRecords().value(0)).deviceType, 4);
+    }
+
+    void processTableFollowsTheKillTool()
+    {
+        const ProcessSnapshot own = ProcessSnapshot::take();
+        QVERIFY(own.valid());
+        QVERIFY(own.contains(QCoreApplication::applicationPid()));
+        QVERIFY2(own.contains(QCoreApplication::applicationPid() + (1LL << 32)), "ids are compared as 32-bit values");
+
+        QProcess child;
+        child.start(QStringLiteral("cmd"), {});
+        QVERIFY(child.waitForStarted());
+        const qint64 id = child.processId();
+        const FileHandle handle(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, DWORD(id)));
+        QVERIFY(ProcessSnapshot::take().contains(id));
+        const KillCommand kill = killCommand(id);
+        QVERIFY2(QFileInfo(kill.program).isAbsolute(),
+                 "a file of that name beside the program would be started instead");
+        QCOMPARE(QProcess::execute(kill.program, kill.arguments), 0);
+        QVERIFY(child.waitForFinished());
+        QVERIFY2(!ProcessSnapshot::take().contains(id),
+                 "an ended process of which someone holds a handle does not run");
+    }
+};
 
 PLUGBOARD_SUITE(DevicesWinTest)
 #include "devices_win_test.moc"

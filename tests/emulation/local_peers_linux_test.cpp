@@ -24,23 +24,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-/// Both ends of every local socket, with a program of another user at the other one. Only root can start such a
-/// program.
-class LocalPeersTest : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void initTestCase();
-    void serversOfAnotherUserAreSentNothing_data();
-    void serversOfAnotherUserAreSentNothing();
-    void clientsOfAnotherUserAreToldNothing_data();
-    void clientsOfAnotherUserAreToldNothing();
-    void namesOfAnotherUserAreLeftToHim();
-    void aLeftSocketIsReplaced();
-    void onlySoManyClientsAreServed();
-};
-
 namespace {
 
 constexpr uid_t kNobody = 65534;
@@ -110,174 +93,185 @@ using Listen = std::function<std::shared_ptr<QObject>(qint64 processId)>;
 Q_DECLARE_METATYPE(Connect)
 Q_DECLARE_METATYPE(Listen)
 
-void LocalPeersTest::initTestCase()
+/// Both ends of every local socket, with a program of another user at the other one. Only root can start such a
+/// program.
+class LocalPeersTest : public QObject
 {
-    if (::geteuid() != 0)
-        QSKIP("skipped: only root can run a program as another user");
-}
+    Q_OBJECT
 
-void LocalPeersTest::serversOfAnotherUserAreSentNothing_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<Connect>("connectTo");
-    QTest::newRow("confirmations") << QStringLiteral("Fido2Server_") << Connect([](qint64 process) {
-        const LogLines logged(LogLines::Least::Warning);
-        Fido2Client client;
-        client.connectToServer(QStringLiteral("Fido2Server_%1").arg(process), process);
-        return logged.lines().join(QLatin1Char(' '));
-    });
-    QTest::newRow("confirmations, any process") << QStringLiteral("Fido2Server_") << Connect([](qint64 process) {
-        const LogLines logged(LogLines::Least::Warning);
-        Fido2Client client;
-        client.connectToServer(QStringLiteral("Fido2Server_%1").arg(process));
-        return logged.lines().join(QLatin1Char(' '));
-    });
-    QTest::newRow("capture") << QStringLiteral("UsbIPCaptureServer_") << Connect([](qint64 process) {
-        UsbIPCaptureClient client;
-        QString error;
-        QObject::connect(&client, &UsbIPCaptureClient::connectionError, [&error](const QString& e) { error = e; });
-        QObject::connect(&client, &UsbIPCaptureClient::connected, [&client] { client.requestStats(); });
-        client.setServerProcess(process);
-        client.connectToServer();
-        return QTest::qWaitFor([&] { return client.isConnected() || !error.isEmpty(); }) ? error : QString();
-    });
-    QTest::newRow("commands") << QStringLiteral("UsbDeviceCommands_") << Connect([](qint64 process) {
-        return sendDeviceCommand(process, QStringLiteral("status")).line;
-    });
-    QTest::newRow("requests") << QStringLiteral("Fido2Control_") << Connect([](qint64 process) {
-        runRequestCommand({QString::number(process), QStringLiteral("reset")}); // says why on standard error
-        return QStringLiteral("nobody");
-    });
-}
-
-void LocalPeersTest::serversOfAnotherUserAreSentNothing()
-{
-    QFETCH(QString, name);
-    QFETCH(Connect, connectTo);
-    int ready[2] = {};
-    QCOMPARE(::pipe(ready), 0);
-    const QByteArray stem = QFile::encodeName(place(name));
-    const Stranger stranger([&] {
-        char path[108];
-        std::snprintf(path, sizeof path, "%s%d", stem.constData(), ::getpid());
-        const int server = listenAt(path);
-        if (server < 0 || ::write(ready[1], "x", 1) != 1)
-            return 98;
-        const int heard = readOnce(::accept(server, nullptr, nullptr));
-        ::unlink(path);
-        return heard;
-    });
-    QCOMPARE(readOnce(ready[0]), 1);
-    ::close(ready[0]);
-    ::close(ready[1]);
-    const QString reason = connectTo(stranger.process());
-    QCOMPARE(stranger.wait(), 0);
-    QVERIFY2(reason.contains(QStringLiteral("nobody")), qPrintable(reason));
-}
-
-void LocalPeersTest::clientsOfAnotherUserAreToldNothing_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<Listen>("listen");
-    QTest::newRow("confirmations") << QStringLiteral("Fido2Server_") << QByteArray(R"({"type":"ping"})")
-                                   << Listen([](qint64 process) {
-                                          auto server = std::make_shared<Fido2Server>(process);
-                                          return server->listen().isEmpty() ? server : nullptr;
-                                      });
-    QTest::newRow("capture") << QStringLiteral("UsbIPCaptureServer_") << QByteArray("\x0d\0\0\0\0\0\0\0", 8)
-                             << Listen([](qint64 process) {
-                                    auto server = std::make_shared<CaptureServer>(process, 1, nullptr);
-                                    return server->start().isEmpty() ? server : nullptr;
-                                });
-    QTest::newRow("commands") << QStringLiteral("UsbDeviceCommands_") << QByteArray("status\n")
-                              << Listen([](qint64 process) {
-                                     auto server = std::make_shared<CommandServer>(
-                                         process, [](const QString&, const CommandServer::Answer& answer) {
-                                             answer(QStringLiteral("OK: done"));
-                                         });
-                                     return server->start().isEmpty() ? server : nullptr;
-                                 });
-    QTest::newRow("pictures") << QStringLiteral("CmdServer_") << QByteArray("ImgX,1\r\n") << Listen([](qint64 process) {
-        auto server = std::make_shared<CmdServer>();
-        return server->StartServer(QStringLiteral("CmdServer_%1").arg(process)) ? server : nullptr;
-    });
-}
-
-/// The rights of the socket keep others away as long as nobody opens them up.
-void LocalPeersTest::clientsOfAnotherUserAreToldNothing()
-{
-    QFETCH(QString, name);
-    QFETCH(QByteArray, bytes);
-    QFETCH(Listen, listen);
-    const qint64 process = QCoreApplication::applicationPid();
-    const auto server = listen(process);
-    QVERIFY(server);
-    const QByteArray path = QFile::encodeName(place(name + QString::number(process)));
-    QCOMPARE(::chmod(path.constData(), 0777), 0);
-    const sockaddr_un address = addressOf(path);
-    const LogLines logged(LogLines::Least::Warning);
-    const Stranger stranger([&] {
-        const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
-        if (::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
-            ::send(socket, bytes.constData(), size_t(bytes.size()), MSG_NOSIGNAL) != bytes.size())
-            return 98;
-        return readOnce(socket);
-    });
-    QCOMPARE(stranger.wait(), 0);
-    QVERIFY2(logged.lines().join(QLatin1Char(' ')).contains(QStringLiteral("nobody")),
-             qPrintable(logged.lines().join(QLatin1Char(' '))));
-}
-
-void LocalPeersTest::namesOfAnotherUserAreLeftToHim()
-{
-    const qint64 process = QCoreApplication::applicationPid();
-    const QByteArray path = QFile::encodeName(place(QStringLiteral("Fido2Server_%1").arg(process)));
-    QCOMPARE(Stranger([&] { return listenAt(path) >= 0 ? 0 : 98; }).wait(), 0);
-    Fido2Server server(process);
-    const QString reason = server.listen();
-    QVERIFY2(reason.contains(QStringLiteral("nobody")), qPrintable(reason));
-    struct stat found = {};
-    QCOMPARE(::lstat(path.constData(), &found), 0);
-    QCOMPARE(found.st_uid, kNobody);
-    QCOMPARE(::unlink(path.constData()), 0);
-    QCOMPARE(server.listen(), QString());
-}
-
-void LocalPeersTest::aLeftSocketIsReplaced()
-{
-    const qint64 process = QCoreApplication::applicationPid();
-    const QByteArray path = QFile::encodeName(place(QStringLiteral("Fido2Server_%1").arg(process)));
-    ::close(listenAt(path));
-    Fido2Server server(process);
-    QCOMPARE(server.listen(), QString());
-    Fido2Client client;
-    QVERIFY(client.connectToServer(QStringLiteral("Fido2Server_%1").arg(process), process));
-    Fido2Client other;
-    QVERIFY(!other.connectToServer(QStringLiteral("Fido2Server_%1").arg(process), process + 1));
-}
-
-void LocalPeersTest::onlySoManyClientsAreServed()
-{
-    constexpr int kMost = 16;
-    const qint64 process = QCoreApplication::applicationPid();
-    CommandServer server(
-        process, [](const QString&, const CommandServer::Answer& answer) { answer(QStringLiteral("OK: done")); });
-    QCOMPARE(server.start(), QString());
-    const LogLines logged(LogLines::Least::Warning);
-    std::vector<std::unique_ptr<QLocalSocket>> clients;
-    for (int i = 0; i < kMost + 4; ++i) {
-        clients.push_back(std::make_unique<QLocalSocket>());
-        clients.back()->connectToServer(deviceCommandServer(process));
-        QCoreApplication::processEvents();
+private slots:
+    void initTestCase()
+    {
+        if (::geteuid() != 0)
+            QSKIP("skipped: only root can run a program as another user");
     }
-    const auto connected = [&] {
-        return std::count_if(clients.begin(), clients.end(),
-                             [](const auto& client) { return client->state() == QLocalSocket::ConnectedState; });
-    };
-    QTRY_COMPARE(connected(), kMost);
-    QCOMPARE(logged.lines().size(), 4);
-}
+
+    void serversOfAnotherUserAreSentNothing_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<Connect>("connectTo");
+        QTest::newRow("confirmations") << QStringLiteral("Fido2Server_") << Connect([](qint64 process) {
+            const LogLines logged(LogLines::Least::Warning);
+            Fido2Client client;
+            client.connectToServer(QStringLiteral("Fido2Server_%1").arg(process), process);
+            return logged.lines().join(QLatin1Char(' '));
+        });
+        QTest::newRow("confirmations, any process") << QStringLiteral("Fido2Server_") << Connect([](qint64 process) {
+            const LogLines logged(LogLines::Least::Warning);
+            Fido2Client client;
+            client.connectToServer(QStringLiteral("Fido2Server_%1").arg(process));
+            return logged.lines().join(QLatin1Char(' '));
+        });
+        QTest::newRow("capture") << QStringLiteral("UsbIPCaptureServer_") << Connect([](qint64 process) {
+            UsbIPCaptureClient client;
+            QString error;
+            QObject::connect(&client, &UsbIPCaptureClient::connectionError, [&error](const QString& e) { error = e; });
+            QObject::connect(&client, &UsbIPCaptureClient::connected, [&client] { client.requestStats(); });
+            client.setServerProcess(process);
+            client.connectToServer();
+            return QTest::qWaitFor([&] { return client.isConnected() || !error.isEmpty(); }) ? error : QString();
+        });
+        QTest::newRow("commands") << QStringLiteral("UsbDeviceCommands_") << Connect([](qint64 process) {
+            return sendDeviceCommand(process, QStringLiteral("status")).line;
+        });
+        QTest::newRow("requests") << QStringLiteral("Fido2Control_") << Connect([](qint64 process) {
+            runRequestCommand({QString::number(process), QStringLiteral("reset")}); // says why on standard error
+            return QStringLiteral("nobody");
+        });
+    }
+
+    void serversOfAnotherUserAreSentNothing()
+    {
+        QFETCH(QString, name);
+        QFETCH(Connect, connectTo);
+        int ready[2] = {};
+        QCOMPARE(::pipe(ready), 0);
+        const QByteArray stem = QFile::encodeName(place(name));
+        const Stranger stranger([&] {
+            char path[108];
+            std::snprintf(path, sizeof path, "%s%d", stem.constData(), ::getpid());
+            const int server = listenAt(path);
+            if (server < 0 || ::write(ready[1], "x", 1) != 1)
+                return 98;
+            const int heard = readOnce(::accept(server, nullptr, nullptr));
+            ::unlink(path);
+            return heard;
+        });
+        QCOMPARE(readOnce(ready[0]), 1);
+        ::close(ready[0]);
+        ::close(ready[1]);
+        const QString reason = connectTo(stranger.process());
+        QCOMPARE(stranger.wait(), 0);
+        QVERIFY2(reason.contains(QStringLiteral("nobody")), qPrintable(reason));
+    }
+
+    void clientsOfAnotherUserAreToldNothing_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<Listen>("listen");
+        QTest::newRow("confirmations") << QStringLiteral("Fido2Server_") << QByteArray(R"({"type":"ping"})")
+                                       << Listen([](qint64 process) {
+                                              auto server = std::make_shared<Fido2Server>(process);
+                                              return server->listen().isEmpty() ? server : nullptr;
+                                          });
+        QTest::newRow("capture") << QStringLiteral("UsbIPCaptureServer_") << QByteArray("\x0d\0\0\0\0\0\0\0", 8)
+                                 << Listen([](qint64 process) {
+                                        auto server = std::make_shared<CaptureServer>(process, 1, nullptr);
+                                        return server->start().isEmpty() ? server : nullptr;
+                                    });
+        QTest::newRow("commands") << QStringLiteral("UsbDeviceCommands_") << QByteArray("status\n")
+                                  << Listen([](qint64 process) {
+                                         auto server = std::make_shared<CommandServer>(
+                                             process, [](const QString&, const CommandServer::Answer& answer) {
+                                                 answer(QStringLiteral("OK: done"));
+                                             });
+                                         return server->start().isEmpty() ? server : nullptr;
+                                     });
+        QTest::newRow("pictures") << QStringLiteral("CmdServer_") << QByteArray("ImgX,1\r\n")
+                                  << Listen([](qint64 process) {
+                                         auto server = std::make_shared<CmdServer>();
+                                         return server->StartServer(QStringLiteral("CmdServer_%1").arg(process))
+                                                    ? server
+                                                    : nullptr;
+                                     });
+    }
+
+    /// The rights of the socket keep others away as long as nobody opens them up.
+    void clientsOfAnotherUserAreToldNothing()
+    {
+        QFETCH(QString, name);
+        QFETCH(QByteArray, bytes);
+        QFETCH(Listen, listen);
+        const qint64 process = QCoreApplication::applicationPid();
+        const auto server = listen(process);
+        QVERIFY(server);
+        const QByteArray path = QFile::encodeName(place(name + QString::number(process)));
+        QCOMPARE(::chmod(path.constData(), 0777), 0);
+        const sockaddr_un address = addressOf(path);
+        const LogLines logged(LogLines::Least::Warning);
+        const Stranger stranger([&] {
+            const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
+            if (::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+                ::send(socket, bytes.constData(), size_t(bytes.size()), MSG_NOSIGNAL) != bytes.size())
+                return 98;
+            return readOnce(socket);
+        });
+        QCOMPARE(stranger.wait(), 0);
+        QVERIFY2(logged.lines().join(QLatin1Char(' ')).contains(QStringLiteral("nobody")),
+                 qPrintable(logged.lines().join(QLatin1Char(' '))));
+    }
+
+    void namesOfAnotherUserAreLeftToHim()
+    {
+        const qint64 process = QCoreApplication::applicationPid();
+        const QByteArray path = QFile::encodeName(place(QStringLiteral("Fido2Server_%1").arg(process)));
+        QCOMPARE(Stranger([&] { return listenAt(path) >= 0 ? 0 : 98; }).wait(), 0);
+        Fido2Server server(process);
+        const QString reason = server.listen();
+        QVERIFY2(reason.contains(QStringLiteral("nobody")), qPrintable(reason));
+        struct stat found = {};
+        QCOMPARE(::lstat(path.constData(), &found), 0);
+        QCOMPARE(found.st_uid, kNobody);
+        QCOMPARE(::unlink(path.constData()), 0);
+        QCOMPARE(server.listen(), QString());
+    }
+
+    void aLeftSocketIsReplaced()
+    {
+        const qint64 process = QCoreApplication::applicationPid();
+        const QByteArray path = QFile::encodeName(place(QStringLiteral("Fido2Server_%1").arg(process)));
+        ::close(listenAt(path));
+        Fido2Server server(process);
+        QCOMPARE(server.listen(), QString());
+        Fido2Client client;
+        QVERIFY(client.connectToServer(QStringLiteral("Fido2Server_%1").arg(process), process));
+        Fido2Client other;
+        QVERIFY(!other.connectToServer(QStringLiteral("Fido2Server_%1").arg(process), process + 1));
+    }
+
+    void onlySoManyClientsAreServed()
+    {
+        constexpr int kMost = 16;
+        const qint64 process = QCoreApplication::applicationPid();
+        CommandServer server(
+            process, [](const QString&, const CommandServer::Answer& answer) { answer(QStringLiteral("OK: done")); });
+        QCOMPARE(server.start(), QString());
+        const LogLines logged(LogLines::Least::Warning);
+        std::vector<std::unique_ptr<QLocalSocket>> clients;
+        for (int i = 0; i < kMost + 4; ++i) {
+            clients.push_back(std::make_unique<QLocalSocket>());
+            clients.back()->connectToServer(deviceCommandServer(process));
+            QCoreApplication::processEvents();
+        }
+        const auto connected = [&] {
+            return std::count_if(clients.begin(), clients.end(),
+                                 [](const auto& client) { return client->state() == QLocalSocket::ConnectedState; });
+        };
+        QTRY_COMPARE(connected(), kMost);
+        QCOMPARE(logged.lines().size(), 4);
+    }
+};
 
 PLUGBOARD_SUITE(LocalPeersTest)
 #include "local_peers_linux_test.moc"

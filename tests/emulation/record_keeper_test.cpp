@@ -11,21 +11,19 @@ class RecordKeeperTest : public QObject
     Q_OBJECT
 
 private slots:
-    void keepsWritingUntilTheEnd();
-};
-
-void RecordKeeperTest::keepsWritingUntilTheEnd()
-{
-    const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("device_Mouse Device_4312.json"));
+    void keepsWritingUntilTheEnd()
     {
-        RecordKeeper keeper({mouseDescription(), 4312, folder.path()}, 1ms);
-        QCOMPARE(keeper.start(), QString());
-        QVERIFY(QFile::remove(path));
-        QTRY_VERIFY(QFile::exists(path));
+        const QTemporaryDir folder;
+        const QString path = folder.filePath(QStringLiteral("device_Mouse Device_4312.json"));
+        {
+            RecordKeeper keeper({mouseDescription(), 4312, folder.path()}, 1ms);
+            QCOMPARE(keeper.start(), QString());
+            QVERIFY(QFile::remove(path));
+            QTRY_VERIFY(QFile::exists(path));
+        }
+        QCOMPARE(QDir(folder.path()).entryList(QDir::Files), QStringList());
     }
-    QCOMPARE(QDir(folder.path()).entryList(QDir::Files), QStringList());
-}
+};
 
 PLUGBOARD_SUITE(RecordKeeperTest)
 #include "record_keeper_test.moc"

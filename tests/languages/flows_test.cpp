@@ -18,17 +18,6 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-/// What comes out of a window for files, devices and scripts is the same in every language.
-class FlowsTest : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void cleanup() { speak(Language::English, *qApp); }
-    void whatComesOutDoesNotDependOnTheLanguage_data();
-    void whatComesOutDoesNotDependOnTheLanguage();
-};
-
 namespace {
 
 /// Says yes to every question and chooses one file.
@@ -175,27 +164,35 @@ using Flow = QString (*)();
 
 Q_DECLARE_METATYPE(Flow)
 
-void FlowsTest::whatComesOutDoesNotDependOnTheLanguage_data()
+/// What comes out of a window for files, devices and scripts is the same in every language.
+class FlowsTest : public QObject
 {
-    QTest::addColumn<Flow>("flow");
-    QTest::addColumn<QString>("part"); ///< of the outcome: the flow has come to its end
-    const auto row = [](const char* name, Flow flow, const char* outcome) {
-        QTest::newRow(name) << flow << QString::fromLatin1(outcome);
-    };
-    row("camera", cameraFromFile, "/clips/a.mp4|27|-1|1366|768|30|0x0150|0|END");
-    row("main window", mainWindow, "Device 2|102||||FIDO2");
-    row("scripts", scripts, "\"label\": \"Camera\"");
-}
+    Q_OBJECT
 
-void FlowsTest::whatComesOutDoesNotDependOnTheLanguage()
-{
-    QFETCH(Flow, flow);
-    QFETCH(QString, part);
-    const QString english = flow();
-    QVERIFY2(english.contains(part), qPrintable(english));
-    QVERIFY(speak(Language::SimplifiedChinese, *qApp));
-    QCOMPARE(flow(), english);
-}
+private slots:
+    void cleanup() { speak(Language::English, *qApp); }
+    void whatComesOutDoesNotDependOnTheLanguage_data()
+    {
+        QTest::addColumn<Flow>("flow");
+        QTest::addColumn<QString>("part"); ///< of the outcome: the flow has come to its end
+        const auto row = [](const char* name, Flow flow, const char* outcome) {
+            QTest::newRow(name) << flow << QString::fromLatin1(outcome);
+        };
+        row("camera", cameraFromFile, "/clips/a.mp4|27|-1|1366|768|30|0x0150|0|END");
+        row("main window", mainWindow, "Device 2|102||||FIDO2");
+        row("scripts", scripts, "\"label\": \"Camera\"");
+    }
+
+    void whatComesOutDoesNotDependOnTheLanguage()
+    {
+        QFETCH(Flow, flow);
+        QFETCH(QString, part);
+        const QString english = flow();
+        QVERIFY2(english.contains(part), qPrintable(english));
+        QVERIFY(speak(Language::SimplifiedChinese, *qApp));
+        QCOMPARE(flow(), english);
+    }
+};
 
 PLUGBOARD_SUITE(FlowsTest)
 #include "flows_test.moc"

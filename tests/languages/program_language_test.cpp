@@ -12,11 +12,62 @@ class ProgramLanguageTest : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void whatTheCommandLinePrintsIsEnglish_data();
-    void whatTheCommandLinePrintsIsEnglish();
-    void theChosenLanguageIsRemembered();
-    void theLogIsWhereItBelongs();
+    void initTestCase() { QVERIFY(installBusDriverBesideTest()); }
+
+    void whatTheCommandLinePrintsIsEnglish_data()
+    {
+        QTest::addColumn<QString>("arguments");
+        for (const char* arguments :
+             {"--help", "--list", "--list --json", "--delete 1", "--delete x", "--create toaster", "--nonsense",
+              "--create microphone --set port=9 --set uac=2.0", "--create microphone --set name=", "--language de",
+              "--log loud", "--list --language en"})
+            QTest::newRow(arguments) << QString::fromLatin1(arguments);
+    }
+
+    void whatTheCommandLinePrintsIsEnglish()
+    {
+        QFETCH(QString, arguments);
+        const auto with = [&](const char* language) {
+            QFile settings(m_user.filePath(QStringLiteral("settings.ini")));
+            if (!settings.open(QIODevice::WriteOnly) ||
+                settings.write(QByteArray("[General]\nlanguage=") + language) < 0)
+                return QByteArray("no settings");
+            settings.close();
+            const ProgramOutput output = runBesideTest("plugboard", arguments.split(QLatin1Char(' ')), m_user.path());
+            return QByteArray::number(output.exitCode) + output.out + output.error;
+        };
+        const QByteArray chinese = with("zh_CN");
+        QCOMPARE(chinese, with("en"));
+        QVERIFY2(!chinese.startsWith("-1") &&
+                     std::all_of(chinese.begin(), chinese.end(), [](char c) { return c >= 0; }),
+                 chinese.constData());
+    }
+
+    void theChosenLanguageIsRemembered()
+    {
+        QFile::remove(m_user.filePath(QStringLiteral("settings.ini")));
+        openWindow({});
+        QVERIFY(userFile("logs/plugboard.log").contains("Main window shown in en"));
+        QVERIFY(!userFile("logs/plugboard.log").contains("Main window shown in zh_CN"));
+        openWindow({QStringLiteral("--language"), QStringLiteral("zh_CN")});
+        openWindow({});
+        QCOMPARE(userFile("logs/plugboard.log").count("Main window shown in zh_CN"), 2);
+        openWindow({QStringLiteral("--language=en")});
+        openWindow({});
+        QCOMPARE(userFile("logs/plugboard.log").count("Main window shown in en"), 3);
+    }
+
+    void theLogIsWhereItBelongs()
+    {
+        openWindow({QStringLiteral("--log"), QStringLiteral("plugboard.driver=debug")});
+        const QByteArray log = userFile("logs/plugboard.log");
+        QVERIFY2(log.contains(" debug plugboard.driver ["), log.constData());
+        QVERIFY2(!log.contains(" debug plugboard.app ["), log.constData());
+        // Records lie beside the program; nothing of the user's lies there.
+        const QDir folder(QCoreApplication::applicationDirPath());
+        QCOMPARE(folder.entryList({QStringLiteral("*.log"), QStringLiteral("settings.ini"), QStringLiteral("*crash*")}),
+                 QStringList());
+    }
 
 private:
     void openWindow(const QStringList& arguments) const;
@@ -24,11 +75,6 @@ private:
 
     QTemporaryDir m_user;
 };
-
-void ProgramLanguageTest::initTestCase()
-{
-    QVERIFY(installBusDriverBesideTest());
-}
 
 /// Until its log says that it speaks with the user, then it is ended.
 void ProgramLanguageTest::openWindow(const QStringList& arguments) const
@@ -49,59 +95,6 @@ QByteArray ProgramLanguageTest::userFile(const char* name) const
 {
     QFile file(m_user.filePath(QLatin1String(name)));
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-void ProgramLanguageTest::whatTheCommandLinePrintsIsEnglish_data()
-{
-    QTest::addColumn<QString>("arguments");
-    for (const char* arguments :
-         {"--help", "--list", "--list --json", "--delete 1", "--delete x", "--create toaster", "--nonsense",
-          "--create microphone --set port=9 --set uac=2.0", "--create microphone --set name=", "--language de",
-          "--log loud", "--list --language en"})
-        QTest::newRow(arguments) << QString::fromLatin1(arguments);
-}
-
-void ProgramLanguageTest::whatTheCommandLinePrintsIsEnglish()
-{
-    QFETCH(QString, arguments);
-    const auto with = [&](const char* language) {
-        QFile settings(m_user.filePath(QStringLiteral("settings.ini")));
-        if (!settings.open(QIODevice::WriteOnly) || settings.write(QByteArray("[General]\nlanguage=") + language) < 0)
-            return QByteArray("no settings");
-        settings.close();
-        const ProgramOutput output = runBesideTest("plugboard", arguments.split(QLatin1Char(' ')), m_user.path());
-        return QByteArray::number(output.exitCode) + output.out + output.error;
-    };
-    const QByteArray chinese = with("zh_CN");
-    QCOMPARE(chinese, with("en"));
-    QVERIFY2(!chinese.startsWith("-1") && std::all_of(chinese.begin(), chinese.end(), [](char c) { return c >= 0; }),
-             chinese.constData());
-}
-
-void ProgramLanguageTest::theChosenLanguageIsRemembered()
-{
-    QFile::remove(m_user.filePath(QStringLiteral("settings.ini")));
-    openWindow({});
-    QVERIFY(userFile("logs/plugboard.log").contains("Main window shown in en"));
-    QVERIFY(!userFile("logs/plugboard.log").contains("Main window shown in zh_CN"));
-    openWindow({QStringLiteral("--language"), QStringLiteral("zh_CN")});
-    openWindow({});
-    QCOMPARE(userFile("logs/plugboard.log").count("Main window shown in zh_CN"), 2);
-    openWindow({QStringLiteral("--language=en")});
-    openWindow({});
-    QCOMPARE(userFile("logs/plugboard.log").count("Main window shown in en"), 3);
-}
-
-void ProgramLanguageTest::theLogIsWhereItBelongs()
-{
-    openWindow({QStringLiteral("--log"), QStringLiteral("plugboard.driver=debug")});
-    const QByteArray log = userFile("logs/plugboard.log");
-    QVERIFY2(log.contains(" debug plugboard.driver ["), log.constData());
-    QVERIFY2(!log.contains(" debug plugboard.app ["), log.constData());
-    // Records lie beside the program; nothing of the user's lies there.
-    const QDir folder(QCoreApplication::applicationDirPath());
-    QCOMPARE(folder.entryList({QStringLiteral("*.log"), QStringLiteral("settings.ini"), QStringLiteral("*crash*")}),
-             QStringList());
 }
 
 PLUGBOARD_SUITE(ProgramLanguageTest)

@@ -19,15 +19,6 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-/// A security key's life with everything logged: none of its secrets may be in the log.
-class SecretLogTest : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void nothingSecretIsLogged();
-};
-
 namespace {
 
 const QString kPin = QStringLiteral("73519264");
@@ -57,91 +48,99 @@ void createKey(MainWindow& window, ScriptedPrompter& prompter)
 
 } // namespace
 
-void SecretLogTest::nothingSecretIsLogged()
+/// A security key's life with everything logged: none of its secrets may be in the log.
+class SecretLogTest : public QObject
 {
-    QDir(keyFolder()).removeRecursively();
-    QDir().mkpath(keyFolder());
-    const QTemporaryDir folder;
-    const LogSession session(folder.path(), QStringLiteral("p"), logRules({QStringLiteral("debug")}).rules);
+    Q_OBJECT
 
-    ScriptedPrompter prompter;
-    MainWindow window(nullptr, prompter);
-    window.show();
-    createKey(window, prompter);
-    const auto process = window.deviceTable().identityAt(0);
-    QVERIFY(process);
-    const auto* channels = window.findChild<Fido2Channels*>();
-    QTRY_VERIFY_WITH_TIMEOUT(channels->clientOf(process->processId.toLongLong()) &&
-                                 channels->clientOf(process->processId.toLongLong())->isConnected(),
-                             60000);
+private slots:
+    void nothingSecretIsLogged()
+    {
+        QDir(keyFolder()).removeRecursively();
+        QDir().mkpath(keyFolder());
+        const QTemporaryDir folder;
+        const LogSession session(folder.path(), QStringLiteral("p"), logRules({QStringLiteral("debug")}).rules);
 
-    // A registration, which makes a key pair.
-    whenOpens({}, [](QDialog& dialog) { dialog.findChild<QPushButton*>(QStringLiteral("confirm"))->click(); });
-    QProcess request;
-    request.start(QCoreApplication::applicationDirPath() + QStringLiteral("/usb-daemon.exe"),
-                  {QStringLiteral("--request"), process->processId, QStringLiteral("make_credential"),
-                   QStringLiteral("--rp"), QStringLiteral("shop.example"), QStringLiteral("--user"),
-                   QStringLiteral("ann")});
-    QTRY_COMPARE_WITH_TIMEOUT(request.state(), QProcess::NotRunning, 60000);
-    QCOMPARE(request.exitCode(), 0);
+        ScriptedPrompter prompter;
+        MainWindow window(nullptr, prompter);
+        window.show();
+        createKey(window, prompter);
+        const auto process = window.deviceTable().identityAt(0);
+        QVERIFY(process);
+        const auto* channels = window.findChild<Fido2Channels*>();
+        QTRY_VERIFY_WITH_TIMEOUT(channels->clientOf(process->processId.toLongLong()) &&
+                                     channels->clientOf(process->processId.toLongLong())->isConnected(),
+                                 60000);
 
-    // The PIN, in the details.
-    const QString path = keyFolder() + kSerial + QStringLiteral("_credentials.json");
-    DeviceDetailDialog details(path, kSerial, &window, Fido2Environment::ofThisProgram(), prompter);
-    for (const char* field : {"pin", "confirmPin"})
-        details.findChild<QLineEdit*>(QLatin1String(field))->setText(kPin);
-    prompter.expectInformation(QStringLiteral("Success"), QStringLiteral("PIN has been set successfully"));
-    details.findChild<QPushButton*>(QStringLiteral("setPin"))->click();
+        // A registration, which makes a key pair.
+        whenOpens({}, [](QDialog& dialog) { dialog.findChild<QPushButton*>(QStringLiteral("confirm"))->click(); });
+        QProcess request;
+        request.start(QCoreApplication::applicationDirPath() + QStringLiteral("/usb-daemon.exe"),
+                      {QStringLiteral("--request"), process->processId, QStringLiteral("make_credential"),
+                       QStringLiteral("--rp"), QStringLiteral("shop.example"), QStringLiteral("--user"),
+                       QStringLiteral("ann")});
+        QTRY_COMPARE_WITH_TIMEOUT(request.state(), QProcess::NotRunning, 60000);
+        QCOMPARE(request.exitCode(), 0);
 
-    // A request with nothing but secrets in the wrong place, of which the whole message is logged.
-    parseConfirmationQuestion(
-        QStringLiteral(R"({"type":"user_confirmation_request","operation":"client_pin","pin":"%1",)"
-                       R"("pinHash":"%2","rpId":"shop.example"})")
-            .arg(kPin, pinHash(kPin))
-            .toUtf8());
+        // The PIN, in the details.
+        const QString path = keyFolder() + kSerial + QStringLiteral("_credentials.json");
+        DeviceDetailDialog details(path, kSerial, &window, Fido2Environment::ofThisProgram(), prompter);
+        for (const char* field : {"pin", "confirmPin"})
+            details.findChild<QLineEdit*>(QLatin1String(field))->setText(kPin);
+        prompter.expectInformation(QStringLiteral("Success"), QStringLiteral("PIN has been set successfully"));
+        details.findChild<QPushButton*>(QStringLiteral("setPin"))->click();
 
-    const CredentialsFile saved = [&path] {
-        CredentialsFile file(path);
-        file.load();
-        return file;
-    }();
-    const QJsonObject credential = saved.credentials().at(0).toObject();
-    QVERIFY(!credential.isEmpty());
-    const QByteArray privateKey = contentOf(credential.value(QStringLiteral("privateKeyFile")).toString());
-    QVERIFY2(privateKey.contains("PRIVATE KEY"), privateKey.constData());
+        // A request with nothing but secrets in the wrong place, of which the whole message is logged.
+        parseConfirmationQuestion(
+            QStringLiteral(R"({"type":"user_confirmation_request","operation":"client_pin","pin":"%1",)"
+                           R"("pinHash":"%2","rpId":"shop.example"})")
+                .arg(kPin, pinHash(kPin))
+                .toUtf8());
 
-    const QByteArray log = contentOf(session.path());
-    // It holds what helps.
-    for (const char* part :
-         {"plugboard.devices [", "debug plugboard.fido2 [", "Device process started, type fido2",
-          "Message handed to process", "PIN set in", "asks for \"make_credential\"", "confirmed", "Original command:"})
-        QVERIFY2(log.contains(part), part);
-    QStringList secrets{kPin,
-                        pinHash(kPin),
-                        QStringLiteral("PRIVATE KEY"),
-                        QStringLiteral("|END"),
-                        QStringLiteral("\\nEND"),
-                        credential.value(QStringLiteral("id")).toString()};
-    for (const QByteArray& line : privateKey.split('\n')) {
-        if (line.size() > 20 && !line.startsWith("-----"))
-            secrets << QString::fromLatin1(line);
+        const CredentialsFile saved = [&path] {
+            CredentialsFile file(path);
+            file.load();
+            return file;
+        }();
+        const QJsonObject credential = saved.credentials().at(0).toObject();
+        QVERIFY(!credential.isEmpty());
+        const QByteArray privateKey = contentOf(credential.value(QStringLiteral("privateKeyFile")).toString());
+        QVERIFY2(privateKey.contains("PRIVATE KEY"), privateKey.constData());
+
+        const QByteArray log = contentOf(session.path());
+        // It holds what helps.
+        for (const char* part : {"plugboard.devices [", "debug plugboard.fido2 [", "Device process started, type fido2",
+                                 "Message handed to process", "PIN set in", "asks for \"make_credential\"", "confirmed",
+                                 "Original command:"})
+            QVERIFY2(log.contains(part), part);
+        QStringList secrets{kPin,
+                            pinHash(kPin),
+                            QStringLiteral("PRIVATE KEY"),
+                            QStringLiteral("|END"),
+                            QStringLiteral("\\nEND"),
+                            credential.value(QStringLiteral("id")).toString()};
+        for (const QByteArray& line : privateKey.split('\n')) {
+            if (line.size() > 20 && !line.startsWith("-----"))
+                secrets << QString::fromLatin1(line);
+        }
+        QVERIFY(secrets.size() > 6);
+        for (const QString& secret : qAsConst(secrets)) {
+            QVERIFY(!secret.isEmpty());
+            QVERIFY2(!log.contains(secret.toUtf8()),
+                     qPrintable(secret + QStringLiteral(" in\n") + QString::fromUtf8(log)));
+        }
+
+        prompter.expectQuestion(QStringLiteral("Confirm Deletion"),
+                                QStringLiteral("Are you sure you want to delete device \"%1\"?\nThis will terminate "
+                                               "process ID: %2")
+                                    .arg(process->name, process->processId),
+                                true);
+        prompter.expectInformation(QStringLiteral("Success"),
+                                   QStringLiteral("Device \"%1\" has been successfully deleted").arg(process->name));
+        window.onTableItemDoubleClicked(window.deviceTable().item(0, 0));
+        DeviceRecordManager().removeStaleRecords();
     }
-    QVERIFY(secrets.size() > 6);
-    for (const QString& secret : qAsConst(secrets)) {
-        QVERIFY(!secret.isEmpty());
-        QVERIFY2(!log.contains(secret.toUtf8()), qPrintable(secret + QStringLiteral(" in\n") + QString::fromUtf8(log)));
-    }
-
-    prompter.expectQuestion(QStringLiteral("Confirm Deletion"),
-                            QStringLiteral("Are you sure you want to delete device \"%1\"?\nThis will terminate "
-                                           "process ID: %2")
-                                .arg(process->name, process->processId),
-                            true);
-    prompter.expectInformation(QStringLiteral("Success"),
-                               QStringLiteral("Device \"%1\" has been successfully deleted").arg(process->name));
-    window.onTableItemDoubleClicked(window.deviceTable().item(0, 0));
-    DeviceRecordManager().removeStaleRecords();
-}
+};
 
 PLUGBOARD_SUITE(SecretLogTest)
 #include "secret_log_test.moc"

@@ -11,19 +11,6 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-class EveryCodecTest : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void initTestCase() { av_log_set_level(AV_LOG_QUIET); }
-    void allPicturesByEveryWay_data();
-    void allPicturesByEveryWay();
-
-private:
-    const PrintedText m_printed;
-};
-
 namespace {
 
 constexpr int kPictures = 30;
@@ -112,31 +99,41 @@ int picturesWritten(const QString& path)
 
 } // namespace
 
-void EveryCodecTest::allPicturesByEveryWay_data()
+class EveryCodecTest : public QObject
 {
-    QTest::addColumn<QString>("path");
-    const QString files = QStringLiteral(
-        "h264_aac.mp4 h264_opus.mkv h264_aac.ts h264_b_frames.mp4 h264_interlaced.mp4 h264_444.mp4 "
-        "h264_rows.ts h264.mov h264.flv raw.h264 brighter.mkv rotated.mp4 raw.h265 h265.ts hevc_10bit.mp4 "
-        "vp8.webm vp9_opus.webm vp9.mp4 av1.mkv mpeg1.mpg brighter.mpg mpeg4_mp3.avi brighter.mp4 msmpeg4.avi "
-        "wmv2.asf flv1.flv theora.ogv mjpeg.avi jpeg2000.mov prores.mov ffv1.mkv huffyuv.avi utvideo.avi "
-        "qtrle.mov svq1.mov cinepak.avi png.mkv film.gif film.apng raw_pictures.avi pictures.y4m");
-    for (const QString& file : files.split(QLatin1Char(' ')))
-        QTest::newRow(qPrintable(file)) << mediaFile(qPrintable(file));
-}
+    Q_OBJECT
 
-void EveryCodecTest::allPicturesByEveryWay()
-{
-    QFETCH(QString, path);
-    if (path.endsWith(QLatin1String("av1.mkv")) && !avcodec_find_decoder_by_name("libdav1d"))
-        QSKIP("what this FFmpeg has of its own for AV1 needs hardware");
-    QCOMPARE(picturesOfSource(path), kPictures);
-    QCOMPARE(picturesOfWindow(path), kPictures);
-    if (!kProgramsToo)
-        return;
-    QCOMPARE(picturesMeasured(path), kPictures);
-    QCOMPARE(picturesWritten(path), kPictures);
-}
+private slots:
+    void initTestCase() { av_log_set_level(AV_LOG_QUIET); }
+    void allPicturesByEveryWay_data()
+    {
+        QTest::addColumn<QString>("path");
+        const QString files = QStringLiteral(
+            "h264_aac.mp4 h264_opus.mkv h264_aac.ts h264_b_frames.mp4 h264_interlaced.mp4 h264_444.mp4 "
+            "h264_rows.ts h264.mov h264.flv raw.h264 brighter.mkv rotated.mp4 raw.h265 h265.ts hevc_10bit.mp4 "
+            "vp8.webm vp9_opus.webm vp9.mp4 av1.mkv mpeg1.mpg brighter.mpg mpeg4_mp3.avi brighter.mp4 msmpeg4.avi "
+            "wmv2.asf flv1.flv theora.ogv mjpeg.avi jpeg2000.mov prores.mov ffv1.mkv huffyuv.avi utvideo.avi "
+            "qtrle.mov svq1.mov cinepak.avi png.mkv film.gif film.apng raw_pictures.avi pictures.y4m");
+        for (const QString& file : files.split(QLatin1Char(' ')))
+            QTest::newRow(qPrintable(file)) << mediaFile(qPrintable(file));
+    }
+
+    void allPicturesByEveryWay()
+    {
+        QFETCH(QString, path);
+        if (path.endsWith(QLatin1String("av1.mkv")) && !avcodec_find_decoder_by_name("libdav1d"))
+            QSKIP("what this FFmpeg has of its own for AV1 needs hardware");
+        QCOMPARE(picturesOfSource(path), kPictures);
+        QCOMPARE(picturesOfWindow(path), kPictures);
+        if (!kProgramsToo)
+            return;
+        QCOMPARE(picturesMeasured(path), kPictures);
+        QCOMPARE(picturesWritten(path), kPictures);
+    }
+
+private:
+    const PrintedText m_printed;
+};
 
 PLUGBOARD_SUITE(EveryCodecTest)
 #include "every_codec_test.moc"

@@ -14,18 +14,6 @@ extern "C" {
 #include <libavutil/imgutils.h>
 }
 
-/// What the chain makes of a file beside what the ffmpeg program makes of it, by number.
-class FfmpegPeerTest : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void initTestCase() { av_log_set_level(AV_LOG_QUIET); }
-    void convertsAsTheProgramDoes_data();
-    void convertsAsTheProgramDoes();
-    void tellsPicturesApart();
-};
-
 namespace {
 
 /// Planes one after the other without padding.
@@ -113,56 +101,65 @@ Bytes programPicture(const char* file, int format, QSize size)
 
 } // namespace
 
-void FfmpegPeerTest::convertsAsTheProgramDoes_data()
+/// What the chain makes of a file beside what the ffmpeg program makes of it, by number.
+class FfmpegPeerTest : public QObject
 {
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<int>("format");
-    QTest::addColumn<QSize>("size");
-    for (const char* file : {"h264_aac.mp4", "h264_444.mp4", "hevc_10bit.mp4", "mjpeg.avi", "h264_interlaced.mp4"}) {
-        for (const int format : {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUVJ420P, AV_PIX_FMT_YUV422P, AV_PIX_FMT_NV12}) {
-            for (const QSize size : {QSize(96, 80), QSize(320, 240), QSize(121, 91)}) {
-                QTest::addRow("%s to %s of %dx%d", file, av_get_pix_fmt_name(AVPixelFormat(format)), size.width(),
-                              size.height())
-                    << QString::fromLatin1(file) << format << size;
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { av_log_set_level(AV_LOG_QUIET); }
+    void convertsAsTheProgramDoes_data()
+    {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<int>("format");
+        QTest::addColumn<QSize>("size");
+        for (const char* file :
+             {"h264_aac.mp4", "h264_444.mp4", "hevc_10bit.mp4", "mjpeg.avi", "h264_interlaced.mp4"}) {
+            for (const int format : {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUVJ420P, AV_PIX_FMT_YUV422P, AV_PIX_FMT_NV12}) {
+                for (const QSize size : {QSize(96, 80), QSize(320, 240), QSize(121, 91)}) {
+                    QTest::addRow("%s to %s of %dx%d", file, av_get_pix_fmt_name(AVPixelFormat(format)), size.width(),
+                                  size.height())
+                        << QString::fromLatin1(file) << format << size;
+                }
             }
         }
     }
-}
 
-void FfmpegPeerTest::convertsAsTheProgramDoes()
-{
-    QFETCH(QString, file);
-    QFETCH(int, format);
-    QFETCH(QSize, size);
-    const QByteArray name = file.toLatin1();
-    const Bytes ours = chainPicture(name.constData(), format, size);
-    const Bytes theirs = programPicture(name.constData(), format, size);
-    QVERIFY(!ours.empty());
-    QCOMPARE(ours.size(), theirs.size());
-    for (const Plane& plane : planesOf(format, size)) {
-        const double decibels = psnr(ours, theirs, plane);
-        QVERIFY2(decibels > 40, qPrintable(QString::number(decibels)));
+    void convertsAsTheProgramDoes()
+    {
+        QFETCH(QString, file);
+        QFETCH(int, format);
+        QFETCH(QSize, size);
+        const QByteArray name = file.toLatin1();
+        const Bytes ours = chainPicture(name.constData(), format, size);
+        const Bytes theirs = programPicture(name.constData(), format, size);
+        QVERIFY(!ours.empty());
+        QCOMPARE(ours.size(), theirs.size());
+        for (const Plane& plane : planesOf(format, size)) {
+            const double decibels = psnr(ours, theirs, plane);
+            QVERIFY2(decibels > 40, qPrintable(QString::number(decibels)));
+        }
     }
-}
 
-/// The measure must see what the rows above guard: a row too low, swapped colour planes, another range.
-void FfmpegPeerTest::tellsPicturesApart()
-{
-    const QSize size(96, 80);
-    const Bytes picture = chainPicture("h264_aac.mp4", AV_PIX_FMT_YUV420P, size);
-    const std::vector<Plane> planes = planesOf(AV_PIX_FMT_YUV420P, size);
-    QCOMPARE(psnr(picture, picture, planes[0]), 99.0);
-    Bytes shifted = picture;
-    std::rotate(shifted.begin(), shifted.begin() + size.width(), shifted.begin() + size.width() * size.height());
-    QVERIFY(psnr(picture, shifted, planes[0]) < 35);
-    Bytes swapped = picture;
-    std::swap_ranges(swapped.begin() + std::ptrdiff_t(planes[1].start),
-                     swapped.begin() + std::ptrdiff_t(planes[2].start),
-                     swapped.begin() + std::ptrdiff_t(planes[2].start));
-    QVERIFY(psnr(picture, swapped, planes[1]) < 35);
-    const Bytes fullRange = chainPicture("h264_aac.mp4", AV_PIX_FMT_YUVJ420P, size);
-    QVERIFY(psnr(picture, fullRange, planes[0]) < 35);
-}
+    /// The measure must see what the rows above guard: a row too low, swapped colour planes, another range.
+    void tellsPicturesApart()
+    {
+        const QSize size(96, 80);
+        const Bytes picture = chainPicture("h264_aac.mp4", AV_PIX_FMT_YUV420P, size);
+        const std::vector<Plane> planes = planesOf(AV_PIX_FMT_YUV420P, size);
+        QCOMPARE(psnr(picture, picture, planes[0]), 99.0);
+        Bytes shifted = picture;
+        std::rotate(shifted.begin(), shifted.begin() + size.width(), shifted.begin() + size.width() * size.height());
+        QVERIFY(psnr(picture, shifted, planes[0]) < 35);
+        Bytes swapped = picture;
+        std::swap_ranges(swapped.begin() + std::ptrdiff_t(planes[1].start),
+                         swapped.begin() + std::ptrdiff_t(planes[2].start),
+                         swapped.begin() + std::ptrdiff_t(planes[2].start));
+        QVERIFY(psnr(picture, swapped, planes[1]) < 35);
+        const Bytes fullRange = chainPicture("h264_aac.mp4", AV_PIX_FMT_YUVJ420P, size);
+        QVERIFY(psnr(picture, fullRange, planes[0]) < 35);
+    }
+};
 
 PLUGBOARD_SUITE(FfmpegPeerTest)
 #include "ffmpeg_peer_test.moc"

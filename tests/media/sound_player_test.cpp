@@ -32,8 +32,46 @@ class SoundPlayerTest : public QObject
     Q_OBJECT
 
 private slots:
-    void soundKeepsToItsPicture();
-    void mutedSoundTakesItsTime();
+    /// At 25 pictures a second: a quarter of a second is 6 pictures, and the device holds 2.
+    void soundKeepsToItsPicture()
+    {
+        SoundPlayer player([this] { return progress(); }, std::make_unique<HeardSound>(m_heard, m_lock));
+        AVMediaSink& sink = *player.queue();
+        push(sink, 'a', 0);
+        letItLook();
+        QCOMPARE(heard(), QByteArray()); // there is no picture yet
+        show(0);
+        QTRY_COMPARE(heard(), QByteArray("a"));
+        push(sink, 'b', 5); // it flows, and may come a little early
+        QTRY_COMPARE(heard(), QByteArray("ab"));
+        push(sink, 'c', 50);
+        letItLook();
+        QCOMPARE(heard(), QByteArray("ab")); // too early
+        show(49, true);
+        letItLook();
+        QCOMPARE(heard(), QByteArray("ab")); // a pause
+        show(49);
+        QTRY_COMPARE(heard(), QByteArray("abc"));
+        show(100);
+        push(sink, 'd', 80);  // too late
+        push(sink, 'e', 400); // of pictures that will not come
+        push(sink, 'f', 101);
+        QTRY_COMPARE(heard(), QByteArray("abcf"));
+    }
+
+    void mutedSoundTakesItsTime()
+    {
+        m_heard.clear();
+        show(0);
+        SoundPlayer player([this] { return progress(); }, std::make_unique<HeardSound>(m_heard, m_lock));
+        player.mute(true);
+        push(*player.queue(), 'a', 0);
+        QTRY_COMPARE(heard(), QByteArray(1, '\0'));
+        SoundPlayer deaf([this] { return progress(); }, nullptr); // a machine without sound
+        for (int block = 0; block < 10; ++block)
+            push(*deaf.queue(), 'a', 0);
+        QVERIFY(deaf.queue()->dropped() >= 9);
+    }
 
 private:
     /// A block whose bytes are `name`, which came after that many pictures.
@@ -42,7 +80,15 @@ private:
     PictureProgress progress();
     void show(std::int64_t number, bool paused = false);
     /// Until the player has asked for the pictures' progress a few times more.
-    void letItLook();
+    void letItLook()
+    {
+        const auto looks = [this] {
+            const std::lock_guard guard(m_lock);
+            return m_looks;
+        };
+        const int before = looks();
+        QTRY_VERIFY(looks() >= before + 3);
+    }
 
     std::mutex m_lock;
     QByteArray m_heard;
@@ -81,57 +127,6 @@ void SoundPlayerTest::show(std::int64_t number, bool paused)
     const std::lock_guard guard(m_lock);
     m_pictures.number = number;
     m_pictures.isPaused = paused;
-}
-
-void SoundPlayerTest::letItLook()
-{
-    const auto looks = [this] {
-        const std::lock_guard guard(m_lock);
-        return m_looks;
-    };
-    const int before = looks();
-    QTRY_VERIFY(looks() >= before + 3);
-}
-
-/// At 25 pictures a second: a quarter of a second is 6 pictures, and the device holds 2.
-void SoundPlayerTest::soundKeepsToItsPicture()
-{
-    SoundPlayer player([this] { return progress(); }, std::make_unique<HeardSound>(m_heard, m_lock));
-    AVMediaSink& sink = *player.queue();
-    push(sink, 'a', 0);
-    letItLook();
-    QCOMPARE(heard(), QByteArray()); // there is no picture yet
-    show(0);
-    QTRY_COMPARE(heard(), QByteArray("a"));
-    push(sink, 'b', 5); // it flows, and may come a little early
-    QTRY_COMPARE(heard(), QByteArray("ab"));
-    push(sink, 'c', 50);
-    letItLook();
-    QCOMPARE(heard(), QByteArray("ab")); // too early
-    show(49, true);
-    letItLook();
-    QCOMPARE(heard(), QByteArray("ab")); // a pause
-    show(49);
-    QTRY_COMPARE(heard(), QByteArray("abc"));
-    show(100);
-    push(sink, 'd', 80);  // too late
-    push(sink, 'e', 400); // of pictures that will not come
-    push(sink, 'f', 101);
-    QTRY_COMPARE(heard(), QByteArray("abcf"));
-}
-
-void SoundPlayerTest::mutedSoundTakesItsTime()
-{
-    m_heard.clear();
-    show(0);
-    SoundPlayer player([this] { return progress(); }, std::make_unique<HeardSound>(m_heard, m_lock));
-    player.mute(true);
-    push(*player.queue(), 'a', 0);
-    QTRY_COMPARE(heard(), QByteArray(1, '\0'));
-    SoundPlayer deaf([this] { return progress(); }, nullptr); // a machine without sound
-    for (int block = 0; block < 10; ++block)
-        push(*deaf.queue(), 'a', 0);
-    QVERIFY(deaf.queue()->dropped() >= 9);
 }
 
 PLUGBOARD_SUITE(SoundPlayerTest)

@@ -3,15 +3,6 @@
 
 #include <QtTest>
 
-class OneWriteTest : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void joinsOnlyThePiecesOfALargeWrite_data();
-    void joinsOnlyThePiecesOfALargeWrite();
-};
-
 namespace {
 
 constexpr int kMost = 10000;
@@ -47,47 +38,53 @@ QByteArray object(int size)
 
 } // namespace
 
-/// Each letter of `reads` is one read: "s" a small object, "h" its first half, "L" an object of 9,000 bytes, "1" its
-/// first 4,096 bytes, "2" the rest, "b" 4,096 blanks, "." a wait for longer than pieces are apart.
-void OneWriteTest::joinsOnlyThePiecesOfALargeWrite_data()
+class OneWriteTest : public QObject
 {
-    QTest::addColumn<QString>("reads");
-    QTest::addColumn<QList<int>>("delivered"); // bytes of each delivery
-    QTest::newRow("two small writes are two messages") << "ss" << QList<int>{20, 20};
-    QTest::newRow("half a small message is handed on at once") << "hs" << QList<int>{10, 20};
-    QTest::newRow("a large object in one read is not kept") << "Ls" << QList<int>{9000, 20};
-    QTest::newRow("pieces are joined") << "12s" << QList<int>{9000, 20};
-    QTest::newRow("the rest that never comes is not waited for") << "1.s" << QList<int>{4096, 20};
-    QTest::newRow("more than a message may have ends the joining") << "bbb" << QList<int>{kMost + 1, 2287};
-}
+    Q_OBJECT
 
-void OneWriteTest::joinsOnlyThePiecesOfALargeWrite()
-{
-    QFETCH(QString, reads);
-    QFETCH(QList<int>, delivered);
-    const QHash<char, QByteArray> bytes{{'s', object(20)},
-                                        {'h', object(20).left(10)},
-                                        {'L', object(9000)},
-                                        {'1', object(9000).left(4096)},
-                                        {'2', object(9000).mid(4096)},
-                                        {'b', QByteArray(4096, ' ')}};
-    Channel channel;
-    QList<int> sizes;
-    const bool waits = reads.contains(QLatin1Char('.'));
-    OneWriteReader reader(
-        channel, kMost, [&](const QByteArray& message) { sizes << message.size(); }, nullptr, waits ? 1 : kNever);
-    for (const QChar letter : reads) {
-        if (letter == QLatin1Char('.')) {
-            QTRY_COMPARE(sizes.size(), 1);
-            continue;
-        }
-        channel.put(bytes.value(letter.toLatin1()));
-        reader.read();
+private slots:
+    /// Each letter of `reads` is one read: "s" a small object, "h" its first half, "L" an object of 9,000 bytes, "1"
+    /// its first 4,096 bytes, "2" the rest, "b" 4,096 blanks, "." a wait for longer than pieces are apart.
+    void joinsOnlyThePiecesOfALargeWrite_data()
+    {
+        QTest::addColumn<QString>("reads");
+        QTest::addColumn<QList<int>>("delivered"); // bytes of each delivery
+        QTest::newRow("two small writes are two messages") << "ss" << QList<int>{20, 20};
+        QTest::newRow("half a small message is handed on at once") << "hs" << QList<int>{10, 20};
+        QTest::newRow("a large object in one read is not kept") << "Ls" << QList<int>{9000, 20};
+        QTest::newRow("pieces are joined") << "12s" << QList<int>{9000, 20};
+        QTest::newRow("the rest that never comes is not waited for") << "1.s" << QList<int>{4096, 20};
+        QTest::newRow("more than a message may have ends the joining") << "bbb" << QList<int>{kMost + 1, 2287};
     }
-    if (channel.bytesAvailable() > 0)
-        reader.read();
-    QCOMPARE(sizes, delivered);
-}
+
+    void joinsOnlyThePiecesOfALargeWrite()
+    {
+        QFETCH(QString, reads);
+        QFETCH(QList<int>, delivered);
+        const QHash<char, QByteArray> bytes{{'s', object(20)},
+                                            {'h', object(20).left(10)},
+                                            {'L', object(9000)},
+                                            {'1', object(9000).left(4096)},
+                                            {'2', object(9000).mid(4096)},
+                                            {'b', QByteArray(4096, ' ')}};
+        Channel channel;
+        QList<int> sizes;
+        const bool waits = reads.contains(QLatin1Char('.'));
+        OneWriteReader reader(
+            channel, kMost, [&](const QByteArray& message) { sizes << message.size(); }, nullptr, waits ? 1 : kNever);
+        for (const QChar letter : reads) {
+            if (letter == QLatin1Char('.')) {
+                QTRY_COMPARE(sizes.size(), 1);
+                continue;
+            }
+            channel.put(bytes.value(letter.toLatin1()));
+            reader.read();
+        }
+        if (channel.bytesAvailable() > 0)
+            reader.read();
+        QCOMPARE(sizes, delivered);
+    }
+};
 
 PLUGBOARD_SUITE(OneWriteTest)
 #include "one_write_test.moc"

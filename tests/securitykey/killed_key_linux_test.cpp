@@ -15,16 +15,6 @@
 #include <algorithm>
 #include <atomic>
 
-/// What is answered is on the disk, whatever becomes of the process, and whoever else writes the file.
-class KilledKeyTest : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void aKilledKeyHasWhatItAnswered();
-    void programAndKeyLoseNothingOfEachOther();
-};
-
 namespace {
 
 constexpr int kIdSize = 32;
@@ -63,80 +53,88 @@ ctap::Credential wanted()
 
 } // namespace
 
-void KilledKeyTest::aKilledKeyHasWhatItAnswered()
+/// What is answered is on the disk, whatever becomes of the process, and whoever else writes the file.
+class KilledKeyTest : public QObject
 {
-    constexpr int kRounds = 200;
-    KeyUnderTest key;
-    auto* answered = static_cast<Answered*>(
-        mmap(nullptr, sizeof(Answered), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-    QVERIFY(answered != MAP_FAILED);
-    QElapsedTimer clock;
-    clock.start();
-    ctap::Credential first = wanted();
-    QVERIFY(ctap::addCredential(key.store(), first, {}));
-    const auto oneRegistration = int(clock.nsecsElapsed() / 1000) + 1; // microseconds
-    int lost = 0;
-    int total = 0;
-    for (int round = 0; round < kRounds; ++round) {
-        answered->count = 0;
-        const pid_t child = fork();
-        if (child == 0)
-            registerUntilKilled(key.store(), *answered);
-        const int registrations = QRandomGenerator::global()->bounded(3);
-        while (answered->count < registrations && !answered->isOver)
-            usleep(100);
-        usleep(useconds_t(QRandomGenerator::global()->bounded(oneRegistration)));
-        kill(child, SIGKILL);
-        int status = 0;
-        waitpid(child, &status, 0);
-        QVERIFY2(WIFSIGNALED(status), "the key could not register");
+    Q_OBJECT
 
-        const std::vector<ctap::Credential> kept = key.store().credentials();
-        for (int i = 0; i < answered->count; ++i) {
-            const QByteArray id(answered->ids[i], kIdSize);
-            const auto found = std::find_if(kept.begin(), kept.end(), [&id](const auto& one) { return one.id == id; });
-            lost += found == kept.end() || !ctap::algorithmOf(key.store().privateKey(*found)) ? 1 : 0;
+private slots:
+    void aKilledKeyHasWhatItAnswered()
+    {
+        constexpr int kRounds = 200;
+        KeyUnderTest key;
+        auto* answered = static_cast<Answered*>(
+            mmap(nullptr, sizeof(Answered), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+        QVERIFY(answered != MAP_FAILED);
+        QElapsedTimer clock;
+        clock.start();
+        ctap::Credential first = wanted();
+        QVERIFY(ctap::addCredential(key.store(), first, {}));
+        const auto oneRegistration = int(clock.nsecsElapsed() / 1000) + 1; // microseconds
+        int lost = 0;
+        int total = 0;
+        for (int round = 0; round < kRounds; ++round) {
+            answered->count = 0;
+            const pid_t child = fork();
+            if (child == 0)
+                registerUntilKilled(key.store(), *answered);
+            const int registrations = QRandomGenerator::global()->bounded(3);
+            while (answered->count < registrations && !answered->isOver)
+                usleep(100);
+            usleep(useconds_t(QRandomGenerator::global()->bounded(oneRegistration)));
+            kill(child, SIGKILL);
+            int status = 0;
+            waitpid(child, &status, 0);
+            QVERIFY2(WIFSIGNALED(status), "the key could not register");
+
+            const std::vector<ctap::Credential> kept = key.store().credentials();
+            for (int i = 0; i < answered->count; ++i) {
+                const QByteArray id(answered->ids[i], kIdSize);
+                const auto found =
+                    std::find_if(kept.begin(), kept.end(), [&id](const auto& one) { return one.id == id; });
+                lost += found == kept.end() || !ctap::algorithmOf(key.store().privateKey(*found)) ? 1 : 0;
+            }
+            for (const ctap::Credential& credential : kept)
+                QVERIFY(ctap::algorithmOf(key.store().privateKey(credential)).has_value());
+            total += answered->count;
+            QVERIFY(key.store().reset());
         }
-        for (const ctap::Credential& credential : kept)
-            QVERIFY(ctap::algorithmOf(key.store().privateKey(credential)).has_value());
-        total += answered->count;
-        QVERIFY(key.store().reset());
+        qInfo("killed %d times, %d registrations answered, %d lost", kRounds, total, lost);
+        QVERIFY(total > kRounds / 2); // it was killed at work
+        QCOMPARE(lost, 0);
+        munmap(answered, sizeof(Answered));
     }
-    qInfo("killed %d times, %d registrations answered, %d lost", kRounds, total, lost);
-    QVERIFY(total > kRounds / 2); // it was killed at work
-    QCOMPARE(lost, 0);
-    munmap(answered, sizeof(Answered));
-}
 
-void KilledKeyTest::programAndKeyLoseNothingOfEachOther()
-{
-    constexpr int kTimes = 60;
-    KeyUnderTest key;
-    const QString path = key.file("credentials.json");
-    // The program, in a process of its own, sets PINs while the key registers and counts.
-    const pid_t program = fork();
-    if (program == 0) {
+    void programAndKeyLoseNothingOfEachOther()
+    {
+        constexpr int kTimes = 60;
+        KeyUnderTest key;
+        const QString path = key.file("credentials.json");
+        // The program, in a process of its own, sets PINs while the key registers and counts.
+        const pid_t program = fork();
+        if (program == 0) {
+            for (int i = 0; i < kTimes; ++i) {
+                if (CredentialsFile(path).setPin(QString::number(1000 + i), QStringLiteral("S1")) !=
+                    CredentialsFile::PinResult::Set)
+                    _exit(1);
+            }
+            _exit(0);
+        }
+        ctap::Credential credential = wanted();
         for (int i = 0; i < kTimes; ++i) {
-            if (CredentialsFile(path).setPin(QString::number(1000 + i), QStringLiteral("S1")) !=
-                CredentialsFile::PinResult::Set)
-                _exit(1);
+            credential = wanted();
+            QVERIFY(ctap::addCredential(key.store(), credential, {}));
+            QVERIFY(key.store().countSignature(credential.id));
         }
-        _exit(0);
+        int status = 0;
+        waitpid(program, &status, 0);
+        QVERIFY(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+        QCOMPARE(int(key.store().credentials().size()), kTimes);
+        QVERIFY(key.store().pin().isSet);
+        for (const ctap::Credential& one : key.store().credentials())
+            QCOMPARE(one.signatureCount, 1u);
     }
-    ctap::Credential credential = wanted();
-    for (int i = 0; i < kTimes; ++i) {
-        credential = wanted();
-        QVERIFY(ctap::addCredential(key.store(), credential, {}));
-        QVERIFY(key.store().countSignature(credential.id));
-    }
-    int status = 0;
-    waitpid(program, &status, 0);
-    QVERIFY(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-    QCOMPARE(int(key.store().credentials().size()), kTimes);
-    QVERIFY(key.store().pin().isSet);
-    for (const ctap::Credential& one : key.store().credentials())
-        QCOMPARE(one.signatureCount, 1u);
-}
+};
 
 PLUGBOARD_SUITE(KilledKeyTest)
 #include "killed_key_linux_test.moc"

@@ -9,16 +9,6 @@
 #include <QTimer>
 #include <QtTest>
 
-class PrompterTest : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void asksWithoutDefaultAndTakesOnlyYes_data();
-    void asksWithoutDefaultAndTakesOnlyYes();
-    void markupShowsAsTyped();
-};
-
 namespace {
 
 enum class Reaction
@@ -68,44 +58,50 @@ void reactToBox(Reaction reaction, SeenBox& seen)
 
 } // namespace
 
-void PrompterTest::asksWithoutDefaultAndTakesOnlyYes_data()
+class PrompterTest : public QObject
 {
-    QTest::addColumn<int>("reaction");
-    QTest::addColumn<bool>("yes");
-    QTest::newRow("Yes is yes") << int(Reaction::ClickYes) << true;
-    QTest::newRow("No is no") << int(Reaction::ClickNo) << false;
-    QTest::newRow("closing the box is no") << int(Reaction::Close) << false;
-    QTest::newRow("the Return key presses nothing") << int(Reaction::Return) << false;
-    QTest::newRow("the Escape key is no") << int(Reaction::Escape) << false;
-}
+    Q_OBJECT
 
-void PrompterTest::asksWithoutDefaultAndTakesOnlyYes()
-{
-    QFETCH(int, reaction);
-    QFETCH(bool, yes);
-    SeenBox seen;
-    reactToBox(Reaction(reaction), seen);
-    QCOMPARE(systemPrompter().question(nullptr, QStringLiteral("Title"), QStringLiteral("<b>x</b>?"),
-                                       QStringLiteral("<i>y</i>")),
-             yes);
-    QCOMPARE(seen.text, QStringLiteral("<b>x</b>?"));
-    QCOMPARE(seen.format, Qt::PlainText);
-    QCOMPARE(seen.buttons, QMessageBox::Yes | QMessageBox::No);
-    QCOMPARE(seen.remark, QStringLiteral("<i>y</i>"));
-}
+private slots:
+    void asksWithoutDefaultAndTakesOnlyYes_data()
+    {
+        QTest::addColumn<int>("reaction");
+        QTest::addColumn<bool>("yes");
+        QTest::newRow("Yes is yes") << int(Reaction::ClickYes) << true;
+        QTest::newRow("No is no") << int(Reaction::ClickNo) << false;
+        QTest::newRow("closing the box is no") << int(Reaction::Close) << false;
+        QTest::newRow("the Return key presses nothing") << int(Reaction::Return) << false;
+        QTest::newRow("the Escape key is no") << int(Reaction::Escape) << false;
+    }
 
-void PrompterTest::markupShowsAsTyped()
-{
-    const QString name = QStringLiteral("<b>x</b> & \"y\"");
-    QTextDocument shown;
-    shown.setHtml(plainToolTip(name));
-    QCOMPARE(shown.toPlainText(), name);
-    QCOMPARE(plainToolTip(QStringLiteral("a < b")), QStringLiteral("a < b"));
+    void asksWithoutDefaultAndTakesOnlyYes()
+    {
+        QFETCH(int, reaction);
+        QFETCH(bool, yes);
+        SeenBox seen;
+        reactToBox(Reaction(reaction), seen);
+        QCOMPARE(systemPrompter().question(nullptr, QStringLiteral("Title"), QStringLiteral("<b>x</b>?"),
+                                           QStringLiteral("<i>y</i>")),
+                 yes);
+        QCOMPARE(seen.text, QStringLiteral("<b>x</b>?"));
+        QCOMPARE(seen.format, Qt::PlainText);
+        QCOMPARE(seen.buttons, QMessageBox::Yes | QMessageBox::No);
+        QCOMPARE(seen.remark, QStringLiteral("<i>y</i>"));
+    }
 
-    QLabel tip(plainToolTip(QString(1000, QLatin1Char('x')))); // as Qt shows a tool tip
-    tip.setWordWrap(true);
-    QVERIFY2(tip.sizeHint().width() < 1000, "a long word must not reach out of the screen");
-}
+    void markupShowsAsTyped()
+    {
+        const QString name = QStringLiteral("<b>x</b> & \"y\"");
+        QTextDocument shown;
+        shown.setHtml(plainToolTip(name));
+        QCOMPARE(shown.toPlainText(), name);
+        QCOMPARE(plainToolTip(QStringLiteral("a < b")), QStringLiteral("a < b"));
+
+        QLabel tip(plainToolTip(QString(1000, QLatin1Char('x')))); // as Qt shows a tool tip
+        tip.setWordWrap(true);
+        QVERIFY2(tip.sizeHint().width() < 1000, "a long word must not reach out of the screen");
+    }
+};
 
 PLUGBOARD_SUITE(PrompterTest)
 #include "prompter_test.moc"

@@ -13,21 +13,6 @@
 
 using namespace std::chrono_literals;
 
-/// Which pictures of a film are shown when, on a clock of the test: how fast the machine is changes nothing.
-class CameraFeedTest : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void initTestCase() { av_log_set_level(AV_LOG_QUIET); }
-    void keepsTheSpeedOfTheSource_data();
-    void keepsTheSpeedOfTheSource();
-    void slowHostGetsTheNewest();
-    void catchesUp_data();
-    void catchesUp();
-    void staysWithTheClockForTenMinutes();
-};
-
 namespace {
 
 constexpr auto kPatience = 60s; // of real time
@@ -137,91 +122,99 @@ constexpr int kH264 = 27;
 
 } // namespace
 
-void CameraFeedTest::keepsTheSpeedOfTheSource_data()
+/// Which pictures of a film are shown when, on a clock of the test: how fast the machine is changes nothing.
+class CameraFeedTest : public QObject
 {
-    QTest::addColumn<int>("rate");
-    QTest::newRow("pictures twice") << 50;
-    QTest::newRow("pictures left out") << 10;
-}
+    Q_OBJECT
 
-/// Two seconds, over the end of the film.
-void CameraFeedTest::keepsTheSpeedOfTheSource()
-{
-    QFETCH(int, rate);
-    Screening screening("brighter.mkv", 0, rate);
-    QVERIFY(screening.goOn(screening.at(2 * rate)));
-    std::vector<int> expected;
-    for (int picture = 0; picture <= 2 * rate; ++picture)
-        expected.push_back(int(std::lround(picture * 25.0 / rate)) % kFilm);
-    QCOMPARE(screening.taken(), expected);
-}
-
-/// What it missed is gone: half a second, twelve pictures.
-void CameraFeedTest::slowHostGetsTheNewest()
-{
-    Screening screening("mjpeg.avi", kMjpeg, 25);
-    screening.hostTakes = false;
-    QVERIFY(screening.goOn(screening.at(15)));
-    screening.hostTakes = true;
-    QVERIFY(screening.goOn(screening.at(16)));
-    QCOMPARE(screening.taken(), std::vector<int>({0, 13, 14, 15, 16}));
-    QCOMPARE(screening.feed.counts().dropped, std::int64_t(12));
-}
-
-void CameraFeedTest::catchesUp_data()
-{
-    QTest::addColumn<QString>("film");
-    QTest::addColumn<int>("codec");
-    QTest::addColumn<int>("late");    // pictures
-    QTest::addColumn<int>("missing"); // pictures of the film that are never made up for
-    const auto addRow = [](const char* name, const char* film, int codec, int late, int missing) {
-        QTest::newRow(name) << QString::fromLatin1(film) << codec << late << missing;
-    };
-    addRow("what finds room comes", "mjpeg.avi", kMjpeg, 10, 0);
-    addRow("what finds none comes at twice the speed", "mjpeg.avi", kMjpeg, 75, 0);
-    addRow("raw pictures", "brighter.mkv", 0, 75, 0);
-    addRow("pictures that need each other all come", "h264_aac.mp4", kH264, 75, 0);
-    addRow("from far away it goes on where it was", "mjpeg.avi", kMjpeg, 175, 174);
-}
-
-/// Something has held up the camera after its first picture; five seconds later.
-void CameraFeedTest::catchesUp()
-{
-    QFETCH(QString, film);
-    QFETCH(int, codec);
-    QFETCH(int, late);
-    QFETCH(int, missing);
-    Screening screening(film.toLatin1().constData(), codec, 25);
-    screening.now = screening.at(late);
-    const int end = late + 125;
-    QVERIFY(screening.goOn(screening.at(end)));
-    const std::vector<int>& taken = screening.taken();
-    const int loop = codec == kH264 ? end + 1 : kFilm;
-    QCOMPARE(taken.back(), (end - missing) % loop);
-    QCOMPARE(int(taken.size()), end - missing + 1);
-    for (std::size_t i = 0; i < taken.size(); ++i)
-        QCOMPARE(taken[i], int(i) % loop);
-    QCOMPARE(screening.feed.counts().dropped, std::int64_t(0));
-    QCOMPARE(screening.feed.counts().standIns, std::int64_t(0));
-}
-
-/// Late by some milliseconds each time, and now and then by seconds.
-void CameraFeedTest::staysWithTheClockForTenMinutes()
-{
-    Screening screening("mjpeg.avi", kMjpeg, 25);
-    QRandomGenerator random(1);
-    const auto pictures = [&] { return int((screening.now - screening.at(0)) / 40ms); };
-    while (pictures() < 600 * 25) {
-        const bool isHeldUp = random.bounded(500) == 0;
-        screening.now = screening.at(pictures() + 1) + random.bounded(6) * 5ms; // no wait is as short as a poll
-        if (isHeldUp)
-            screening.now += 2s;
-        QVERIFY(screening.goOn(screening.now + (isHeldUp ? 4s : 0s)));
-        QCOMPARE(screening.taken().back(), pictures() % kFilm);
+private slots:
+    void initTestCase() { av_log_set_level(AV_LOG_QUIET); }
+    void keepsTheSpeedOfTheSource_data()
+    {
+        QTest::addColumn<int>("rate");
+        QTest::newRow("pictures twice") << 50;
+        QTest::newRow("pictures left out") << 10;
     }
-    QCOMPARE(int(screening.taken().size()), pictures() + 1);
-    QCOMPARE(screening.feed.counts().standIns, std::int64_t(0));
-}
+
+    /// Two seconds, over the end of the film.
+    void keepsTheSpeedOfTheSource()
+    {
+        QFETCH(int, rate);
+        Screening screening("brighter.mkv", 0, rate);
+        QVERIFY(screening.goOn(screening.at(2 * rate)));
+        std::vector<int> expected;
+        for (int picture = 0; picture <= 2 * rate; ++picture)
+            expected.push_back(int(std::lround(picture * 25.0 / rate)) % kFilm);
+        QCOMPARE(screening.taken(), expected);
+    }
+
+    /// What it missed is gone: half a second, twelve pictures.
+    void slowHostGetsTheNewest()
+    {
+        Screening screening("mjpeg.avi", kMjpeg, 25);
+        screening.hostTakes = false;
+        QVERIFY(screening.goOn(screening.at(15)));
+        screening.hostTakes = true;
+        QVERIFY(screening.goOn(screening.at(16)));
+        QCOMPARE(screening.taken(), std::vector<int>({0, 13, 14, 15, 16}));
+        QCOMPARE(screening.feed.counts().dropped, std::int64_t(12));
+    }
+
+    void catchesUp_data()
+    {
+        QTest::addColumn<QString>("film");
+        QTest::addColumn<int>("codec");
+        QTest::addColumn<int>("late");    // pictures
+        QTest::addColumn<int>("missing"); // pictures of the film that are never made up for
+        const auto addRow = [](const char* name, const char* film, int codec, int late, int missing) {
+            QTest::newRow(name) << QString::fromLatin1(film) << codec << late << missing;
+        };
+        addRow("what finds room comes", "mjpeg.avi", kMjpeg, 10, 0);
+        addRow("what finds none comes at twice the speed", "mjpeg.avi", kMjpeg, 75, 0);
+        addRow("raw pictures", "brighter.mkv", 0, 75, 0);
+        addRow("pictures that need each other all come", "h264_aac.mp4", kH264, 75, 0);
+        addRow("from far away it goes on where it was", "mjpeg.avi", kMjpeg, 175, 174);
+    }
+
+    /// Something has held up the camera after its first picture; five seconds later.
+    void catchesUp()
+    {
+        QFETCH(QString, film);
+        QFETCH(int, codec);
+        QFETCH(int, late);
+        QFETCH(int, missing);
+        Screening screening(film.toLatin1().constData(), codec, 25);
+        screening.now = screening.at(late);
+        const int end = late + 125;
+        QVERIFY(screening.goOn(screening.at(end)));
+        const std::vector<int>& taken = screening.taken();
+        const int loop = codec == kH264 ? end + 1 : kFilm;
+        QCOMPARE(taken.back(), (end - missing) % loop);
+        QCOMPARE(int(taken.size()), end - missing + 1);
+        for (std::size_t i = 0; i < taken.size(); ++i)
+            QCOMPARE(taken[i], int(i) % loop);
+        QCOMPARE(screening.feed.counts().dropped, std::int64_t(0));
+        QCOMPARE(screening.feed.counts().standIns, std::int64_t(0));
+    }
+
+    /// Late by some milliseconds each time, and now and then by seconds.
+    void staysWithTheClockForTenMinutes()
+    {
+        Screening screening("mjpeg.avi", kMjpeg, 25);
+        QRandomGenerator random(1);
+        const auto pictures = [&] { return int((screening.now - screening.at(0)) / 40ms); };
+        while (pictures() < 600 * 25) {
+            const bool isHeldUp = random.bounded(500) == 0;
+            screening.now = screening.at(pictures() + 1) + random.bounded(6) * 5ms; // no wait is as short as a poll
+            if (isHeldUp)
+                screening.now += 2s;
+            QVERIFY(screening.goOn(screening.now + (isHeldUp ? 4s : 0s)));
+            QCOMPARE(screening.taken().back(), pictures() % kFilm);
+        }
+        QCOMPARE(int(screening.taken().size()), pictures() + 1);
+        QCOMPARE(screening.feed.counts().standIns, std::int64_t(0));
+    }
+};
 
 PLUGBOARD_SUITE(CameraFeedTest)
 #include "camera_feed_test.moc"

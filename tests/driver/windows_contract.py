@@ -136,13 +136,22 @@ class Contract:
         self.calls = {}  # command line to the functions that it called
         self.succeeded, self.failed = {}, {}
 
-    def run(self, line, fail=""):
-        """The transcript; notes what the libraries wrote. `fail` is "FUNCTION:ERROR"."""
+    def run_once(self, line, fail):
+        """The transcript, and what the libraries wrote."""
         self.log.unlink(missing_ok=True)
         environment = {"CONTRACT_LOG": self.wine.windows_path(self.log), "CONTRACT_FAIL": fail,
                        "WINEDLLOVERRIDES": self.wine.environment["WINEDLLOVERRIDES"] + ";setupapi,cfgmgr32,newdev=n,b"}
         text = self.wine.run(line, environment=environment, folder=self.folder)
-        lines = self.log.read_text(encoding="utf-8").splitlines() if self.log.exists() else []
+        return text, self.log.read_text(encoding="utf-8").splitlines() if self.log.exists() else []
+
+    def run(self, line, fail=""):
+        """The transcript; notes what the libraries wrote. `fail` is "FUNCTION:ERROR"."""
+        for _ in range(3): # seldom, Wine ends with 1 instead of starting a program
+            text, lines = self.run_once(line, fail)
+            if lines or not self.calls.get(line):
+                break
+        else:
+            self.problems.append(f"{line} {fail}: the program called nothing")
         for each in lines:
             word, _, rest = each.partition(" ")
             if word in ("breach", "open"):

@@ -106,8 +106,8 @@ void PackedPacket::packHeader(const UsbIPPacketInfo& packet)
     m_head.flags |= static_cast<std::uint8_t>(HasHeader | (bigEndian ? HeaderIsBigEndian : 0));
     const Words expected = expectedWords(m_head, packet.setupData.constData());
     std::uint32_t unlikeWords = 0;
-    for (std::size_t place = 0; place < expected.size();
-         ++place) { // without a branch, which would often be guessed wrong
+    // Without a branch, which would often be guessed wrong.
+    for (std::size_t place = 0; place < expected.size(); ++place) {
         m_unlike[m_unlikeCount] = wordAt(header, place, bigEndian);
         const bool isUnlike = m_unlike[m_unlikeCount] != expected[place];
         unlikeWords |= static_cast<std::uint32_t>(isUnlike) << place;
